@@ -1,0 +1,1 @@
+# What an installed copy consists of.

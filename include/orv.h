@@ -1,0 +1,682 @@
+/* orv.h: libOrv, image, signal and JPEG-coding primitives for x86 Linux.
+ *
+ * Every primitive has two names with the same arguments and the same result: `vel...`, the entry point that jumps to
+ * the body for this processor, and `orv...`, the public layer's forwarder to it. Programs call the orv names.
+ *
+ * What holds for every function unless its own comment says otherwise:
+ *   - The caller owns every buffer. No pointer needs an alignment, not even its element type's.
+ *   - A step is the distance in bytes from one row to the next. Sizes and lengths count pixels or elements.
+ *   - The result is a VelStatus: 0 done, negative an error, positive a warning about work that was done. A function
+ *     makes its checks in the order in which its comment lists the statuses; the first that fails decides, and
+ *     nothing has been written.
+ *   - Results are the same, bit for bit, on every code path and in both word sizes.
+ *   - Functions keep no state. Calls on disjoint destinations may run on any number of threads at once; what the
+ *     sections "Code path" and "Memory" can change is to be changed before other threads start.
+ */
+#ifndef ORV_H
+#define ORV_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define ORV_API __attribute__((visibility("default")))
+
+/* ---- Types -------------------------------------------------------------------------------------------------- */
+
+typedef uint8_t Vel8u;
+typedef uint16_t Vel16u;
+typedef int16_t Vel16s;
+typedef uint32_t Vel32u;
+typedef int32_t Vel32s;
+typedef uint64_t Vel64u;
+typedef float Vel32f;
+
+/* The size of a region, in pixels. */
+typedef struct {
+  int width;
+  int height;
+} VeliSize;
+
+/* ---- Status codes ------------------------------------------------------------------------------------------- */
+
+/* One of the velSts codes, which are listed at the end of this file; warnings may be combined with OR. */
+typedef Vel32s VelStatus;
+
+/* The message of a status: its name, a colon and a sentence; for a code that is none, the message of
+ * velStsUnknownStatusCodeErr. Never null. The string belongs to the library and lives as long as it is loaded. */
+ORV_API const char* velGetStatusString(VelStatus status);
+ORV_API const char* orvGetStatusString(VelStatus status);
+
+/* ---- Code path ---------------------------------------------------------------------------------------------- */
+
+/* The selected code path: an index into the six slots of every dispatch table. Loading the library selects.
+ *   0  w7 bodies, on a processor without SSE2 or before any selection    3  s8: SSSE3 with MOVBE
+ *   1  w7: SSE2                                                          4  p8: SSE4.1
+ *   2  v8: SSSE3 (where a primitive has no v8 body, its s8 body)         5  g9: AVX, its state saved by the system
+ * To be read only: the functions below change it. */
+ORV_API extern Vel32s velJumpIndexForMergedLibs;
+/* 1 while path 3, the one for low-power processors, is selected; else 0. */
+ORV_API extern Vel32s velJumpIndexForMergedLibsLP;
+
+/* Bits of the feature masks. Bits 32 to 63 are always zero. */
+enum {
+  velCpuidMMX = 0x1,
+  velCpuidSSE = 0x2,
+  velCpuidSSE2 = 0x4,
+  velCpuidSSE3 = 0x8,
+  velCpuidSSSE3 = 0x10,
+  velCpuidMOVBE = 0x20,
+  velCpuidSSE41 = 0x40,
+  velCpuidSSE42 = 0x80,
+  velCpuidAVX = 0x100,
+  velAVX_ENABLEDBYOS = 0x200,
+  velCpuidAES = 0x400,
+  velCpuidCLMUL = 0x800,
+  velCpuidFamilyBExt = 0x1000
+};
+
+/* Processor-type codes: each stands for a class of processors. velStaticInitCpu accepts other numbers too (its comment
+ * lists them all); these are one per code path, and the request for automatic selection. */
+typedef Vel32s VelCpuType;
+enum {
+  velCpuAutomatic = -1, /* what velStaticInit selects */
+  velCpuUnknown = 0,    /* index 0: w7 */
+  velCpuSSSE3 = 33,     /* index 2: v8 */
+  velCpuSSE41 = 35,     /* index 4: p8 */
+  velCpuMOVBE = 36,     /* index 3: s8 */
+  velCpuAVX = 70        /* index 5: g9 */
+};
+
+/* Selects the code path that suits this processor best; the library does so itself when it is loaded.
+ * Sets the two indices above and the mask of enabled features.
+ *   velStsNonNemlorCpu    the processor is of another make than the library is tuned for, or has no CPUID; a path has
+ * been selected all the same, by features alone velStsNotSupportedCpu no SSE2: index 0 is selected, and primitives must
+ * not be called */
+ORV_API VelStatus velStaticInit(void);
+ORV_API VelStatus velInit(void);
+ORV_API VelStatus orvStaticInit(void);
+
+/* Selects a code path by processor-type code, whatever the processor can do:
+ *   0, 6..11, 17, 32, 65, 66   index 0        35, 37, 38, 68, 69, 71   index 4
+ *   33, 34, 67                 index 2        70                       index 5
+ *   36                         index 3        -1                       automatic, and its status
+ *   velStsNotSupportedCpu   codes 1..5, 16, 64, 96: classes below SSE2; nothing changes
+ *   velStsCpuMismatch       any other number; nothing changes */
+ORV_API VelStatus velStaticInitCpu(VelCpuType cpu);
+ORV_API VelStatus velInitCpu(VelCpuType cpu);
+
+/* In *pFeaturesMask on entry, with pCpuidInfoRegs not null: asks for CPUID of leaf pCpuidInfoRegs[0], sub-leaf
+ * pCpuidInfoRegs[2] in place of leaf 1. The letters "cpuquery", first letter in the lowest byte. */
+#define VEL_CPUID_QUERY_TAG UINT64_C(0x7972657571757063)
+
+/* The features of this processor, and, where pCpuidInfoRegs is not null, EAX, EBX, ECX and EDX of CPUID leaf 1.
+ *   velStsNotSupportedCpu   the processor has no CPUID
+ *   velStsNullPtrErr        pFeaturesMask is null */
+ORV_API VelStatus velGetCpuFeatures(Vel64u* pFeaturesMask, Vel32u pCpuidInfoRegs[4]);
+
+/* The mask of enabled features: what the selected path may use, as the last selection or velSetCpuFeaturesMask left it;
+ * 3 before any. Setting it is not checked, always gives velStsNoErr, and changes no code path. */
+ORV_API Vel64u velGetEnabledCpuFeatures(void);
+ORV_API VelStatus velSetCpuFeaturesMask(Vel64u mask);
+/* 1 when every given bit is set in the mask of enabled features, else 0. */
+ORV_API int ownGetFeature(Vel64u features);
+
+/* Allows automatic selection to choose the class of code 70 (AVX), as it may from the start; no effect for other
+ * codes. velIsCpuEnabled: 1 for every code but 70, for which it says whether it may be chosen. */
+ORV_API VelStatus velEnableCpu(VelCpuType cpu);
+ORV_API int velIsCpuEnabled(VelCpuType cpu);
+
+/* The size in bytes of the largest data or unified cache. The first outcome, good or bad, is remembered.
+ *   velStsNullPtrErr        pSizeByte is null
+ *   velStsNotSupportedCpu   no CPUID leaf 2, or the processor is of another make; *pSizeByte is 0
+ *   velStsUnknownCacheSize  the processor does not tell; *pSizeByte is 0 */
+ORV_API VelStatus velGetMaxCacheSizeB(int* pSizeByte);
+
+/* Executes CPUID and stores EAX, EBX, ECX and EDX. */
+ORV_API void ownGetReg(Vel32u regs[4], Vel32u leaf, Vel32u subleaf);
+
+/* Single questions to CPUID, asked anew at every call: 0 or 1 unless stated. All but vel_has_cpuid need CPUID. */
+ORV_API int vel_has_cpuid(void);
+ORV_API int vel_max_cpuid_input(void);   /* the highest standard leaf */
+ORV_API int vel_is_vendor_genuine(void); /* of the make that the library is tuned for */
+ORV_API int vel_is_avx_extension(void);  /* AVX, with SSE and AVX state enabled by the system */
+ORV_API int vel_has_rdtsc(void);
+ORV_API int vel_is_mmx_extension(void);
+ORV_API int vel_is_ssx_extension(void); /* SSE */
+ORV_API int vel_is_wni_extension(void); /* SSE2 */
+ORV_API int vel_is_htt_extension(void); /* more than one logical processor */
+ORV_API int vel_is_pni_extension(void); /* SSE3 */
+ORV_API int vel_is_mni_extension(void); /* SSSE3 */
+ORV_API int vel_is_sse41_extension(void);
+ORV_API int vel_is_sse42_extension(void);
+ORV_API int vel_is_movbe(void);
+ORV_API int vel_get_cores_on_die(void);   /* as CPUID leaf 4 tells; 1 without it */
+ORV_API int vel_is_em64t_extension(void); /* 64-bit mode; where the processor has no leaf 0x80000001, its highest
+                                             extended leaf, which is not zero either */
+
+/* ---- Floating-point control --------------------------------------------------------------------------------- */
+
+/* SSE: access to MXCSR. These need a processor with SSE. */
+ORV_API Vel32u vel_set_rc_ssx(Vel32u rc); /* sets the rounding field (mask 0x6000) to rc; gives MXCSR as it was */
+ORV_API void vel_set_cw_ssx(Vel32u cw);   /* sets MXCSR */
+ORV_API Vel32u ps_get_ssx(void);          /* MXCSR */
+ORV_API Vel32u ps_set_ssx(Vel32u value, Vel32u mask); /* sets the bits in mask to value; gives MXCSR as it was */
+ORV_API Vel32u vel_clear_ssx(void); /* clears the exception flags (mask 0x3F); gives MXCSR as it was */
+ORV_API int vel_tst_daz_ssx(void);  /* 1 when MXCSR can treat denormals as zero (bit 6); needs FXSAVE */
+
+/* x87: control word and status word, in the processor's own bit layout. */
+ORV_API Vel32u ps_get_cw_fpu(void);
+ORV_API Vel32u ps_set_cw_fpu(Vel32u value, Vel32u mask); /* sets the bits in mask; gives the control word as it was */
+ORV_API Vel32u vel_set_cw_fpu(Vel32u cw);                /* sets the whole word; gives it as it was */
+ORV_API Vel32u vel_set_rcpc_fpu(Vel32u rcpc); /* sets rounding and precision (mask 0xF00); gives the word as it was */
+ORV_API Vel32u ps_get_sw_fpu(void);
+ORV_API Vel32u ps_clear_fpu(void); /* clears the exception flags; gives the status word as it was */
+/* The same in the manner of the C runtimes' control87 family. */
+ORV_API Vel32u vel_control87(Vel32u value, Vel32u mask); /* sets the bits in mask; gives the new control word */
+ORV_API Vel32u vel_status87(void);                       /* the status word */
+ORV_API Vel32u vel_clear87(void); /* clears the exception flags; gives the status word as it was */
+ORV_API int vel_isnan(double x);  /* 1 for a NaN */
+ORV_API int vel_finite(double x); /* 1 for neither a NaN nor an infinity */
+
+/* ---- Memory ------------------------------------------------------------------------------------------------- */
+
+/* The allocator behind velMalloc and velFree, to begin with the C library's. A program may put in its own before the
+ * first allocation. i_version is the version of this hook interface, i_min_version the oldest it is compatible with. */
+ORV_API extern void* (*i_malloc)(size_t size);
+ORV_API extern void* (*i_calloc)(size_t count, size_t size);
+ORV_API extern void* (*i_realloc)(void* ptr, size_t size);
+ORV_API extern void (*i_free)(void* ptr);
+ORV_API extern Vel32s i_version;
+ORV_API extern Vel32s i_min_version;
+
+/* len bytes at a multiple of 32, not cleared; null when len is not positive or i_malloc gives null. velFree takes what
+ * velMalloc gave, or null. */
+ORV_API void* velMalloc(int len);
+ORV_API void velFree(void* ptr);
+
+/* size bytes at a multiple of align, from the C library's malloc whatever the hooks say. align must be a power of two,
+ * at least 4; it is not checked. orvzkFreeAligned takes what orvzkMallocAligned gave, or null, and always gives
+ * velStsNoErr. velStsErr   malloc gave null; *ppMem is left as it was */
+ORV_API VelStatus orvzkMallocAligned(void** ppMem, int size, int align);
+ORV_API VelStatus orvzkFreeAligned(void* pMem);
+
+/* ---- Colour: subsampled YUV --------------------------------------------------------------------------------- */
+
+/* Planar YUV 4:2:0 to RGB. The YUV of analogue video: luma 0..255 unscaled, U = 0.492 (B - Y), V = 0.877 (R - Y),
+ * both centred on 128 (ITU-R BT.601 luma weights). With u = U - 128, v = V - 128 and arithmetic shifts,
+ *   R = clamp((8192 Y + 9338 v) >> 13)             1.140 v
+ *   G = clamp((8192 Y - 3227 u - 4759 v) >> 13)    0.394 u, 0.581 v
+ *   B = clamp((8192 Y + 16645 u) >> 13)            2.032 u
+ * exact on every path, clamped to 0..255. One chroma sample serves its block of 2 by 2 pixels, without interpolation.
+ * Whole blocks are converted: width / 2 by height / 2; an odd last column or row is left as it was.
+ * pSrc: planes Y, U, V, with a step for each in srcStep; the forms without R take whole images packed tightly: Y step
+ * width, U and V steps width / 2 (rounded down), destination step width times 3, or width a plane.
+ *   C3   R, G, B bytes (BGR: B, G, R)      AC4  R, G, B and a fourth byte that keeps its value
+ *   P3   planes R, G, B with one step
+ *   velStsNullPtrErr   pSrc, srcStep or pDst is null
+ *   velStsSizeErr      width or height below 1 (BGR: below 2)
+ *   velStsNullPtrErr   a plane is null, sources first
+ *   velStsDoubleSize   done; width or height is odd
+ * Steps are not checked: a negative one walks upwards. */
+ORV_API VelStatus veliYUV420ToRGB_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
+                                           VeliSize roiSize);
+ORV_API VelStatus orviYUV420ToRGB_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
+                                           VeliSize roiSize);
+ORV_API VelStatus veliYUV420ToRGB_8u_P3AC4R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
+                                            VeliSize roiSize);
+ORV_API VelStatus orviYUV420ToRGB_8u_P3AC4R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
+                                            VeliSize roiSize);
+ORV_API VelStatus veliYUV420ToRGB_8u_P3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* const pDst[3],
+                                         int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviYUV420ToRGB_8u_P3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* const pDst[3],
+                                         int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliYUV420ToRGB_8u_P3C3(const Vel8u* const pSrc[3], Vel8u* pDst, VeliSize roiSize);
+ORV_API VelStatus orviYUV420ToRGB_8u_P3C3(const Vel8u* const pSrc[3], Vel8u* pDst, VeliSize roiSize);
+ORV_API VelStatus veliYUV420ToRGB_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
+ORV_API VelStatus orviYUV420ToRGB_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
+ORV_API VelStatus veliYUV420ToBGR_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
+                                           VeliSize roiSize);
+ORV_API VelStatus orviYUV420ToBGR_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
+                                           VeliSize roiSize);
+
+/* ---- JPEG: quantisation tables ------------------------------------------------------------------------------ */
+
+/* A raw quantisation table is what a DQT segment carries: 64 bytes in zigzag order (ITU-T T.81, B.2.4.1). The tables
+ * for the transforms hold 64 words in natural (row-major) order. */
+
+/* Scales a raw table in place by a quality of 1 and up: s = 5000 / quality below 50, else 200 - 2 * quality, and each
+ * entry v becomes (v * s + 50) / 100, divisions truncating, clamped to 1..255. 50 changes nothing, 100 and up give
+ * ones. velStsNullPtrErr   pQuantRawTable is null velStsBadArgErr    qualityFactor below 1 */
+ORV_API VelStatus veliQuantFwdRawTableInit_JPEG_8u(Vel8u* pQuantRawTable, int qualityFactor);
+ORV_API VelStatus orviQuantFwdRawTableInit_JPEG_8u(Vel8u* pQuantRawTable, int qualityFactor);
+
+/* The encoder's table from a raw one: reciprocals 32768 / step, rounded to the nearest integer. A step of 1 gives
+ * 32768. velStsNullPtrErr   a pointer is null velStsDivByZero    done; a step of zero was given 65535 */
+ORV_API VelStatus veliQuantFwdTableInit_JPEG_8u16u(const Vel8u* pQuantRawTable, Vel16u* pQuantFwdTable);
+ORV_API VelStatus orviQuantFwdTableInit_JPEG_8u16u(const Vel8u* pQuantRawTable, Vel16u* pQuantFwdTable);
+
+/* The decoder's table from a raw one: the steps themselves, in natural order.
+ *   velStsNullPtrErr   a pointer is null */
+ORV_API VelStatus veliQuantInvTableInit_JPEG_8u16u(const Vel8u* pQuantRawTable, Vel16u* pQuantInvTable);
+ORV_API VelStatus orviQuantInvTableInit_JPEG_8u16u(const Vel8u* pQuantRawTable, Vel16u* pQuantInvTable);
+
+/* Constants of the JPEG entropy coders (ITU-T T.81, figure A.6 and F.1.2), for programs with coders of their own. */
+ORV_API extern const Vel32s own_pj_izigzag_index[72]; /* natural position of each zigzag index; then eight times 63,
+                                                         where a run past the block's end lands */
+ORV_API extern const Vel32s own_pj_csize[256];        /* significant bits of the index */
+ORV_API extern const Vel32s own_pj_eobsize[512];      /* floor(log2(index)), 0 for 0 */
+/* For a magnitude category n: 2^(n-1), and 1 - 2^n; both 0 for n = 0. A received value below the first is negative and
+ * has the second added (T.81, F.2.2.1). */
+ORV_API extern const Vel32s own_pj_extend_test[16];
+ORV_API extern const Vel32s own_pj_twoexpnminusone[16];
+ORV_API extern const Vel32s own_pj_extend_offset[16];
+ORV_API extern const Vel32s own_pj_lowest_coef[16];
+
+/* ---- JPEG: inverse DCT -------------------------------------------------------------------------------------- */
+
+/* 64 quantised coefficients in natural order to a block of 8 by 8 samples: dequantise (the low 16 bits of each
+ * product), inverse DCT (ITU-T T.81, A.3.3) in 16-bit fixed point, add 128, clamp to 0..255. Within one unit of the
+ * exact transform, rounded. The reduced forms read only the 4x4, 2x2 or 1x1 coefficients of lowest frequency, take the
+ * others as zero, and write all 8 by 8 samples. 4x4 and 2x2 give the very samples that the full form gives for such a
+ * block; 1x1 gives the dequantised DC >> 3 (32-bit product, arithmetic shift, no rounding) plus 128. velStsNullPtrErr
+ * pSrc or pDst is null velStsStepErr      dstStep below 1 velStsNullPtrErr   pQuantInvTable is null */
+ORV_API VelStatus veliDCTQuantInv8x8LS_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
+                                                      const Vel16u* pQuantInvTable);
+ORV_API VelStatus orviDCTQuantInv8x8LS_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
+                                                      const Vel16u* pQuantInvTable);
+ORV_API VelStatus veliDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
+                                                          const Vel16u* pQuantInvTable);
+ORV_API VelStatus orviDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
+                                                          const Vel16u* pQuantInvTable);
+ORV_API VelStatus veliDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
+                                                          const Vel16u* pQuantInvTable);
+ORV_API VelStatus orviDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
+                                                          const Vel16u* pQuantInvTable);
+ORV_API VelStatus veliDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
+                                                          const Vel16u* pQuantInvTable);
+ORV_API VelStatus orviDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
+                                                          const Vel16u* pQuantInvTable);
+
+/* ---- JPEG: Huffman decoding --------------------------------------------------------------------------------- */
+
+/* A decoder table: 1644 bytes, as veliDecodeHuffmanSpecGetBufSize_JPEG_8u tells. */
+typedef struct VeliDecodeHuffmanSpec VeliDecodeHuffmanSpec;
+/* A decoder state of 20 bytes. The block decoder keeps its state in the caller's variables instead. */
+typedef struct VeliDecodeHuffmanState VeliDecodeHuffmanState;
+
+/* The size of a decoder table in bytes.
+ *   velStsNullPtrErr   pSize is null */
+ORV_API VelStatus veliDecodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
+ORV_API VelStatus orviDecodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
+
+/* Builds a decoder table from what a DHT segment carries: the number of codes of each length 1..16 (16 bytes), and as
+ * many symbols as they add up to, by increasing code length (ITU-T T.81, annex C). velStsNullPtrErr         a pointer
+ * is null velStsJPEGHuffTableErr   more than 256 codes, or more codes of a length than it has room for; the table is
+ * cleared */
+ORV_API VelStatus veliDecodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
+                                                    VeliDecodeHuffmanSpec* pDecHuffSpec);
+ORV_API VelStatus orviDecodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
+                                                    VeliDecodeHuffmanSpec* pDecHuffSpec);
+
+/* Clears a state; allocates and clears one (released with StateFree, through the allocation hooks); releases one.
+ *   velStsNullPtrErr   the pointer is null, or a state could not be allocated, and *ppDecHuffState is left as it was */
+ORV_API VelStatus veliDecodeHuffmanStateInit_JPEG_8u(VeliDecodeHuffmanState* pDecHuffState);
+ORV_API VelStatus orviDecodeHuffmanStateInit_JPEG_8u(VeliDecodeHuffmanState* pDecHuffState);
+ORV_API VelStatus veliDecodeHuffmanStateInitAlloc_JPEG_8u(VeliDecodeHuffmanState** ppDecHuffState);
+ORV_API VelStatus orviDecodeHuffmanStateInitAlloc_JPEG_8u(VeliDecodeHuffmanState** ppDecHuffState);
+ORV_API VelStatus veliDecodeHuffmanStateFree_JPEG_8u(VeliDecodeHuffmanState* pDecHuffState);
+ORV_API VelStatus orviDecodeHuffmanStateFree_JPEG_8u(VeliDecodeHuffmanState* pDecHuffState);
+
+/* Decodes one block of a baseline scan (ITU-T T.81, F.2.2) to 64 coefficients in natural order.
+ * The caller keeps the decoder's state between blocks and clears it at the start of a scan and after each restart
+ * marker: pSrc, pSrcBitsLen        the stream, and where its next byte lies in it, in bits (a multiple of 8)
+ *   pPrefetchedBits,         bits that were taken from the stream and not used: the low *pNumValidPrefetchedBits of
+ *   pNumValidPrefetchedBits  *pPrefetchedBits, the next one highest
+ *   pLastDC                  the DC of the component's previous block
+ *   pMarker                  the code of a marker that the decoder met (0xD9 for FF D9), else 0. While it is positive
+ *                            nothing more is read; the byte position is then just behind the marker
+ * The stream must end in a marker: nothing behind a marker's two bytes is read. Bytes are taken while fewer than 25
+ * bits are in store: before every code, and before extra bits that the store does not hold. FF 00 stands for a byte FF.
+ *   velStsNullPtrErr        pSrc or pSrcBitsLen is null
+ *   velStsBadArgErr         *pSrcBitsLen below 0
+ *   velStsNullPtrErr        pDst, pLastDC, pMarker, pPrefetchedBits or pNumValidPrefetchedBits is null
+ *   velStsBadArgErr         *pNumValidPrefetchedBits below 0, or above 32, which the store cannot hold
+ *   velStsNullPtrErr        a table is null
+ *   velStsJPEGDCTRangeErr   a code that is none, or a DC category above 15
+ *   velStsJPEGOutOfBufErr   a coefficient's extra bits end at a marker
+ * The last two leave what was decoded before. When the bits end at a marker in front of or within a code, the result is
+ * velStsNoErr, and the coefficients that are missing are zero. A run past the block's end lands in the last
+ * coefficient. */
+ORV_API VelStatus veliDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const Vel8u* pSrc, int* pSrcBitsLen, Vel16s* pDst,
+                                                            Vel16s* pLastDC, int* pMarker, Vel32u* pPrefetchedBits,
+                                                            int* pNumValidPrefetchedBits,
+                                                            const VeliDecodeHuffmanSpec* pDcTable,
+                                                            const VeliDecodeHuffmanSpec* pAcTable);
+ORV_API VelStatus orviDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const Vel8u* pSrc, int* pSrcBitsLen, Vel16s* pDst,
+                                                            Vel16s* pLastDC, int* pMarker, Vel32u* pPrefetchedBits,
+                                                            int* pNumValidPrefetchedBits,
+                                                            const VeliDecodeHuffmanSpec* pDcTable,
+                                                            const VeliDecodeHuffmanSpec* pAcTable);
+
+/* ---- JPEG: fused decoding ----------------------------------------------------------------------------------- */
+
+/* The scratch for numBlocks blocks: *pSize bytes at a multiple of *pAlignment. Nothing is checked. */
+ORV_API VelStatus orvizkDCTQuantInv8x8TmpBufferSize(int* pSize, int* pAlignment, int numBlocks);
+
+/* Allocate and release a decoder table; the allocation is orvzkMallocAligned's, and so is its status. Null may be
+ * freed. */
+ORV_API VelStatus orvizkDecodeHuffmanSpecAlloc_JPEG_8u(VeliDecodeHuffmanSpec** ppDecHuffSpec);
+ORV_API VelStatus orvizkDecodeHuffmanSpecFree_JPEG_8u(VeliDecodeHuffmanSpec* pDecHuffSpec);
+
+/* Allocate and release an inverse quantisation table, with the C library's malloc.
+ *   velStsErr   the allocation failed; *ppQuantInvTable is null */
+ORV_API VelStatus orvizkQuantInvTableAlloc(Vel16u** ppQuantInvTable);
+ORV_API VelStatus orvizkQuantInvTableFree(Vel16u* pQuantInvTable);
+/* orviQuantInvTableInit_JPEG_8u16u and orviDCTQuantInv8x8LS_JPEG_16s8u_C1R under names of this group. */
+ORV_API VelStatus orvizkQuantInvTableInit_JPEG_8u16u(const Vel8u* pQuantRawTable, Vel16u* pQuantInvTable);
+ORV_API VelStatus orvizkDCTQuantInv8x8LS_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
+                                                        const Vel16u* pQuantInvTable);
+
+/* One 4:2:0 MCU to interleaved RGB: six inverse transforms into pTmp, then orviYUV420ToRGB_8u_P3C3R, whose colours
+ * these are (analogue video's, not JFIF's). pSrcMCU            six blocks of 64 coefficients: luma top left, top right,
+ * bottom left, bottom right; Cb; Cr pTmp               384 bytes: afterwards the luma plane (16 by 16, step 16), Cb at
+ * 256 and Cr at 320 (8 by 8, step 8) pQuantInvTables    the table of each block roiSize            how much of the 16
+ * by 16 tile is converted; no more than that is checked of it The result is the first status other than 0 of the six
+ * transforms, which ends the work, or the conversion's. */
+ORV_API VelStatus orvizkDCTQuantInv8x8LS_JPEG_16s8u_YUV420ToRGB_8u_P3C3R(const Vel16s* pSrcMCU, Vel8u* pTmp,
+                                                                         const Vel16u* const pQuantInvTables[6],
+                                                                         Vel8u* pDst, int dstStep, VeliSize roiSize);
+
+/* One 4:2:0 MCU of samples centred on zero to a tile of 16 by 16 pixels of interleaved RGB, in JFIF's colours: each
+ * pixel is what computeRGBFromYUV_JPEG_F32_U8 gives. pSrcBlocks[0]: four luma blocks of 64, in the order above;
+ * pSrcBlocks[1], [2]: Cb and Cr, each sample serving its block of 2 by 2 pixels. Nothing is checked. */
+ORV_API VelStatus orvizkYUV420ToRGB888LS_MCU_S16_U8_P3C3(const Vel16s* const pSrcBlocks[3], Vel8u* pDst, int dstStep);
+
+/* One pixel (JFIF's equations, ITU-T T.871): with Y = 128 + y,
+ *   R = Y + 1.402 cr + 0 cb      G = Y - 0.34414 cb - 0.71414 cr      B = Y + 1.772 cb + 0 cr
+ * in extended precision with double-precision constants, rounded to single precision, clamped to 0..255 by clip_F32;
+ * then 0.5 is added and the fraction cut off. A NaN gives 0. The result is 0. */
+ORV_API int computeRGBFromYUV_JPEG_F32_U8(float y, float cb, float cr, Vel8u* pR, Vel8u* pG, Vel8u* pB);
+/* high where x > high, low where x < low, else x, which a NaN is. */
+ORV_API float clip_F32(float low, float high, float x);
+
+/* ---- All status codes --------------------------------------------------------------------------------------- */
+
+enum {
+  velStsNotSupportedModeErr = -9999,
+  velStsCpuNotSupportedErr = -9998,
+  velStsDitherTypeErr = -224,
+  velStsH264BufferFullErr = -223,
+  velStsWrongAffinitySettingErr = -222,
+  velStsLoadDynErr = -221,
+  velStsPointAtInfinity = -220,
+  velStsI18nUnsupportedErr = -219,
+  velStsI18nMsgCatalogOpenErr = -218,
+  velStsI18nMsgCatalogCloseErr = -217,
+  velStsUnknownStatusCodeErr = -216,
+  velStsOFBSizeErr = -215,
+  velStsLzoBrokenStreamErr = -214,
+  velStsRoundModeNotSupportedErr = -213,
+  velStsDecimateFractionErr = -212,
+  velStsWeightErr = -211,
+  velStsQualityIndexErr = -210,
+  velStsIIRPassbandRippleErr = -209,
+  velStsFilterFrequencyErr = -208,
+  velStsFIRGenOrderErr = -207,
+  velStsIIRGenOrderErr = -206,
+  velStsConvergeErr = -205,
+  velStsSizeMatchMatrixErr = -204,
+  velStsCountMatrixErr = -203,
+  velStsRoiShiftMatrixErr = -202,
+  velStsResizeNoOperationErr = -201,
+  velStsSrcDataErr = -200,
+  velStsMaxLenHuffCodeErr = -199,
+  velStsCodeLenTableErr = -198,
+  velStsFreqTableErr = -197,
+  velStsIncompleteContextErr = -196,
+  velStsSingularErr = -195,
+  velStsSparseErr = -194,
+  velStsBitOffsetErr = -193,
+  velStsQPErr = -192,
+  velStsVLCErr = -191,
+  velStsRegExpOptionsErr = -190,
+  velStsRegExpErr = -189,
+  velStsRegExpMatchLimitErr = -188,
+  velStsRegExpQuantifierErr = -187,
+  velStsRegExpGroupingErr = -186,
+  velStsRegExpBackRefErr = -185,
+  velStsRegExpChClassErr = -184,
+  velStsRegExpMetaChErr = -183,
+  velStsStrideMatrixErr = -182,
+  velStsCTRSizeErr = -181,
+  velStsJPEG2KCodeBlockIsNotAttached = -180,
+  velStsNotPosDefErr = -179,
+  velStsEphemeralKeyErr = -178,
+  velStsMessageErr = -177,
+  velStsShareKeyErr = -176,
+  velStsIvalidPublicKey = -175,
+  velStsIvalidPrivateKey = -174,
+  velStsOutOfECErr = -173,
+  velStsECCInvalidFlagErr = -172,
+  velStsMP3FrameHeaderErr = -171,
+  velStsMP3SideInfoErr = -170,
+  velStsBlockStepErr = -169,
+  velStsMBStepErr = -168,
+  velStsAacPrgNumErr = -167,
+  velStsAacSectCbErr = -166,
+  velStsAacSfValErr = -164,
+  velStsAacCoefValErr = -163,
+  velStsAacMaxSfbErr = -162,
+  velStsAacPredSfbErr = -161,
+  velStsAacPlsDataErr = -160,
+  velStsAacGainCtrErr = -159,
+  velStsAacSectErr = -158,
+  velStsAacTnsNumFiltErr = -157,
+  velStsAacTnsLenErr = -156,
+  velStsAacTnsOrderErr = -155,
+  velStsAacTnsCoefResErr = -154,
+  velStsAacTnsCoefErr = -153,
+  velStsAacTnsDirectErr = -152,
+  velStsAacTnsProfileErr = -151,
+  velStsAacErr = -150,
+  velStsAacBitOffsetErr = -149,
+  velStsAacAdtsSyncWordErr = -148,
+  velStsAacSmplRateIdxErr = -147,
+  velStsAacWinLenErr = -146,
+  velStsAacWinGrpErr = -145,
+  velStsAacWinSeqErr = -144,
+  velStsAacComWinErr = -143,
+  velStsAacStereoMaskErr = -142,
+  velStsAacChanErr = -141,
+  velStsAacMonoStereoErr = -140,
+  velStsAacStereoLayerErr = -139,
+  velStsAacMonoLayerErr = -138,
+  velStsAacScalableErr = -137,
+  velStsAacObjTypeErr = -136,
+  velStsAacWinShapeErr = -135,
+  velStsAacPcmModeErr = -134,
+  velStsVLCUsrTblHeaderErr = -133,
+  velStsVLCUsrTblUnsupportedFmtErr = -132,
+  velStsVLCUsrTblEscAlgTypeErr = -131,
+  velStsVLCUsrTblEscCodeLengthErr = -130,
+  velStsVLCUsrTblCodeLengthErr = -129,
+  velStsVLCInternalTblErr = -128,
+  velStsVLCInputDataErr = -127,
+  velStsVLCAACEscCodeLengthErr = -126,
+  velStsNoiseRangeErr = -125,
+  velStsUnderRunErr = -124,
+  velStsPaddingErr = -123,
+  velStsCFBSizeErr = -122,
+  velStsPaddingSchemeErr = -121,
+  velStsInvalidCryptoKeyErr = -120,
+  velStsLengthErr = -119,
+  velStsBadModulusErr = -118,
+  velStsLPCCalcErr = -117,
+  velStsRCCalcErr = -116,
+  velStsIncorrectLSPErr = -115,
+  velStsNoRootFoundErr = -114,
+  velStsJPEG2KBadPassNumber = -113,
+  velStsJPEG2KDamagedCodeBlock = -112,
+  velStsH263CBPYCodeErr = -111,
+  velStsH263MCBPCInterCodeErr = -110,
+  velStsH263MCBPCIntraCodeErr = -109,
+  velStsNotEvenStepErr = -108,
+  velStsHistoNofLevelsErr = -107,
+  velStsLUTNofLevelsErr = -106,
+  velStsMP4BitOffsetErr = -105,
+  velStsMP4QPErr = -104,
+  velStsMP4BlockIdxErr = -103,
+  velStsMP4BlockTypeErr = -102,
+  velStsMP4MVCodeErr = -101,
+  velStsMP4VLCCodeErr = -100,
+  velStsMP4DCCodeErr = -99,
+  velStsMP4FcodeErr = -98,
+  velStsMP4AlignErr = -97,
+  velStsMP4TempDiffErr = -96,
+  velStsMP4BlockSizeErr = -95,
+  velStsMP4ZeroBABErr = -94,
+  velStsMP4PredDirErr = -93,
+  velStsMP4BitsPerPixelErr = -92,
+  velStsMP4VideoCompModeErr = -91,
+  velStsMP4LinearModeErr = -90,
+  velStsH263PredModeErr = -83,
+  velStsH263BlockStepErr = -82,
+  velStsH263MBStepErr = -81,
+  velStsH263FrameWidthErr = -80,
+  velStsH263FrameHeightErr = -79,
+  velStsH263ExpandPelsErr = -78,
+  velStsH263PlaneStepErr = -77,
+  velStsH263QuantErr = -76,
+  velStsH263MVCodeErr = -75,
+  velStsH263VLCCodeErr = -74,
+  velStsH263DCCodeErr = -73,
+  velStsH263ZigzagLenErr = -72,
+  velStsFBankFreqErr = -71,
+  velStsFBankFlagErr = -70,
+  velStsFBankErr = -69,
+  velStsNegOccErr = -67,
+  velStsCdbkFlagErr = -66,
+  velStsSVDCnvgErr = -65,
+  velStsJPEGHuffTableErr = -64,
+  velStsJPEGDCTRangeErr = -63,
+  velStsJPEGOutOfBufErr = -62,
+  velStsDrawTextErr = -61,
+  velStsChannelOrderErr = -60,
+  velStsZeroMaskValuesErr = -59,
+  velStsQuadErr = -58,
+  velStsRectErr = -57,
+  velStsCoeffErr = -56,
+  velStsNoiseValErr = -55,
+  velStsDitherLevelsErr = -54,
+  velStsNumChannelsErr = -53,
+  velStsCOIErr = -52,
+  velStsDivisorErr = -51,
+  velStsAlphaTypeErr = -50,
+  velStsGammaRangeErr = -49,
+  velStsGrayCoefSumErr = -48,
+  velStsChannelErr = -47,
+  velStsToneMagnErr = -46,
+  velStsToneFreqErr = -45,
+  velStsTonePhaseErr = -44,
+  velStsTrnglMagnErr = -43,
+  velStsTrnglFreqErr = -42,
+  velStsTrnglPhaseErr = -41,
+  velStsTrnglAsymErr = -40,
+  velStsHugeWinErr = -39,
+  velStsJaehneErr = -38,
+  velStsStrideErr = -37,
+  velStsEpsValErr = -36,
+  velStsWtOffsetErr = -35,
+  velStsAnchorErr = -34,
+  velStsMaskSizeErr = -33,
+  velStsShiftErr = -32,
+  velStsSampleFactorErr = -31,
+  velStsSamplePhaseErr = -30,
+  velStsFIRMRFactorErr = -29,
+  velStsFIRMRPhaseErr = -28,
+  velStsRelFreqErr = -27,
+  velStsFIRLenErr = -26,
+  velStsIIROrderErr = -25,
+  velStsDlyLineIndexErr = -24,
+  velStsResizeFactorErr = -23,
+  velStsInterpolationErr = -22,
+  velStsMirrorFlipErr = -21,
+  velStsMoment00ZeroErr = -20,
+  velStsThreshNegLevelErr = -19,
+  velStsThresholdErr = -18,
+  velStsContextMatchErr = -17,
+  velStsFftFlagErr = -16,
+  velStsFftOrderErr = -15,
+  velStsStepErr = -14,
+  velStsScaleRangeErr = -13,
+  velStsDataTypeErr = -12,
+  velStsOutOfRangeErr = -11,
+  velStsDivByZeroErr = -10,
+  velStsMemAllocErr = -9,
+  velStsNullPtrErr = -8,
+  velStsRangeErr = -7,
+  velStsSizeErr = -6,
+  velStsBadArgErr = -5,
+  velStsNoMemErr = -4,
+  velStsSAReservedErr3 = -3,
+  velStsErr = -2,
+  velStsSAReservedErr1 = -1,
+  velStsNoErr = 0,
+  velStsNoOperation = 1,
+  velStsMisalignedBuf = 2,
+  velStsSqrtNegArg = 3,
+  velStsInvZero = 4,
+  velStsEvenMedianMaskSize = 5,
+  velStsDivByZero = 6,
+  velStsLnZeroArg = 7,
+  velStsLnNegArg = 8,
+  velStsNanArg = 9,
+  velStsJPEGMarker = 10,
+  velStsResFloor = 11,
+  velStsOverflow = 12,
+  velStsLSFLow = 13,
+  velStsLSFHigh = 14,
+  velStsLSFLowAndHigh = 15,
+  velStsZeroOcc = 16,
+  velStsUnderflow = 17,
+  velStsSingularity = 18,
+  velStsDomain = 19,
+  velStsNonNemlorCpu = 20,
+  velStsCpuMismatch = 21,
+  velStsNoVelFunctionFound = 22,
+  velStsDllNotFoundBestUsed = 23,
+  velStsNoOperationInDll = 24,
+  velStsInsufficientEntropy = 25,
+  velStsOvermuchStrings = 26,
+  velStsOverlongString = 27,
+  velStsAffineQuadChanged = 28,
+  velStsWrongIntersectROI = 29,
+  velStsWrongIntersectQuad = 30,
+  velStsSmallerCodebook = 31,
+  velStsSrcSizeLessExpected = 32,
+  velStsDstSizeLessExpected = 33,
+  velStsStreamEnd = 34,
+  velStsDoubleSize = 35,
+  velStsNotSupportedCpu = 36,
+  velStsUnknownCacheSize = 37,
+  velStsSymKernelExpected = 38,
+  velStsEvenMedianWeight = 39,
+  velStsWrongIntersectVOI = 40,
+  velStsI18nMsgCatalogInvalid = 41,
+  velStsI18nGetMessageFail = 42,
+  velStsWaterfall = 43,
+  velStsPrevLibraryUsed = 44,
+  velStsLLADisabled = 45,
+  velStsNoAntialiasing = 46,
+  velStsRepetitiveSrcData = 47,
+};
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

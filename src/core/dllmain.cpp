@@ -1,0 +1,16 @@
+// What runs when the library is loaded.
+#include "orv.h"
+
+extern "C" {
+// Both keep external linkage and are made local by the linker's version script, so that a debugger finds them.
+void orvInit(void);
+void orvDeInit(void);
+}
+
+void orvInit(void) {
+  orvStaticInit();
+}  // its status does not matter: a path is selected in any case
+void orvDeInit(void) {}
+
+// The two run in this order when the library is loaded; nothing runs when it is unloaded.
+__attribute__((section(".init_array"), used)) static void (*const kLoadRoutines[])(void) = {orvInit, orvDeInit};

@@ -1,0 +1,47 @@
+// The entry points vel... and their forwarders orv..., made from the list of primitives.
+//
+// An entry point finds itself, loads the index and jumps through its table. Arguments and return address stay where they are,
+// so the body is called as its caller meant it, whatever its signature.
+
+        .text
+
+#ifdef __x86_64__
+        .macro  entry name
+        movslq  ownJumpIndex(%rip), %rax
+        leaq    own_\name\()_slots(%rip), %r11
+        jmp     *(%r11,%rax,8)
+        .endm
+#else
+        .type   ownHere, @function
+ownHere:
+        movl    (%esp), %eax
+        ret
+
+        .macro  entry name
+        call    ownHere
+.Lhere_\name:
+        movl    ownJumpIndex - .Lhere_\name\()(%eax), %ecx
+        jmp     *own_\name\()_slots - .Lhere_\name\()(%eax,%ecx,4)
+        .endm
+#endif
+
+        .macro  primitive name
+        .hidden own_\name\()_slots
+        .globl  vel\name, orv\name
+        .type   vel\name, @function
+        .type   orv\name, @function
+        .p2align 4
+vel\name:
+.Lvel_\name:
+        entry   \name
+        .size   vel\name, . - vel\name
+orv\name:
+        jmp     .Lvel_\name
+        .size   orv\name, . - orv\name
+        .endm
+
+        .hidden ownJumpIndex
+#define ORV_PRIMITIVE(name, pattern) primitive name
+#include "primitives.def"
+
+        .section .note.GNU-stack, "", @progbits

@@ -1,0 +1,92 @@
+// The JFIF conversion of one 4:2:0 MCU, in integers.
+//
+// Luma is an integer, so a pixel's channel is clamp(128 + y + t), where t is what chroma adds, rounded: half up, since
+// a sum that lies exactly on a half does so in single precision too. For chroma of -128..127 the fixed point below
+// gives every t exactly; tests compare all of them with computeRGBFromYUV_JPEG_F32_U8, which also converts MCUs with
+// chroma outside.
+#include "jpeg/mcu.h"
+#include "color/interleave.h"
+#include "image/checks.h"
+
+namespace {
+
+// What eight chroma samples add to luma, with the level shift: words.
+struct Terms {
+  Vec r, g, b;
+};
+
+// A product's fraction of 8 bits, rounded to an integer. The 1 makes up for what truncation takes from an exact half;
+// other sums keep a larger distance from one.
+ORV_INLINE Vec rounded8(Vec v) {
+  return _mm_srai_epi16(_mm_add_epi16(v, all16(129)), 8);
+}
+
+// c k / 2^16 with 8 bits of fraction.
+ORV_INLINE Vec scaled(Vec c, int k) {
+  return _mm_mulhi_epi16(_mm_slli_epi16(c, 8), all16(k));
+}
+
+// -0.34414 cb - 0.71414 cr for four pairs (cb, cr), rounded. Sums are multiples of 0.00002, so 23 bits of fraction tell
+// them from a half; the weights are split into 15 high bits and 8 low ones.
+constexpr int kFraction = 23, kLowBits = 8;
+constexpr int kCbWeight = -2886858, kCrWeight = -5990648;
+ORV_INLINE Vec weights(int cb, int cr) {
+  return all32(int((unsigned(cb) & 0xFFFF) | unsigned(cr) << 16));
+}
+ORV_INLINE Vec green(Vec pairs) {
+  const Vec high = _mm_madd_epi16(pairs, weights(kCbWeight >> kLowBits, kCrWeight >> kLowBits));
+  const Vec low = _mm_madd_epi16(pairs, weights(kCbWeight & 255, kCrWeight & 255));
+  const Vec sum = _mm_add_epi32(_mm_slli_epi32(high, kLowBits), low);
+  return _mm_srai_epi32(_mm_add_epi32(sum, all32((1 << (kFraction - 1)) + 84)), kFraction);
+}
+
+ORV_INLINE Terms terms(Vec cb, Vec cr) {
+  const Vec level = all16(128);
+  const Vec g = _mm_packs_epi32(green(_mm_unpacklo_epi16(cb, cr)), green(_mm_unpackhi_epi16(cb, cr)));
+  // 1.402 cr = cr + 0.402 cr; 1.772 cb = 2 cb - 0.228 cb
+  const Vec r = _mm_add_epi16(cr, rounded8(scaled(cr, 26345)));
+  const Vec b = _mm_add_epi16(_mm_add_epi16(cb, cb), rounded8(scaled(cb, -14942)));
+  return {_mm_add_epi16(r, level), _mm_add_epi16(g, level), _mm_add_epi16(b, level)};
+}
+
+// A row of sixteen pixels from eight luma samples of each of two blocks, with terms that serve two pixels each.
+ORV_INLINE Vec channel(Vec left, Vec right, Vec term) {
+  return _mm_packus_epi16(_mm_adds_epi16(left, _mm_unpacklo_epi16(term, term)),
+                          _mm_adds_epi16(right, _mm_unpackhi_epi16(term, term)));
+}
+ORV_INLINE void convertRow(const Vel16s* left, const Vel16s* right, const Terms& t, Vel8u* dst) {
+  const Vec l = load(left), r = load(right);
+  storeC3(dst, Rgb16<kNatural>{channel(l, r, t.r), channel(l, r, t.g), channel(l, r, t.b)});
+}
+
+// All 64 samples lie in -128..127.
+ORV_INLINE bool isSmall(const Vel16s* block) {
+  Vec outside = zero();
+  for (int i = 0; i < 64; i += 8) outside = _mm_or_si128(outside, _mm_add_epi16(load(block + i), all16(128)));
+  return allZero(_mm_srli_epi16(outside, 8));
+}
+
+void convertOneByOne(const Vel16s* pLuma, const Vel16s* pCb, const Vel16s* pCr, Vel8u* pDst, int dstStep) {
+  for (int y = 0; y < 16; ++y)
+    for (int x = 0; x < 16; ++x) {
+      const Vel16s* block = pLuma + 64 * (y / 8 * 2 + x / 8);
+      const int c = y / 2 * 8 + x / 2;
+      Vel8u* const p = rowOf(pDst, dstStep, y) + 3 * x;
+      computeRGBFromYUV_JPEG_F32_U8(block[y % 8 * 8 + x % 8], pCb[c], pCr[c], p, p + 1, p + 2);
+    }
+}
+
+}  // namespace
+
+ORV_KERNEL void ORV_NAME(ownpj_YUV420ToRGB888LS_MCU)(const Vel16s* pLuma, const Vel16s* pCb, const Vel16s* pCr,
+                                                     Vel8u* pDst, int dstStep) {
+  if (!isSmall(pCb) || !isSmall(pCr)) {
+    convertOneByOne(pLuma, pCb, pCr, pDst, dstStep);
+    return;
+  }
+  for (int j = 0; j < 8; ++j) {
+    const Terms t = terms(load(pCb + 8 * j), load(pCr + 8 * j));
+    const Vel16s* const left = pLuma + j / 4 * 128 + j % 4 * 16;
+    for (int i = 0; i < 2; ++i) convertRow(left + 8 * i, left + 64 + 8 * i, t, rowOf(pDst, dstStep, 2 * j + i));
+  }
+}

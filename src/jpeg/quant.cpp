@@ -1,0 +1,74 @@
+// Quantisation tables: scaling by quality, and the encoder's and decoder's forms.
+#include "core/simd.h"
+#include "image/checks.h"
+#include "image/convert.h"
+#include "jpeg/tables.h"
+
+// 64 words from zigzag to natural order. A table is built once a picture, so this is plain.
+ORV_KERNEL_A VelStatus ORV_NAME(veliZigzagInv8x8_16s_C1)(const Vel16s* pSrc, Vel16s* pDst) {
+  ORV_CHECK(checkPointers(pSrc, pDst));
+  for (int n = 0; n < 64; ++n) pDst[n] = pSrc[zigzag_index_Fwd[n]];
+  return velStsNoErr;
+}
+
+namespace {
+
+// A raw table, widened, in natural order.
+ORV_INLINE VelStatus naturalOrder(const Vel8u* pQuantRawTable, Vel16s natural[64]) {
+  Vel16u zigzag[64];
+  ORV_CHECK(ORV_NAME(veliConvert_8u16u_C1R)(pQuantRawTable, 64, zigzag, 128, VeliSize{64, 1}));
+  return ORV_NAME(veliZigzagInv8x8_16s_C1)(reinterpret_cast<Vel16s*>(zigzag), natural);
+}
+
+// 32768 / q rounded, for four q of 0..255; 65535 for zero. No quotient lies halfway between two integers, so this is
+// the whole part of (65536 + q) / 2q; that misses the next integer by 2^-16 of itself at least, which leaves a division
+// in single precision right in every rounding mode of the caller's.
+ORV_INLINE Vec reciprocals(Vec q) {
+  const Vec isZero = _mm_cmpeq_epi32(q, zero());
+  const Vec divisor = _mm_sub_epi32(q, isZero);
+  const __m128 ratio = _mm_div_ps(_mm_cvtepi32_ps(_mm_add_epi32(all32(65536), divisor)),
+                                  _mm_cvtepi32_ps(_mm_add_epi32(divisor, divisor)));
+  return _mm_or_si128(_mm_cvttps_epi32(ratio), _mm_and_si128(isZero, all32(65535)));
+}
+// The low words of eight dwords.
+ORV_INLINE Vec lowWords(Vec a, Vec b) {
+  return _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(a, 16), 16), _mm_srai_epi32(_mm_slli_epi32(b, 16), 16));
+}
+
+}  // namespace
+
+// ---- Bodies
+
+ORV_BODY_A(veliQuantFwdRawTableInit_JPEG_8u)(Vel8u* pQuantRawTable, int qualityFactor) {
+  ORV_CHECK(checkPointers(pQuantRawTable));
+  if (qualityFactor < 1) return velStsBadArgErr;
+  if (qualityFactor > 100) qualityFactor = 100;  // more makes every entry 1 as well, and could overflow
+  const int scale = qualityFactor < 50 ? 5000 / qualityFactor : 200 - 2 * qualityFactor;
+  for (int i = 0; i < 64; ++i) {
+    const int t = (pQuantRawTable[i] * scale + 50) / 100;
+    pQuantRawTable[i] = Vel8u(t < 1 ? 1 : t > 255 ? 255 : t);
+  }
+  return velStsNoErr;
+}
+
+ORV_BODY_A(veliQuantFwdTableInit_JPEG_8u16u)(const Vel8u* pQuantRawTable, Vel16u* pQuantFwdTable) {
+  ORV_CHECK(checkPointers(pQuantRawTable, pQuantFwdTable));
+  Vel16s natural[64];
+  ORV_CHECK(naturalOrder(pQuantRawTable, natural));
+  Vec anyZero = zero();
+  for (int i = 0; i < 64; i += 8) {
+    const Vec q = load(natural + i);
+    anyZero = _mm_or_si128(anyZero, _mm_cmpeq_epi16(q, zero()));
+    store(pQuantFwdTable + i,
+          lowWords(reciprocals(_mm_unpacklo_epi16(q, zero())), reciprocals(_mm_unpackhi_epi16(q, zero()))));
+  }
+  return allZero(anyZero) ? velStsNoErr : velStsDivByZero;
+}
+
+ORV_BODY_A(veliQuantInvTableInit_JPEG_8u16u)(const Vel8u* pQuantRawTable, Vel16u* pQuantInvTable) {
+  ORV_CHECK(checkPointers(pQuantInvTable, pQuantRawTable));
+  Vel16s natural[64];
+  ORV_CHECK(naturalOrder(pQuantRawTable, natural));
+  memcpy(pQuantInvTable, natural, sizeof natural);
+  return velStsNoErr;
+}

@@ -1,0 +1,18 @@
+// Copying, clearing and allocating vectors: this path's helpers for all families.
+#pragma once
+#include "core/path.h"
+
+// Copy and clear len elements; source and destination do not overlap.
+//   velStsNullPtrErr   pSrc, then pDst is null
+//   velStsSizeErr      len below 1
+ORV_KERNEL VelStatus ORV_NAME(velsCopy_8u)(const Vel8u* pSrc, Vel8u* pDst, int len);
+ORV_KERNEL VelStatus ORV_NAME(velsCopy_16s)(const Vel16s* pSrc, Vel16s* pDst, int len);
+ORV_KERNEL VelStatus ORV_NAME(velsCopy_32s)(const Vel32s* pSrc, Vel32s* pDst, int len);
+ORV_KERNEL VelStatus ORV_NAME(velsZero_8u)(Vel8u* pDst, int len);
+ORV_KERNEL VelStatus ORV_NAME(velsZero_16s)(Vel16s* pDst, int len);
+ORV_KERNEL VelStatus ORV_NAME(velsZero_32s)(Vel32s* pDst, int len);
+
+// velMalloc for len elements, and velFree. The size in bytes is not checked for overflow.
+ORV_KERNEL Vel8u* ORV_NAME(velsMalloc_8u)(int len);
+ORV_KERNEL Vel32f* ORV_NAME(velsMalloc_32f)(int len);
+ORV_KERNEL void ORV_NAME(velsFree)(void* ptr);
