@@ -34,8 +34,8 @@ constexpr RowTable kRow17 = rowTable(31521, 29692, 26722, 22725, 17855, 12299, 6
 constexpr RowTable kRow26 = rowTable(29692, 27969, 25172, 21407, 16819, 11585, 5906);
 constexpr RowTable kRow35 = rowTable(26722, 25172, 22654, 19266, 15137, 10426, 5315);
 
-// Row results keep 3 of the tables' 14 bits. Row 0 reaches every sample of its column unchanged, so the half that rounds
-// the columns' final shift is added to it, where it costs nothing.
+// Row results keep 3 of the tables' 14 bits. Row 0 reaches every sample of its column unchanged, so the half that
+// rounds the columns' final shift is added to it, where it costs nothing.
 constexpr int kRowShift = 11, kColumnShift = 6;
 constexpr int kRound = 1 << (kRowShift - 1);
 constexpr int kRound0 = kRound + ((1 << (kColumnShift - 1)) << kRowShift);
