@@ -102,8 +102,6 @@ ORV_INLINE void storeAC4(Vel8u* dst, const Rgb16<kSplit>& p) {
 
 // ---- P3: sixteen bytes a plane
 
-ORV_INLINE Vec natural(Vec channel) {
-  return _mm_unpacklo_epi8(channel, _mm_srli_si128(channel, 8));
-}
+ORV_INLINE Vec natural(Vec channel) { return _mm_unpacklo_epi8(channel, _mm_srli_si128(channel, 8)); }
 
 }  // namespace

@@ -18,9 +18,7 @@ struct Regs {
   Vel32u field(int reg, int high, int low) const { return r[reg] >> low & ((2u << (high - low)) - 1); }
 };
 
-int leaf1(int reg, int bit) {
-  return Regs(1).bit(reg, bit);
-}
+int leaf1(int reg, int bit) { return Regs(1).bit(reg, bit); }
 
 // The mask of features; false where the processor has no CPUID, and then nothing is remembered.
 bool ownGetMaskFeatures(Vel64u* mask) {
@@ -131,12 +129,8 @@ VelStatus velSetCpuFeaturesMask(Vel64u mask) {
   ownFeaturesMask = mask;
   return velStsNoErr;
 }
-Vel64u velGetEnabledCpuFeatures(void) {
-  return ownFeaturesMask;
-}
-int ownGetFeature(Vel64u features) {
-  return (ownFeaturesMask & features) == features;
-}
+Vel64u velGetEnabledCpuFeatures(void) { return ownFeaturesMask; }
+int ownGetFeature(Vel64u features) { return (ownFeaturesMask & features) == features; }
 
 VelStatus velGetMaxCacheSizeB(int* pSizeByte) {
   constexpr VelStatus kNotYet = 1;
@@ -170,9 +164,7 @@ int vel_has_cpuid(void) {
   return ((before ^ after) & 0x200000) != 0;
 }
 
-int vel_max_cpuid_input(void) {
-  return int(Regs(0).r[EAX]);
-}
+int vel_max_cpuid_input(void) { return int(Regs(0).r[EAX]); }
 
 int vel_is_vendor_genuine(void) {
   // The maker's identification as CPUID leaf 0 returns it: four letters a register, the first in the lowest byte.
@@ -188,41 +180,21 @@ int vel_is_avx_extension(void) {
   return (low & 6) == 6;
 }
 
-int vel_has_rdtsc(void) {
-  return leaf1(EDX, 4);
-}
-int vel_is_mmx_extension(void) {
-  return leaf1(EDX, 23);
-}
-int vel_is_ssx_extension(void) {
-  return leaf1(EDX, 25);
-}
-int vel_is_wni_extension(void) {
-  return leaf1(EDX, 26);
-}
+int vel_has_rdtsc(void) { return leaf1(EDX, 4); }
+int vel_is_mmx_extension(void) { return leaf1(EDX, 23); }
+int vel_is_ssx_extension(void) { return leaf1(EDX, 25); }
+int vel_is_wni_extension(void) { return leaf1(EDX, 26); }
 int vel_is_htt_extension(void) {
   const Regs one(1);
   return one.bit(EDX, 28) && one.field(EBX, 23, 16) > 1;
 }
-int vel_is_pni_extension(void) {
-  return leaf1(ECX, 0);
-}
-int vel_is_mni_extension(void) {
-  return leaf1(ECX, 9);
-}
-int vel_is_sse41_extension(void) {
-  return leaf1(ECX, 19);
-}
-int vel_is_sse42_extension(void) {
-  return leaf1(ECX, 20);
-}
-int vel_is_movbe(void) {
-  return leaf1(ECX, 22);
-}
+int vel_is_pni_extension(void) { return leaf1(ECX, 0); }
+int vel_is_mni_extension(void) { return leaf1(ECX, 9); }
+int vel_is_sse41_extension(void) { return leaf1(ECX, 19); }
+int vel_is_sse42_extension(void) { return leaf1(ECX, 20); }
+int vel_is_movbe(void) { return leaf1(ECX, 22); }
 
-int vel_get_cores_on_die(void) {
-  return vel_max_cpuid_input() < 4 ? 1 : int(Regs(4).field(EAX, 31, 26) + 1);
-}
+int vel_get_cores_on_die(void) { return vel_max_cpuid_input() < 4 ? 1 : int(Regs(4).field(EAX, 31, 26) + 1); }
 
 int vel_is_em64t_extension(void) {
   const Vel32u highest = Regs(0x80000000).r[EAX];

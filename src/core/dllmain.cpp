@@ -7,9 +7,7 @@ void orvInit(void);
 void orvDeInit(void);
 }
 
-void orvInit(void) {
-  orvStaticInit();
-}  // its status does not matter: a path is selected in any case
+void orvInit(void) { orvStaticInit(); }  // its status does not matter: a path is selected in any case
 void orvDeInit(void) {}
 
 // The two run in this order when the library is loaded; nothing runs when it is unloaded.

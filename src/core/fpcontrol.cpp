@@ -7,9 +7,7 @@ namespace {
 constexpr Vel32u kSseRounding = 0x6000, kSseFlags = 0x3F;
 constexpr Vel32u kFpuRoundingAndPrecision = 0xF00;
 
-Vel32u merge(Vel32u old, Vel32u value, Vel32u mask) {
-  return (old & ~mask) | (value & mask);
-}
+Vel32u merge(Vel32u old, Vel32u value, Vel32u mask) { return (old & ~mask) | (value & mask); }
 
 void setControlWord(Vel32u cw) {
   const Vel16u word = Vel16u(cw);
@@ -25,9 +23,7 @@ Vel32u ps_get_ssx(void) {
   __asm__ volatile("stmxcsr %0" : "=m"(csr));
   return csr;
 }
-void vel_set_cw_ssx(Vel32u cw) {
-  __asm__ volatile("ldmxcsr %0" : : "m"(cw));
-}
+void vel_set_cw_ssx(Vel32u cw) { __asm__ volatile("ldmxcsr %0" : : "m"(cw)); }
 
 Vel32u ps_set_ssx(Vel32u value, Vel32u mask) {
   const Vel32u old = ps_get_ssx();
@@ -39,9 +35,7 @@ Vel32u vel_set_rc_ssx(Vel32u rc) {
   if ((old & kSseRounding) != rc) vel_set_cw_ssx((old & ~kSseRounding) | rc);  // the write is slow
   return old;
 }
-Vel32u vel_clear_ssx(void) {
-  return ps_set_ssx(0, kSseFlags);
-}
+Vel32u vel_clear_ssx(void) { return ps_set_ssx(0, kSseFlags); }
 
 int vel_tst_daz_ssx(void) {
   alignas(16) unsigned char area[512 + 12];  // 32-bit callers may have aligned the stack to 4 bytes only
@@ -70,12 +64,8 @@ Vel32u ps_set_cw_fpu(Vel32u value, Vel32u mask) {
   setControlWord(merge(old, value, mask));
   return old;
 }
-Vel32u vel_set_cw_fpu(Vel32u cw) {
-  return ps_set_cw_fpu(cw, 0xFFFF);
-}
-Vel32u vel_set_rcpc_fpu(Vel32u rcpc) {
-  return ps_set_cw_fpu(rcpc, kFpuRoundingAndPrecision);
-}
+Vel32u vel_set_cw_fpu(Vel32u cw) { return ps_set_cw_fpu(cw, 0xFFFF); }
+Vel32u vel_set_rcpc_fpu(Vel32u rcpc) { return ps_set_cw_fpu(rcpc, kFpuRoundingAndPrecision); }
 Vel32u ps_clear_fpu(void) {
   const Vel32u old = ps_get_sw_fpu();
   __asm__ volatile("fnclex");
@@ -86,16 +76,8 @@ Vel32u vel_control87(Vel32u value, Vel32u mask) {
   ps_set_cw_fpu(value, mask);
   return ps_get_cw_fpu();
 }
-Vel32u vel_status87(void) {
-  return ps_get_sw_fpu();
-}
-Vel32u vel_clear87(void) {
-  return ps_clear_fpu();
-}
+Vel32u vel_status87(void) { return ps_get_sw_fpu(); }
+Vel32u vel_clear87(void) { return ps_clear_fpu(); }
 
-int vel_isnan(double x) {
-  return __builtin_isnan(x);
-}
-int vel_finite(double x) {
-  return __builtin_isfinite(x);
-}
+int vel_isnan(double x) { return __builtin_isnan(x); }
+int vel_finite(double x) { return __builtin_isfinite(x); }

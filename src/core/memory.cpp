@@ -32,24 +32,28 @@ Raw rawOf(const void* p) {
 
 constexpr size_t kAlign = 32;
 
+// An allocator may expect the stack to be aligned to 16 bytes; 32-bit callers, the library's own bodies among them, may
+// not have it so.
+#define ALIGN_STACK __attribute__((force_align_arg_pointer))
+
 }  // namespace
 
-void* velMalloc(int len) {
+ALIGN_STACK void* velMalloc(int len) {
   if (len <= 0) return nullptr;
   const Raw raw = i_malloc(size_t(len) + kAlign + sizeof(Raw));
   return raw ? alignIn(raw, kAlign) : nullptr;
 }
-void velFree(void* ptr) {
+ALIGN_STACK void velFree(void* ptr) {
   if (ptr) i_free(rawOf(ptr));
 }
 
-VelStatus orvzkMallocAligned(void** ppMem, int size, int align) {
+ALIGN_STACK VelStatus orvzkMallocAligned(void** ppMem, int size, int align) {
   const Raw raw = malloc(size_t(size) + size_t(align) + sizeof(Raw) - 1);
   if (!raw) return velStsErr;
   *ppMem = alignIn(raw, size_t(align));
   return velStsNoErr;
 }
-VelStatus orvzkFreeAligned(void* pMem) {
+ALIGN_STACK VelStatus orvzkFreeAligned(void* pMem) {
   if (pMem) free(rawOf(pMem));
   return velStsNoErr;
 }

@@ -62,9 +62,7 @@ VelStatus velStaticInit(void) {
   const VelStatus status = selectByFeatures();
   return vel_has_cpuid() && vel_is_vendor_genuine() ? status : velStsNonNemlorCpu;
 }
-VelStatus velInit(void) {
-  return velStaticInit();
-}
+VelStatus velInit(void) { return velStaticInit(); }
 
 VelStatus velStaticInitCpu(VelCpuType cpu) {
   switch (cpu) {
@@ -103,14 +101,10 @@ VelStatus velStaticInitCpu(VelCpuType cpu) {
     default: return velStsCpuMismatch;
   }
 }
-VelStatus velInitCpu(VelCpuType cpu) {
-  return velStaticInitCpu(cpu);
-}
+VelStatus velInitCpu(VelCpuType cpu) { return velStaticInitCpu(cpu); }
 
 VelStatus velEnableCpu(VelCpuType cpu) {
   if (cpu == kAvxCode) is_avx_cpu_enabled = 1;
   return velStsNoErr;
 }
-int velIsCpuEnabled(VelCpuType cpu) {
-  return cpu == kAvxCode ? is_avx_cpu_enabled : 1;
-}
+int velIsCpuEnabled(VelCpuType cpu) { return cpu == kAvxCode ? is_avx_cpu_enabled : 1; }

@@ -7,65 +7,42 @@ using Vec = __m128i;
 
 // ---- Memory: whole vectors, halves; no alignment needed unless the name says so.
 
-ORV_INLINE Vec load(const void* p) {
-  return _mm_loadu_si128(static_cast<const Vec*>(p));
+ORV_INLINE Vec load(const void* p) { return _mm_loadu_si128(static_cast<const Vec*>(p)); }
+ORV_INLINE Vec loadAligned(const void* p) { return _mm_load_si128(static_cast<const Vec*>(p)); }
+ORV_INLINE Vec loadLow(const void* p) { return _mm_loadl_epi64(static_cast<const Vec*>(p)); }
+// Eight bytes from p, then eight from q.
+ORV_INLINE Vec loadHalves(const void* p, const void* q) {
+  return _mm_castpd_si128(_mm_loadh_pd(_mm_load_sd(static_cast<const double*>(p)), static_cast<const double*>(q)));
 }
-ORV_INLINE Vec loadAligned(const void* p) {
-  return _mm_load_si128(static_cast<const Vec*>(p));
-}
-ORV_INLINE Vec loadLow(const void* p) {
-  return _mm_loadl_epi64(static_cast<const Vec*>(p));
-}
-ORV_INLINE void store(void* p, Vec v) {
-  _mm_storeu_si128(static_cast<Vec*>(p), v);
-}
-ORV_INLINE void storeAligned(void* p, Vec v) {
-  _mm_store_si128(static_cast<Vec*>(p), v);
-}
-ORV_INLINE void storeLow(void* p, Vec v) {
-  _mm_storel_epi64(static_cast<Vec*>(p), v);
-}
-ORV_INLINE void storeHigh(void* p, Vec v) {
-  _mm_storeh_pd(static_cast<double*>(p), _mm_castsi128_pd(v));
-}
+ORV_INLINE void store(void* p, Vec v) { _mm_storeu_si128(static_cast<Vec*>(p), v); }
+ORV_INLINE void storeAligned(void* p, Vec v) { _mm_store_si128(static_cast<Vec*>(p), v); }
+// As doubles: what gcc makes of the integer form goes through general registers in 32-bit.
+ORV_INLINE void storeLow(void* p, Vec v) { _mm_storel_pd(static_cast<double*>(p), _mm_castsi128_pd(v)); }
+ORV_INLINE void storeHigh(void* p, Vec v) { _mm_storeh_pd(static_cast<double*>(p), _mm_castsi128_pd(v)); }
 // Past the caches; p at a multiple of 16. streamEnd orders such stores before what follows.
-ORV_INLINE void stream(void* p, Vec v) {
-  _mm_stream_si128(static_cast<Vec*>(p), v);
-}
-ORV_INLINE void streamEnd() {
-  _mm_sfence();
-}
+ORV_INLINE void stream(void* p, Vec v) { _mm_stream_si128(static_cast<Vec*>(p), v); }
+ORV_INLINE void streamEnd() { _mm_sfence(); }
+
+// Makes the compiler forget where p points. What it loads through p afterwards it loads again, as an operand; else it
+// would try to keep constants in registers, run out of them and spill.
+template <class T> ORV_INLINE void reload(T*& p) { __asm__("" : "+r"(p)); }
 
 // ---- Constants
 
-ORV_INLINE Vec zero() {
-  return _mm_setzero_si128();
-}
-ORV_INLINE Vec all8(int x) {
-  return _mm_set1_epi8(char(x));
-}
-ORV_INLINE Vec all16(int x) {
-  return _mm_set1_epi16(short(x));
-}
-ORV_INLINE Vec all32(int x) {
-  return _mm_set1_epi32(x);
-}
+ORV_INLINE Vec zero() { return _mm_setzero_si128(); }
+ORV_INLINE Vec all8(int x) { return _mm_set1_epi8(char(x)); }
+ORV_INLINE Vec all16(int x) { return _mm_set1_epi16(short(x)); }
+ORV_INLINE Vec all32(int x) { return _mm_set1_epi32(x); }
 
 // ---- Tests
 
-ORV_INLINE bool allZero(Vec v) {
-  return _mm_movemask_epi8(_mm_cmpeq_epi8(v, zero())) == 0xFFFF;
-}
+ORV_INLINE bool allZero(Vec v) { return _mm_movemask_epi8(_mm_cmpeq_epi8(v, zero())) == 0xFFFF; }
 
 // ---- Lanes
 
 // Bytes to words: the low and the high eight.
-ORV_INLINE Vec widenLow8(Vec v) {
-  return _mm_unpacklo_epi8(v, zero());
-}
-ORV_INLINE Vec widenHigh8(Vec v) {
-  return _mm_unpackhi_epi8(v, zero());
-}
+ORV_INLINE Vec widenLow8(Vec v) { return _mm_unpacklo_epi8(v, zero()); }
+ORV_INLINE Vec widenHigh8(Vec v) { return _mm_unpackhi_epi8(v, zero()); }
 
 // ---- Cache
 

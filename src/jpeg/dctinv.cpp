@@ -13,157 +13,215 @@
 
 namespace {
 
-// ---- Rows
+// ---- Constants
+
+struct alignas(16) Words {
+  Vel16s w[8];
+};
+constexpr Words words(int a, int b, int c, int d, int e, int f, int g, int h) {
+  return {{Vel16s(a), Vel16s(b), Vel16s(c), Vel16s(d), Vel16s(e), Vel16s(f), Vel16s(g), Vel16s(h)}};
+}
+constexpr Words all(int x) { return words(x, x, x, x, x, x, x, x); }
 
 // Cosines with 14 fractional bits: cK is sqrt(2) cos(K pi / 16), c4 being 1, times the row's own factor.
-// out[n] = even[n] + odd[n], out[7 - n] = even[n] - odd[n] for n = 0..3, where even sums x0, x2, x4, x6
-// and odd x1, x3, x5, x7. One vector holds what a pair of coefficients contributes to the four sums.
-struct alignas(16) RowTable {
-  Vel16s x02[8], x46[8], x13[8], x57[8];
+struct Cosines {
+  int c1, c2, c3, c4, c5, c6, c7;
 };
-constexpr RowTable rowTable(int c1, int c2, int c3, int c4, int c5, int c6, int c7) {
-#define S(x) Vel16s(x)
-  return {{S(c4), S(c2), S(c4), S(c6), S(c4), S(-c6), S(c4), S(-c2)},
-          {S(c4), S(c6), S(-c4), S(-c2), S(-c4), S(c2), S(c4), S(-c6)},
-          {S(c1), S(c3), S(c3), S(-c7), S(c5), S(-c1), S(c7), S(-c5)},
-          {S(c5), S(c7), S(-c1), S(-c5), S(c7), S(c3), S(c3), S(-c1)}};
-#undef S
-}
-constexpr RowTable kRow04 = rowTable(22725, 21407, 19266, 16384, 12873, 8867, 4520);
-constexpr RowTable kRow17 = rowTable(31521, 29692, 26722, 22725, 17855, 12299, 6270);
-constexpr RowTable kRow26 = rowTable(29692, 27969, 25172, 21407, 16819, 11585, 5906);
-constexpr RowTable kRow35 = rowTable(26722, 25172, 22654, 19266, 15137, 10426, 5315);
+constexpr Cosines kRow04 = {22725, 21407, 19266, 16384, 12873, 8867, 4520};
+constexpr Cosines kRow17 = {31521, 29692, 26722, 22725, 17855, 12299, 6270};
+constexpr Cosines kRow26 = {29692, 27969, 25172, 21407, 16819, 11585, 5906};
+constexpr Cosines kRow35 = {26722, 25172, 22654, 19266, 15137, 10426, 5315};
 
-// Row results keep 3 of the tables' 14 bits. Row 0 reaches every sample of its column unchanged, so the half that
-// rounds the columns' final shift is added to it, where it costs nothing.
+// Row results keep 3 of those bits. Row 0 reaches every sample of its column unchanged, so the half that rounds the
+// columns' final shift is added to it, where it costs nothing.
 constexpr int kRowShift = 11, kColumnShift = 6;
 constexpr int kRound = 1 << (kRowShift - 1);
 constexpr int kRound0 = kRound + ((1 << (kColumnShift - 1)) << kRowShift);
 
-// Four times the pair of words (x0, x2), (x4, x6), (x1, x3) or (x5, x7) of a row.
-#if ORV_HAS_SHUFFLE
-struct Pairs {
-  Vec v;
-  explicit Pairs(Vec row) : v(row) {}
-  static Vec pick(Vec v, int a, int b) {
-    const int both = (2 * a) | (2 * a + 1) << 8 | (2 * b) << 16 | (2 * b + 1) << 24;
-    return _mm_shuffle_epi8(v, all32(both));
-  }
-  Vec x02() const { return pick(v, 0, 2); }
-  Vec x46() const { return pick(v, 4, 6); }
-  Vec x13() const { return pick(v, 1, 3); }
-  Vec x57() const { return pick(v, 5, 7); }
+// A row's outputs are out[n] = e[n] + o[n] and out[7 - n] = e[n] - o[n], n = 0..3: e sums the even coefficients, o the
+// odd ones. Rows are transformed in twos. A vector of these tables holds what a pair of coefficients contributes to two
+// sums of row a, then to the same two of row b.
+struct Tables {
+  Words e04, e26;              // e0 e1 is the sum of the two, e3 e2 the difference
+  Words o15, o37;              // o0 o1
+  Words o15r, o37r;            // o3 o2
+  Words e02, e02r, o13, o13r;  // e0 e1, e3 e2, o0 o1, o3 o2 where there are no coefficients but the first four
+  Vel32s round[4];
 };
-#else
-struct Pairs {
-  Vec v;
-  explicit Pairs(Vec row) : v(_mm_shufflehi_epi16(_mm_shufflelo_epi16(row, 0xD8), 0xD8)) {}
-  Vec x02() const { return _mm_shuffle_epi32(v, 0x00); }
-  Vec x13() const { return _mm_shuffle_epi32(v, 0x55); }
-  Vec x46() const { return _mm_shuffle_epi32(v, 0xAA); }
-  Vec x57() const { return _mm_shuffle_epi32(v, 0xFF); }
+constexpr Tables tables(const Cosines& a, const Cosines& b, int roundA) {
+  return {words(a.c4, a.c4, a.c4, -a.c4, b.c4, b.c4, b.c4, -b.c4),
+          words(a.c2, a.c6, a.c6, -a.c2, b.c2, b.c6, b.c6, -b.c2),
+          words(a.c1, a.c5, a.c3, -a.c1, b.c1, b.c5, b.c3, -b.c1),
+          words(a.c3, a.c7, -a.c7, -a.c5, b.c3, b.c7, -b.c7, -b.c5),
+          words(a.c7, a.c3, a.c5, a.c7, b.c7, b.c3, b.c5, b.c7),
+          words(-a.c5, -a.c1, -a.c1, a.c3, -b.c5, -b.c1, -b.c1, b.c3),
+          words(a.c4, a.c2, a.c4, a.c6, b.c4, b.c2, b.c4, b.c6),
+          words(a.c4, -a.c2, a.c4, -a.c6, b.c4, -b.c2, b.c4, -b.c6),
+          words(a.c1, a.c3, a.c3, -a.c7, b.c1, b.c3, b.c3, -b.c7),
+          words(a.c7, -a.c5, a.c5, -a.c1, b.c7, -b.c5, b.c5, -b.c1),
+          {roundA, roundA, kRound, kRound}};
+}
+// What the first pair of coefficients of one row contributes to out[0..3] and out[4..7].
+struct PairTables {
+  Words low, high;
+  Vel32s round[4];
 };
-#endif
-
-ORV_INLINE Vec constant(const Vel16s (&words)[8]) {
-  return loadAligned(words);
+constexpr PairTables pairTables(const Cosines& a, int round) {
+  return {words(a.c4, a.c1, a.c4, a.c3, a.c4, a.c5, a.c4, a.c7),
+          words(a.c4, -a.c7, a.c4, -a.c5, a.c4, -a.c3, a.c4, -a.c1),
+          {round, round, round, round}};
 }
 
-// The transform of a row, of which only the first kWidth coefficients (8, 4 or 2) can be other than zero. The results
-// come in the order 0 1 2 3 7 6 5 4.
-template <int kWidth> ORV_INLINE Vec transformRow(Vec row, const RowTable& t, int round) {
-  const Pairs p(row);
-  Vec even = _mm_madd_epi16(p.x02(), constant(t.x02));
-  Vec odd = _mm_madd_epi16(p.x13(), constant(t.x13));
-  if (kWidth == 8) {
-    even = _mm_add_epi32(even, _mm_madd_epi16(p.x46(), constant(t.x46)));
-    odd = _mm_add_epi32(odd, _mm_madd_epi16(p.x57(), constant(t.x57)));
-  }
-  even = _mm_add_epi32(even, all32(round));
-  const Vec low = _mm_srai_epi32(_mm_add_epi32(even, odd), kRowShift);
-  const Vec high = _mm_srai_epi32(_mm_sub_epi32(even, odd), kRowShift);
-  return _mm_packs_epi32(low, high);
+struct Constants {
+  Tables rows13, rows57, rows02, rows46;
+  PairTables row0, row1;
+  Words tan1, tan2, tan3, halfCos4;
+  Vel8u x0415[16];  // byte shuffle: words x0 x4 x1 x5 x2 x6 x3 x7 of a row
+  Vel8u order[16];  // byte shuffle: from the order in which outputs leaves them to the natural one, for two rows of
+                    // samples
+  Vel8u signBits[16];
+};
+alignas(16) constexpr Constants kConstants = {
+    tables(kRow17, kRow35, kRound),
+    tables(kRow35, kRow17, kRound),
+    tables(kRow04, kRow26, kRound0),
+    tables(kRow04, kRow26, kRound),
+    pairTables(kRow04, kRound0),
+    pairTables(kRow17, kRound),
+    all(13036),          // tan(pi / 16), times 2^16
+    all(27146),          // tan(2 pi / 16)
+    all(43790 - 65536),  // tan(3 pi / 16) - 1
+    all(23170),          // cos(4 pi / 16) / 2
+    {0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15},
+    {0, 1, 3, 2, 4, 5, 7, 6, 8, 9, 11, 10, 12, 13, 15, 14},
+    {128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128}};
+
+template <class T> ORV_INLINE Vec constant(const T& vector) {
+  static_assert(sizeof vector == 16, "one vector");
+  return loadAligned(&vector);
+}
+
+// ---- Rows
+
+struct TwoRows {
+  Vec a, b;
+};
+
+// Dword kI of a twice, then of b twice.
+template <int kI> ORV_INLINE Vec twice(Vec a, Vec b) {
+  return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), 0x55 * kI));
+}
+
+// From sums to words. With a byte shuffle they stay in the order 0 1 3 2 4 5 7 6, which is put right when they are
+// bytes.
+#if ORV_HAS_SHUFFLE
+ORV_INLINE Vec swapped(Vec sums) { return sums; }
+#else
+ORV_INLINE Vec swapped(Vec sums) { return _mm_shuffle_epi32(sums, 0xB1); }
+#endif
+ORV_INLINE TwoRows outputs(Vec e01, Vec e32, Vec o01, Vec o32) {
+#define OUT(x) _mm_srai_epi32(x, kRowShift)
+  const Vec low = _mm_packs_epi32(OUT(_mm_add_epi32(e01, o01)), swapped(OUT(_mm_add_epi32(e32, o32))));
+  const Vec high = _mm_packs_epi32(OUT(_mm_sub_epi32(e32, o32)), swapped(OUT(_mm_sub_epi32(e01, o01))));
+#undef OUT
+  const __m128 l = _mm_castsi128_ps(low), h = _mm_castsi128_ps(high);  // dwords: a b a b
+  return {_mm_castps_si128(_mm_shuffle_ps(l, h, 0x88)), _mm_castps_si128(_mm_shuffle_ps(l, h, 0xDD))};
+}
+
+ORV_INLINE Vec x0415(const Constants* k, Vec row) {
+#if ORV_HAS_SHUFFLE
+  return _mm_shuffle_epi8(row, constant(k->x0415));
+#else
+  (void)k;
+  return _mm_unpacklo_epi16(row, _mm_srli_si128(row, 8));
+#endif
+}
+
+ORV_INLINE TwoRows transformRows(const Constants* k, const Tables Constants::*table, Vec rowA, Vec rowB) {
+  const Tables& t = k->*table;
+  const Vec a = x0415(k, rowA), b = x0415(k, rowB);
+  const Vec x04 = twice<0>(a, b), x15 = twice<1>(a, b), x26 = twice<2>(a, b), x37 = twice<3>(a, b);
+  const Vec e04 = _mm_add_epi32(_mm_madd_epi16(x04, constant(t.e04)), constant(t.round));
+  const Vec e26 = _mm_madd_epi16(x26, constant(t.e26));
+  return outputs(_mm_add_epi32(e04, e26), _mm_sub_epi32(e04, e26),
+                 _mm_add_epi32(_mm_madd_epi16(x15, constant(t.o15)), _mm_madd_epi16(x37, constant(t.o37))),
+                 _mm_add_epi32(_mm_madd_epi16(x15, constant(t.o15r)), _mm_madd_epi16(x37, constant(t.o37r))));
+}
+
+// The same for rows of four coefficients: those of a, then those of b.
+ORV_INLINE TwoRows transformShortRows(const Constants* k, const Tables Constants::*table, Vec halves) {
+  const Tables& t = k->*table;
+  const Vec pairs = _mm_shufflehi_epi16(_mm_shufflelo_epi16(halves, 0xD8), 0xD8);  // x0 x2 x1 x3
+  const Vec x02 = _mm_shuffle_epi32(pairs, 0xA0), x13 = _mm_shuffle_epi32(pairs, 0xF5), round = constant(t.round);
+  return outputs(_mm_add_epi32(_mm_madd_epi16(x02, constant(t.e02)), round),
+                 _mm_add_epi32(_mm_madd_epi16(x02, constant(t.e02r)), round), _mm_madd_epi16(x13, constant(t.o13)),
+                 _mm_madd_epi16(x13, constant(t.o13r)));
+}
+
+// One row of two coefficients, which `row` begins with: a pair makes all eight sums, in their natural order.
+ORV_INLINE Vec transformPair(const PairTables& t, Vec row) {
+  const Vec x01 = _mm_shuffle_epi32(row, 0), round = constant(t.round);
+  const Vec low = _mm_add_epi32(_mm_madd_epi16(x01, constant(t.low)), round);
+  const Vec high = _mm_add_epi32(_mm_madd_epi16(x01, constant(t.high)), round);
+  return _mm_packs_epi32(_mm_srai_epi32(low, kRowShift), _mm_srai_epi32(high, kRowShift));
 }
 
 // ---- Columns
 
-constexpr int kTan1 = 13036;          // tan(pi / 16), times 2^16
-constexpr int kTan2 = 27146;          // tan(2 pi / 16)
-constexpr int kTan3 = 43790 - 65536;  // tan(3 pi / 16) - 1
-constexpr int kHalfCos4 = 23170;      // cos(4 pi / 16) / 2
+ORV_INLINE Vec add(Vec a, Vec b) { return _mm_adds_epi16(a, b); }
+ORV_INLINE Vec sub(Vec a, Vec b) { return _mm_subs_epi16(a, b); }
+ORV_INLINE Vec mulHigh(Vec a, const Words& c) { return _mm_mulhi_epi16(a, constant(c)); }
 
-ORV_INLINE Vec add(Vec a, Vec b) {
-  return _mm_adds_epi16(a, b);
-}
-ORV_INLINE Vec sub(Vec a, Vec b) {
-  return _mm_subs_epi16(a, b);
-}
-ORV_INLINE Vec mulHigh(Vec a, int k) {
-  return _mm_mulhi_epi16(a, all16(k));
-}
-
-// The transform of eight columns in place; only the first kRows rows (8, 4 or 2) can be other than zero.
-template <int kRows> ORV_INLINE void transformColumns(Vec r[8]) {
-  const Vec z = zero();
-  const Vec r2 = kRows > 2 ? r[2] : z, r3 = kRows > 2 ? r[3] : z;
-
-  Vec t1 = r[1], t7 = mulHigh(r[1], kTan1);
-  Vec t3 = r3, t5 = add(mulHigh(r3, kTan3), r3);
+// A column's samples are a[n] + b[n] and a[n] - b[n] for n and 7 - n = 0..3: a from the even rows, b from the odd ones.
+// Of each, only the first kRows rows (8, 4 or 2) can be other than zero.
+struct Half {
+  Vec v[4];
+};
+template <int kRows> ORV_INLINE Half oddRows(const Constants* k, Vec r1, Vec r3, Vec r5, Vec r7) {
+  Vec t1 = r1, t7 = mulHigh(r1, k->tan1);  // rotated by pi / 16
   if (kRows == 8) {
-    t1 = add(t1, mulHigh(r[7], kTan1));
-    t7 = sub(t7, r[7]);
-    t3 = add(t3, add(mulHigh(r[5], kTan3), r[5]));
-    t5 = sub(t5, r[5]);
+    t1 = add(t1, mulHigh(r7, k->tan1));
+    t7 = sub(t7, r7);
   }
-  const Vec b0 = add(t1, t3), b3 = sub(t7, t5);
-  const Vec u1 = sub(t1, t3), u2 = add(t7, t5);
-  const Vec h1 = mulHigh(add(u1, u2), kHalfCos4), h2 = mulHigh(sub(u1, u2), kHalfCos4);
-  const Vec b1 = add(h1, h1), b2 = add(h2, h2);
-
-  Vec e0 = r[0], e1 = r[0], t2 = r2, t6 = mulHigh(r2, kTan2);
+  Vec b0 = t1, b3 = t7, u1 = t1, u2 = t7;
+  if (kRows > 2) {
+    Vec t3 = r3, t5 = add(mulHigh(r3, k->tan3), r3);  // by 3 pi / 16
+    if (kRows == 8) {
+      t3 = add(t3, add(mulHigh(r5, k->tan3), r5));
+      t5 = sub(t5, r5);
+    }
+    b0 = add(t1, t3), b3 = sub(t7, t5);
+    u1 = sub(t1, t3), u2 = add(t7, t5);
+  }
+  const Vec h1 = mulHigh(add(u1, u2), k->halfCos4), h2 = mulHigh(sub(u1, u2), k->halfCos4);
+  return {{b0, add(h1, h1), add(h2, h2), b3}};
+}
+template <int kRows> ORV_INLINE Half evenRows(const Constants* k, Vec r0, Vec r2, Vec r4, Vec r6) {
+  if (kRows == 2) return {{r0, r0, r0, r0}};
+  Vec e0 = r0, e1 = r0, t2 = r2, t6 = mulHigh(r2, k->tan2);  // rotated by 2 pi / 16
   if (kRows == 8) {
-    e0 = add(e0, r[4]);
-    e1 = sub(e1, r[4]);
-    t2 = add(t2, mulHigh(r[6], kTan2));
-    t6 = sub(t6, r[6]);
+    e0 = add(e0, r4);
+    e1 = sub(e1, r4);
+    t2 = add(t2, mulHigh(r6, k->tan2));
+    t6 = sub(t6, r6);
   }
-  const Vec a0 = add(e0, t2), a3 = sub(e0, t2), a1 = add(e1, t6), a2 = sub(e1, t6);
-
-#define DESCALE(x) _mm_srai_epi16(x, kColumnShift)
-  r[0] = DESCALE(add(a0, b0));
-  r[7] = DESCALE(sub(a0, b0));
-  r[1] = DESCALE(add(a1, b1));
-  r[6] = DESCALE(sub(a1, b1));
-  r[2] = DESCALE(add(a2, b2));
-  r[5] = DESCALE(sub(a2, b2));
-  r[3] = DESCALE(add(a3, b3));
-  r[4] = DESCALE(sub(a3, b3));
-#undef DESCALE
+  return {{add(e0, t2), add(e1, t6), sub(e1, t6), sub(e0, t2)}};
+}
+// A row of samples, level shift and clamping to come.
+template <int kRow> ORV_INLINE Vec outputRow(const Half& a, const Half& b) {
+  constexpr int n = kRow < 4 ? kRow : 7 - kRow;
+  return _mm_srai_epi16(kRow < 4 ? add(a.v[n], b.v[n]) : sub(a.v[n], b.v[n]), kColumnShift);
 }
 
 // ---- Samples
 
-// From the order in which transformRow leaves its results to the natural one.
-ORV_INLINE Vec naturalOrder(Vec bytes) {
-#if ORV_HAS_SHUFFLE
-  return _mm_shuffle_epi8(bytes, _mm_setr_epi8(0, 1, 2, 3, 7, 6, 5, 4, 8, 9, 10, 11, 15, 14, 13, 12));
-#else
-  return bytes;
-#endif
-}
-ORV_INLINE Vec naturalWords(Vec words) {
-#if ORV_HAS_SHUFFLE
-  return words;
-#else
-  return _mm_shufflehi_epi16(words, 0x1B);
-#endif
-}
-
 // The usual level shift by 128, clamped to 0..255: saturate to a signed byte, then turn the sign bit over.
 struct Level128 {
-  Vec operator()(Vec a, Vec b) const { return _mm_xor_si128(_mm_packs_epi16(a, b), all8(0x80)); }
+  const Constants* k;
+  Vec operator()(Vec a, Vec b) const { return _mm_xor_si128(_mm_packs_epi16(a, b), constant(k->signBits)); }
 };
 struct LevelAndClip {
+  const Constants* k;
   Vec level, low, high;
   Vec operator()(Vec a, Vec b) const {
     const Vec samples = _mm_packus_epi16(_mm_add_epi16(a, level), _mm_add_epi16(b, level));
@@ -171,14 +229,25 @@ struct LevelAndClip {
   }
 };
 
-// Two rows of samples a time.
-template <class Level> ORV_INLINE void storeBlock(Vel8u* dst, int step, const Vec r[8], const Level& samples) {
-  for (int y = 0; y < 8; y += 2) {
-    const Vec two = naturalOrder(samples(naturalWords(r[y]), naturalWords(r[y + 1])));
-    storeLow(dst, two);
-    storeHigh(dst + step, two);
-    dst += ptrdiff_t(step) * 2;
-  }
+// Two rows of words, as outputs left them, to samples in their natural order.
+template <class Level> ORV_INLINE Vec orderedSamples(const Level& samples, Vec a, Vec b) {
+#if ORV_HAS_SHUFFLE
+  return _mm_shuffle_epi8(samples(a, b), constant(samples.k->order));
+#else
+  return samples(a, b);
+#endif
+}
+ORV_INLINE void storeRows(Vel8u*& dst, int step, Vec twoRows) {
+  storeLow(dst, twoRows);
+  storeHigh(dst + step, twoRows);
+  dst += ptrdiff_t(step) * 2;
+}
+template <class Level>
+ORV_INLINE void storeBlock(Vel8u* dst, int step, const Half& a, const Half& b, const Level& samples) {
+  storeRows(dst, step, orderedSamples(samples, outputRow<0>(a, b), outputRow<1>(a, b)));
+  storeRows(dst, step, orderedSamples(samples, outputRow<2>(a, b), outputRow<3>(a, b)));
+  storeRows(dst, step, orderedSamples(samples, outputRow<4>(a, b), outputRow<5>(a, b)));
+  storeRows(dst, step, orderedSamples(samples, outputRow<6>(a, b), outputRow<7>(a, b)));
 }
 
 // ---- Blocks
@@ -187,34 +256,76 @@ struct Dequantised {
   const Vel16s* coef;
   const Vel16u* quant;
   Vec row(int y) const { return _mm_mullo_epi16(load(coef + 8 * y), load(quant + 8 * y)); }
-  Vec halfRow(int y) const { return _mm_mullo_epi16(loadLow(coef + 8 * y), loadLow(quant + 8 * y)); }
+  // The first four coefficients of rows y and z.
+  Vec halfRows(int y, int z) const {
+    return _mm_mullo_epi16(loadHalves(coef + 8 * y, coef + 8 * z), loadHalves(quant + 8 * y, quant + 8 * z));
+  }
+  // The first two coefficients only: what stands behind them belongs to others.
+  Vec pair(int y) const {
+    int c, q;
+    memcpy(&c, coef + 8 * y, 4);
+    memcpy(&q, quant + 8 * y, 4);
+    return _mm_mullo_epi16(_mm_cvtsi32_si128(c), _mm_cvtsi32_si128(q));
+  }
 };
 struct Plain {
   const Vel16s* coef;
   Vec row(int y) const { return load(coef + 8 * y); }
 };
 
+// The odd rows come first, so that what hangs on them proceeds while the even ones are transformed.
+
 template <class Source, class Level>
 ORV_INLINE void transform8x8(const Source& s, Vel8u* dst, int step, const Level& level) {
-  Vec r[8] = {transformRow<8>(s.row(0), kRow04, kRound0), transformRow<8>(s.row(1), kRow17, kRound),
-              transformRow<8>(s.row(2), kRow26, kRound),  transformRow<8>(s.row(3), kRow35, kRound),
-              transformRow<8>(s.row(4), kRow04, kRound),  transformRow<8>(s.row(5), kRow35, kRound),
-              transformRow<8>(s.row(6), kRow26, kRound),  transformRow<8>(s.row(7), kRow17, kRound)};
-  transformColumns<8>(r);
-  storeBlock(dst, step, r, level);
+  const Constants* k = level.k;
+  const TwoRows r13 = transformRows(k, &Constants::rows13, s.row(1), s.row(3));
+  reload(k);
+  const TwoRows r57 = transformRows(k, &Constants::rows57, s.row(5), s.row(7));
+  reload(k);
+  const Half b = oddRows<8>(k, r13.a, r13.b, r57.a, r57.b);
+  const TwoRows r02 = transformRows(k, &Constants::rows02, s.row(0), s.row(2));
+  reload(k);
+  const TwoRows r46 = transformRows(k, &Constants::rows46, s.row(4), s.row(6));
+  reload(k);
+  storeBlock(dst, step, evenRows<8>(k, r02.a, r02.b, r46.a, r46.b), b, level);
 }
-// Rows 4 to 7 are zero.
-template <class Source> ORV_INLINE void transform8x4(const Source& s, Vel8u* dst, int step) {
-  Vec r[8] = {transformRow<8>(s.row(0), kRow04, kRound0), transformRow<8>(s.row(1), kRow17, kRound),
-              transformRow<8>(s.row(2), kRow26, kRound), transformRow<8>(s.row(3), kRow35, kRound)};
-  transformColumns<4>(r);
-  storeBlock(dst, step, r, Level128());
+// From the first four rows of a block that has no others.
+ORV_INLINE void finishUpper(const Level128& level, const TwoRows& r13, const TwoRows& r02, Vel8u* dst, int step) {
+  const Vec none = zero();
+  const Half b = oddRows<4>(level.k, r13.a, r13.b, none, none);
+  storeBlock(dst, step, evenRows<4>(level.k, r02.a, r02.b, none, none), b, level);
 }
-ORV_INLINE void transform4x4(const Dequantised& s, Vel8u* dst, int step) {
-  Vec r[8] = {transformRow<4>(s.halfRow(0), kRow04, kRound0), transformRow<4>(s.halfRow(1), kRow17, kRound),
-              transformRow<4>(s.halfRow(2), kRow26, kRound), transformRow<4>(s.halfRow(3), kRow35, kRound)};
-  transformColumns<4>(r);
-  storeBlock(dst, step, r, Level128());
+ORV_INLINE void transform8x4(const Dequantised& s, Vel8u* dst, int step, const Level128& level) {
+  const Constants* k = level.k;
+  const TwoRows r13 = transformRows(k, &Constants::rows13, s.row(1), s.row(3));
+  reload(k);
+  finishUpper(level, r13, transformRows(k, &Constants::rows02, s.row(0), s.row(2)), dst, step);
+}
+ORV_INLINE void transform4x4(const Dequantised& s, Vel8u* dst, int step, const Level128& level) {
+  const Constants* k = level.k;
+  const TwoRows r13 = transformShortRows(k, &Constants::rows13, s.halfRows(1, 3));
+  reload(k);
+  finishUpper(level, r13, transformShortRows(k, &Constants::rows02, s.halfRows(0, 2)), dst, step);
+}
+ORV_INLINE void transform2x2(const Dequantised& s, Vel8u* dst, int step, const Level128& level) {
+  const Vec none = zero();
+  const Half b = oddRows<2>(level.k, transformPair(level.k->row1, s.pair(1)), none, none, none);
+  const Half a = evenRows<2>(level.k, transformPair(level.k->row0, s.pair(0)), none, none, none);
+  storeRows(dst, step, level(outputRow<0>(a, b), outputRow<1>(a, b)));
+  storeRows(dst, step, level(outputRow<2>(a, b), outputRow<3>(a, b)));
+  storeRows(dst, step, level(outputRow<4>(a, b), outputRow<5>(a, b)));
+  storeRows(dst, step, level(outputRow<6>(a, b), outputRow<7>(a, b)));
+}
+
+// The two cases of the full form, functions of their own so that the compiler does not weave them into one another: a
+// block with something in its lower half, and one without.
+__attribute__((noinline)) VelStatus wholeBlock(const Vel16s* coef, Vel8u* dst, int step, const Vel16u* quant) {
+  transform8x8(Dequantised{coef, quant}, dst, step, Level128{&kConstants});
+  return velStsNoErr;
+}
+__attribute__((noinline)) VelStatus upperHalf(const Vel16s* coef, Vel8u* dst, int step, const Vel16u* quant) {
+  transform8x4(Dequantised{coef, quant}, dst, step, Level128{&kConstants});
+  return velStsNoErr;
 }
 
 ORV_INLINE VelStatus check(const Vel16s* pSrc, const Vel8u* pDst, int dstStep, const Vel16u* pQuantInvTable) {
@@ -229,7 +340,8 @@ ORV_KERNEL VelStatus ORV_NAME(veliDCT8x8InvLSClip_16s8u_C1R)(const Vel16s* pSrc,
                                                              Vel8u clipMin, Vel8u clipMax) {
   ORV_CHECK(checkPointers(pSrc, pDst));
   ORV_CHECK(checkSteps(dstStep));
-  transform8x8(Plain{pSrc}, pDst, dstStep, LevelAndClip{all16(level), all8(clipMin), all8(clipMax)});
+  const LevelAndClip levelAndClip{&kConstants, all16(level), all8(clipMin), all8(clipMax)};
+  transform8x8(Plain{pSrc}, pDst, dstStep, levelAndClip);
   return velStsNoErr;
 }
 
@@ -238,37 +350,24 @@ ORV_KERNEL VelStatus ORV_NAME(veliDCT8x8InvLSClip_16s8u_C1R)(const Vel16s* pSrc,
 ORV_BODY_B(veliDCTQuantInv8x8LS_JPEG_16s8u_C1R)
 (const Vel16s* pSrc, Vel8u* pDst, int dstStep, const Vel16u* pQuantInvTable) {
   ORV_CHECK(check(pSrc, pDst, dstStep, pQuantInvTable));
-  const Dequantised s{pSrc, pQuantInvTable};
   // Most blocks of a photo have nothing in their lower half.
   const Vec lower =
       _mm_or_si128(_mm_or_si128(load(pSrc + 32), load(pSrc + 40)), _mm_or_si128(load(pSrc + 48), load(pSrc + 56)));
-  if (allZero(lower))
-    transform8x4(s, pDst, dstStep);
-  else
-    transform8x8(s, pDst, dstStep, Level128());
-  return velStsNoErr;
+  return allZero(lower) ? upperHalf(pSrc, pDst, dstStep, pQuantInvTable)
+                        : wholeBlock(pSrc, pDst, dstStep, pQuantInvTable);
 }
 
 ORV_BODY_B(veliDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R)
 (const Vel16s* pSrc, Vel8u* pDst, int dstStep, const Vel16u* pQuantInvTable) {
   ORV_CHECK(check(pSrc, pDst, dstStep, pQuantInvTable));
-  transform4x4(Dequantised{pSrc, pQuantInvTable}, pDst, dstStep);
+  transform4x4(Dequantised{pSrc, pQuantInvTable}, pDst, dstStep, Level128{&kConstants});
   return velStsNoErr;
 }
 
 ORV_BODY_B(veliDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R)
 (const Vel16s* pSrc, Vel8u* pDst, int dstStep, const Vel16u* pQuantInvTable) {
   ORV_CHECK(check(pSrc, pDst, dstStep, pQuantInvTable));
-  // Two coefficients of each of two rows, four bytes apart from any other.
-  const auto pair = [&](int y) {
-    int coef, quant;
-    memcpy(&coef, pSrc + 8 * y, 4);
-    memcpy(&quant, pQuantInvTable + 8 * y, 4);
-    return _mm_mullo_epi16(_mm_cvtsi32_si128(coef), _mm_cvtsi32_si128(quant));
-  };
-  Vec r[8] = {transformRow<2>(pair(0), kRow04, kRound0), transformRow<2>(pair(1), kRow17, kRound)};
-  transformColumns<2>(r);
-  storeBlock(pDst, dstStep, r, Level128());
+  transform2x2(Dequantised{pSrc, pQuantInvTable}, pDst, dstStep, Level128{&kConstants});
   return velStsNoErr;
 }
 
@@ -277,6 +376,6 @@ ORV_BODY_B(veliDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R)
   ORV_CHECK(check(pSrc, pDst, dstStep, pQuantInvTable));
   const int level = Vel16s((pSrc[0] * pQuantInvTable[0] >> 3) + 128);
   const Vec samples = all8(level < 0 ? 0 : level > 255 ? 255 : level);
-  for (int y = 0; y < 8; ++y) storeLow(rowOf(pDst, dstStep, y), samples);
+  for (int y = 0; y < 8; y += 2) storeRows(pDst, dstStep, samples);
   return velStsNoErr;
 }

@@ -17,22 +17,16 @@ struct Terms {
 
 // A product's fraction of 8 bits, rounded to an integer. The 1 makes up for what truncation takes from an exact half;
 // other sums keep a larger distance from one.
-ORV_INLINE Vec rounded8(Vec v) {
-  return _mm_srai_epi16(_mm_add_epi16(v, all16(129)), 8);
-}
+ORV_INLINE Vec rounded8(Vec v) { return _mm_srai_epi16(_mm_add_epi16(v, all16(129)), 8); }
 
 // c k / 2^16 with 8 bits of fraction.
-ORV_INLINE Vec scaled(Vec c, int k) {
-  return _mm_mulhi_epi16(_mm_slli_epi16(c, 8), all16(k));
-}
+ORV_INLINE Vec scaled(Vec c, int k) { return _mm_mulhi_epi16(_mm_slli_epi16(c, 8), all16(k)); }
 
 // -0.34414 cb - 0.71414 cr for four pairs (cb, cr), rounded. Sums are multiples of 0.00002, so 23 bits of fraction tell
 // them from a half; the weights are split into 15 high bits and 8 low ones.
 constexpr int kFraction = 23, kLowBits = 8;
 constexpr int kCbWeight = -2886858, kCrWeight = -5990648;
-ORV_INLINE Vec weights(int cb, int cr) {
-  return all32(int((unsigned(cb) & 0xFFFF) | unsigned(cr) << 16));
-}
+ORV_INLINE Vec weights(int cb, int cr) { return all32(int((unsigned(cb) & 0xFFFF) | unsigned(cr) << 16)); }
 ORV_INLINE Vec green(Vec pairs) {
   const Vec high = _mm_madd_epi16(pairs, weights(kCbWeight >> kLowBits, kCrWeight >> kLowBits));
   const Vec low = _mm_madd_epi16(pairs, weights(kCbWeight & 255, kCrWeight & 255));

@@ -8,12 +8,8 @@
 #define ROW256(f, i) ROW64(f, i), ROW64(f, i + 64), ROW64(f, i + 128), ROW64(f, i + 192)
 
 namespace {
-constexpr int log2Of(int x) {
-  return x < 2 ? 0 : 1 + log2Of(x >> 1);
-}
-constexpr int bitsOf(int x) {
-  return x == 0 ? 0 : 1 + log2Of(x);
-}
+constexpr int log2Of(int x) { return x < 2 ? 0 : 1 + log2Of(x >> 1); }
+constexpr int bitsOf(int x) { return x == 0 ? 0 : 1 + log2Of(x); }
 }  // namespace
 
 extern "C" {

@@ -7,32 +7,16 @@ namespace {
 // The widest vector that this path loads and stores.
 #if ORV_HAS_WIDE_FLOAT
 using Wide = __m256;
-ORV_INLINE Wide loadWide(const Vel8u* p) {
-  return _mm256_loadu_ps(reinterpret_cast<const float*>(p));
-}
-ORV_INLINE void storeWide(Vel8u* p, Wide v) {
-  _mm256_storeu_ps(reinterpret_cast<float*>(p), v);
-}
-ORV_INLINE void streamWide(Vel8u* p, Wide v) {
-  _mm256_stream_ps(reinterpret_cast<float*>(p), v);
-}
-ORV_INLINE Wide zeroWide() {
-  return _mm256_setzero_ps();
-}
+ORV_INLINE Wide loadWide(const Vel8u* p) { return _mm256_loadu_ps(reinterpret_cast<const float*>(p)); }
+ORV_INLINE void storeWide(Vel8u* p, Wide v) { _mm256_storeu_ps(reinterpret_cast<float*>(p), v); }
+ORV_INLINE void streamWide(Vel8u* p, Wide v) { _mm256_stream_ps(reinterpret_cast<float*>(p), v); }
+ORV_INLINE Wide zeroWide() { return _mm256_setzero_ps(); }
 #else
 using Wide = Vec;
-ORV_INLINE Wide loadWide(const Vel8u* p) {
-  return load(p);
-}
-ORV_INLINE void storeWide(Vel8u* p, Wide v) {
-  store(p, v);
-}
-ORV_INLINE void streamWide(Vel8u* p, Wide v) {
-  stream(p, v);
-}
-ORV_INLINE Wide zeroWide() {
-  return zero();
-}
+ORV_INLINE Wide loadWide(const Vel8u* p) { return load(p); }
+ORV_INLINE void storeWide(Vel8u* p, Wide v) { store(p, v); }
+ORV_INLINE void streamWide(Vel8u* p, Wide v) { stream(p, v); }
+ORV_INLINE Wide zeroWide() { return zero(); }
 #endif
 constexpr size_t kWide = sizeof(Wide);
 
@@ -93,31 +77,15 @@ template <class T> VelStatus clear(T* pDst, int len) {
 
 }  // namespace
 
-ORV_KERNEL VelStatus ORV_NAME(velsCopy_8u)(const Vel8u* pSrc, Vel8u* pDst, int len) {
-  return copy(pSrc, pDst, len);
-}
-ORV_KERNEL VelStatus ORV_NAME(velsCopy_16s)(const Vel16s* pSrc, Vel16s* pDst, int len) {
-  return copy(pSrc, pDst, len);
-}
-ORV_KERNEL VelStatus ORV_NAME(velsCopy_32s)(const Vel32s* pSrc, Vel32s* pDst, int len) {
-  return copy(pSrc, pDst, len);
-}
-ORV_KERNEL VelStatus ORV_NAME(velsZero_8u)(Vel8u* pDst, int len) {
-  return clear(pDst, len);
-}
-ORV_KERNEL VelStatus ORV_NAME(velsZero_16s)(Vel16s* pDst, int len) {
-  return clear(pDst, len);
-}
-ORV_KERNEL VelStatus ORV_NAME(velsZero_32s)(Vel32s* pDst, int len) {
-  return clear(pDst, len);
-}
+ORV_KERNEL VelStatus ORV_NAME(velsCopy_8u)(const Vel8u* pSrc, Vel8u* pDst, int len) { return copy(pSrc, pDst, len); }
+ORV_KERNEL VelStatus ORV_NAME(velsCopy_16s)(const Vel16s* pSrc, Vel16s* pDst, int len) { return copy(pSrc, pDst, len); }
+ORV_KERNEL VelStatus ORV_NAME(velsCopy_32s)(const Vel32s* pSrc, Vel32s* pDst, int len) { return copy(pSrc, pDst, len); }
+ORV_KERNEL VelStatus ORV_NAME(velsZero_8u)(Vel8u* pDst, int len) { return clear(pDst, len); }
+ORV_KERNEL VelStatus ORV_NAME(velsZero_16s)(Vel16s* pDst, int len) { return clear(pDst, len); }
+ORV_KERNEL VelStatus ORV_NAME(velsZero_32s)(Vel32s* pDst, int len) { return clear(pDst, len); }
 
-ORV_KERNEL Vel8u* ORV_NAME(velsMalloc_8u)(int len) {
-  return len > 0 ? static_cast<Vel8u*>(velMalloc(len)) : nullptr;
-}
+ORV_KERNEL Vel8u* ORV_NAME(velsMalloc_8u)(int len) { return len > 0 ? static_cast<Vel8u*>(velMalloc(len)) : nullptr; }
 ORV_KERNEL Vel32f* ORV_NAME(velsMalloc_32f)(int len) {
   return len > 0 ? static_cast<Vel32f*>(velMalloc(int(4u * unsigned(len)))) : nullptr;
 }
-ORV_KERNEL void ORV_NAME(velsFree)(void* ptr) {
-  velFree(ptr);
-}
+ORV_KERNEL void ORV_NAME(velsFree)(void* ptr) { velFree(ptr); }

@@ -10,15 +10,15 @@ struct Path {
   VelCpuType code;  // what forces it
   Vel64u needs;     // features without which its bodies cannot run
 };
-inline std::ostream& operator<<(std::ostream& out, const Path& path) { return out << path.name; }
+inline std::ostream& operator<<(std::ostream& out, const Path& path) {
+  return out << path.name;
+}
 
 // Index 0 and 1 have the same bodies, and no code forces 1.
 inline constexpr Path kPaths[] = {
-    {"w7", 0, velCpuUnknown, velCpuidSSE2},
-    {"v8", 2, velCpuSSSE3, velCpuidSSSE3},
+    {"w7", 0, velCpuUnknown, velCpuidSSE2}, {"v8", 2, velCpuSSSE3, velCpuidSSSE3},
     {"s8", 3, velCpuMOVBE, velCpuidSSSE3},  // its bodies do not use MOVBE
-    {"p8", 4, velCpuSSE41, velCpuidSSE41},
-    {"g9", 5, velCpuAVX, velCpuidAVX | velAVX_ENABLEDBYOS},
+    {"p8", 4, velCpuSSE41, velCpuidSSE41},  {"g9", 5, velCpuAVX, velCpuidAVX | velAVX_ENABLEDBYOS},
 };
 
 inline bool processorHas(const Path& path) {
@@ -39,6 +39,6 @@ class OnEveryPath : public testing::TestWithParam<Path> {
   }
   void TearDown() override { velStaticInit(); }
 };
-#define ORV_ON_EVERY_PATH(fixture)                                       \
-  INSTANTIATE_TEST_SUITE_P(, fixture, testing::ValuesIn(kPaths),         \
-                           [](const testing::TestParamInfo<Path>& info) { return std::string(info.param.name); })
+#define ORV_ON_EVERY_PATH(fixture)                               \
+  INSTANTIATE_TEST_SUITE_P(, fixture, testing::ValuesIn(kPaths), \
+                           [](const testing::TestParamInfo<Path>& path) { return std::string(path.param.name); })

@@ -78,9 +78,7 @@ VelStatus orvizkYUV420ToRGB888LS_MCU_S16_U8_P3C3(const Vel16s* const pSrcBlocks[
 
 // ---- One pixel
 
-float clip_F32(float low, float high, float x) {
-  return x > high ? high : x < low ? low : x;
-}
+float clip_F32(float low, float high, float x) { return x > high ? high : x < low ? low : x; }
 
 namespace {
 
