@@ -2,6 +2,6 @@
 #pragma once
 #include "orv.h"
 
-// What the entry points read: velJumpIndexForMergedLibs under a hidden name, so that they reach it without a detour. A
-// program that is linked without PIC has a copy of the exported variable of its own, so whoever selects writes both.
+// What the entry points read: always velJumpIndexForMergedLibs, which a program that is linked without PIC keeps in memory of its
+// own. Whoever selects writes both.
 extern "C" __attribute__((visibility("hidden"))) Vel32s ownJumpIndex;

@@ -5,7 +5,7 @@
 extern "C" {
 Vel32s velJumpIndexForMergedLibs = 0;
 Vel32s velJumpIndexForMergedLibsLP = 0;
-extern Vel32s ownJumpIndex __attribute__((alias("velJumpIndexForMergedLibs")));
+Vel32s ownJumpIndex = 0;
 }
 
 namespace {

@@ -154,7 +154,7 @@ VelStatus decodeBlock(Reader& in, Vel16s* dst, Vel16s* lastDC, const VeliDecodeH
       continue;
     }
     if (in.value(size, &value)) return velStsJPEGOutOfBufErr;
-    dst[ownZigzag[k < 63 ? k : 63]] = Vel16s(value);
+    dst[ownZigzag[k]] = Vel16s(value);
   }
   return velStsNoErr;
 }
@@ -180,24 +180,40 @@ ORV_INLINE bool appendByte(const Vel8u*& src, Vel32u& window, int& valid) {
 
 // With 16 bits or fewer in store, appends two bytes.
 ORV_INLINE bool appendTwo(const Vel8u*& src, Vel32u& window, int& valid) {
-  Vel16u two;
-  memcpy(&two, src, 2);
-  if (__builtin_expect((two & 0xFF) == 0xFF || two >> 8 == 0xFF, 0))
+  Vel16u loaded;
+  memcpy(&loaded, src, 2);
+  const Vel32u two = loaded;
+  if (__builtin_expect((two & 0xFF) == 0xFF || two >= 0xFF00, 0))
     return appendByte(src, window, valid) && appendByte(src, window, valid);
-  window |= Vel32u(__builtin_bswap16(two)) << (16 - valid);
+  window |= (__builtin_bswap32(two) >> valid);
   valid += 16;
   src += 2;
   return true;
 }
 
-// A code of more than 8 bits at the top of the window: length << 16 | symbol, or 0.
+// A code of 9 to 16 bits at the top of the window: length << 16 | symbol, or 0. All eight lengths are tried at once.
+ORV_INLINE Vec codesOfLengths9To16(Vel32u window) {
+  const Vec top = all16(int(window >> 16));
+  const Vec shifted =
+      _mm_mulhi_epu16(top, _mm_setr_epi16(1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14, short(1 << 15), 0));
+  return _mm_or_si128(shifted, _mm_and_si128(top, _mm_setr_epi16(0, 0, 0, 0, 0, 0, 0, -1)));
+}
 __attribute__((noinline)) Vel32u longCode(const VeliDecodeHuffmanSpec& spec, Vel32u window) {
-  for (int length = kFastBits + 1; length <= kLongest; ++length) {
-    const int code = int(window >> (32 - length));
-    if (spec.maxCode[length] == kNoCode || code > spec.maxCode[length]) continue;
-    return Vel32u(length) << 16 | spec.symbols[(spec.valPtr[length] - spec.minCode[length] + code) & 255];
-  }
-  return 0;
+  const Vec codes = codesOfLengths9To16(window), last = load(spec.maxCode + 9);
+  const Vec above = _mm_subs_epu16(codes, last);  // zero where the code is not above the last of its length
+  const Vec matches = _mm_andnot_si128(_mm_cmpeq_epi16(last, all16(-1)), _mm_cmpeq_epi16(above, zero()));
+  const int found = _mm_movemask_epi8(matches);
+  if (found == 0) return 0;
+  const int length = 9 + __builtin_ctz(unsigned(found)) / 2;
+  const int code = int(window >> (32 - length));
+  return Vel32u(length) << 16 | spec.symbols[(spec.valPtr[length] - spec.minCode[length] + code) & 255];
+}
+
+// One by one, because of a loop the compiler would make a string instruction, which is slow to start.
+ORV_INLINE void clearBlock(Vel16s* dst) {
+  const Vec z = zero();
+  store(dst, z), store(dst + 8, z), store(dst + 16, z), store(dst + 24, z);
+  store(dst + 32, z), store(dst + 40, z), store(dst + 48, z), store(dst + 56, z);
 }
 
 struct State {
@@ -206,72 +222,81 @@ struct State {
   int valid;
 };
 
+// Where decodeFast stands. The store holds 17 bits at least in front of every code, and a code and its extra bits need
+// more only when both are long.
+struct Fast : State {
+  explicit Fast(const State& s) : State(s) {}
+
+  // The table's entry for the next code, or 0; the code stays.
+  bool next(const VeliDecodeHuffmanSpec& spec, Vel32u* entry) {
+    if (valid <= 16 && !appendTwo(src, window, valid)) return false;
+    *entry = spec.fast[window >> (32 - kFastBits)];
+    if (__builtin_expect(*entry == 0, 0)) *entry = longCode(spec, window);
+    return *entry != 0;
+  }
+  // Takes a code of `length` bits and `size` (1 to 15) extra bits: their value.
+  bool take(int length, int size, int* value) {
+    window <<= length;
+    valid -= length + size;
+    if (__builtin_expect(valid < 0, 0)) {
+      valid += size;
+      if (!appendTwo(src, window, valid)) return false;
+      valid -= size;
+    }
+    *value = extend(window, size);
+    window <<= size;
+    return true;
+  }
+  void take(int length) {
+    window <<= length;
+    valid -= length;
+  }
+};
+
 ORV_INLINE bool decodeFast(State& state, Vel16s* dst, Vel16s* lastDC, const VeliDecodeHuffmanSpec& dc,
                            const VeliDecodeHuffmanSpec& ac) {
-  const Vel8u* src = state.src;
-  Vel32u window = state.window;
-  int valid = state.valid;
-  for (int i = 0; i < 64; i += 8) store(dst + i, zero());
-
-    // The store holds 17 bits at least in front of every code; a long code or many extra bits may need more.
-#define APPEND_TWO_IF(few) \
-  if ((few) && !appendTwo(src, window, valid)) return false
-#define NEXT_CODE(spec)                                      \
-  APPEND_TWO_IF(valid <= 16);                                \
-  entry = spec.fast[window >> (32 - kFastBits)];             \
-  if (__builtin_expect(entry == 0, 0)) {                     \
-    if ((entry = longCode(spec, window)) == 0) return false; \
-  }                                                          \
-  bits = int(entry >> 16);                                   \
-  window <<= bits;                                           \
-  valid -= bits
-
+  Fast in(state);
   Vel32u entry;
-  int bits;
-  NEXT_CODE(dc);
-  int size = int(entry & 0xFF), value = 0;
-  if (size > 11) return false;
-  if (size) {
-    APPEND_TWO_IF(valid < size);
-    value = extend(window, size);
-    window <<= size;
-    valid -= size;
-  }
+  int value = 0;
+  clearBlock(dst);
+
+  if (!in.next(dc, &entry)) return false;
+  int length = int(entry >> 16), size = int(entry & 0xFF);
+  if (size > 15) return false;
+  if (size == 0)
+    in.take(length);
+  else if (!in.take(length, size, &value))
+    return false;
   const Vel16s newDC = Vel16s(*lastDC + value);
   dst[0] = newDC;
 
   const Vel32s* k = ownZigzag + 1;
   const Vel32s* const end = ownZigzag + 64;
   do {
-    NEXT_CODE(ac);
-    size = int(entry & 15);
+    if (!in.next(ac, &entry)) return false;
+    length = int(entry >> 16), size = int(entry & 15);
     const int run = int(entry >> 4 & 15);
-    if (size == 0) {
+    if (__builtin_expect(size == 0, 0)) {
+      in.take(length);
       if (run != 15) break;
       k += 16;
-      continue;
+    } else {
+      if (!in.take(length, size, &value)) return false;
+      k += run;
+      dst[*k++] = Vel16s(value);
     }
-    k += run;
-    if (k >= end) return false;
-    APPEND_TWO_IF(valid < size);
-    dst[*k] = Vel16s(extend(window, size));
-    ++k;
-    window <<= size;
-    valid -= size;
-    bits += size;
   } while (k < end);
   if (k > end) return false;
 
   // The careful path had 25 to 32 bits in store in front of the last code.
-  while (valid + bits < kWanted)
-    if (!appendByte(src, window, valid)) return false;
-  if (valid + bits > kStoreBits) return false;
+  const int last = length + size;
+  while (in.valid + last < kWanted)
+    if (!appendByte(in.src, in.window, in.valid)) return false;
+  if (in.valid + last > kStoreBits) return false;
 
   *lastDC = newDC;
-  state = {src, window, valid};
+  state = in;
   return true;
-#undef NEXT_CODE
-#undef APPEND_TWO_IF
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 #pragma once
 #include "orv.h"
 
-// The public zigzag table again, under a name that the library reaches without a detour.
-extern "C" __attribute__((visibility("hidden"))) const Vel32s ownZigzag[72];
+// The public zigzag table with room for any run from any place: the longest from 63 ends at 78.
+extern "C" __attribute__((visibility("hidden"))) const Vel32s ownZigzag[80];
 // The zigzag index of each natural position.
 extern "C" __attribute__((visibility("hidden"))) const Vel32s zigzag_index_Fwd[64];
