@@ -1,1 +1,19 @@
-# What an installed copy consists of.
+# What an installed copy consists of: the header, the library, and the two packages by which programs find it. Neither
+# names an absolute path, so the copy may be moved.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS orv EXPORT orv LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/include/orv.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+# The library needs no other package, so the exported target is the whole configuration. The version file also keeps
+# programs of the other word size away.
+set(package ${CMAKE_INSTALL_LIBDIR}/cmake/orv)
+install(EXPORT orv NAMESPACE orv:: FILE orvConfig.cmake DESTINATION ${package})
+write_basic_package_version_file(orvConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/orvConfigVersion.cmake DESTINATION ${package})
+
+set(package ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH includeFromPackage
+     ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+configure_file(${CMAKE_CURRENT_LIST_DIR}/orv.pc.in orv.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/orv.pc DESTINATION ${package})

@@ -36,6 +36,12 @@ ORV_INLINE Pixels sixteen(Vec luma, const ChromaTerms& c) {
 // Two rows of an image and the chroma row that they share.
 struct RowPair {
   const Vel8u *y0, *y1, *u, *v;
+  void next(const int step[3]) {
+    y0 += ptrdiff_t(step[0]) * 2;
+    y1 += ptrdiff_t(step[0]) * 2;
+    u += step[1];
+    v += step[2];
+  }
 };
 
 // Eight blocks. A Layout says how pixels are stored: put(row, x, pixels) sixteen of them from column x of destination
@@ -68,6 +74,11 @@ template <class Layout> ORV_INLINE void convertRows(const RowPair& s, const Layo
 
 template <bool kBgr> struct C3 {
   Vel8u* row[2];
+  C3(Vel8u* dst, int step) : row{dst, dst + step} {}
+  void next(int step) {
+    row[0] += ptrdiff_t(step) * 2;
+    row[1] += ptrdiff_t(step) * 2;
+  }
   static Pixels ordered(const Pixels& p) { return kBgr ? Pixels{p.b, p.g, p.r} : p; }
   void put(int r, int x, const Pixels& p) const { storeC3(row[r] + 3 * x, ordered(p)); }
   void put(int r, int x, const Pixels& p, int n) const {
@@ -78,6 +89,11 @@ template <bool kBgr> struct C3 {
 };
 struct AC4 {
   Vel8u* row[2];
+  AC4(Vel8u* dst, int step) : row{dst, dst + step} {}
+  void next(int step) {
+    row[0] += ptrdiff_t(step) * 2;
+    row[1] += ptrdiff_t(step) * 2;
+  }
   void put(int r, int x, const Pixels& p) const { storeAC4(row[r] + 4 * x, p); }
   void put(int r, int x, const Pixels& p, int n) const {
     Vel8u whole[64] = {};
@@ -87,56 +103,54 @@ struct AC4 {
   }
 };
 struct P3 {
-  Vel8u* row[3][2];
+  Vel8u *red, *green, *blue;
+  int step;
+  P3(Vel8u* const dst[3], int s) : red(dst[0]), green(dst[1]), blue(dst[2]), step(s) {}
+  void next(int) {
+    red += ptrdiff_t(step) * 2;
+    green += ptrdiff_t(step) * 2;
+    blue += ptrdiff_t(step) * 2;
+  }
   void put(int r, int x, const Pixels& p) const {
-    store(row[0][r] + x, natural(p.r));
-    store(row[1][r] + x, natural(p.g));
-    store(row[2][r] + x, natural(p.b));
+    const ptrdiff_t at = ptrdiff_t(step) * r + x;
+    store(red + at, natural(p.r));
+    store(green + at, natural(p.g));
+    store(blue + at, natural(p.b));
   }
   void put(int r, int x, const Pixels& p, int n) const {
-    Vel8u red[16], green[16], blue[16];
-    const P3 whole{{{red, red}, {green, green}, {blue, blue}}};
-    whole.put(0, 0, p);
-    memcpy(row[0][r] + x, red, size_t(n));
-    memcpy(row[1][r] + x, green, size_t(n));
-    memcpy(row[2][r] + x, blue, size_t(n));
+    const ptrdiff_t at = ptrdiff_t(step) * r + x;
+    Vel8u whole[16];
+    const auto some = [&](Vel8u* plane, Vec channel) {
+      store(whole, natural(channel));
+      memcpy(plane + at, whole, size_t(n));
+    };
+    some(red, p.r);
+    some(green, p.g);
+    some(blue, p.b);
   }
 };
 
 // ---- Images
 
-// Converts the whole blocks; layoutAt(y) is the layout of the destination rows y and y + 1.
-template <class LayoutAt> ORV_INLINE VelStatus convert(const Vel8u* const pSrc[3], const int srcStep[3], VeliSize size,
-                                                       const LayoutAt& layoutAt) {
-  for (int y = 0; y + 2 <= size.height; y += 2) {
-    const RowPair s{rowOf(pSrc[0], srcStep[0], y), rowOf(pSrc[0], srcStep[0], y + 1), rowOf(pSrc[1], srcStep[1], y / 2),
-                    rowOf(pSrc[2], srcStep[2], y / 2)};
-    convertRows(s, layoutAt(y), size.width / 2);
-  }
-  return (size.width | size.height) & 1 ? velStsDoubleSize : velStsNoErr;
-}
-
-template <class Layout> ORV_INLINE VelStatus toPixels(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst,
-                                                      int dstStep, VeliSize size, int least = 1) {
+// Checks the arguments and converts the whole blocks. Dst is a pointer to pixels or an array of planes.
+template <class Layout, class Dst> ORV_INLINE VelStatus convert(const Vel8u* const pSrc[3], const int srcStep[3],
+                                                                Dst pDst, int dstStep, VeliSize size, int least = 1) {
   ORV_CHECK(checkPointers(pSrc, srcStep, pDst));
   ORV_CHECK(checkSize(size, least));
   ORV_CHECK(checkPlanes(pSrc));
-  return convert(pSrc, srcStep, size, [=](int y) {
-    return Layout{{rowOf(pDst, dstStep, y), rowOf(pDst, dstStep, y + 1)}};
-  });
-}
-
-ORV_INLINE VelStatus toPlanes(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* const pDst[3], int dstStep,
-                              VeliSize size) {
-  ORV_CHECK(checkPointers(pSrc, srcStep, pDst));
-  ORV_CHECK(checkSize(size));
-  ORV_CHECK(checkPlanes(pSrc));
   ORV_CHECK(checkPlanes(pDst));
-  return convert(pSrc, srcStep, size, [=](int y) {
-    P3 p;
-    for (int c = 0; c < 3; ++c) p.row[c][0] = rowOf(pDst[c], dstStep, y), p.row[c][1] = rowOf(pDst[c], dstStep, y + 1);
-    return p;
-  });
+  RowPair src{pSrc[0], pSrc[0] + srcStep[0], pSrc[1], pSrc[2]};
+  Layout dst(pDst, dstStep);
+  const int blocks = size.width / 2;
+  for (int n = size.height / 2; n > 0; --n) {
+    if (blocks == 8)  // one vector: the tile of a JPEG MCU
+      eightBlocks(src, 0, dst, 0);
+    else
+      convertRows(src, dst, blocks);
+    src.next(srcStep);
+    dst.next(dstStep);
+  }
+  return (size.width | size.height) & 1 ? velStsDoubleSize : velStsNoErr;
 }
 
 }  // namespace
@@ -145,30 +159,30 @@ ORV_INLINE VelStatus toPlanes(const Vel8u* const pSrc[3], const int srcStep[3], 
 
 ORV_BODY_A(veliYUV420ToRGB_8u_P3C3R)
 (const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep, VeliSize roiSize) {
-  return toPixels<C3<false>>(pSrc, srcStep, pDst, dstStep, roiSize);
+  return convert<C3<false>>(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 ORV_BODY_A(veliYUV420ToBGR_8u_P3C3R)
 (const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep, VeliSize roiSize) {
-  return toPixels<C3<true>>(pSrc, srcStep, pDst, dstStep, roiSize, 2);
+  return convert<C3<true>>(pSrc, srcStep, pDst, dstStep, roiSize, 2);
 }
 
 ORV_BODY_A(veliYUV420ToRGB_8u_P3AC4R)
 (const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep, VeliSize roiSize) {
-  return toPixels<AC4>(pSrc, srcStep, pDst, dstStep, roiSize);
+  return convert<AC4>(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 ORV_BODY_A(veliYUV420ToRGB_8u_P3R)
 (const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* const pDst[3], int dstStep, VeliSize roiSize) {
-  return toPlanes(pSrc, srcStep, pDst, dstStep, roiSize);
+  return convert<P3>(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 ORV_BODY_A(veliYUV420ToRGB_8u_P3C3)(const Vel8u* const pSrc[3], Vel8u* pDst, VeliSize roiSize) {
   const int srcStep[3] = {roiSize.width, roiSize.width / 2, roiSize.width / 2};
-  return toPixels<C3<false>>(pSrc, srcStep, pDst, int(3u * unsigned(roiSize.width)), roiSize);
+  return convert<C3<false>>(pSrc, srcStep, pDst, int(3u * unsigned(roiSize.width)), roiSize);
 }
 
 ORV_BODY_A(veliYUV420ToRGB_8u_P3)(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize) {
   const int srcStep[3] = {roiSize.width, roiSize.width / 2, roiSize.width / 2};
-  return toPlanes(pSrc, srcStep, pDst, roiSize.width, roiSize);
+  return convert<P3>(pSrc, srcStep, pDst, roiSize.width, roiSize);
 }

@@ -85,3 +85,10 @@
 #define ORV_BODY_C ORV_EXPORTED_BODY
 
 #define ORV_INLINE [[maybe_unused]] static inline __attribute__((always_inline))
+
+// In front of a loop with a constant count: unroll it.
+#ifdef __clang__
+#define ORV_UNROLL _Pragma("unroll")
+#else
+#define ORV_UNROLL _Pragma("GCC unroll 16")
+#endif

@@ -34,30 +34,34 @@ ORV_INLINE Vec green(Vec pairs) {
   return _mm_srai_epi32(_mm_add_epi32(sum, all32((1 << (kFraction - 1)) + 84)), kFraction);
 }
 
-ORV_INLINE Terms terms(Vec cb, Vec cr) {
+// `outside` gathers bits above the low eight from samples outside -128..127, for which the terms are not exact.
+ORV_INLINE Terms terms(Vec cb, Vec cr, Vec& outside) {
   const Vec level = all16(128);
+  const Vec cbLevel = _mm_add_epi16(cb, level), crLevel = _mm_add_epi16(cr, level);
+  outside = _mm_or_si128(outside, _mm_or_si128(cbLevel, crLevel));
   const Vec g = _mm_packs_epi32(green(_mm_unpacklo_epi16(cb, cr)), green(_mm_unpackhi_epi16(cb, cr)));
   // 1.402 cr = cr + 0.402 cr; 1.772 cb = 2 cb - 0.228 cb
-  const Vec r = _mm_add_epi16(cr, rounded8(scaled(cr, 26345)));
-  const Vec b = _mm_add_epi16(_mm_add_epi16(cb, cb), rounded8(scaled(cb, -14942)));
-  return {_mm_add_epi16(r, level), _mm_add_epi16(g, level), _mm_add_epi16(b, level)};
+  const Vec r = _mm_add_epi16(crLevel, rounded8(scaled(cr, 26345)));
+  const Vec b = _mm_add_epi16(_mm_add_epi16(cb, cbLevel), rounded8(scaled(cb, -14942)));
+  return {r, _mm_add_epi16(g, level), b};
 }
 
-// A row of sixteen pixels from eight luma samples of each of two blocks, with terms that serve two pixels each.
-ORV_INLINE Vec channel(Vec left, Vec right, Vec term) {
-  return _mm_packus_epi16(_mm_adds_epi16(left, _mm_unpacklo_epi16(term, term)),
-                          _mm_adds_epi16(right, _mm_unpackhi_epi16(term, term)));
-}
-ORV_INLINE void convertRow(const Vel16s* left, const Vel16s* right, const Terms& t, Vel8u* dst) {
-  const Vec l = load(left), r = load(right);
-  storeC3(dst, Rgb16<kNatural>{channel(l, r, t.r), channel(l, r, t.g), channel(l, r, t.b)});
-}
+// What the terms' eight samples add to sixteen pixels: each serves two.
+struct PixelTerms {
+  Vec left, right;
+  explicit PixelTerms(Vec t) : left(_mm_unpacklo_epi16(t, t)), right(_mm_unpackhi_epi16(t, t)) {}
+  Vec channel(Vec l, Vec r) const { return _mm_packus_epi16(_mm_adds_epi16(l, left), _mm_adds_epi16(r, right)); }
+};
 
-// All 64 samples lie in -128..127.
-ORV_INLINE bool isSmall(const Vel16s* block) {
-  Vec outside = zero();
-  for (int i = 0; i < 64; i += 8) outside = _mm_or_si128(outside, _mm_add_epi16(load(block + i), all16(128)));
-  return allZero(_mm_srli_epi16(outside, 8));
+// Two rows of sixteen pixels, each from eight luma samples of the left block and eight of the right one behind it.
+ORV_INLINE void convertRows(const Vel16s* left, const Vel16s* cb, const Vel16s* cr, Vel8u* dst, int dstStep,
+                            Vec& outside) {
+  const Terms t = terms(load(cb), load(cr), outside);
+  const PixelTerms r(t.r), g(t.g), b(t.b);
+  ORV_UNROLL for (int i = 0; i < 2; ++i) {
+    const Vec l = load(left + 8 * i), m = load(left + 64 + 8 * i);
+    storeC3(dst + ptrdiff_t(dstStep) * i, Rgb16<kNatural>{r.channel(l, m), g.channel(l, m), b.channel(l, m)});
+  }
 }
 
 void convertOneByOne(const Vel16s* pLuma, const Vel16s* pCb, const Vel16s* pCr, Vel8u* pDst, int dstStep) {
@@ -74,13 +78,10 @@ void convertOneByOne(const Vel16s* pLuma, const Vel16s* pCb, const Vel16s* pCr, 
 
 ORV_KERNEL void ORV_NAME(ownpj_YUV420ToRGB888LS_MCU)(const Vel16s* pLuma, const Vel16s* pCb, const Vel16s* pCr,
                                                      Vel8u* pDst, int dstStep) {
-  if (!isSmall(pCb) || !isSmall(pCr)) {
-    convertOneByOne(pLuma, pCb, pCr, pDst, dstStep);
-    return;
-  }
+  Vec outside = zero();
   for (int j = 0; j < 8; ++j) {
-    const Terms t = terms(load(pCb + 8 * j), load(pCr + 8 * j));
-    const Vel16s* const left = pLuma + j / 4 * 128 + j % 4 * 16;
-    for (int i = 0; i < 2; ++i) convertRow(left + 8 * i, left + 64 + 8 * i, t, rowOf(pDst, dstStep, 2 * j + i));
+    convertRows(pLuma + j / 4 * 128 + j % 4 * 16, pCb + 8 * j, pCr + 8 * j, rowOf(pDst, dstStep, 2 * j), dstStep,
+                outside);
   }
+  if (!allZero(_mm_srli_epi16(outside, 8))) convertOneByOne(pLuma, pCb, pCr, pDst, dstStep);
 }
