@@ -229,25 +229,30 @@ struct LevelAndClip {
   }
 };
 
-// Two rows of words, as outputs left them, to samples in their natural order.
-template <class Level> ORV_INLINE Vec orderedSamples(const Level& samples, Vec a, Vec b) {
+// The same of two rows as outputs left them: puts them in order.
+template <class Level> struct Ordered {
+  Level level;
+  Vec operator()(Vec a, Vec b) const {
 #if ORV_HAS_SHUFFLE
-  return _mm_shuffle_epi8(samples(a, b), constant(samples.k->order));
+    return _mm_shuffle_epi8(level(a, b), constant(level.k->order));
 #else
-  return samples(a, b);
+    return level(a, b);
 #endif
-}
-ORV_INLINE void storeRows(Vel8u*& dst, int step, Vec twoRows) {
+  }
+};
+ORV_INLINE void storeRows(Vel8u* dst, int step, Vec twoRows) {
   storeLow(dst, twoRows);
   storeHigh(dst + step, twoRows);
-  dst += ptrdiff_t(step) * 2;
 }
-template <class Level>
-ORV_INLINE void storeBlock(Vel8u* dst, int step, const Half& a, const Half& b, const Level& samples) {
-  storeRows(dst, step, orderedSamples(samples, outputRow<0>(a, b), outputRow<1>(a, b)));
-  storeRows(dst, step, orderedSamples(samples, outputRow<2>(a, b), outputRow<3>(a, b)));
-  storeRows(dst, step, orderedSamples(samples, outputRow<4>(a, b), outputRow<5>(a, b)));
-  storeRows(dst, step, orderedSamples(samples, outputRow<6>(a, b), outputRow<7>(a, b)));
+// Rows are made two a time, those first that share what they are made from.
+template <class Finish>
+ORV_INLINE void storeBlock(Vel8u* dst, int step, const Half& a, const Half& b, const Finish& finish) {
+  Vel8u* const middle = dst + ptrdiff_t(step) * 2;
+  Vel8u* const end = middle + ptrdiff_t(step) * 4;
+  storeRows(dst, step, finish(outputRow<0>(a, b), outputRow<1>(a, b)));
+  storeRows(end, step, finish(outputRow<6>(a, b), outputRow<7>(a, b)));
+  storeRows(middle, step, finish(outputRow<2>(a, b), outputRow<3>(a, b)));
+  storeRows(middle + ptrdiff_t(step) * 2, step, finish(outputRow<4>(a, b), outputRow<5>(a, b)));
 }
 
 // ---- Blocks
@@ -287,13 +292,13 @@ ORV_INLINE void transform8x8(const Source& s, Vel8u* dst, int step, const Level&
   reload(k);
   const TwoRows r46 = transformRows(k, &Constants::rows46, s.row(4), s.row(6));
   reload(k);
-  storeBlock(dst, step, evenRows<8>(k, r02.a, r02.b, r46.a, r46.b), b, level);
+  storeBlock(dst, step, evenRows<8>(k, r02.a, r02.b, r46.a, r46.b), b, Ordered<Level>{level});
 }
 // From the first four rows of a block that has no others.
 ORV_INLINE void finishUpper(const Level128& level, const TwoRows& r13, const TwoRows& r02, Vel8u* dst, int step) {
   const Vec none = zero();
   const Half b = oddRows<4>(level.k, r13.a, r13.b, none, none);
-  storeBlock(dst, step, evenRows<4>(level.k, r02.a, r02.b, none, none), b, level);
+  storeBlock(dst, step, evenRows<4>(level.k, r02.a, r02.b, none, none), b, Ordered<Level128>{level});
 }
 ORV_INLINE void transform8x4(const Dequantised& s, Vel8u* dst, int step, const Level128& level) {
   const Constants* k = level.k;
@@ -311,10 +316,7 @@ ORV_INLINE void transform2x2(const Dequantised& s, Vel8u* dst, int step, const L
   const Vec none = zero();
   const Half b = oddRows<2>(level.k, transformPair(level.k->row1, s.pair(1)), none, none, none);
   const Half a = evenRows<2>(level.k, transformPair(level.k->row0, s.pair(0)), none, none, none);
-  storeRows(dst, step, level(outputRow<0>(a, b), outputRow<1>(a, b)));
-  storeRows(dst, step, level(outputRow<2>(a, b), outputRow<3>(a, b)));
-  storeRows(dst, step, level(outputRow<4>(a, b), outputRow<5>(a, b)));
-  storeRows(dst, step, level(outputRow<6>(a, b), outputRow<7>(a, b)));
+  storeBlock(dst, step, a, b, level);
 }
 
 // The two cases of the full form, functions of their own so that the compiler does not weave them into one another: a
@@ -376,6 +378,6 @@ ORV_BODY_B(veliDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R)
   ORV_CHECK(check(pSrc, pDst, dstStep, pQuantInvTable));
   const int level = Vel16s((pSrc[0] * pQuantInvTable[0] >> 3) + 128);
   const Vec samples = all8(level < 0 ? 0 : level > 255 ? 255 : level);
-  for (int y = 0; y < 8; y += 2) storeRows(pDst, dstStep, samples);
+  for (int y = 0; y < 8; y += 2) storeRows(rowOf(pDst, dstStep, y), dstStep, samples);
   return velStsNoErr;
 }
