@@ -15,23 +15,24 @@ struct Terms {
   Vec r, g, b;
 };
 
-// A product's fraction of 8 bits, rounded to an integer. The 1 makes up for what truncation takes from an exact half;
-// other sums keep a larger distance from one.
-ORV_INLINE Vec rounded8(Vec v) { return _mm_srai_epi16(_mm_add_epi16(v, all16(129)), 8); }
-
-// c k / 2^16 with 8 bits of fraction.
-ORV_INLINE Vec scaled(Vec c, int k) { return _mm_mulhi_epi16(_mm_slli_epi16(c, 8), all16(k)); }
+// c k / 2^16, rounded: the product keeps 8 bits of fraction, to which `half` is added. Weights and halves, here and
+// below, are ones with which all 256 values, and all pairs of them, come out right; those that lie exactly on a half
+// leave little choice.
+ORV_INLINE Vec scaled(Vec c, int k, int half) {
+  const Vec product = _mm_mulhi_epi16(_mm_slli_epi16(c, 8), all16(k));
+  return _mm_srai_epi16(_mm_add_epi16(product, all16(half)), 8);
+}
 
 // -0.34414 cb - 0.71414 cr for four pairs (cb, cr), rounded. Sums are multiples of 0.00002, so 23 bits of fraction tell
 // them from a half; the weights are split into 15 high bits and 8 low ones.
 constexpr int kFraction = 23, kLowBits = 8;
-constexpr int kCbWeight = -2886858, kCrWeight = -5990648;
+constexpr int kCbWeight = -2886855, kCrWeight = -5990640, kHalf = (1 << (kFraction - 1)) + 118;
 ORV_INLINE Vec weights(int cb, int cr) { return all32(int((unsigned(cb) & 0xFFFF) | unsigned(cr) << 16)); }
 ORV_INLINE Vec green(Vec pairs) {
   const Vec high = _mm_madd_epi16(pairs, weights(kCbWeight >> kLowBits, kCrWeight >> kLowBits));
   const Vec low = _mm_madd_epi16(pairs, weights(kCbWeight & 255, kCrWeight & 255));
   const Vec sum = _mm_add_epi32(_mm_slli_epi32(high, kLowBits), low);
-  return _mm_srai_epi32(_mm_add_epi32(sum, all32((1 << (kFraction - 1)) + 84)), kFraction);
+  return _mm_srai_epi32(_mm_add_epi32(sum, all32(kHalf)), kFraction);
 }
 
 // `outside` gathers bits above the low eight from samples outside -128..127, for which the terms are not exact.
@@ -41,8 +42,8 @@ ORV_INLINE Terms terms(Vec cb, Vec cr, Vec& outside) {
   outside = _mm_or_si128(outside, _mm_or_si128(cbLevel, crLevel));
   const Vec g = _mm_packs_epi32(green(_mm_unpacklo_epi16(cb, cr)), green(_mm_unpackhi_epi16(cb, cr)));
   // 1.402 cr = cr + 0.402 cr; 1.772 cb = 2 cb - 0.228 cb
-  const Vec r = _mm_add_epi16(crLevel, rounded8(scaled(cr, 26345)));
-  const Vec b = _mm_add_epi16(_mm_add_epi16(cb, cbLevel), rounded8(scaled(cb, -14942)));
+  const Vec r = _mm_add_epi16(crLevel, scaled(cr, 26345, 128));
+  const Vec b = _mm_add_epi16(_mm_add_epi16(cb, cbLevel), scaled(cb, -14943, 129));
   return {r, _mm_add_epi16(g, level), b};
 }
 

@@ -1,0 +1,268 @@
+"""Checks on the shared object and on the objects of each code path that it is linked from."""
+
+import json
+import os
+import re
+import subprocess
+import tempfile
+import unittest
+
+import instructions
+
+BUILD = json.load(open(os.environ["ORV_BUILD"]))
+WORD = BUILD["word"]
+CORE = "core64" if WORD == 8 else "core32"
+PATHS = ("w7", "v8", "s8", "p8", "g9")
+PATTERNS = {"A": "w7 w7 s8 s8 p8 g9", "B": "w7 w7 v8 v8 p8 g9", "C": "w7 w7 v8 s8 p8 g9"}
+
+# Exported kernels: those of every path, and those that only bodies of pattern A call.
+KERNELS = """velsCopy_8u velsCopy_16s velsCopy_32s velsZero_8u velsZero_16s velsZero_32s
+    velsMalloc_8u velsMalloc_32f velsFree veliConvert_8u16u_C1R veliDCT8x8InvLSClip_16s8u_C1R
+    ownpj_YUV420ToRGB888LS_MCU""".split()
+KERNELS_A = ["veliZigzagInv8x8_16s_C1"]
+
+
+def output(*command, stdin=None):
+    return subprocess.run(command, check=True, text=True, capture_output=True, input=stdin).stdout
+
+
+def source(name):
+    with open(os.path.join(BUILD["source"], name)) as file:
+        return file.read()
+
+
+def primitives():
+    """Name without prefix -> pattern."""
+    return dict(re.findall(r"^ORV_PRIMITIVE\((\w+), (\w)\)", source("src/core/primitives.def"), re.MULTILINE))
+
+
+def declared():
+    """What the public header declares to be exported: name -> whether it is a function."""
+    text = re.sub(r"/\*.*?\*/|^#[^\n]*", "", source("include/orv.h"), flags=re.DOTALL | re.MULTILINE)
+    names = {}
+    for declaration in re.findall(r"\bORV_API\s+([^;]+);", text):
+        variable = re.match(r"extern\b.*?(\w+)(?:\[\d+\]|\)\(.*\))?$", declaration, re.DOTALL)
+        names[variable[1] if variable else re.search(r"(\w+)\(", declaration)[1]] = not variable
+    return names
+
+
+class Library:
+    """The shared object: symbols by table, and the pointers that it holds."""
+
+    def __init__(self, path):
+        self.path = path
+        with open(path, "rb") as file:
+            self.data = file.read()
+        self.dynamic, self.all = {}, {}
+        for line in output("readelf", "-sW", "--dyn-syms", path).splitlines():
+            if line.startswith("Symbol table"):
+                table = self.dynamic if ".dynsym" in line else self.all
+            fields = line.split()
+            if len(fields) >= 8 and fields[0].rstrip(":").isdigit() and fields[6] != "UND":
+                address, size, kind, bind, name = int(fields[1], 16), int(fields[2], 0), fields[3], fields[4], fields[7]
+                table[name] = (address, size, kind, bind)
+        self.functions = {}
+        for name, (address, _, kind, _) in self.all.items():
+            if kind == "FUNC":
+                self.functions.setdefault(address, set()).add(name)
+        self.segments = [[int(x, 16) for x in found] for found in re.findall(
+            r"^ +LOAD +(\S+) (\S+) \S+ (\S+)", output("readelf", "-lW", path), re.MULTILINE)]
+        self.relative = {int(where, 16): addend for where, addend in re.findall(
+            r"^(\w+) +\w+ R_\w+_RELATIVE *(\w*)", output("readelf", "-rW", path), re.MULTILINE)}
+
+    def target(self, where):
+        """Where the pointer at this address leads; None when it is null or leads out of the library's own hands."""
+        if where not in self.relative:
+            return None
+        if self.relative[where]:
+            return int(self.relative[where], 16)
+        offset, start, _ = next(s for s in self.segments if s[1] <= where < s[1] + s[2])
+        at = offset + where - start
+        return int.from_bytes(self.data[at:at + WORD], "little")
+
+    def pointers(self, address, size):
+        """The functions that an array of pointers leads to: for each a set of names."""
+        return [self.functions.get(self.target(where), set()) for where in range(address, address + size, WORD)]
+
+
+LIBRARY = Library(BUILD["library"])
+
+
+def symbol_faults(path, file):
+    """What an object of a path defines for others, weak or strong, without the path's prefix."""
+    found = [line.split()[-2:] for line in output("nm", "--defined-only", file).splitlines()]
+    return [f"{kind} {name}" for kind, name in found if not name.startswith("__x86.get_pc_thunk.") and (
+        kind in "WVwvu" or kind.isupper() and not name.startswith(path + "_"))]
+
+
+def constructor_faults(file):
+    return re.findall(r" (\.(?:preinit_array|init_array|fini_array|ctors|dtors|init|fini)\S*)",
+                      output("readelf", "-SW", file))
+
+
+class Linkage(unittest.TestCase):
+    maxDiff = None
+
+    def test_dynamic_section(self):
+        dynamic = output("readelf", "-dW", LIBRARY.path)
+        self.assertEqual(re.findall(r"SONAME.*\[(.+)\]", dynamic), ["libOrv.so.6"])
+        self.assertLessEqual(set(re.findall(r"NEEDED.*\[(.+)\]", dynamic)), {"libc.so.6", "libm.so.6"})
+        self.assertNotIn("TEXTREL", dynamic)
+        self.assertIn("BIND_NOW", dynamic)
+        self.assertNotRegex(dynamic, "RPATH|RUNPATH")
+
+    def test_segments(self):
+        segments = output("readelf", "-lW", LIBRARY.path)
+        self.assertRegex(segments, r"GNU_STACK.* RW +0x")
+        self.assertNotIn("RWE", segments)
+
+    def test_exports(self):
+        patterns, header = primitives(), declared()
+        print({p: list(patterns.values()).count(p) for p in PATTERNS}, "of", len(patterns), "primitives")
+        expected = dict(header)
+        for name, pattern in patterns.items():
+            expected[f"vel{name}_arraddr"] = False
+            expected.update({f"{path}_vel{name}": True for path in PATTERNS[pattern].split()})
+        expected.update({f"{path}_{name}": True for path in PATHS for name in KERNELS})
+        expected.update({f"{path}_{name}": True for path in PATTERNS["A"].split() for name in KERNELS_A})
+        found = {name: kind == "FUNC" for name, (_, _, kind, _) in LIBRARY.dynamic.items()}
+        self.assertEqual(found, expected)
+        self.assertEqual({name: s[3] for name, s in LIBRARY.dynamic.items() if s[3] != "GLOBAL"}, {})
+
+    def test_list_is_the_header(self):
+        names = declared()
+        pairs = {name[3:] for name in names if name.startswith("vel") and "orv" + name[3:] in names}
+        self.assertEqual(pairs - {"StaticInit", "GetStatusString"}, set(primitives()))
+
+    def test_load_routines(self):
+        for name in ("orvInit", "orvDeInit"):
+            self.assertEqual(LIBRARY.all[name][3], "LOCAL")
+        dynamic = output("readelf", "-dW", LIBRARY.path)
+
+        def entries(tag):
+            address, = re.findall(rf"\({tag}\) +0x(\w+)", dynamic)
+            size, = re.findall(rf"\({tag}SZ\) +(\d+)", dynamic)
+            return LIBRARY.pointers(int(address, 16), int(size))
+
+        self.assertEqual([e for e in entries("INIT_ARRAY") if e != {"frame_dummy"}], [{"orvInit"}, {"orvDeInit"}])
+        self.assertEqual([e for e in entries("FINI_ARRAY") if e != {"__do_global_dtors_aux"}], [])
+
+    def test_tables(self):
+        for name, pattern in primitives().items():
+            with self.subTest(name):
+                address, size, _, _ = LIBRARY.all[f"vel{name}_arraddr"]
+                self.assertEqual(LIBRARY.pointers(address, size),
+                                 [{f"{path}_vel{name}"} for path in PATTERNS[pattern].split()])
+
+    def test_entries(self):
+        code = [(address, text) for _, address, text in instructions.disassemble(LIBRARY.path)]
+        at = {address: i for i, (address, _) in enumerate(code)}
+        index = LIBRARY.all["ownJumpIndex"][0]
+        if WORD == 4:
+            here = LIBRARY.all["ownHere"][0]
+            self.assertEqual([text for _, text in code[at[here]:][:2]], ["mov (%esp),%eax", "ret"])
+        for name in primitives():
+            with self.subTest(name):
+                entry, size, _, _ = LIBRARY.all["vel" + name]
+                table = LIBRARY.all[f"vel{name}_arraddr"][0]
+                body = [line for line in code[at[entry]:][:9] if line[0] < entry + size]
+                self.assertEqual(len(body), 3)
+                first, second = body[1][0], body[2][0]  # what the processor's own address is during the loads
+                if WORD == 4:
+                    expected = [f"call {here:x}", f"mov {index - first:#x}(%eax),%ecx",
+                                f"jmp *{table - first:#x}(%eax,%ecx,4)"]
+                else:
+                    expected = [f"movslq {index - first:#x}(%rip),%rax", f"lea {table - second:#x}(%rip),%r11",
+                                "jmp *(%r11,%rax,8)"]
+                self.assertEqual([text for _, text in body], expected)
+                forwarder, size, _, _ = LIBRARY.all["orv" + name]
+                self.assertEqual(code[at[forwarder]][1], f"jmp {entry:x}")
+                self.assertLess(size, 6)  # no room for a second instruction
+
+
+class PathObjects(unittest.TestCase):
+    """An instruction or a definition that slips from one path to another kills an old processor."""
+
+    def test_symbols_of_path_objects(self):
+        for path in PATHS:
+            self.assertEqual([symbol_faults(path, file) for file in BUILD[path]], [[]] * len(BUILD[path]))
+
+    def test_no_static_constructors(self):
+        everything = [file for objects in ("core",) + PATHS for file in BUILD[objects]]
+        with_some = [os.path.basename(file) for file in everything if constructor_faults(file)]
+        self.assertEqual(with_some, ["dllmain.cpp.o"])
+
+    def test_instructions(self):
+        for level, objects in [(CORE, "core")] + [(path, path) for path in PATHS]:
+            for file in BUILD[objects]:
+                self.assertEqual(instructions.faults(file, lambda symbol: level), [], file)
+
+    def test_instructions_of_the_linked_library(self):
+        def level_of(symbol):  # of local functions the name does not tell
+            prefix = symbol.split("_")[0]
+            return prefix if prefix in PATHS else CORE if symbol in LIBRARY.dynamic else None
+
+        self.assertEqual(instructions.faults(LIBRARY.path, level_of), [])
+
+
+class Gates(unittest.TestCase):
+    """The gates on the path objects find what they are there to find."""
+
+    def build(self, text, *flags):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        file = os.path.join(folder.name, "snippet.o")
+        output(*BUILD["compiler"], *flags, "-c", "-o", file, "-", stdin=text)
+        return file
+
+    def test_gates_find_compiled_faults(self):
+        file = self.build("""
+            int source();
+            int atLoad = source();
+            template <class T> __attribute__((noinline)) T twice(T x) { return x + x + atLoad; }
+            extern "C" int w7_good(int x) { return twice(x); }
+            extern "C" void stray(int* p) { for (int i = 0; i < 64; ++i) p[i] += i; }
+            """, "-xc++", "-O3", "-mavx2", "-fPIC")
+        self.assertEqual(sorted(symbol_faults("w7", file)), ["B atLoad", "T stray", "W _Z5twiceIiET_S0_"])
+        self.assertNotEqual(constructor_faults(file), [])
+        for level in instructions.LEVELS:
+            found = instructions.faults(file, lambda symbol: level)
+            self.assertTrue(any("stray: vpadd" in fault for fault in found), (level, found))
+
+    def test_every_level_of_instructions(self):
+        # Each group with the levels that hold it.
+        groups = {
+            "core32 core64 w7 v8 s8 p8 g9": """
+                cmovne %eax,%ecx; fldl (%eax); rep stosl; movzbl (%eax),%ecx; rep bsf %eax,%ecx""",
+            "core64 w7 v8 s8 p8 g9": """
+                paddb %xmm0,%xmm1; cvttps2dq (%eax),%xmm0; pextrw $1,%xmm0,%eax; movnti %eax,(%ecx); sfence
+                cmpltsd %xmm0,%xmm1; movq %xmm0,(%eax); mulss %xmm0,%xmm1""",
+            "v8 s8 p8 g9": """
+                pshufb %xmm0,%xmm1; haddps %xmm0,%xmm1; fisttpl (%eax); palignr $3,%xmm0,%xmm1""",
+            "p8 g9": """
+                pmulld %xmm0,%xmm1; pextrw $1,%xmm0,(%eax); pextrb $1,%xmm0,%eax; packusdw %xmm0,%xmm1
+                ptest %xmm0,%xmm1; roundps $1,%xmm0,%xmm1; pmovzxbw %xmm0,%xmm1; pblendvb %xmm0,%xmm1,%xmm2""",
+            "g9": """
+                vaddps %ymm0,%ymm1,%ymm2; vpaddb %xmm0,%xmm1,%xmm2; vbroadcastss (%eax),%ymm0; vptest %ymm0,%ymm1
+                vzeroupper; popcnt %eax,%ecx; pcmpgtq %xmm0,%xmm1; vperm2f128 $1,%ymm0,%ymm1,%ymm2
+                vcvtps2dq %ymm0,%ymm1; vpermilps $1,%ymm0,%ymm1; vcmpneq_oqps %ymm0,%ymm1,%ymm2""",
+            "": """
+                vpaddb %ymm0,%ymm1,%ymm2; vbroadcastss %xmm0,%xmm1; vpbroadcastb %xmm0,%xmm1; vpmovmskb %ymm0,%eax
+                vpsllvd %xmm0,%xmm1,%xmm2; vinserti128 $1,%xmm0,%ymm1,%ymm2; vperm2i128 $1,%ymm0,%ymm1,%ymm2
+                vpermq $1,%ymm0,%ymm1; vpgatherdd %ymm0,(%eax,%ymm1),%ymm2; vpblendd $1,%xmm0,%xmm1,%xmm2
+                vmovntdqa (%eax),%ymm0; vfmadd231ps %xmm0,%xmm1,%xmm2; vcvtph2ps %xmm0,%xmm1; lzcnt %eax,%ecx
+                andn %eax,%ecx,%edx; shlx %eax,%ecx,%edx; blsi %eax,%ecx; bextr %eax,%ecx,%edx; movbe (%eax),%ecx
+                aesenc %xmm0,%xmm1; pclmulqdq $1,%xmm0,%xmm1; vaddps %zmm0,%zmm1,%zmm2; vmovdqu8 (%eax),%xmm0
+                paddb %mm0,%mm1; emms; extrq %xmm0,%xmm1; prefetchw (%eax)""",
+        }
+        for levels, text in groups.items():
+            lines = [line for line in re.split(r"\s*[;\n]\s*", text) if line]
+            found = [found[2] for found in instructions.disassemble(self.build("\n".join(lines + [""]), "-xassembler"))]
+            self.assertEqual(len(found), len(lines))
+            for instruction in found:
+                holding = {level for level in instructions.LEVELS if not instructions.is_fault(level, instruction)}
+                self.assertEqual(holding, set(levels.split()), instruction)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,152 @@
+// One rung of the processor ladder: says what the library makes of the processor it finds itself on, then runs a small
+// workload of every family there and prints a checksum of each. An argument forces a code path by processor-type code.
+#include <cpuid.h>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include "orv.h"
+
+namespace {
+
+// FNV-1a over everything that a family wrote.
+uint32_t sum;
+template <class T> void add(const T& data) {
+  for (size_t i = 0; i < sizeof data; ++i) sum = (sum ^ reinterpret_cast<const Vel8u*>(&data)[i]) * 16777619u;
+}
+
+void expectDone(VelStatus status) {
+  if (status != velStsNoErr) puts(orvGetStatusString(status)), exit(3);
+}
+
+// Numbers of either sign, smaller than `below`, the same in every run.
+template <class T, size_t n> void scatter(T (&data)[n], int below, uint32_t seed) {
+  for (T& x : data) {
+    seed = seed * 1664525u + 1013904223u;
+    const int number = int(seed >> 8) % below;
+    x = T(T(-1) < T(0) && seed >> 31 ? -number : number);
+  }
+}
+
+void inverseDct() {
+  decltype(orviDCTQuantInv8x8LS_JPEG_16s8u_C1R)* const forms[] = {
+      orviDCTQuantInv8x8LS_JPEG_16s8u_C1R, orviDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R,
+      orviDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, orviDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R};
+  Vel16s coefs[64];
+  Vel16u quant[64];
+  scatter(coefs, 12, 1);
+  scatter(quant, 30, 2);
+  for (int filled : {64, 32}) {  // a lower half of zeros has a transform of its own
+    memset(coefs + filled, 0, size_t(64 - filled) * sizeof *coefs);
+    for (const auto form : forms) {
+      Vel8u block[8 * 13] = {};
+      expectDone(form(coefs, block, 13, quant));
+      add(block);
+    }
+  }
+}
+
+void huffman() {
+  // Codes 0, 10, 110, 1110 for categories 0 to 3 of DC, and for two AC symbols, end of block and a run of sixteen.
+  static const Vel8u bits[16] = {1, 1, 1, 1}, dcSymbols[4] = {0, 1, 2, 3}, acSymbols[4] = {0x00, 0x12, 0x03, 0xF0};
+  // 1110 101 | 10 01 | 110 011 | 1110 | 10 11 | 0 ..., then the end of the image
+  static const Vel8u stream[] = {0xEB, 0x39, 0xF5, 0xBF, 0xFF, 0xD9};
+  alignas(8) static Vel8u dcTable[1644], acTable[1644];
+  const auto dc = reinterpret_cast<VeliDecodeHuffmanSpec*>(dcTable),
+             ac = reinterpret_cast<VeliDecodeHuffmanSpec*>(acTable);
+  expectDone(orviDecodeHuffmanSpecInit_JPEG_8u(bits, dcSymbols, dc));
+  expectDone(orviDecodeHuffmanSpecInit_JPEG_8u(bits, acSymbols, ac));
+  int position = 0, marker = 0, valid = 0;
+  Vel32u prefetched = 0;
+  Vel16s last = 5, block[64] = {};
+  expectDone(
+      orviDecodeHuffman8x8_Direct_JPEG_1u16s_C1(stream, &position, block, &last, &marker, &prefetched, &valid, dc, ac));
+  for (int x : {position, marker, valid, int(prefetched), int(last)}) add(x);
+  add(block);
+}
+
+void yuv420() {
+  constexpr int kWidth = 66, kHeight = 6;  // two whole vectors of pixels and a tail
+  Vel8u y[kWidth * kHeight], u[kWidth * kHeight / 4], v[kWidth * kHeight / 4];
+  scatter(y, 256, 3);
+  scatter(u, 256, 4);
+  scatter(v, 256, 5);
+  const Vel8u* const src[3] = {y, u, v};
+  const int steps[3] = {kWidth, kWidth / 2, kWidth / 2};
+  const VeliSize size = {kWidth, kHeight};
+  Vel8u pixels[kHeight * kWidth * 4];
+  const auto run = [&](auto convert) {
+    memset(pixels, 0x5A, sizeof pixels);
+    expectDone(convert());
+    add(pixels);
+  };
+  Vel8u* const planes[3] = {pixels, pixels + sizeof y, pixels + 2 * sizeof y};
+  run([&] { return orviYUV420ToRGB_8u_P3C3R(src, steps, pixels, 4 * kWidth, size); });
+  run([&] { return orviYUV420ToRGB_8u_P3AC4R(src, steps, pixels, 4 * kWidth, size); });
+  run([&] { return orviYUV420ToRGB_8u_P3R(src, steps, planes, kWidth, size); });
+  run([&] { return orviYUV420ToRGB_8u_P3C3(src, pixels, size); });
+  run([&] { return orviYUV420ToRGB_8u_P3(src, planes, size); });
+  run([&] { return orviYUV420ToBGR_8u_P3C3R(src, steps, pixels, 4 * kWidth, size); });
+}
+
+void quantisation() {
+  Vel8u raw[64];
+  Vel16u table[64];
+  scatter(raw, 100, 6);
+  expectDone(orviQuantFwdRawTableInit_JPEG_8u(raw, 35));
+  add(raw);
+  expectDone(orviQuantFwdTableInit_JPEG_8u16u(raw, table));
+  add(table);
+  expectDone(orviQuantInvTableInit_JPEG_8u16u(raw, table));
+  add(table);
+}
+
+void mcu() {
+  Vel16s luma[256], cb[64], cr[64];
+  scatter(luma, 140, 7);
+  for (int below : {128, 400}) {  // past a byte's range, chroma is converted in floats
+    scatter(cb, below, 8);
+    scatter(cr, below, 9);
+    const Vel16s* const blocks[3] = {luma, cb, cr};
+    Vel8u tile[16 * 50] = {};
+    expectDone(orvizkYUV420ToRGB888LS_MCU_S16_U8_P3C3(blocks, tile, 50));
+    add(tile);
+  }
+}
+
+// What CPUID and XGETBV say, asked without the library.
+void printProcessor() {
+  unsigned a, b, c = 0, d = 0, xcr = 0;
+  __get_cpuid(1, &a, &b, &c, &d);
+  if (c >> 27 & 1) __asm__ volatile(".byte 0x0F, 0x01, 0xD0" /* xgetbv */ : "=a"(xcr) : "c"(0) : "edx");
+  printf("ecx=%u\nedx=%u\nxcr=%u\n", c, d, xcr);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  printProcessor();
+  const VelStatus status = velStaticInit();
+  int cache = -1;
+  const VelStatus cacheStatus = velGetMaxCacheSizeB(&cache);
+  printf("index=%d\nlp=%d\nenabled=%llu\nstatus=%d\nstring=%s\ncache=%d %d\n", velJumpIndexForMergedLibs,
+         velJumpIndexForMergedLibsLP, static_cast<unsigned long long>(velGetEnabledCpuFeatures()), status,
+         orvGetStatusString(status), cacheStatus, cache);
+  fflush(stdout);
+  if (argc > 1 && velStaticInitCpu(atoi(argv[1])) != velStsNoErr) return 1;
+  if (argc == 1 && velJumpIndexForMergedLibs == 0) return 0;
+
+  static const struct {
+    const char* name;
+    void (*run)();
+  } kFamilies[] = {{"inverseDct", inverseDct},
+                   {"huffman", huffman},
+                   {"yuv420", yuv420},
+                   {"quantisation", quantisation},
+                   {"mcu", mcu}};
+  for (const auto& family : kFamilies) {
+    sum = 2166136261u;
+    family.run();
+    printf("sum.%s=%08x\n", family.name, unsigned(sum));
+  }
+}

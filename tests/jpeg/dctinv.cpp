@@ -1,0 +1,208 @@
+// The inverse DCT against the exact transform, and against itself on other paths and in its reduced forms.
+#include "jpeg/support.h"
+
+namespace {
+
+using Samples = std::array<Vel8u, 64>;
+using Square = std::array<double, 64>;
+using Form = VelStatus(const Vel16s*, Vel8u*, int, const Vel16u*);
+using ClipForm = VelStatus(const Vel16s*, Vel8u*, int, Vel16s, Vel8u, Vel8u);
+
+Form* const kForms[] = {orvizkDCTQuantInv8x8LS_JPEG_16s8u_C1R, orviDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R,
+                        orviDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, orviDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R};
+constexpr int kCorners[] = {8, 4, 2, 1};  // the coefficients that a form reads: so many columns and rows
+
+// The 8 by 8 DCT (ITU-T T.81, A.3.3): to coefficients, or back.
+Square transform(const Square& in, bool back) {
+  static const Square basis = [] {
+    Square b;
+    for (size_t i = 0; i < 64; ++i)
+      b[i] = (i < 8 ? std::sqrt(0.125) : 0.5) * std::cos(double(2 * (i % 8) + 1) * double(i / 8) * M_PI / 16);
+    return b;
+  }();
+  Square half{}, out{};
+  const auto at = [&](size_t i, size_t j) { return basis[back ? 8 * j + i : 8 * i + j]; };
+  for (size_t i = 0; i < 512; ++i) half[i / 8] += at(i / 8 % 8, i % 8) * in[i / 64 * 8 + i % 8];
+  for (size_t i = 0; i < 512; ++i) out[i / 8] += at(i / 64, i % 8) * half[i % 8 * 8 + i / 8 % 8];
+  return out;
+}
+
+Block dequantised(const Block& coef, const Table& table) {
+  Block b;
+  for (size_t i = 0; i < 64; ++i) b[i] = Vel16s(Vel16u(Vel32u(coef[i]) * table[i]));
+  return b;
+}
+
+// Runs a form, a call with source, destination and step, in memory that ends or begins at a guard page; `variant` picks
+// the guard, the step, and by how many bytes all buffers miss alignment.
+template <class Call> Samples run(const Block& coef, const Table& table, int variant, const Call& call) {
+  const int steps[] = {8, 9, 31, 1000};
+  const size_t step = size_t(steps[variant % 4]), used = step * 7 + 8, off = size_t(variant / 8 % 16);
+  const Guard guard = variant & 4 ? Guard::kBefore : Guard::kBehind;
+  const size_t skip = guard == Guard::kBefore ? off : 0;
+  Guarded src(128 + off, guard), quant(128 + off, guard), dst(used + off, guard, 0x5A);
+  memcpy(src.data() + skip, coef.data(), 128);
+  memcpy(quant.data() + skip, table.data(), 128);
+  EXPECT_EQ(call(reinterpret_cast<Vel16s*>(src.data() + skip), dst.data() + skip, int(step),
+                 reinterpret_cast<Vel16u*>(quant.data() + skip)),
+            velStsNoErr);
+  Samples samples;
+  for (size_t i = 0; i < 64; ++i) {
+    Vel8u& sample = dst[skip + i / 8 * step + i % 8];
+    samples[i] = std::exchange(sample, 0x5A);
+  }
+  EXPECT_EQ(std::count(dst.data(), dst.data() + dst.size(), 0x5A), ptrdiff_t(dst.size())) << "padding";
+  EXPECT_TRUE(dst.intact());
+  return samples;
+}
+Samples runClip(ClipForm* form, const Block& coef, int level, int low, int high, int variant) {
+  return run(coef, Table(), variant, [=](const Vel16s* src, Vel8u* dst, int step, const Vel16u*) {
+    return form(src, dst, step, Vel16s(level), Vel8u(low), Vel8u(high));
+  });
+}
+
+Table tableOf(int strength) {
+  Table t;
+  for (size_t i = 0; i < 64; ++i) t[i] = Vel16u(std::min(255, 1 + strength * int(1 + i / 8 + i % 8)));
+  return t;
+}
+
+// Noise, a ramp with a little noise, or two levels along an edge, transformed and quantised.
+Block photoBlock(int kind, const Table& table, std::mt19937& random) {
+  const auto any = [&](int low, int high) { return double(std::uniform_int_distribution<>(low, high)(random)); };
+  const double base = any(0, 255), dx = any(-20, 20), dy = any(-20, 20), other = any(0, 255);
+  Square s;
+  for (size_t i = 0; i < 64; ++i) {
+    const double x = double(i % 8) - 3.5, y = double(i / 8) - 3.5, edge = x * dx + y * dy;
+    s[i] = kind == 0 ? any(0, 255) : kind == 1 ? base + edge + any(-2, 2) : edge > 0 ? base : other;
+    s[i] = std::clamp(s[i], 0.0, 255.0) - 128;
+  }
+  s = transform(s, false);
+  Block b;
+  for (size_t i = 0; i < 64; ++i) b[i] = Vel16s(std::lround(s[i] / table[i]));
+  return b;
+}
+template <class Words> Words wild(std::mt19937& random) {
+  Words w;
+  for (auto& x : w) x = typename Words::value_type(wildWord(random));
+  return w;
+}
+
+class JpegDctInv : public OnEveryPath {
+ protected:
+  ClipForm* clipForm = kernelOf<ClipForm>(GetParam(), "veliDCT8x8InvLSClip_16s8u_C1R");
+  std::mt19937 random{8};
+};
+ORV_ON_EVERY_PATH(JpegDctInv);
+
+TEST_P(JpegDctInv, IsWithinOneUnitOfTheExactTransform) {
+  ASSERT_NE(clipForm, nullptr);
+  int differing = 0, total = 0;
+  for (int strength : {0, 1, 3, 8, 20, 60})
+    for (int i = 0; i < 900; ++i) {
+      const Table table = tableOf(strength);
+      const Block coef = photoBlock(i % 3, table, random);
+      Square exact;
+      const Block plain = dequantised(coef, table);
+      std::copy(plain.begin(), plain.end(), exact.begin());
+      exact = transform(exact, true);
+      const Samples samples = run(coef, table, i, kForms[0]);
+      const int level = i % 256 - 64, low = i % 50, high = 255 - i % 70;
+      const Samples clipped = runClip(clipForm, plain, level, low, high, i);
+      for (size_t n = 0; n < 64; ++n) {
+        const int x = int(std::floor(exact[n] + 0.5)), error = samples[n] - std::clamp(x + 128, 0, 255);
+        ASSERT_LE(std::abs(error), 1) << "strength " << strength << ", block " << i << ", sample " << n;
+        ASSERT_LE(std::abs(clipped[n] - std::clamp(x + level, low, high)), 1);
+        differing += error != 0, ++total;
+      }
+    }
+  RecordProperty("differing", differing);
+  EXPECT_LT(differing, total / 50);
+}
+
+TEST_P(JpegDctInv, ReducedFormsGiveTheFullFormsSamples) {
+  for (int i = 0; i < 2000; ++i) {
+    const Table table = i & 1 ? wild<Table>(random) : tableOf(i % 20);
+    for (size_t form : {1u, 2u}) {
+      const size_t corner = size_t(kCorners[form]);
+      Block noisy = wild<Block>(random);  // what lies outside the corner does not count
+      Block alone{};
+      for (size_t n = 0; n < 64; ++n)
+        if (n % 8 < corner && n / 8 < corner) alone[n] = noisy[n] = i & 2 ? noisy[n] : Vel16s(noisy[n] % 64);
+      ASSERT_EQ(run(noisy, table, i, kForms[form]), run(alone, table, 0, kForms[0])) << corner << " by " << corner;
+    }
+  }
+}
+
+TEST_P(JpegDctInv, OneCoefficientIsShiftedAndClamped) {
+  for (int coef : {-32768, -32767, -1025, -1024, -9, -8, -1, 0, 1, 7, 8, 1015, 1016, 1023, 1024, 32767})
+    for (int quant : {0, 1, 2, 3, 8, 16, 255, 256, 32767, 32768, 65535}) {
+      Block block = wild<Block>(random);
+      Table table = wild<Table>(random);
+      block[0] = Vel16s(coef), table[0] = Vel16u(quant);
+      const int level = Vel16s(int(std::floor(coef * double(quant) / 8)) + 128);  // a word, which may wrap
+      Samples flat;
+      flat.fill(Vel8u(std::clamp(level, 0, 255)));
+      ASSERT_EQ(run(block, table, coef & 127, kForms[3]), flat) << coef << " times " << quant;
+    }
+}
+
+// Where the clamp's bounds are those of a byte, the kernel with level and clip is the last step of the full form; it
+// does not leave rows of zeros out.
+TEST_P(JpegDctInv, FullFormIsDequantisationAndKernel) {
+  for (int i = 0; i < 3000; ++i) {
+    const Table table = i & 1 ? wild<Table>(random) : tableOf(i % 20);
+    Block coef = wild<Block>(random);
+    if (i & 2) std::fill(coef.begin() + 32 + i % 33, coef.end(), Vel16s(0));
+    if (i & 4) std::fill(coef.begin() + 32, coef.end(), Vel16s(0));
+    ASSERT_EQ(run(coef, table, i, kForms[0]), runClip(clipForm, dequantised(coef, table), 128, 0, 255, 0));
+  }
+  const Samples wrapped = runClip(clipForm, Block{128}, 32767, 5, 250, 0);  // sixteen in every sample
+  EXPECT_EQ(std::count(wrapped.begin(), wrapped.end(), 5), 64) << "level is added in 16 bits";
+}
+
+TEST_P(JpegDctInv, ReducedFormsReadTheirCornerOnly) {
+  for (size_t form = 0; form < 4; ++form) {
+    const size_t corner = size_t(kCorners[form]);
+    Guarded src(2 * (8 * (corner - 1) + corner), Guard::kBehind);
+    Samples samples;
+    EXPECT_EQ(kForms[form](src.as<Vel16s>(), samples.data(), 8, tableOf(1).data()), velStsNoErr);
+    EXPECT_EQ(std::count(samples.begin(), samples.end(), 128), 64);
+  }
+}
+
+TEST_P(JpegDctInv, ChecksItsArgumentsInOrder) {
+  const Block coef{};
+  Samples s{};
+  for (Form* form : kForms) {
+    EXPECT_EQ(form(nullptr, s.data(), 0, nullptr), velStsNullPtrErr);
+    EXPECT_EQ(form(coef.data(), nullptr, 0, nullptr), velStsNullPtrErr);
+    for (int step : {0, -8, INT32_MIN}) EXPECT_EQ(form(coef.data(), s.data(), step, nullptr), velStsStepErr);
+    EXPECT_EQ(form(coef.data(), s.data(), 8, nullptr), velStsNullPtrErr);
+  }
+  EXPECT_EQ(clipForm(nullptr, s.data(), 0, 128, 0, 255), velStsNullPtrErr);
+  EXPECT_EQ(clipForm(coef.data(), nullptr, 0, 128, 0, 255), velStsNullPtrErr);
+  EXPECT_EQ(clipForm(coef.data(), s.data(), 0, 128, 0, 255), velStsStepErr);
+  EXPECT_EQ(s, Samples{}) << "an error wrote";
+}
+
+// Sums saturate and products wrap alike everywhere.
+TEST(JpegDctInvPaths, GiveTheSameSamples) {
+  std::vector<Samples> expected;
+  for (const Path& path : kPaths) {
+    if (!processorHas(path)) continue;
+    velStaticInitCpu(path.code);
+    std::mt19937 random(16);
+    std::vector<Samples> got;
+    for (int i = 0; i < 3000; ++i) {
+      const Table table = i & 1 ? wild<Table>(random) : tableOf(i % 20);
+      const Block coef = wild<Block>(random);
+      for (Form* form : kForms) got.push_back(run(coef, table, i, form));
+    }
+    if (expected.empty()) expected = got;
+    EXPECT_EQ(got == expected, true) << path;
+  }
+  velStaticInit();
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+// What goes wrong is said in one line, with an exit code, and leaves no file behind.
+#include <regex>
+#include "run.h"
+
+namespace {
+
+class Cli : public InDirectory {
+ protected:
+  void expectRefusal(const std::string& arguments, int code, const std::string& part) const {
+    const Outcome o = orv(arguments);
+    EXPECT_EQ(o.code, code) << arguments;
+    EXPECT_EQ(o.out, "") << arguments;
+    EXPECT_TRUE(std::regex_match(o.err, std::regex("orv: [^\n]+\n"))) << arguments << "\n" << o.err;
+    EXPECT_NE(o.err.find(part), std::string::npos) << arguments << "\n" << o.err;
+    for (const auto& entry : std::filesystem::directory_iterator(at("")))
+      EXPECT_EQ(entry.path().filename().string().find("OUT"), std::string::npos) << arguments << ": " << entry;
+  }
+  void expectBadFile(const Bytes& jpeg, const std::string& part) const {
+    write("bad.jpg", jpeg);
+    expectRefusal("decode bad.jpg OUT", 1, "orv: bad.jpg: ");
+    expectRefusal("decode bad.jpg OUT", 1, part);
+  }
+};
+
+TEST_F(Cli, BadPictures) {
+  writePicture("picture", 64, 48);
+  must(ORV_CJPEG " -quality 80 -restart 1 -outfile a.jpg picture");
+  const Bytes jpeg = read("a.jpg");
+  const auto find = [&](const char* marker) { return jpeg.find(marker); };
+  const size_t sof = find("\xFF\xC0"), dqt = find("\xFF\xDB"), dht = find("\xFF\xC4"), sos = find("\xFF\xDA");
+  const size_t rst0 = find("\xFF\xD0"), rst1 = find("\xFF\xD1");
+  const auto patched = [&](size_t at, uint8_t value) { return Bytes(jpeg).replace(at, 1, 1, char(value)); };
+  Bytes ones;
+  for (int i = 0; i < 50; ++i) ones += Bytes("\xFF\0", 2);
+  const struct {
+    Bytes jpeg;
+    const char* part;
+  } kCases[] = {
+      {"", "empty"},
+      {"P6 no JPEG at all", "not a JPEG"},
+      {patched(sof + 1, 0xC1), "extended sequential JPEG (SOF1)"},
+      {patched(sof + 1, 0xC3), "lossless JPEG (SOF3)"},
+      {patched(sof + 1, 0xC5), "hierarchical JPEG (SOF5)"},
+      {patched(sof + 4, 12), "12 bits"},
+      {patched(sof + 6, 0), "no size"},
+      {patched(sof + 8, 0), "no size"},
+      {patched(sof + 9, 4), "4 components"},
+      {patched(sof + 11, 0x02), "sampling factors cannot be"},
+      {patched(sof + 11, 0x41), "sampling factors of 4x1"},
+      {patched(sof + 12, 3), "quantisation table 3 is missing"},
+      {patched(dqt + 4, 0x10), "16 bits"},
+      {patched(dht + 4, 0x03), "Huffman table 0 is missing"},
+      {patched(dht + 5, 5).replace(dht + 7, 1, 1, '\0'), "more codes of a length"},
+      {patched(sos + 5, 99), "component that the frame does not have"},
+      {patched(rst1 + 1, 0xD2), "corrupt: a marker"},
+      {Bytes(jpeg).replace(rst1 - 20, 20, ""), "corrupt: a marker"},
+      {Bytes(jpeg).replace(rst0 - 20, 20, ones), "corrupt: a code"},
+      {jpeg.substr(0, 2) + "\xFF\xD9", "no picture"},
+  };
+  for (const auto& c : kCases) expectBadFile(c.jpeg, c.part);
+  for (size_t length = 2; length < sos; length += 23) expectBadFile(jpeg.substr(0, length), "ends within its headers");
+  for (const char* kind : {"progressive", "arithmetic"}) {
+    must(ORV_CJPEG " -" + std::string(kind) + " -outfile c.jpg picture");
+    expectBadFile(read("c.jpg"), kind);
+  }
+}
+
+TEST_F(Cli, BadFilesAndArguments) {
+  writePicture("picture", 20, 10);
+  must(ORV_CJPEG " -outfile a.jpg picture");
+  std::filesystem::create_directory(at("folder"));
+  expectRefusal("decode missing.jpg OUT", 1, "missing.jpg: cannot read");
+  expectRefusal("decode folder OUT", 1, "folder: cannot read");
+  expectRefusal("decode a.jpg nowhere/OUT", 1, "nowhere/OUT: cannot write");
+  expectRefusal("decode a.jpg folder", 1, "folder: cannot write");
+  expectRefusal("decode --max-pixels 199 a.jpg OUT", 1, "20 x 10 is more than the limit of 199");
+  for (const char* arguments :
+       {"", "paint", "--paint", "info --all", "info extra", "decode a.jpg", "decode a.jpg OUT 3",
+        "decode --paint a.jpg OUT", "decode -x a.jpg OUT", "decode a.jpg OUT --path", "decode --path z1 a.jpg OUT",
+        "decode --max-pixels 0 a.jpg OUT", "decode --repeat 1x a.jpg OUT", "decode --fused=1 a.jpg OUT"})
+    expectRefusal(arguments, 2, "");
+}
+
+TEST_F(Cli, WhatGoesRight) {
+  writePicture("picture", 20, 10);
+  must(ORV_CJPEG " -outfile a.jpg picture");
+  EXPECT_EQ(orv("decode --max-pixels 200 a.jpg a.ppm").code, 0);
+  const Outcome timed = orv("decode --time --repeat 3 --path w7 a.jpg");
+  EXPECT_TRUE(std::regex_match(timed.out, std::regex("w7: [0-9.]+ ms, [0-9.]+ MP/s\n"))) << timed.out;
+  for (const char* arguments : {"--help", "info --help", "decode --help", "--version", "info"}) {
+    const Outcome o = orv(arguments);
+    EXPECT_EQ(o.code, 0) << arguments;
+    EXPECT_NE(o.out, "") << arguments;
+    EXPECT_EQ(o.err, "") << arguments;
+  }
+  EXPECT_TRUE(std::regex_search(orv("info").out, std::regex("code path +[wvspg][0-9] \\(index [0-5]\\)")));
+}
+
+}  // namespace

@@ -1,0 +1,16 @@
+// What the program's commands share.
+#pragma once
+#include <stdexcept>
+#include <string>
+
+// A command line that makes no sense. Exit code 2; other failures have 1.
+struct UsageError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// Each takes its own name as argv[0] and gives the exit code.
+int runInfo(int argc, char** argv);
+int runDecode(int argc, char** argv);
+
+// What getopt_long stopped at, with opterr = 0 and a leading ':' in the short options: '?' or ':'.
+[[noreturn]] void refuseOption(int result, char** argv);

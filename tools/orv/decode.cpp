@@ -1,0 +1,145 @@
+// orv decode: a JPEG file to a PPM file.
+#include <getopt.h>
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include "commands.h"
+#include "jpeg_decoder.h"
+#include "paths.h"
+#include "ppm_file.h"
+
+namespace {
+
+constexpr char kHelp[] =
+    "usage: orv decode [OPTION]... IN.jpg OUT.ppm\n"
+    "       orv decode --time [OPTION]... IN.jpg [OUT.ppm]\n"
+    "\n"
+    "Decodes a baseline JPEG to binary PPM, or to PGM when it is grey. Chroma of fewer\n"
+    "samples than luma is replicated. A picture that is cut short is decoded as far as\n"
+    "it goes; the rest is mid-grey.\n"
+    "\n"
+    "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --fused         decode 4:2:0 with the library's fused primitive; its colours are\n"
+    "                  those of analogue video's YUV, a little off the true ones\n"
+    "  --max-pixels N  refuse larger pictures (default 268435456, at most 1073741824)\n"
+    "  --time          print the median time of decoding in memory\n"
+    "  --repeat N      ... of N runs (default 11)\n"
+    "  --help          show this\n";
+
+constexpr size_t kLargestFile = size_t(1) << 29;
+
+struct Arguments {
+  std::string in, out;  // out may be empty when time is to be taken
+  jpeg::Options jpeg;
+  bool help = false, time = false;
+  int repeat = 11;
+};
+
+uint64_t number(const char* option, const char* text, uint64_t most) {
+  char* end = nullptr;
+  errno = 0;
+  const unsigned long long value = strtoull(text, &end, 10);
+  if (*text < '0' || *text > '9' || *end != 0 || errno != 0 || value < 1 || value > most)
+    throw UsageError(std::string(option) + " takes a number from 1 to " + std::to_string(most));
+  return value;
+}
+
+Arguments parse(int argc, char** argv) {
+  const option options[] = {{"help", no_argument, nullptr, 'h'},
+                            {"path", required_argument, nullptr, 'p'},
+                            {"fused", no_argument, nullptr, 'f'},
+                            {"max-pixels", required_argument, nullptr, 'm'},
+                            {"repeat", required_argument, nullptr, 'r'},
+                            {"time", no_argument, nullptr, 't'},
+                            {}};
+  Arguments a;
+  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
+    switch (c) {
+      case 'h': a.help = true; return a;
+      case 'p': selectPath(optarg); break;
+      case 'f': a.jpeg.fused = true; break;
+      case 'm': a.jpeg.maxPixels = number("--max-pixels", optarg, jpeg::kMostPixels); break;
+      case 'r': a.repeat = int(number("--repeat", optarg, 1000000)); [[fallthrough]];
+      case 't': a.time = true; break;
+      default: refuseOption(c, argv);
+    }
+  }
+  const int files = argc - optind;
+  if (files > 2 || files < (a.time ? 1 : 2))
+    throw UsageError("decode takes IN.jpg and OUT.ppm (see orv decode --help)");
+  a.in = argv[optind];
+  if (files == 2) a.out = argv[optind + 1];
+  return a;
+}
+
+std::vector<uint8_t> readFile(const std::string& name) {
+  const auto fail = [&] { throw std::runtime_error(name + ": cannot read: " + strerror(errno)); };
+  const std::unique_ptr<FILE, int (*)(FILE*)> file(fopen(name.c_str(), "rb"), fclose);
+  if (!file) fail();
+  std::vector<uint8_t> data;
+  for (size_t had = 0, got = 1; got > 0; had += got) {
+    if (had > kLargestFile) throw std::runtime_error(name + ": the file is larger than 512 MiB");
+    data.resize(had + std::max(had, size_t(1) << 16));
+    got = fread(data.data() + had, 1, data.size() - had, file.get());
+    if (ferror(file.get())) fail();
+    if (got == 0) data.resize(had);
+  }
+  return data;
+}
+
+// False where the picture is cut short.
+bool decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) {
+  jpeg::Decoder decoder(data.data(), data.size(), a.jpeg);
+  PpmFile file(a.out, decoder.width(), decoder.height(), decoder.channels());
+  const bool whole = decoder.decode(file);
+  file.commit();
+  return whole;
+}
+
+bool timeDecoding(const std::vector<uint8_t>& data, const Arguments& a) {
+  std::vector<uint8_t> pixels;
+  std::vector<double> times;
+  bool whole = true;
+  double megapixels = 0;
+  for (int i = 0; i < a.repeat; ++i) {
+    const auto start = std::chrono::steady_clock::now();
+    jpeg::Decoder decoder(data.data(), data.size(), a.jpeg);
+    const size_t step = size_t(decoder.width()) * size_t(decoder.channels());
+    pixels.resize(step * size_t(decoder.height()));
+    whole = decodeTo(decoder, pixels.data(), ptrdiff_t(step));
+    times.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    megapixels = 1e-6 * decoder.width() * decoder.height();
+  }
+  std::sort(times.begin(), times.end());
+  const double median = (times[times.size() / 2] + times[(times.size() - 1) / 2]) / 2;
+  printf("%s: %.3f ms, %.1f MP/s\n", selectedPath().name, median * 1e3, megapixels / median);
+  return whole;
+}
+
+}  // namespace
+
+int runDecode(int argc, char** argv) {
+  const Arguments a = parse(argc, argv);
+  if (a.help) {
+    fputs(kHelp, stdout);
+    return 0;
+  }
+  requireSse2();
+  bool whole = true;
+  try {
+    const std::vector<uint8_t> data = readFile(a.in);
+    if (!a.out.empty()) whole = decodeToFile(data, a);
+    if (a.time) whole = timeDecoding(data, a);
+  } catch (const jpeg::Error& e) {
+    throw std::runtime_error(a.in + ": " + e.what());
+  } catch (const std::bad_alloc&) {
+    throw std::runtime_error(a.in + ": there is not enough memory for this picture");
+  }
+  if (!whole) fprintf(stderr, "orv: %s: warning: the picture is cut short, the rest is mid-grey\n", a.in.c_str());
+  return 0;
+}

@@ -1,0 +1,273 @@
+#include "jpeg_decoder.h"
+#include <emmintrin.h>
+#include <algorithm>
+#include <cstring>
+#include "colour.h"
+
+namespace jpeg {
+
+namespace {
+
+int divideUp(int a, int b) { return (a + b - 1) / b; }
+
+// All coefficients but the 2x2 of lowest frequency are zero.
+bool inCorner(const Vel16s* block) {
+  const auto row = [block](int i) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(block) + i); };
+  __m128i rest = _mm_andnot_si128(_mm_setr_epi32(-1, 0, 0, 0), _mm_or_si128(row(0), row(1)));
+  for (int i = 2; i < 8; ++i) rest = _mm_or_si128(rest, row(i));
+  return _mm_movemask_epi8(_mm_cmpeq_epi8(rest, _mm_setzero_si128())) == 0xFFFF;
+}
+
+// The smaller transform gives the same samples.
+void transform(const Vel16s* block, Vel8u* samples, int step, const Vel16u* quant) {
+  if (inCorner(block))
+    orviDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(block, samples, step, quant);
+  else
+    orviDCTQuantInv8x8LS_JPEG_16s8u_C1R(block, samples, step, quant);
+}
+
+}  // namespace
+
+// ---- The entropy-coded data
+
+void Decoder::Interval::load(const uint8_t* data, const uint8_t* limit) {
+  marker_ = findMarker(data, limit);
+  bytes_.assign(data, marker_.at);
+  for (int i = 0; i < kPadding; ++i) bytes_.insert(bytes_.end(), {0xFF, 0x00});
+  bytes_.insert(bytes_.end(), {0xFF, kEoi});
+  at_ = bytes_.data();
+  end_ = at_ + (marker_.at - data);
+  store_ = 0;
+  stored_ = met_ = 0;
+}
+
+Decoder::Interval::Outcome Decoder::Interval::block(const ScanComponent& component, Vel16s* lastDC,
+                                                    Vel16s* coefficients) {
+  int bits = 0;
+  const VelStatus status = orviDecodeHuffman8x8_Direct_JPEG_1u16s_C1(at_, &bits, coefficients, lastDC, &met_, &store_,
+                                                                     &stored_, component.dc, component.ac);
+  at_ += bits / 8;
+  const bool reached = at_ >= end_;
+  if (status == velStsNoErr && !reached) return kDone;
+  // Of the bits in store, the last ones are padding: eight from each two bytes of it. A code has up to 16 bits.
+  const int left = reached ? stored_ - int(at_ - end_) * 4 : stored_;
+  if (status == velStsNoErr) return left >= 0 ? kDone : kCutOff;
+  return reached && left < 16 ? kCutOff : kInvalid;
+}
+
+void Decoder::startScan() {
+  blocks_.clear();
+  const bool single = scan_.components.size() == 1;
+  for (int i = 0; i < int(scan_.components.size()); ++i) {
+    const Component& c = frame_.components[size_t(scan_.components[size_t(i)].index)];
+    for (int y = 0; y < (single ? 1 : c.v); ++y)
+      for (int x = 0; x < (single ? 1 : c.h); ++x) blocks_.push_back({i, x, y});
+  }
+  interval_.load(scan_.data, reader_.limit());
+  lastDC_.fill(0);
+  mcusLeft_ = scan_.restartInterval;
+  nextRestart_ = 0;
+}
+
+// Called where the next MCU lies behind a restart marker.
+void Decoder::nextInterval() {
+  const MarkerAt marker = interval_.marker();
+  if (marker.code != kRst0 + nextRestart_) return cutOff();
+  interval_.load(marker.at + 2, reader_.limit());
+  lastDC_.fill(0);
+  mcusLeft_ = scan_.restartInterval;
+  nextRestart_ = (nextRestart_ + 1) % 8;
+}
+
+// The interval ends before its MCUs do. At the end of the data that is a file cut short; elsewhere, damage.
+void Decoder::cutOff() {
+  const int code = interval_.marker().code;
+  if (code != 0 && code != kEoi) throw Error("the picture data are corrupt: a marker stands where it must not");
+  truncated_ = true;
+}
+
+// An MCU that is not whole becomes mid-grey, as what follows it.
+void Decoder::readMcu() {
+  if (scan_.restartInterval && !truncated_ && mcusLeft_-- == 0) {
+    nextInterval();
+    --mcusLeft_;
+  }
+  Vel16s* coefficients = coefficients_;
+  for (const Block& block : blocks_) {
+    if (truncated_) break;
+    const size_t i = size_t(block.component);
+    const auto outcome = interval_.block(scan_.components[i], &lastDC_[i], coefficients);
+    if (outcome == Interval::kInvalid) throw Error("the picture data are corrupt: a code that is none");
+    if (outcome == Interval::kCutOff) cutOff();
+    coefficients += kSamples;
+  }
+  if (truncated_) std::fill_n(coefficients_, blocks_.size() * kSamples, Vel16s(0));
+}
+
+// ---- Any sampling: component planes first
+
+// The MCU in column x and row y of the planes.
+void Decoder::transformMcu(int x, int y) {
+  const bool single = blocks_.size() == 1;
+  const Vel16s* coefficients = coefficients_;
+  for (const Block& block : blocks_) {
+    const ScanComponent& c = scan_.components[size_t(block.component)];
+    const Component& component = frame_.components[size_t(c.index)];
+    Plane& plane = planes_[size_t(c.index)];
+    const int column = x * (single ? 1 : component.h) + block.x, row = y * (single ? 1 : component.v) + block.y;
+    transform(coefficients, plane.samples.data() + size_t(row) * kSize * size_t(plane.step) + column * kSize,
+              plane.step, c.quant);
+    coefficients += kSamples;
+  }
+}
+
+// Rows y and following of the picture, from the planes' rows that start at `top` of the largest component.
+void Decoder::convert(RowSink& sink, int y, int count, int top) {
+  const Rows out = sink.rows(y, count);
+  for (int i = 0; i < count; ++i) {
+    const uint8_t* row[3];
+    for (size_t c = 0; c < planes_.size(); ++c) {
+      const Component& component = frame_.components[c];
+      row[c] = planes_[c].samples.data() + size_t((top + i) * component.v / frame_.vMax) * size_t(planes_[c].step);
+      if (component.h == frame_.hMax) continue;
+      widened_[c].resize(size_t(width()) + 1);
+      for (int x = 0; x < width(); x += 2) widened_[c][size_t(x)] = widened_[c][size_t(x) + 1] = row[c][x / 2];
+      row[c] = widened_[c].data();
+    }
+    uint8_t* const pixels = out.data + i * out.step;
+    if (channels() == 1)
+      memcpy(pixels, row[0], size_t(width()));
+    else
+      (frame_.rgb ? interleave : convertYcc)(row[0], row[1], row[2], width(), pixels);
+  }
+  sink.done(y, count);
+}
+
+void Decoder::makePlanes(int mcuRows) {
+  for (const Component& c : frame_.components) {
+    Plane plane;
+    plane.step = mcusWide_ * c.h * kSize;
+    plane.samples.assign(size_t(plane.step) * size_t(mcuRows * c.v * kSize), 128);
+    planes_.push_back(std::move(plane));
+  }
+}
+
+void Decoder::decodeByRows(RowSink& sink) {
+  makePlanes(1);
+  for (int y = 0; y < height(); y += mcuHeight_) {
+    for (int x = 0; x < mcusWide_; ++x) {
+      readMcu();
+      transformMcu(x, 0);
+    }
+    convert(sink, y, std::min(mcuHeight_, height() - y), 0);
+  }
+}
+
+// The components come in several scans, of one or two each.
+void Decoder::decodeWhole(RowSink& sink) {
+  makePlanes(divideUp(height(), mcuHeight_));
+  std::array<bool, 3> seen{};
+  for (size_t missing = planes_.size(); missing > 0 && !truncated_;) {
+    for (const ScanComponent& c : scan_.components) {
+      if (seen[size_t(c.index)]) throw Error("a component comes in two scans");
+      seen[size_t(c.index)] = true;
+      --missing;
+    }
+    // A scan of one component has its blocks, not MCUs of several, and only those that hold pixels.
+    int wide = mcusWide_, high = divideUp(height(), mcuHeight_);
+    if (scan_.components.size() == 1) {
+      const Component& c = frame_.components[size_t(scan_.components[0].index)];
+      wide = divideUp(divideUp(width() * c.h, frame_.hMax), kSize);
+      high = divideUp(divideUp(height() * c.v, frame_.vMax), kSize);
+    }
+    for (int y = 0; y < high; ++y)
+      for (int x = 0; x < wide; ++x) {
+        readMcu();
+        if (truncated_) break;
+        transformMcu(x, y);
+      }
+    reader_.resume(interval_.marker().at);
+    if (missing == 0 || truncated_) continue;
+    if (reader_.nextScan(&scan_))
+      startScan();
+    else
+      truncated_ = true;
+  }
+  for (int y = 0; y < height(); y += mcuHeight_) convert(sink, y, std::min(mcuHeight_, height() - y), y);
+}
+
+// ---- 4:2:0 in one scan: MCU by MCU
+
+void Decoder::convert420(uint8_t* rgb, int step) {
+  const Vel16u* quant[6];
+  for (int i = 0; i < 6; ++i) quant[i] = scan_.components[size_t(blocks_[size_t(i)].component)].quant;
+  alignas(16) Vel8u samples[6 * kSamples];
+  if (options_.fused) {
+    orvizkDCTQuantInv8x8LS_JPEG_16s8u_YUV420ToRGB_8u_P3C3R(coefficients_, samples, quant, rgb, step, {16, 16});
+    return;
+  }
+  for (int i = 0; i < 6; ++i) transform(coefficients_ + i * kSamples, samples + i * kSamples, kSize, quant[i]);
+  alignas(16) Vel16s centred[6 * kSamples];
+  for (int i = 0; i < 6 * kSamples; ++i) centred[i] = Vel16s(samples[i] - 128);
+  const Vel16s* const blocks[3] = {centred, centred + 4 * kSamples, centred + 5 * kSamples};
+  orvizkYUV420ToRGB888LS_MCU_S16_U8_P3C3(blocks, rgb, step);
+}
+
+void Decoder::decode420(RowSink& sink) {
+  constexpr int kTile = 16;
+  for (int y = 0; y < height(); y += kTile) {
+    const int rows = std::min(kTile, height() - y);
+    const Rows out = sink.rows(y, rows);
+    for (int x = 0; x < width(); x += kTile) {
+      readMcu();
+      uint8_t* const pixels = out.data + 3 * x;
+      const int columns = std::min(kTile, width() - x);
+      if (rows == kTile && columns == kTile) {
+        convert420(pixels, int(out.step));
+        continue;
+      }
+      uint8_t tile[kTile * kTile * 3];
+      convert420(tile, kTile * 3);
+      for (int i = 0; i < rows; ++i) memcpy(pixels + i * out.step, tile + i * kTile * 3, size_t(columns) * 3);
+    }
+    sink.done(y, rows);
+  }
+}
+
+// ---- The whole
+
+Decoder::Decoder(const uint8_t* data, size_t size, const Options& options)
+    : reader_(data, size, std::min(options.maxPixels, kMostPixels)), frame_(reader_.frame()), options_(options) {
+  if (!reader_.nextScan(&scan_)) throw Error("there is no picture in the file");
+  mcuHeight_ = frame_.vMax * kSize;
+  mcusWide_ = divideUp(width(), frame_.hMax * kSize);
+  if (options_.fused && !isInterleaved420())
+    throw Error("the fused primitive takes pictures of 4:2:0 in one scan only");
+}
+
+bool Decoder::isInterleaved420() const { return frame_.is420() && scan_.components.size() == 3; }
+
+bool Decoder::decode(RowSink& sink) {
+  startScan();
+  if (isInterleaved420())
+    decode420(sink);
+  else if (scan_.components.size() == frame_.components.size())
+    decodeByRows(sink);
+  else
+    decodeWhole(sink);
+  return !truncated_;
+}
+
+bool decodeTo(Decoder& decoder, uint8_t* pixels, ptrdiff_t step) {
+  struct Memory : RowSink {
+    uint8_t* pixels;
+    ptrdiff_t step;
+    Rows rows(int y, int) override { return {pixels + y * step, step}; }
+    void done(int, int) override {}
+  } memory;
+  memory.pixels = pixels;
+  memory.step = step;
+  return decoder.decode(memory);
+}
+
+}  // namespace jpeg

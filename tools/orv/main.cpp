@@ -1,0 +1,54 @@
+// orv: libOrv on the command line.
+#include <getopt.h>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include "commands.h"
+
+namespace {
+
+constexpr char kHelp[] =
+    "usage: orv COMMAND [ARGUMENT]...\n"
+    "\n"
+    "  orv info                    what the library finds on this machine\n"
+    "  orv decode IN.jpg OUT.ppm   decode a baseline JPEG\n"
+    "  orv COMMAND --help          more about a command\n"
+    "  orv --help, orv --version\n"
+    "\n"
+    "The exit code is 0 when all went well, 2 when the command line makes no sense, and\n"
+    "1 when something else went wrong.\n";
+
+int run(int argc, char** argv) {
+  if (argc < 2) throw UsageError("no command given (see orv --help)");
+  const std::string command = argv[1];
+  if (command == "--help" || command == "-h") return fputs(kHelp, stdout), 0;
+  if (command == "--version") return puts("orv " ORV_VERSION), 0;
+  if (command == "info") return runInfo(argc - 1, argv + 1);
+  if (command == "decode") return runDecode(argc - 1, argv + 1);
+  throw UsageError("unknown command '" + command + "' (see orv --help)");
+}
+
+}  // namespace
+
+void refuseOption(int result, char** argv) {
+  const std::string given = optopt > 0 && optopt < 128 && strncmp(argv[optind - 1], "--", 2) != 0
+                                ? std::string("-") + char(optopt)
+                                : argv[optind - 1];
+  if (result == ':') throw UsageError("option '" + given + "' needs a value");
+  throw UsageError("unknown option '" + given + "' (see orv " + argv[0] + " --help)");
+}
+
+int main(int argc, char** argv) {
+  int code = 1;
+  try {
+    code = run(argc, argv);
+    if (fflush(stdout) != 0 || ferror(stdout)) throw std::runtime_error("cannot write to standard output");
+    return code;
+  } catch (const UsageError& e) {
+    fprintf(stderr, "orv: %s\n", e.what());
+    return 2;
+  } catch (const std::exception& e) {
+    fprintf(stderr, "orv: %s\n", e.what());
+    return 1;
+  }
+}

@@ -1,0 +1,65 @@
+#include "paths.h"
+#include <stdexcept>
+#include "commands.h"
+
+namespace {
+
+constexpr CodePath kPaths[] = {
+    {"w7", 0, velCpuUnknown, velCpuidSSE2}, {"v8", 2, velCpuSSSE3, velCpuidSSSE3},
+    {"s8", 3, velCpuMOVBE, velCpuidSSSE3},  // its bodies do not use MOVBE
+    {"p8", 4, velCpuSSE41, velCpuidSSE41},  {"g9", 5, velCpuAVX, velCpuidAVX | velAVX_ENABLEDBYOS},
+};
+
+constexpr struct {
+  Vel64u bit;
+  const char* name;
+} kFeatures[] = {
+    {velCpuidMMX, "MMX"},
+    {velCpuidSSE, "SSE"},
+    {velCpuidSSE2, "SSE2"},
+    {velCpuidSSE3, "SSE3"},
+    {velCpuidSSSE3, "SSSE3"},
+    {velCpuidMOVBE, "MOVBE"},
+    {velCpuidSSE41, "SSE4.1"},
+    {velCpuidSSE42, "SSE4.2"},
+    {velCpuidAVX, "AVX"},
+    {velAVX_ENABLEDBYOS, "AVX-enabled-by-system"},
+    {velCpuidAES, "AES"},
+    {velCpuidCLMUL, "CLMUL"},
+    {velCpuidFamilyBExt, "family-B-extensions"},
+};
+
+}  // namespace
+
+const CodePath& selectedPath() {
+  for (const CodePath& path : kPaths)
+    if (path.index == velJumpIndexForMergedLibs) return path;
+  return kPaths[0];  // index 1 has the same bodies as index 0
+}
+
+void selectPath(const std::string& name) {
+  Vel64u features = 0;
+  velGetCpuFeatures(&features, nullptr);
+  for (const CodePath& path : kPaths) {
+    if (name != path.name) continue;
+    if ((features & path.needs) != path.needs)
+      throw std::runtime_error("this processor cannot run code path " + name + ": it lacks " +
+                               featureNames(path.needs & ~features));
+    velStaticInitCpu(path.code);
+    return;
+  }
+  throw UsageError("there is no code path '" + name + "', only w7, v8, s8, p8 and g9");
+}
+
+void requireSse2() {
+  Vel64u features = 0;
+  velGetCpuFeatures(&features, nullptr);
+  if (!(features & velCpuidSSE2)) throw std::runtime_error("this processor lacks SSE2, which every code path needs");
+}
+
+std::string featureNames(Vel64u mask) {
+  std::string names;
+  for (const auto& feature : kFeatures)
+    if (mask & feature.bit) names += (names.empty() ? "" : " ") + std::string(feature.name);
+  return names;
+}
