@@ -319,14 +319,18 @@ ORV_INLINE void transform2x2(const Dequantised& s, Vel8u* dst, int step, const L
   storeBlock(dst, step, a, b, level);
 }
 
-// The two cases of the full form, functions of their own so that the compiler does not weave them into one another: a
-// block with something in its lower half, and one without.
+// The cases of the full form, functions of their own so that the compiler does not weave them into one another: a block
+// with something in its lower half, one without, and one with nothing outside its 2x2 corner.
 __attribute__((noinline)) VelStatus wholeBlock(const Vel16s* coef, Vel8u* dst, int step, const Vel16u* quant) {
   transform8x8(Dequantised{coef, quant}, dst, step, Level128{&kConstants});
   return velStsNoErr;
 }
 __attribute__((noinline)) VelStatus upperHalf(const Vel16s* coef, Vel8u* dst, int step, const Vel16u* quant) {
   transform8x4(Dequantised{coef, quant}, dst, step, Level128{&kConstants});
+  return velStsNoErr;
+}
+__attribute__((noinline)) VelStatus corner(const Vel16s* coef, Vel8u* dst, int step, const Vel16u* quant) {
+  transform2x2(Dequantised{coef, quant}, dst, step, Level128{&kConstants});
   return velStsNoErr;
 }
 
@@ -352,11 +356,14 @@ ORV_KERNEL VelStatus ORV_NAME(veliDCT8x8InvLSClip_16s8u_C1R)(const Vel16s* pSrc,
 ORV_BODY_B(veliDCTQuantInv8x8LS_JPEG_16s8u_C1R)
 (const Vel16s* pSrc, Vel8u* pDst, int dstStep, const Vel16u* pQuantInvTable) {
   ORV_CHECK(check(pSrc, pDst, dstStep, pQuantInvTable));
-  // Most blocks of a photo have nothing in their lower half.
-  const Vec lower =
-      _mm_or_si128(_mm_or_si128(load(pSrc + 32), load(pSrc + 40)), _mm_or_si128(load(pSrc + 48), load(pSrc + 56)));
-  return allZero(lower) ? upperHalf(pSrc, pDst, dstStep, pQuantInvTable)
-                        : wholeBlock(pSrc, pDst, dstStep, pQuantInvTable);
+  // Most blocks of a photo have nothing in their lower half, and many of those nothing outside their corner.
+  const auto row = [&](int y) { return load(pSrc + 8 * y); };
+  if (!allZero(_mm_or_si128(_mm_or_si128(row(4), row(5)), _mm_or_si128(row(6), row(7)))))
+    return wholeBlock(pSrc, pDst, dstStep, pQuantInvTable);
+  const Vec right = _mm_srli_si128(_mm_or_si128(row(0), row(1)), 4);  // what stands right of the corner
+  if (!allZero(_mm_or_si128(_mm_or_si128(row(2), row(3)), right)))
+    return upperHalf(pSrc, pDst, dstStep, pQuantInvTable);
+  return corner(pSrc, pDst, dstStep, pQuantInvTable);
 }
 
 ORV_BODY_B(veliDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R)

@@ -49,8 +49,9 @@ TEST_P(JpegQuant, BuildsTablesInNaturalOrder) {
 TEST_P(JpegQuant, ReordersWords) {
   using Reorder = VelStatus(const Vel16s*, Vel16s*);
   const auto reorder = kernelOf<Reorder>(GetParam(), "veliZigzagInv8x8_16s_C1");
-  if (GetParam().name == std::string("v8")) GTEST_SKIP() << "its table builders are those of s8";
-  ASSERT_NE(reorder, nullptr);
+  const bool hasOne = GetParam().name != std::string("v8");  // whose table builders are those of s8
+  ASSERT_EQ(reorder != nullptr, hasOne);
+  if (!hasOne) return;
   const auto zigzag = zigzagOrder();
   Guarded src(128, Guard::kBehind), dst(129, Guard::kBehind);
   for (int k = 0; k < 64; ++k) src.as<Vel16s>()[k] = Vel16s(k * 1009 - 32768);
