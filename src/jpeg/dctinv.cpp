@@ -1,39 +1,20 @@
 // Inverse DCT with dequantisation.
 //
-// The transform is separable, in 16-bit fixed point. Rows first: a row's eight outputs are sums of products with a
-// 32-bit accumulator, kept with three fractional bits. A column's outputs are then rotations by tangents only, because
-// what a rotation by an angle has beyond its tangent, its cosine, has been multiplied into the row: that is why rows 1
-// and 7, 2 and 6, 3 and 5 have tables of their own.
+// In 16-bit fixed point. Rows first: a row's eight outputs are sums of products with a 32-bit accumulator, kept with
+// three fractional bits. Then the columns, with saturating arithmetic.
 //
 // A zero coefficient adds exactly nothing to any sum here, so kernels that leave out coefficients known to be zero
 // give the same samples as the full one.
 #include "jpeg/dctinv.h"
-#include "core/simd.h"
 #include "image/checks.h"
+#include "jpeg/dct.h"
 
 namespace {
 
 // ---- Constants
 
-struct alignas(16) Words {
-  Vel16s w[8];
-};
-constexpr Words words(int a, int b, int c, int d, int e, int f, int g, int h) {
-  return {{Vel16s(a), Vel16s(b), Vel16s(c), Vel16s(d), Vel16s(e), Vel16s(f), Vel16s(g), Vel16s(h)}};
-}
-constexpr Words all(int x) { return words(x, x, x, x, x, x, x, x); }
-
-// Cosines with 14 fractional bits: cK is sqrt(2) cos(K pi / 16), c4 being 1, times the row's own factor.
-struct Cosines {
-  int c1, c2, c3, c4, c5, c6, c7;
-};
-constexpr Cosines kRow04 = {22725, 21407, 19266, 16384, 12873, 8867, 4520};
-constexpr Cosines kRow17 = {31521, 29692, 26722, 22725, 17855, 12299, 6270};
-constexpr Cosines kRow26 = {29692, 27969, 25172, 21407, 16819, 11585, 5906};
-constexpr Cosines kRow35 = {26722, 25172, 22654, 19266, 15137, 10426, 5315};
-
-// Row results keep 3 of those bits. Row 0 reaches every sample of its column unchanged, so the half that rounds the
-// columns' final shift is added to it, where it costs nothing.
+// Row results keep 3 of the cosines' bits. Row 0 reaches every sample of its column unchanged, so the half that rounds
+// the columns' final shift is added to it, where it costs nothing.
 constexpr int kRowShift = 11, kColumnShift = 6;
 constexpr int kRound = 1 << (kRowShift - 1);
 constexpr int kRound0 = kRound + ((1 << (kColumnShift - 1)) << kRowShift);
@@ -75,7 +56,7 @@ constexpr PairTables pairTables(const Cosines& a, int round) {
 struct Constants {
   Tables rows13, rows57, rows02, rows46;
   PairTables row0, row1;
-  Words tan1, tan2, tan3, halfCos4;
+  Tangents tangents;
   Vel8u x0415[16];  // byte shuffle: words x0 x4 x1 x5 x2 x6 x3 x7 of a row
   Vel8u order[16];  // byte shuffle: from the order in which outputs leaves them to the natural one, for two rows of
                     // samples
@@ -88,24 +69,12 @@ alignas(16) constexpr Constants kConstants = {
     tables(kRow04, kRow26, kRound),
     pairTables(kRow04, kRound0),
     pairTables(kRow17, kRound),
-    all(13036),          // tan(pi / 16), times 2^16
-    all(27146),          // tan(2 pi / 16)
-    all(43790 - 65536),  // tan(3 pi / 16) - 1
-    all(23170),          // cos(4 pi / 16) / 2
+    kTangents,
     {0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15},
     {0, 1, 3, 2, 4, 5, 7, 6, 8, 9, 11, 10, 12, 13, 15, 14},
     {128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128}};
 
-template <class T> ORV_INLINE Vec constant(const T& vector) {
-  static_assert(sizeof vector == 16, "one vector");
-  return loadAligned(&vector);
-}
-
 // ---- Rows
-
-struct TwoRows {
-  Vec a, b;
-};
 
 // Dword kI of a twice, then of b twice.
 template <int kI> ORV_INLINE Vec twice(Vec a, Vec b) {
@@ -168,41 +137,37 @@ ORV_INLINE Vec transformPair(const PairTables& t, Vec row) {
 
 // ---- Columns
 
-ORV_INLINE Vec add(Vec a, Vec b) { return _mm_adds_epi16(a, b); }
-ORV_INLINE Vec sub(Vec a, Vec b) { return _mm_subs_epi16(a, b); }
-ORV_INLINE Vec mulHigh(Vec a, const Words& c) { return _mm_mulhi_epi16(a, constant(c)); }
-
 // A column's samples are a[n] + b[n] and a[n] - b[n] for n and 7 - n = 0..3: a from the even rows, b from the odd ones.
 // Of each, only the first kRows rows (8, 4 or 2) can be other than zero.
 struct Half {
   Vec v[4];
 };
-template <int kRows> ORV_INLINE Half oddRows(const Constants* k, Vec r1, Vec r3, Vec r5, Vec r7) {
-  Vec t1 = r1, t7 = mulHigh(r1, k->tan1);  // rotated by pi / 16
+template <int kRows> ORV_INLINE Half oddRows(const Tangents& t, Vec r1, Vec r3, Vec r5, Vec r7) {
+  Vec t1 = r1, t7 = mulHigh(r1, t.tan1);  // rotated by pi / 16
   if (kRows == 8) {
-    t1 = add(t1, mulHigh(r7, k->tan1));
+    t1 = add(t1, mulHigh(r7, t.tan1));
     t7 = sub(t7, r7);
   }
   Vec b0 = t1, b3 = t7, u1 = t1, u2 = t7;
   if (kRows > 2) {
-    Vec t3 = r3, t5 = add(mulHigh(r3, k->tan3), r3);  // by 3 pi / 16
+    Vec t3 = r3, t5 = timesTan3(r3, t);  // by 3 pi / 16
     if (kRows == 8) {
-      t3 = add(t3, add(mulHigh(r5, k->tan3), r5));
+      t3 = add(t3, timesTan3(r5, t));
       t5 = sub(t5, r5);
     }
     b0 = add(t1, t3), b3 = sub(t7, t5);
     u1 = sub(t1, t3), u2 = add(t7, t5);
   }
-  const Vec h1 = mulHigh(add(u1, u2), k->halfCos4), h2 = mulHigh(sub(u1, u2), k->halfCos4);
+  const Vec h1 = mulHigh(add(u1, u2), t.halfCos4), h2 = mulHigh(sub(u1, u2), t.halfCos4);
   return {{b0, add(h1, h1), add(h2, h2), b3}};
 }
-template <int kRows> ORV_INLINE Half evenRows(const Constants* k, Vec r0, Vec r2, Vec r4, Vec r6) {
+template <int kRows> ORV_INLINE Half evenRows(const Tangents& t, Vec r0, Vec r2, Vec r4, Vec r6) {
   if (kRows == 2) return {{r0, r0, r0, r0}};
-  Vec e0 = r0, e1 = r0, t2 = r2, t6 = mulHigh(r2, k->tan2);  // rotated by 2 pi / 16
+  Vec e0 = r0, e1 = r0, t2 = r2, t6 = mulHigh(r2, t.tan2);  // rotated by 2 pi / 16
   if (kRows == 8) {
     e0 = add(e0, r4);
     e1 = sub(e1, r4);
-    t2 = add(t2, mulHigh(r6, k->tan2));
+    t2 = add(t2, mulHigh(r6, t.tan2));
     t6 = sub(t6, r6);
   }
   return {{add(e0, t2), add(e1, t6), sub(e1, t6), sub(e0, t2)}};
@@ -287,18 +252,18 @@ ORV_INLINE void transform8x8(const Source& s, Vel8u* dst, int step, const Level&
   reload(k);
   const TwoRows r57 = transformRows(k, &Constants::rows57, s.row(5), s.row(7));
   reload(k);
-  const Half b = oddRows<8>(k, r13.a, r13.b, r57.a, r57.b);
+  const Half b = oddRows<8>(k->tangents, r13.a, r13.b, r57.a, r57.b);
   const TwoRows r02 = transformRows(k, &Constants::rows02, s.row(0), s.row(2));
   reload(k);
   const TwoRows r46 = transformRows(k, &Constants::rows46, s.row(4), s.row(6));
   reload(k);
-  storeBlock(dst, step, evenRows<8>(k, r02.a, r02.b, r46.a, r46.b), b, Ordered<Level>{level});
+  storeBlock(dst, step, evenRows<8>(k->tangents, r02.a, r02.b, r46.a, r46.b), b, Ordered<Level>{level});
 }
 // From the first four rows of a block that has no others.
 ORV_INLINE void finishUpper(const Level128& level, const TwoRows& r13, const TwoRows& r02, Vel8u* dst, int step) {
   const Vec none = zero();
-  const Half b = oddRows<4>(level.k, r13.a, r13.b, none, none);
-  storeBlock(dst, step, evenRows<4>(level.k, r02.a, r02.b, none, none), b, Ordered<Level128>{level});
+  const Half b = oddRows<4>(level.k->tangents, r13.a, r13.b, none, none);
+  storeBlock(dst, step, evenRows<4>(level.k->tangents, r02.a, r02.b, none, none), b, Ordered<Level128>{level});
 }
 ORV_INLINE void transform8x4(const Dequantised& s, Vel8u* dst, int step, const Level128& level) {
   const Constants* k = level.k;
@@ -314,8 +279,8 @@ ORV_INLINE void transform4x4(const Dequantised& s, Vel8u* dst, int step, const L
 }
 ORV_INLINE void transform2x2(const Dequantised& s, Vel8u* dst, int step, const Level128& level) {
   const Vec none = zero();
-  const Half b = oddRows<2>(level.k, transformPair(level.k->row1, s.pair(1)), none, none, none);
-  const Half a = evenRows<2>(level.k, transformPair(level.k->row0, s.pair(0)), none, none, none);
+  const Half b = oddRows<2>(level.k->tangents, transformPair(level.k->row1, s.pair(1)), none, none, none);
+  const Half a = evenRows<2>(level.k->tangents, transformPair(level.k->row0, s.pair(0)), none, none, none);
   storeBlock(dst, step, a, b, level);
 }
 
