@@ -276,6 +276,17 @@ ORV_API extern const Vel32s own_pj_twoexpnminusone[16];
 ORV_API extern const Vel32s own_pj_extend_offset[16];
 ORV_API extern const Vel32s own_pj_lowest_coef[16];
 
+/* ---- JPEG: forward DCT -------------------------------------------------------------------------------------- */
+
+/* A block of 8 by 8 samples to 64 quantised coefficients in natural order: subtract 128, forward DCT (ITU-T T.81,
+ * A.3.3) in 16-bit fixed point, within one unit of the exact transform, then multiply by the forward table and divide
+ * by 32768, rounding to the nearest integer, halves to the even one, saturated to 16 bits. velStsNullPtrErr   pSrc or
+ * pDst is null velStsStepErr      srcStep below 1 velStsNullPtrErr   pQuantFwdTable is null */
+ORV_API VelStatus veliDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const Vel8u* pSrc, int srcStep, Vel16s* pDst,
+                                                      const Vel16u* pQuantFwdTable);
+ORV_API VelStatus orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const Vel8u* pSrc, int srcStep, Vel16s* pDst,
+                                                      const Vel16u* pQuantFwdTable);
+
 /* ---- JPEG: inverse DCT -------------------------------------------------------------------------------------- */
 
 /* 64 quantised coefficients in natural order to a block of 8 by 8 samples: dequantise (the low 16 bits of each

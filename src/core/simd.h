@@ -44,6 +44,18 @@ ORV_INLINE bool allZero(Vec v) { return _mm_movemask_epi8(_mm_cmpeq_epi8(v, zero
 ORV_INLINE Vec widenLow8(Vec v) { return _mm_unpacklo_epi8(v, zero()); }
 ORV_INLINE Vec widenHigh8(Vec v) { return _mm_unpackhi_epi8(v, zero()); }
 
+// Words without their sign, and words of another vector with the signs of v (nothing in particular where v is zero).
+#if ORV_HAS_SHUFFLE
+ORV_INLINE Vec magnitude16(Vec v) { return _mm_abs_epi16(v); }
+ORV_INLINE Vec withSignOf16(Vec v, Vec magnitude) { return _mm_sign_epi16(magnitude, v); }
+#else
+ORV_INLINE Vec withSignOf16(Vec v, Vec magnitude) {
+  const Vec negative = _mm_srai_epi16(v, 15);
+  return _mm_sub_epi16(_mm_xor_si128(magnitude, negative), negative);
+}
+ORV_INLINE Vec magnitude16(Vec v) { return withSignOf16(v, v); }
+#endif
+
 // ---- Cache
 
 // Whether a call that touches so many bytes should write past the caches: past half a megabyte, and not less than the
