@@ -312,6 +312,70 @@ ORV_API VelStatus veliDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const Vel16s* pSrc, Ve
 ORV_API VelStatus orviDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
                                                           const Vel16u* pQuantInvTable);
 
+/* ---- JPEG: Huffman encoding --------------------------------------------------------------------------------- */
+
+/* An encoder table: 1024 bytes, as veliEncodeHuffmanSpecGetBufSize_JPEG_8u tells. */
+typedef struct VeliEncodeHuffmanSpec VeliEncodeHuffmanSpec;
+/* An encoder state of 1044 bytes. The block encoder keeps its state in the caller's variables instead. */
+typedef struct VeliEncodeHuffmanState VeliEncodeHuffmanState;
+
+/* The size of an encoder table in bytes.
+ *   velStsNullPtrErr   pSize is null */
+ORV_API VelStatus veliEncodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
+ORV_API VelStatus orviEncodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
+
+/* Builds an encoder table from what a DHT segment carries: the number of codes of each length 1..16 (16 bytes), and as
+ * many symbols as they add up to, by increasing code length (ITU-T T.81, annex C); of a symbol given twice the later
+ * code counts. InitAlloc allocates the table, too (released with SpecFree, through the allocation hooks).
+ *   velStsNullPtrErr         a pointer is null, or the table could not be allocated
+ *   velStsJPEGHuffTableErr   more than 256 codes, or more codes of a length than it has room for; the caller's table is
+ *                            cleared; InitAlloc leaves *ppEncHuffSpec as it was */
+ORV_API VelStatus veliEncodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
+                                                    VeliEncodeHuffmanSpec* pEncHuffSpec);
+ORV_API VelStatus orviEncodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
+                                                    VeliEncodeHuffmanSpec* pEncHuffSpec);
+ORV_API VelStatus veliEncodeHuffmanSpecInitAlloc_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
+                                                         VeliEncodeHuffmanSpec** ppEncHuffSpec);
+ORV_API VelStatus orviEncodeHuffmanSpecInitAlloc_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
+                                                         VeliEncodeHuffmanSpec** ppEncHuffSpec);
+ORV_API VelStatus veliEncodeHuffmanSpecFree_JPEG_8u(VeliEncodeHuffmanSpec* pEncHuffSpec);
+ORV_API VelStatus orviEncodeHuffmanSpecFree_JPEG_8u(VeliEncodeHuffmanSpec* pEncHuffSpec);
+
+/* Allocates and clears a state, and releases one.
+ *   velStsNullPtrErr   the pointer is null, or a state could not be allocated, and *ppEncHuffState is left as it was */
+ORV_API VelStatus veliEncodeHuffmanStateInitAlloc_JPEG_8u(VeliEncodeHuffmanState** ppEncHuffState);
+ORV_API VelStatus orviEncodeHuffmanStateInitAlloc_JPEG_8u(VeliEncodeHuffmanState** ppEncHuffState);
+ORV_API VelStatus veliEncodeHuffmanStateFree_JPEG_8u(VeliEncodeHuffmanState* pEncHuffState);
+ORV_API VelStatus orviEncodeHuffmanStateFree_JPEG_8u(VeliEncodeHuffmanState* pEncHuffState);
+
+/* Counts the symbols of one block (64 coefficients in natural order) in the caller's counters; sets *pLastDC.
+ *   velStsNullPtrErr        a pointer is null
+ *   velStsJPEGDCTRangeErr   the DC difference has a category above 15, or an AC coefficient one above 14; *pLastDC is
+ * set and what comes before it is counted */
+ORV_API VelStatus veliGetHuffmanStatistics8x8_JPEG_16s_C1(const Vel16s* pSrc, int pDcStatistics[256],
+                                                          int pAcStatistics[256], Vel16s* pLastDC);
+ORV_API VelStatus orviGetHuffmanStatistics8x8_JPEG_16s_C1(const Vel16s* pSrc, int pDcStatistics[256],
+                                                          int pAcStatistics[256], Vel16s* pLastDC);
+
+/* The best code for counted symbols (ITU-T T.81, annex K.2; among equally rare symbols the one of highest number
+ * first), with codes of 16 bits at most and none all ones: pListBits gets 16 bytes, pListVals as many as there are
+ * symbols with a count. Counts add up to less than 1000000000. velStsNullPtrErr         a pointer is null
+ *   velStsJPEGHuffTableErr   the code tree is deeper than 32 levels */
+ORV_API VelStatus veliEncodeHuffmanRawTableInit_JPEG_8u(const int pStatistics[256], Vel8u* pListBits, Vel8u* pListVals);
+ORV_API VelStatus orviEncodeHuffmanRawTableInit_JPEG_8u(const int pStatistics[256], Vel8u* pListBits, Vel8u* pListVals);
+
+/* Encodes one block (64 coefficients in natural order) of a baseline scan (ITU-T T.81, F.1.2) at *pDstBitsLen, in bits
+ * from pDst: the bits in front of it in its byte are kept. Sets *pDstBitsLen to where the next block goes on, and
+ * *pLastDC. An FF is followed by 00. The last byte may be there in part; what is behind it is left as it was. The DC
+ * difference must have a category of 15 at most, AC coefficients one of 14, and each symbol a code: this is not
+ * checked. velStsNullPtrErr   a pointer is null */
+ORV_API VelStatus veliEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const Vel16s* pSrc, Vel8u* pDst, int* pDstBitsLen,
+                                                            Vel16s* pLastDC, const VeliEncodeHuffmanSpec* pDcTable,
+                                                            const VeliEncodeHuffmanSpec* pAcTable);
+ORV_API VelStatus orviEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const Vel16s* pSrc, Vel8u* pDst, int* pDstBitsLen,
+                                                            Vel16s* pLastDC, const VeliEncodeHuffmanSpec* pDcTable,
+                                                            const VeliEncodeHuffmanSpec* pAcTable);
+
 /* ---- JPEG: Huffman decoding --------------------------------------------------------------------------------- */
 
 /* A decoder table: 1644 bytes, as veliDecodeHuffmanSpecGetBufSize_JPEG_8u tells. */

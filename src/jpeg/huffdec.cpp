@@ -1,6 +1,5 @@
 // Huffman decoding of baseline scans.
-#include "core/simd.h"
-#include "image/checks.h"
+#include "jpeg/huffman.h"
 #include "jpeg/tables.h"
 #include "signal/memory.h"
 
@@ -22,30 +21,14 @@ static_assert(sizeof(VeliDecodeHuffmanState) == 20, "the size is fixed");
 namespace {
 
 constexpr Vel16u kNoCode = 65535;
-constexpr int kFastBits = 8, kLongest = 16;
+constexpr int kFastBits = 8;
 constexpr int kStoreBits = 32, kWanted = 25;  // while the store holds fewer than that, there is room for a byte
 
 // ---- Tables
 
-// Assigns the codes of each length in turn (ITU-T T.81, annex C); visit(length, first code, index of its symbol, count)
-// sees those lengths that have codes. The all-ones code of a length may not be used.
-template <class Visit> ORV_INLINE VelStatus assignCodes(const Vel8u bits[16], const Visit& visit) {
-  int code = 0, total = 0;
-  for (int length = 1; length <= kLongest; ++length, code *= 2) {
-    const int count = bits[length - 1];
-    if (count == 0) continue;
-    if (total + count > 256) return velStsJPEGHuffTableErr;
-    if (code + count >= 1 << length) return velStsJPEGHuffTableErr;
-    visit(length, code, total, count);
-    code += count;
-    total += count;
-  }
-  return velStsNoErr;
-}
-
 ORV_INLINE VelStatus buildTable(const Vel8u bits[16], const Vel8u* values, VeliDecodeHuffmanSpec* spec) {
   memset(spec, 0, sizeof *spec);
-  ORV_CHECK(assignCodes(bits, [](int, int, int, int) {}));
+  ORV_CHECK(checkCodes(bits));
   for (int length = 1; length < 18; ++length) spec->maxCode[length] = kNoCode;
   return assignCodes(bits, [=](int length, int code, int first, int count) {
     spec->minCode[length] = Vel16u(code);
@@ -112,7 +95,7 @@ struct Reader {
       *value = int(entry & 0xFFFF);
       return kDone;
     }
-    for (int length = kFastBits + 1; length <= kLongest; ++length) {
+    for (int length = kFastBits + 1; length <= kLongestCode; ++length) {
       if (length > valid) return kOutOfBits;
       const int code = int(window >> (32 - length));
       if (spec.maxCode[length] == kNoCode || code > spec.maxCode[length]) continue;

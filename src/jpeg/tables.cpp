@@ -9,6 +9,14 @@
 
 namespace {
 constexpr int log2Of(int x) { return x < 2 ? 0 : 1 + log2Of(x >> 1); }
+constexpr ZigzagBits makeZigzagBits(const Vel32s (&zigzagOf)[64]) {
+  ZigzagBits bits = {};
+  for (int nibble = 0; nibble < 16; ++nibble)
+    for (int value = 0; value < 16; ++value)
+      for (int i = 0; i < 4; ++i)
+        if (value >> i & 1) bits.of[nibble][value] |= Vel64u(1) << zigzagOf[4 * nibble + i];
+  return bits;
+}
 constexpr int bitsOf(int x) { return x == 0 ? 0 : 1 + log2Of(x); }
 }  // namespace
 
@@ -24,10 +32,12 @@ const Vel32s own_pj_izigzag_index[72] = {ZIGZAG, EIGHT_LAST};
 const Vel32s ownZigzag[80] = {ZIGZAG, EIGHT_LAST, EIGHT_LAST};
 
 // Its inverse: the zigzag index of each natural position.
-const Vel32s zigzag_index_Fwd[64] = {0,  1,  5,  6,  14, 15, 27, 28, 2,  4,  7,  13, 16, 26, 29, 42,
-                                     3,  8,  12, 17, 25, 30, 41, 43, 9,  11, 18, 24, 31, 40, 44, 53,
-                                     10, 19, 23, 32, 39, 45, 52, 54, 20, 22, 33, 38, 46, 51, 55, 60,
-                                     21, 34, 37, 47, 50, 56, 59, 61, 35, 36, 48, 49, 57, 58, 62, 63};
+constexpr Vel32s zigzag_index_Fwd[64] = {0,  1,  5,  6,  14, 15, 27, 28, 2,  4,  7,  13, 16, 26, 29, 42,
+                                         3,  8,  12, 17, 25, 30, 41, 43, 9,  11, 18, 24, 31, 40, 44, 53,
+                                         10, 19, 23, 32, 39, 45, 52, 54, 20, 22, 33, 38, 46, 51, 55, 60,
+                                         21, 34, 37, 47, 50, 56, 59, 61, 35, 36, 48, 49, 57, 58, 62, 63};
+
+constexpr ZigzagBits ownZigzagBits = makeZigzagBits(zigzag_index_Fwd);
 
 const Vel32s own_pj_csize[256] = {ROW256(bitsOf, 0)};
 const Vel32s own_pj_eobsize[512] = {ROW256(log2Of, 0), ROW256(log2Of, 256)};

@@ -6,3 +6,9 @@
 extern "C" __attribute__((visibility("hidden"))) const Vel32s ownZigzag[80];
 // The zigzag index of each natural position.
 extern "C" __attribute__((visibility("hidden"))) const Vel32s zigzag_index_Fwd[64];
+
+// For each of the sixteen nibbles of a 64-bit mask in natural order, its bits in zigzag order.
+struct ZigzagBits {
+  Vel64u of[16][16];
+};
+extern "C" __attribute__((visibility("hidden"))) const ZigzagBits ownZigzagBits;
