@@ -82,9 +82,16 @@ ORV_INLINE void limitLengths(int count[kLongestBeforeLimit + 1]) {
 // ---- Coefficients
 
 // The category of a value: its magnitude's significant bits.
-ORV_INLINE int categoryOf(int v) { return 31 - __builtin_clz(unsigned(v < 0 ? -v : v) * 2 | 1); }
-// The extra bits of a value of a category: its own low bits, or where it is negative, those of one less.
-ORV_INLINE Vel32u extraBits(int v, int category) { return Vel32u(v + (v >> 31)) & ((1u << category) - 1); }
+ORV_INLINE int categoryOf(int v) {
+  const unsigned magnitude = unsigned(v < 0 ? -v : v);
+  return __builtin_expect(magnitude < 256, 1) ? ownCategory[magnitude] : 32 - __builtin_clz(magnitude);
+}
+// A code with the extra bits of a value of its category behind it: the value's own low bits, or where it is negative,
+// those of one less, which are 2^category higher.
+ORV_INLINE Vel32u withExtraBits(Vel32u code, int v, int category) {
+  const int sign = v >> 31;
+  return ((code - Vel32u(sign)) << category) + Vel32u(v + sign);
+}
 
 // Which coefficients are not zero: bit k for zigzag index k.
 struct NonZero {
@@ -92,28 +99,30 @@ struct NonZero {
 };
 ORV_INLINE NonZero nonZero(const Vel16s* src) {
   Vec bits = zero();
-  for (int i = 0; i < 4; ++i) {
+  ORV_UNROLL for (int i = 0; i < 4; ++i) {
     const Vec two = _mm_packs_epi16(load(src + 16 * i), load(src + 16 * i + 8));
     const unsigned mask = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(two, zero()))) ^ 0xFFFF;
-    for (int j = 0; j < 4; ++j) bits = _mm_or_si128(bits, loadLow(&ownZigzagBits.of[4 * i + j][mask >> 4 * j & 15]));
+    ORV_UNROLL for (int j = 0; j < 4; ++j) bits =
+        _mm_or_si128(bits, loadLow(&ownZigzagBits.of[4 * i + j][mask >> 4 * j & 15]));
   }
   return {Vel32u(_mm_cvtsi128_si32(bits)), Vel32u(_mm_cvtsi128_si32(_mm_srli_si128(bits, 4)))};
 }
 
-// Walks the AC coefficients that are not zero: visit(zeros in front of it, its value); gives the zigzag index of the
-// last.
-template <class Visit> ORV_INLINE int walk(const Vel16s* src, const Visit& visit) {
+// Walks the AC coefficients that are not zero: visit(zeros in front of it, its value); false where a visit ended it.
+// *last becomes the zigzag index of the last one.
+template <class Visit> ORV_INLINE bool walk(const Vel16s* src, int* last, const Visit& visit) {
   const NonZero mask = nonZero(src);
-  int last = 0;
-  const auto half = [&](Vel32u bits, int base) {
+  Vel32u bits = mask.low & ~1u;
+  *last = 0;
+  for (int base = 0; base < 64; base += 32) {
     for (; bits; bits &= bits - 1) {
       const int k = base + __builtin_ctz(bits);
-      if (!visit(k - last - 1, int(src[ownZigzag[k]]))) return false;
-      last = k;
+      if (!visit(k - *last - 1, int(src[ownZigzag[k]]))) return false;
+      *last = k;
     }
-    return true;
-  };
-  return half(mask.low & ~1u, 0) && half(mask.high, 32) ? last : -1;
+    bits = mask.high;
+  }
+  return true;
 }
 
 // ---- The stream
@@ -227,14 +236,15 @@ ORV_BODY_A(veliGetHuffmanStatistics8x8_JPEG_16s_C1)
   *pLastDC = pSrc[0];
   if (dc > 15) return velStsJPEGDCTRangeErr;
   ++pDcStatistics[dc];
-  const int last = walk(pSrc, [=](int zeros, int value) {
+  int last;
+  const bool inRange = walk(pSrc, &last, [=](int zeros, int value) {
     for (; zeros > 15; zeros -= 16) ++pAcStatistics[kSixteenZeros];
     const int category = categoryOf(value);
     if (category > 14) return false;
     ++pAcStatistics[zeros << 4 | category];
     return true;
   });
-  if (last < 0) return velStsJPEGDCTRangeErr;
+  if (!inRange) return velStsJPEGDCTRangeErr;
   if (last < 63) ++pAcStatistics[kEndOfBlock];
   return velStsNoErr;
 }
@@ -269,13 +279,14 @@ ORV_BODY_A(veliEncodeHuffman8x8_Direct_JPEG_16s1u_C1)
   const int diff = pSrc[0] - *pLastDC, dc = categoryOf(diff);
   *pLastDC = pSrc[0];
   putSymbol(out, *pDcTable, dc);
-  out.put(extraBits(diff, dc), dc);
-  const int last = walk(
-      pSrc, [&](int zeros, int value) __attribute__((always_inline)) {
+  out.put(withExtraBits(0, diff, dc), dc);
+  int last;
+  walk(
+      pSrc, &last, [&](int zeros, int value) __attribute__((always_inline)) {
         for (; zeros > 15; zeros -= 16) putSymbol(out, *pAcTable, kSixteenZeros);
         const int category = categoryOf(value) & 15;  // -32768 has no category in the scan; it must do no harm
         const Vel32u code = pAcTable->codes[zeros << 4 | category];
-        out.put((code & 0xFFFF) << category | extraBits(value, category), int(code >> 16) + category);
+        out.put(withExtraBits(code & 0xFFFF, value, category), int(code >> 16) + category);
         return true;
       });
   if (last < 63) putSymbol(out, *pAcTable, kEndOfBlock);

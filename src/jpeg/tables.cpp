@@ -40,6 +40,7 @@ constexpr Vel32s zigzag_index_Fwd[64] = {0,  1,  5,  6,  14, 15, 27, 28, 2,  4, 
 constexpr ZigzagBits ownZigzagBits = makeZigzagBits(zigzag_index_Fwd);
 
 const Vel32s own_pj_csize[256] = {ROW256(bitsOf, 0)};
+const Vel8u ownCategory[256] = {ROW256(bitsOf, 0)};
 const Vel32s own_pj_eobsize[512] = {ROW256(log2Of, 0), ROW256(log2Of, 256)};
 
 #define FIRST_OF_CATEGORY 0, 1, 2, 4, 8, 16, 32, 64, 128, 256, 512, 1024, 2048, 4096, 8192, 16384

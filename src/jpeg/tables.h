@@ -12,3 +12,5 @@ struct ZigzagBits {
   Vel64u of[16][16];
 };
 extern "C" __attribute__((visibility("hidden"))) const ZigzagBits ownZigzagBits;
+// own_pj_csize in bytes.
+extern "C" __attribute__((visibility("hidden"))) const Vel8u ownCategory[256];
