@@ -5,7 +5,7 @@
 extern "C" {
 Vel32s velJumpIndexForMergedLibs = 0;
 Vel32s velJumpIndexForMergedLibsLP = 0;
-Vel32s ownJumpIndex = 0;
+extern Vel32s ownJumpIndex __attribute__((alias("velJumpIndexForMergedLibs")));
 }
 
 namespace {
@@ -13,9 +13,12 @@ namespace {
 constexpr VelCpuType kAvxCode = velCpuAVX;
 int is_avx_cpu_enabled = 1;
 
+// Volatile, because a compiler that takes the two names for one variable would leave out a store.
+void store(volatile Vel32s& variable, Vel32s value) { variable = value; }
+
 void choose(int index, int lowPower, Vel64u enabled) {
-  velJumpIndexForMergedLibs = index;
-  ownJumpIndex = index;
+  store(velJumpIndexForMergedLibs, index);
+  store(ownJumpIndex, index);
   velJumpIndexForMergedLibsLP = lowPower;
   velSetCpuFeaturesMask(enabled);
 }
