@@ -10,8 +10,8 @@
 // Which end of the buffer touches a page that cannot be accessed.
 enum class Guard { kBefore, kBehind };
 
-// `size` bytes filled with `fill`, at the very start or end of accessible memory. The accessible bytes on the other side
-// hold a pattern; intact() tells whether they still do.
+// `size` bytes filled with `fill`, at the very start or end of accessible memory. The accessible bytes on the other
+// side hold a pattern; intact() tells whether they still do.
 class Guarded {
  public:
   Guarded(size_t size, Guard guard, uint8_t fill = 0) : size_(size) {

@@ -2,29 +2,11 @@
 #pragma once
 #include <gtest/gtest.h>
 #include <ostream>
-#include "orv.h"
+#include "tools/orv/code_paths.h"
 
-struct Path {
-  const char* name;
-  int index;        // what velJumpIndexForMergedLibs is while it is forced
-  VelCpuType code;  // what forces it
-  Vel64u needs;     // features without which its bodies cannot run
-};
-inline std::ostream& operator<<(std::ostream& out, const Path& path) {
-  return out << path.name;
-}
-
-// Index 0 and 1 have the same bodies, and no code forces 1.
-inline constexpr Path kPaths[] = {
-    {"w7", 0, velCpuUnknown, velCpuidSSE2}, {"v8", 2, velCpuSSSE3, velCpuidSSSE3},
-    {"s8", 3, velCpuMOVBE, velCpuidSSSE3},  // its bodies do not use MOVBE
-    {"p8", 4, velCpuSSE41, velCpuidSSE41},  {"g9", 5, velCpuAVX, velCpuidAVX | velAVX_ENABLEDBYOS},
-};
-
-inline bool processorHas(const Path& path) {
-  Vel64u features = 0;
-  return velGetCpuFeatures(&features, nullptr) == velStsNoErr && (features & path.needs) == path.needs;
-}
+using Path = CodePath;
+inline constexpr auto& kPaths = kCodePaths;
+inline std::ostream& operator<<(std::ostream& out, const Path& path) { return out << path.name; }
 
 // A fixture whose tests run once per code path, with that path forced:
 //   class Xxx : public OnEveryPath {};

@@ -4,12 +4,6 @@
 
 namespace {
 
-constexpr CodePath kPaths[] = {
-    {"w7", 0, velCpuUnknown, velCpuidSSE2}, {"v8", 2, velCpuSSSE3, velCpuidSSSE3},
-    {"s8", 3, velCpuMOVBE, velCpuidSSSE3},  // its bodies do not use MOVBE
-    {"p8", 4, velCpuSSE41, velCpuidSSE41},  {"g9", 5, velCpuAVX, velCpuidAVX | velAVX_ENABLEDBYOS},
-};
-
 constexpr struct {
   Vel64u bit;
   const char* name;
@@ -32,15 +26,14 @@ constexpr struct {
 }  // namespace
 
 const CodePath& selectedPath() {
-  for (const CodePath& path : kPaths)
+  for (const CodePath& path : kCodePaths)
     if (path.index == velJumpIndexForMergedLibs) return path;
-  return kPaths[0];  // index 1 has the same bodies as index 0
+  return kCodePaths[0];  // index 1 has the same bodies as index 0
 }
 
 void selectPath(const std::string& name) {
-  Vel64u features = 0;
-  velGetCpuFeatures(&features, nullptr);
-  for (const CodePath& path : kPaths) {
+  const Vel64u features = processorFeatures();
+  for (const CodePath& path : kCodePaths) {
     if (name != path.name) continue;
     if ((features & path.needs) != path.needs)
       throw std::runtime_error("this processor cannot run code path " + name + ": it lacks " +
@@ -52,9 +45,8 @@ void selectPath(const std::string& name) {
 }
 
 void requireSse2() {
-  Vel64u features = 0;
-  velGetCpuFeatures(&features, nullptr);
-  if (!(features & velCpuidSSE2)) throw std::runtime_error("this processor lacks SSE2, which every code path needs");
+  if (!(processorFeatures() & velCpuidSSE2))
+    throw std::runtime_error("this processor lacks SSE2, which every code path needs");
 }
 
 std::string featureNames(Vel64u mask) {

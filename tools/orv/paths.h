@@ -1,14 +1,7 @@
 // The library's code paths, by name.
 #pragma once
 #include <string>
-#include "orv.h"
-
-struct CodePath {
-  const char* name;
-  int index;        // what velJumpIndexForMergedLibs is while it is selected
-  VelCpuType code;  // what selects it
-  Vel64u needs;     // features without which its bodies cannot run
-};
+#include "code_paths.h"
 
 const CodePath& selectedPath();
 // Selects a path by name; throws UsageError where there is no such path, std::runtime_error where the processor lacks

@@ -1,0 +1,161 @@
+// The primitives of decoding one by one, on what a photo gives them.
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include "jpeg_reader.h"
+#include "run.h"
+
+namespace {
+
+constexpr int kSide = 8, kSamples = 64, kBlocks = 6, kTile = 16;  // of a block; of an MCU of 4:2:0
+
+using Words = std::vector<Vel16s>;
+
+// A picture of 4:2:0 in one scan without restart markers.
+struct Photo {
+  explicit Photo(const Bytes& file) : reader(file.data(), file.size(), 1 << 26) {
+    const bool found = reader.nextScan(&scan);
+    const jpeg::Frame& frame = reader.frame();
+    if (!found || !frame.is420() || scan.components.size() != 3 || scan.restartInterval != 0 ||
+        jpeg::findMarker(scan.data, reader.limit()).code != jpeg::kEoi)
+      throw jpeg::Error("the benchmarks take whole pictures of 4:2:0 only, in one scan without restart markers");
+    mcus = ((frame.width + kTile - 1) / kTile) * ((frame.height + kTile - 1) / kTile);
+    coefficients.resize(size_t(mcus * kBlocks * kSamples));
+    if (decodeBlocks(coefficients.data(), kSamples) != velStsNoErr) throw jpeg::Error("the picture data are corrupt");
+  }
+  // The tables of the n-th block of an MCU.
+  const jpeg::ScanComponent& component(int n) const { return scan.components[n < 4 ? 0 : size_t(n) - 3]; }
+  const Vel16s* block(int mcu, int n) const { return &coefficients[size_t((mcu * kBlocks + n) * kSamples)]; }
+
+  // Decodes all blocks; `to` moves by `step` from one to the next.
+  VelStatus decodeBlocks(Vel16s* to, int step) const {
+    const uint8_t* at = scan.data;
+    Vel16s lastDC[3] = {};
+    Vel32u store = 0;
+    int stored = 0, met = 0;
+    VelStatus status = velStsNoErr;
+    for (int i = 0; i < mcus * kBlocks; ++i, to += step) {
+      const jpeg::ScanComponent& c = component(i % kBlocks);
+      int bits = 0;
+      status |=
+          orviDecodeHuffman8x8_Direct_JPEG_1u16s_C1(at, &bits, to, &lastDC[c.index], &met, &store, &stored, c.dc, c.ac);
+      at += bits / 8;
+    }
+    return status;
+  }
+
+  jpeg::Reader reader;
+  jpeg::Scan scan;
+  int mcus;
+  Words coefficients;
+};
+
+// ---- Inverse DCT
+
+// Luma blocks of the photo whose number of coefficients other than zero is nearest to `coefficients`; as many as stay
+// in the first-level cache.
+constexpr size_t kSet = 128;
+Words lumaBlocks(const Photo& photo, int coefficients) {
+  std::vector<const Vel16s*> all;
+  for (int i = 0; i < photo.mcus * 4; ++i) all.push_back(photo.block(i / 4, i % 4));
+  const auto distance = [=](const Vel16s* block) {
+    return std::abs(kSamples - int(std::count(block, block + kSamples, 0)) - coefficients);
+  };
+  std::stable_sort(all.begin(), all.end(), [=](auto a, auto b) { return distance(a) < distance(b); });
+  Words set;
+  for (size_t i = 0; i < std::min(kSet, all.size()); ++i) set.insert(set.end(), all[i], all[i] + kSamples);
+  return set;
+}
+
+void benchmarkTransform(const char* operation, const Vel16u* quant, const Words& blocks,
+                        decltype(orviDCTQuantInv8x8LS_JPEG_16s8u_C1R)* transform) {
+  benchmarkOnEveryPath(operation, "block", int(blocks.size()) / kSamples, [=] {
+    alignas(16) Vel8u samples[kSamples];
+    VelStatus status = velStsNoErr;
+    for (size_t i = 0; i < blocks.size(); i += kSamples) status |= transform(&blocks[i], samples, kSide, quant);
+    return status;
+  });
+}
+
+// ---- Colour
+
+// The kernels do not branch on samples, so any will do.
+template <class Convert> void benchmarkColour(const std::string& operation, VeliSize size, const Convert& convert) {
+  const size_t pixels = size_t(size.width * size.height);
+  const auto samples = std::make_shared<Bytes>(pixels * 3 / 2), rgb = std::make_shared<Bytes>(pixels * 4);
+  for (size_t i = 0; i < samples->size(); ++i) (*samples)[i] = uint8_t(i * i >> 7);
+  benchmarkOnEveryPath("YUV420ToRGB " + operation, "pixel", int(pixels), [=] {
+    const Vel8u* const y = samples->data();
+    const Vel8u* const planes[3] = {y, y + pixels, y + pixels * 5 / 4};
+    const int steps[3] = {size.width, size.width / 2, size.width / 2};
+    return convert(planes, steps, rgb->data(), size);
+  });
+}
+
+void benchmarkColours(const std::string& name, VeliSize size) {
+  benchmarkColour("C3R, " + name, size, [](auto planes, auto steps, Vel8u* to, VeliSize roi) {
+    return orviYUV420ToRGB_8u_P3C3R(planes, steps, to, roi.width * 3, roi);
+  });
+  benchmarkColour("AC4R, " + name, size, [](auto planes, auto steps, Vel8u* to, VeliSize roi) {
+    return orviYUV420ToRGB_8u_P3AC4R(planes, steps, to, roi.width * 4, roi);
+  });
+  benchmarkColour("P3R, " + name, size, [](auto planes, auto steps, Vel8u* to, VeliSize roi) {
+    Vel8u* const rgb[3] = {to, to + roi.width * roi.height, to + 2 * roi.width * roi.height};
+    return orviYUV420ToRGB_8u_P3R(planes, steps, rgb, roi.width, roi);
+  });
+}
+
+// ---- MCUs
+
+void benchmarkMcus(const std::shared_ptr<const Photo>& photo) {
+  constexpr int kMcus = 32;  // from all over the photo, so few that their coefficients stay near
+  std::vector<const Vel16s*> mcus;
+  for (int i = 0; i < kMcus; ++i) mcus.push_back(photo->block(photo->mcus * i / kMcus, 0));
+  const Vel16u* quant[kBlocks];
+  for (int n = 0; n < kBlocks; ++n) quant[n] = photo->component(n).quant;
+  benchmarkOnEveryPath("MCU to RGB, fused", "MCU", kMcus, [=] {
+    alignas(16) Vel8u scratch[kBlocks * kSamples], tile[3 * kTile * kTile];
+    VelStatus status = velStsNoErr;
+    for (const Vel16s* mcu : mcus)
+      status |=
+          orvizkDCTQuantInv8x8LS_JPEG_16s8u_YUV420ToRGB_8u_P3C3R(mcu, scratch, quant, tile, 3 * kTile, {kTile, kTile});
+    return status;
+  });
+
+  Words centred;
+  for (const Vel16s* mcu : mcus)
+    for (int n = 0; n < kBlocks; ++n) {
+      Vel8u samples[kSamples];
+      orviDCTQuantInv8x8LS_JPEG_16s8u_C1R(mcu + n * kSamples, samples, kSide, quant[n]);
+      for (Vel8u sample : samples) centred.push_back(Vel16s(sample - 128));
+    }
+  benchmarkOnEveryPath("MCU samples to RGB, true colours", "MCU", kMcus, [=] {
+    Vel8u tile[3 * kTile * kTile];
+    VelStatus status = velStsNoErr;
+    for (size_t i = 0; i < centred.size(); i += kBlocks * kSamples) {
+      const Vel16s* const blocks[3] = {&centred[i], &centred[i + 4 * kSamples], &centred[i + 5 * kSamples]};
+      status |= orvizkYUV420ToRGB888LS_MCU_S16_U8_P3C3(blocks, tile, 3 * kTile);
+    }
+    return status;
+  });
+}
+
+}  // namespace
+
+void registerBenchmarks(const Bytes& file) {
+  const auto photo = std::make_shared<const Photo>(file);
+  const Vel16u* const quant = photo->component(0).quant;
+  const Words dense = lumaBlocks(*photo, 64), sparse = lumaBlocks(*photo, 6);
+  benchmarkTransform("inverse DCT, dense blocks", quant, dense, orviDCTQuantInv8x8LS_JPEG_16s8u_C1R);
+  benchmarkTransform("inverse DCT, blocks of 6", quant, sparse, orviDCTQuantInv8x8LS_JPEG_16s8u_C1R);
+  benchmarkTransform("inverse DCT, 4x4", quant, dense, orviDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R);
+  benchmarkTransform("inverse DCT, 2x2", quant, dense, orviDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R);
+  benchmarkTransform("inverse DCT, 1x1", quant, dense, orviDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R);
+  benchmarkOnEveryPath("Huffman decode", "block", photo->mcus * kBlocks, [photo] {
+    alignas(16) Vel16s block[kSamples];
+    return photo->decodeBlocks(block, 0);
+  });
+  benchmarkMcus(photo);
+  benchmarkColours("320x240", {320, 240});
+  benchmarkColours("4096x3072", {4096, 3072});
+}
