@@ -36,7 +36,11 @@ ORV_INLINE Vec all32(int x) { return _mm_set1_epi32(x); }
 
 // ---- Tests
 
+#if ORV_HAS_BLEND
+ORV_INLINE bool allZero(Vec v) { return _mm_testz_si128(v, v) != 0; }
+#else
 ORV_INLINE bool allZero(Vec v) { return _mm_movemask_epi8(_mm_cmpeq_epi8(v, zero())) == 0xFFFF; }
+#endif
 
 // ---- Lanes
 
