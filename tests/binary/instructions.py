@@ -69,7 +69,6 @@ def disassemble(file):
             yield symbol, int(found[1], 16), " ".join(instruction.split())
 
 
-def faults(file, level_of):
-    """The instructions of a file that are beyond their symbol's level; without a level anything goes."""
-    return [f"{symbol}: {instruction}" for symbol, _, instruction in disassemble(file)
-            if (level := level_of(symbol)) and is_fault(level, instruction)]
+def faults(file, level):
+    """The instructions of a file that are beyond the level."""
+    return [f"{symbol}: {instruction}" for symbol, _, instruction in disassemble(file) if is_fault(level, instruction)]

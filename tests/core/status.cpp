@@ -38,10 +38,12 @@ TEST(Status, MessagesAreToTheLetterAndBeginWithTheName) {
   for (int code = -10000; code <= 100; ++code) {
     const std::string message = velGetStatusString(code);
     EXPECT_EQ(message, orvGetStatusString(code));
-    if (const auto quoted = kMessages.find(code); quoted != kMessages.end()) EXPECT_EQ(message, quoted->second);
+    if (const auto quoted = kMessages.find(code); quoted != kMessages.end())
+      EXPECT_EQ(message, quoted->second);
     else if (const auto named = kNames.find(code); named != kNames.end())
       EXPECT_EQ(message.compare(0, named->second.size() + 2, named->second + ": "), 0) << message;
-    else EXPECT_EQ(message, unknown) << code;
+    else
+      EXPECT_EQ(message, unknown) << code;
   }
   for (int code : {-216, INT_MIN, INT_MAX}) EXPECT_EQ(velGetStatusString(code), unknown);
 }

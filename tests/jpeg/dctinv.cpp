@@ -10,7 +10,7 @@ using ClipForm = VelStatus(const Vel16s*, Vel8u*, int, Vel16s, Vel8u, Vel8u);
 
 Form* const kForms[] = {orvizkDCTQuantInv8x8LS_JPEG_16s8u_C1R, orviDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R,
                         orviDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, orviDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R};
-constexpr int kCorners[] = {8, 4, 2, 1};  // the coefficients that a form reads: so many columns and rows
+constexpr size_t kCorners[] = {8, 4, 2, 1};  // the coefficients that a form reads: so many columns and rows
 
 // The 8 by 8 DCT (ITU-T T.81, A.3.3): to coefficients, or back.
 Square transform(const Square& in, bool back) {
@@ -33,24 +33,26 @@ Block dequantised(const Block& coef, const Table& table) {
   return b;
 }
 
+Block within(Block b, size_t columns, size_t rows) {
+  for (size_t i = 0; i < 64; ++i)
+    if (i % 8 >= columns || i / 8 >= rows) b[i] = 0;
+  return b;
+}
+
 // Runs a form, a call with source, destination and step, in memory that ends or begins at a guard page; `variant` picks
-// the guard, the step, and by how many bytes all buffers miss alignment.
+// the guard, the step, and how many of 16 bytes lie between the page and each buffer.
 template <class Call> Samples run(const Block& coef, const Table& table, int variant, const Call& call) {
-  const int steps[] = {8, 9, 31, 1000};
-  const size_t step = size_t(steps[variant % 4]), used = step * 7 + 8, off = size_t(variant / 8 % 16);
+  const size_t step = std::array<size_t, 4>{8, 9, 31, 1000}[size_t(variant) % 4], off = size_t(variant / 8 % 16);
   const Guard guard = variant & 4 ? Guard::kBefore : Guard::kBehind;
   const size_t skip = guard == Guard::kBefore ? off : 0;
-  Guarded src(128 + off, guard), quant(128 + off, guard), dst(used + off, guard, 0x5A);
+  Guarded src(128 + off, guard), quant(128 + off, guard), dst(step * 7 + 8 + off, guard, 0x5A);
   memcpy(src.data() + skip, coef.data(), 128);
   memcpy(quant.data() + skip, table.data(), 128);
   EXPECT_EQ(call(reinterpret_cast<Vel16s*>(src.data() + skip), dst.data() + skip, int(step),
                  reinterpret_cast<Vel16u*>(quant.data() + skip)),
             velStsNoErr);
   Samples samples;
-  for (size_t i = 0; i < 64; ++i) {
-    Vel8u& sample = dst[skip + i / 8 * step + i % 8];
-    samples[i] = std::exchange(sample, 0x5A);
-  }
+  for (size_t i = 0; i < 64; ++i) samples[i] = std::exchange(dst[skip + i / 8 * step + i % 8], 0x5A);
   EXPECT_EQ(std::count(dst.data(), dst.data() + dst.size(), 0x5A), ptrdiff_t(dst.size())) << "padding";
   EXPECT_TRUE(dst.intact());
   return samples;
@@ -67,16 +69,11 @@ Table tableOf(int strength) {
   return t;
 }
 
-// Noise, a ramp with a little noise, or two levels along an edge, transformed and quantised.
-Block photoBlock(int kind, const Table& table, std::mt19937& random) {
-  const auto any = [&](int low, int high) { return double(std::uniform_int_distribution<>(low, high)(random)); };
-  const double base = any(0, 255), dx = any(-20, 20), dy = any(-20, 20), other = any(0, 255);
+// Noise of any strength around any level, transformed and quantised.
+Block noiseBlock(const Table& table, std::mt19937& random) {
+  const int level = int(random() & 255), most = 1 << random() % 9;
   Square s;
-  for (size_t i = 0; i < 64; ++i) {
-    const double x = double(i % 8) - 3.5, y = double(i / 8) - 3.5, edge = x * dx + y * dy;
-    s[i] = kind == 0 ? any(0, 255) : kind == 1 ? base + edge + any(-2, 2) : edge > 0 ? base : other;
-    s[i] = std::clamp(s[i], 0.0, 255.0) - 128;
-  }
+  for (double& x : s) x = std::clamp(level + int(random() % unsigned(2 * most)) - most, 0, 255) - 128;
   s = transform(s, false);
   Block b;
   for (size_t i = 0; i < 64; ++i) b[i] = Vel16s(std::lround(s[i] / table[i]));
@@ -96,12 +93,11 @@ class JpegDctInv : public OnEveryPath {
 ORV_ON_EVERY_PATH(JpegDctInv);
 
 TEST_P(JpegDctInv, IsWithinOneUnitOfTheExactTransform) {
-  ASSERT_NE(clipForm, nullptr);
   int differing = 0, total = 0;
   for (int strength : {0, 1, 3, 8, 20, 60})
     for (int i = 0; i < 900; ++i) {
       const Table table = tableOf(strength);
-      const Block coef = photoBlock(i % 3, table, random);
+      const Block coef = noiseBlock(table, random);
       Square exact;
       const Block plain = dequantised(coef, table);
       std::copy(plain.begin(), plain.end(), exact.begin());
@@ -110,33 +106,19 @@ TEST_P(JpegDctInv, IsWithinOneUnitOfTheExactTransform) {
       const int level = i % 256 - 64, low = i % 50, high = 255 - i % 70;
       const Samples clipped = runClip(clipForm, plain, level, low, high, i);
       for (size_t n = 0; n < 64; ++n) {
-        const int x = int(std::floor(exact[n] + 0.5)), error = samples[n] - std::clamp(x + 128, 0, 255);
+        const double up = exact[n] + 0.5;
+        const int x = int(std::floor(up)), error = samples[n] - std::clamp(x + 128, 0, 255);
         ASSERT_LE(std::abs(error), 1) << "strength " << strength << ", block " << i << ", sample " << n;
         ASSERT_LE(std::abs(clipped[n] - std::clamp(x + level, low, high)), 1);
-        differing += error != 0, ++total;
+        differing += error != 0 && std::abs(up - std::round(up)) > 1e-9, ++total;  // halves may go either way
       }
     }
-  RecordProperty("differing", differing);
-  EXPECT_LT(differing, total / 50);
-}
-
-TEST_P(JpegDctInv, ReducedFormsGiveTheFullFormsSamples) {
-  for (int i = 0; i < 2000; ++i) {
-    const Table table = i & 1 ? wild<Table>(random) : tableOf(i % 20);
-    for (size_t form : {1u, 2u}) {
-      const size_t corner = size_t(kCorners[form]);
-      Block noisy = wild<Block>(random);  // what lies outside the corner does not count
-      Block alone{};
-      for (size_t n = 0; n < 64; ++n)
-        if (n % 8 < corner && n / 8 < corner) alone[n] = noisy[n] = i & 2 ? noisy[n] : Vel16s(noisy[n] % 64);
-      ASSERT_EQ(run(noisy, table, i, kForms[form]), run(alone, table, 0, kForms[0])) << corner << " by " << corner;
-    }
-  }
+  EXPECT_LT(differing, total / 100);
 }
 
 TEST_P(JpegDctInv, OneCoefficientIsShiftedAndClamped) {
-  for (int coef : {-32768, -32767, -1025, -1024, -9, -8, -1, 0, 1, 7, 8, 1015, 1016, 1023, 1024, 32767})
-    for (int quant : {0, 1, 2, 3, 8, 16, 255, 256, 32767, 32768, 65535}) {
+  for (int coef : {-32768, -1025, -1024, -9, -8, -1, 0, 1, 7, 8, 1015, 1016, 1024, 32767})
+    for (int quant : {0, 1, 3, 8, 255, 32768, 65535}) {
       Block block = wild<Block>(random);
       Table table = wild<Table>(random);
       block[0] = Vel16s(coef), table[0] = Vel16u(quant);
@@ -147,15 +129,19 @@ TEST_P(JpegDctInv, OneCoefficientIsShiftedAndClamped) {
     }
 }
 
-// Where the clamp's bounds are those of a byte, the kernel with level and clip is the last step of the full form; it
-// does not leave rows of zeros out.
-TEST_P(JpegDctInv, FullFormIsDequantisationAndKernel) {
+// The kernel with level and clip, which leaves no zeros out, is the last step of every form. What lies outside their
+// corner does not count for the reduced forms.
+TEST_P(JpegDctInv, FormsAreDequantisationAndKernel) {
   for (int i = 0; i < 3000; ++i) {
     const Table table = i & 1 ? wild<Table>(random) : tableOf(i % 20);
+    const auto kernel = [&](const Block& b) { return runClip(clipForm, dequantised(b, table), 128, 0, 255, 0); };
     Block coef = wild<Block>(random);
-    if (i & 2) std::fill(coef.begin() + 32 + i % 33, coef.end(), Vel16s(0));
-    if (i & 4) std::fill(coef.begin() + 32, coef.end(), Vel16s(0));
-    ASSERT_EQ(run(coef, table, i, kForms[0]), runClip(clipForm, dequantised(coef, table), 128, 0, 255, 0));
+    if (i & 2)
+      for (Vel16s& x : coef) x %= 64;
+    const Block some = within(coef, 1 + random() % 8, 1 + random() % 8);
+    for (const Block& b : {coef, some}) ASSERT_EQ(run(b, table, i, kForms[0]), kernel(b));
+    for (size_t form : {1u, 2u})
+      ASSERT_EQ(run(coef, table, i, kForms[form]), kernel(within(coef, kCorners[form], kCorners[form])));
   }
   const Samples wrapped = runClip(clipForm, Block{128}, 32767, 5, 250, 0);  // sixteen in every sample
   EXPECT_EQ(std::count(wrapped.begin(), wrapped.end(), 5), 64) << "level is added in 16 bits";
@@ -163,8 +149,7 @@ TEST_P(JpegDctInv, FullFormIsDequantisationAndKernel) {
 
 TEST_P(JpegDctInv, ReducedFormsReadTheirCornerOnly) {
   for (size_t form = 0; form < 4; ++form) {
-    const size_t corner = size_t(kCorners[form]);
-    Guarded src(2 * (8 * (corner - 1) + corner), Guard::kBehind);
+    Guarded src(2 * (9 * kCorners[form] - 8), Guard::kBehind);
     Samples samples;
     EXPECT_EQ(kForms[form](src.as<Vel16s>(), samples.data(), 8, tableOf(1).data()), velStsNoErr);
     EXPECT_EQ(std::count(samples.begin(), samples.end(), 128), 64);
@@ -177,7 +162,7 @@ TEST_P(JpegDctInv, ChecksItsArgumentsInOrder) {
   for (Form* form : kForms) {
     EXPECT_EQ(form(nullptr, s.data(), 0, nullptr), velStsNullPtrErr);
     EXPECT_EQ(form(coef.data(), nullptr, 0, nullptr), velStsNullPtrErr);
-    for (int step : {0, -8, INT32_MIN}) EXPECT_EQ(form(coef.data(), s.data(), step, nullptr), velStsStepErr);
+    for (int step : {0, -8}) EXPECT_EQ(form(coef.data(), s.data(), step, nullptr), velStsStepErr);
     EXPECT_EQ(form(coef.data(), s.data(), 8, nullptr), velStsNullPtrErr);
   }
   EXPECT_EQ(clipForm(nullptr, s.data(), 0, 128, 0, 255), velStsNullPtrErr);

