@@ -66,6 +66,26 @@ void huffman() {
   add(block);
 }
 
+void encoding() {
+  Vel8u samples[8 * 11], stream[512] = {};
+  Vel16u reciprocals[64];
+  Vel16s block[64], last = 0, counted = 0;
+  int dc[256] = {}, ac[256] = {}, position = 3;
+  scatter(samples, 256, 10);
+  scatter(reciprocals, 6000, 11);
+  expectDone(orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R(samples, 11, block, reciprocals));
+  expectDone(orviGetHuffmanStatistics8x8_JPEG_16s_C1(block, dc, ac, &counted));
+  Vel8u bits[2][16], symbols[2][256] = {};
+  VeliEncodeHuffmanSpec* tables[2];
+  for (int i = 0; i < 2; ++i) {
+    expectDone(orviEncodeHuffmanRawTableInit_JPEG_8u(i ? ac : dc, bits[i], symbols[i]));
+    expectDone(orviEncodeHuffmanSpecInitAlloc_JPEG_8u(bits[i], symbols[i], &tables[i]));
+  }
+  expectDone(orviEncodeHuffman8x8_Direct_JPEG_16s1u_C1(block, stream, &position, &last, tables[0], tables[1]));
+  for (VeliEncodeHuffmanSpec* table : tables) expectDone(orviEncodeHuffmanSpecFree_JPEG_8u(table));
+  add(block), add(bits), add(symbols), add(stream), add(position);
+}
+
 void yuv420() {
   constexpr int kWidth = 66, kHeight = 6;  // two whole vectors of pixels and a tail
   Vel8u y[kWidth * kHeight], u[kWidth * kHeight / 4], v[kWidth * kHeight / 4];
@@ -155,11 +175,8 @@ int main(int argc, char** argv) {
   static const struct {
     const char* name;
     void (*run)();
-  } kFamilies[] = {{"inverseDct", inverseDct},
-                   {"huffman", huffman},
-                   {"yuv420", yuv420},
-                   {"quantisation", quantisation},
-                   {"mcu", mcu}};
+  } kFamilies[] = {{"inverseDct", inverseDct}, {"huffman", huffman},           {"encoding", encoding},
+                   {"yuv420", yuv420},         {"quantisation", quantisation}, {"mcu", mcu}};
   for (const auto& family : kFamilies)
     for (int offset : kOffsets) {
       sum = 2166136261u;
