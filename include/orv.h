@@ -57,7 +57,7 @@ ORV_API const char* orvGetStatusString(VelStatus status);
  *   0  w7 bodies, on a processor without SSE2 or before any selection    3  s8: SSSE3 with MOVBE
  *   1  w7: SSE2                                                          4  p8: SSE4.1
  *   2  v8: SSSE3 (where a primitive has no v8 body, its s8 body)         5  g9: AVX, its state saved by the system
- * To be read only: the functions below change it. */
+ * The functions below change it. */
 ORV_API extern Vel32s velJumpIndexForMergedLibs;
 /* 1 while path 3, the one for low-power processors, is selected; else 0. */
 ORV_API extern Vel32s velJumpIndexForMergedLibsLP;
@@ -91,11 +91,11 @@ enum {
   velCpuAVX = 70        /* index 5: g9 */
 };
 
-/* Selects the code path that suits this processor best; the library does so itself when it is loaded.
- * Sets the two indices above and the mask of enabled features.
- *   velStsNonNemlorCpu    the processor is of another make than the library is tuned for, or has no CPUID; a path has
- * been selected all the same, by features alone velStsNotSupportedCpu no SSE2: index 0 is selected, and primitives must
- * not be called */
+/* Selects the code path that suits this processor best; the library does so itself when it is loaded. Sets the two
+ * indices above and the mask of enabled features.
+ *   velStsNonNemlorCpu      the processor is of another make than the library is tuned for, or has no CPUID; a path has
+ *                           been selected all the same, by features alone
+ *   velStsNotSupportedCpu   no SSE2: index 0 is selected, and primitives must not be called */
 ORV_API VelStatus velStaticInit(void);
 ORV_API VelStatus velInit(void);
 ORV_API VelStatus orvStaticInit(void);
@@ -200,7 +200,8 @@ ORV_API void velFree(void* ptr);
 
 /* size bytes at a multiple of align, from the C library's malloc whatever the hooks say. align must be a power of two,
  * at least 4; it is not checked. orvzkFreeAligned takes what orvzkMallocAligned gave, or null, and always gives
- * velStsNoErr. velStsErr   malloc gave null; *ppMem is left as it was */
+ * velStsNoErr.
+ *   velStsErr   malloc gave null; *ppMem is left as it was */
 ORV_API VelStatus orvzkMallocAligned(void** ppMem, int size, int align);
 ORV_API VelStatus orvzkFreeAligned(void* pMem);
 
@@ -250,12 +251,16 @@ ORV_API VelStatus orviYUV420ToBGR_8u_P3C3R(const Vel8u* const pSrc[3], const int
 
 /* Scales a raw table in place by a quality of 1 and up: s = 5000 / quality below 50, else 200 - 2 * quality, and each
  * entry v becomes (v * s + 50) / 100, divisions truncating, clamped to 1..255. 50 changes nothing, 100 and up give
- * ones. velStsNullPtrErr   pQuantRawTable is null velStsBadArgErr    qualityFactor below 1 */
+ * ones.
+ *   velStsNullPtrErr   pQuantRawTable is null
+ *   velStsBadArgErr    qualityFactor below 1 */
 ORV_API VelStatus veliQuantFwdRawTableInit_JPEG_8u(Vel8u* pQuantRawTable, int qualityFactor);
 ORV_API VelStatus orviQuantFwdRawTableInit_JPEG_8u(Vel8u* pQuantRawTable, int qualityFactor);
 
 /* The encoder's table from a raw one: reciprocals 32768 / step, rounded to the nearest integer. A step of 1 gives
- * 32768. velStsNullPtrErr   a pointer is null velStsDivByZero    done; a step of zero was given 65535 */
+ * 32768.
+ *   velStsNullPtrErr   a pointer is null
+ *   velStsDivByZero    done; a step of zero was given 65535 */
 ORV_API VelStatus veliQuantFwdTableInit_JPEG_8u16u(const Vel8u* pQuantRawTable, Vel16u* pQuantFwdTable);
 ORV_API VelStatus orviQuantFwdTableInit_JPEG_8u16u(const Vel8u* pQuantRawTable, Vel16u* pQuantFwdTable);
 
@@ -280,8 +285,10 @@ ORV_API extern const Vel32s own_pj_lowest_coef[16];
 
 /* A block of 8 by 8 samples to 64 quantised coefficients in natural order: subtract 128, forward DCT (ITU-T T.81,
  * A.3.3) in 16-bit fixed point, within one unit of the exact transform, then multiply by the forward table and divide
- * by 32768, rounding to the nearest integer, halves to the even one, saturated to 16 bits. velStsNullPtrErr   pSrc or
- * pDst is null velStsStepErr      srcStep below 1 velStsNullPtrErr   pQuantFwdTable is null */
+ * by 32768, rounding to the nearest integer, halves to the even one, saturated to 16 bits.
+ *   velStsNullPtrErr   pSrc or pDst is null
+ *   velStsStepErr      srcStep below 1
+ *   velStsNullPtrErr   pQuantFwdTable is null */
 ORV_API VelStatus veliDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const Vel8u* pSrc, int srcStep, Vel16s* pDst,
                                                       const Vel16u* pQuantFwdTable);
 ORV_API VelStatus orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const Vel8u* pSrc, int srcStep, Vel16s* pDst,
@@ -293,8 +300,10 @@ ORV_API VelStatus orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const Vel8u* pSrc, int src
  * product), inverse DCT (ITU-T T.81, A.3.3) in 16-bit fixed point, add 128, clamp to 0..255. Within one unit of the
  * exact transform, rounded. The reduced forms read only the 4x4, 2x2 or 1x1 coefficients of lowest frequency, take the
  * others as zero, and write all 8 by 8 samples. 4x4 and 2x2 give the very samples that the full form gives for such a
- * block; 1x1 gives the dequantised DC >> 3 (32-bit product, arithmetic shift, no rounding) plus 128. velStsNullPtrErr
- * pSrc or pDst is null velStsStepErr      dstStep below 1 velStsNullPtrErr   pQuantInvTable is null */
+ * block; 1x1 gives the dequantised DC >> 3 (32-bit product, arithmetic shift, no rounding) plus 128.
+ *   velStsNullPtrErr   pSrc or pDst is null
+ *   velStsStepErr      dstStep below 1
+ *   velStsNullPtrErr   pQuantInvTable is null */
 ORV_API VelStatus veliDCTQuantInv8x8LS_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
                                                       const Vel16u* pQuantInvTable);
 ORV_API VelStatus orviDCTQuantInv8x8LS_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
@@ -351,7 +360,7 @@ ORV_API VelStatus orviEncodeHuffmanStateFree_JPEG_8u(VeliEncodeHuffmanState* pEn
 /* Counts the symbols of one block (64 coefficients in natural order) in the caller's counters; sets *pLastDC.
  *   velStsNullPtrErr        a pointer is null
  *   velStsJPEGDCTRangeErr   the DC difference has a category above 15, or an AC coefficient one above 14; *pLastDC is
- * set and what comes before it is counted */
+ *                           set and what comes before it is counted */
 ORV_API VelStatus veliGetHuffmanStatistics8x8_JPEG_16s_C1(const Vel16s* pSrc, int pDcStatistics[256],
                                                           int pAcStatistics[256], Vel16s* pLastDC);
 ORV_API VelStatus orviGetHuffmanStatistics8x8_JPEG_16s_C1(const Vel16s* pSrc, int pDcStatistics[256],
@@ -359,16 +368,18 @@ ORV_API VelStatus orviGetHuffmanStatistics8x8_JPEG_16s_C1(const Vel16s* pSrc, in
 
 /* The best code for counted symbols (ITU-T T.81, annex K.2; among equally rare symbols the one of highest number
  * first), with codes of 16 bits at most and none all ones: pListBits gets 16 bytes, pListVals as many as there are
- * symbols with a count. Counts add up to less than 1000000000. velStsNullPtrErr         a pointer is null
+ * symbols with a count. Counts add up to less than 1000000000.
+ *   velStsNullPtrErr         a pointer is null
  *   velStsJPEGHuffTableErr   the code tree is deeper than 32 levels */
 ORV_API VelStatus veliEncodeHuffmanRawTableInit_JPEG_8u(const int pStatistics[256], Vel8u* pListBits, Vel8u* pListVals);
 ORV_API VelStatus orviEncodeHuffmanRawTableInit_JPEG_8u(const int pStatistics[256], Vel8u* pListBits, Vel8u* pListVals);
 
 /* Encodes one block (64 coefficients in natural order) of a baseline scan (ITU-T T.81, F.1.2) at *pDstBitsLen, in bits
  * from pDst: the bits in front of it in its byte are kept. Sets *pDstBitsLen to where the next block goes on, and
- * *pLastDC. An FF is followed by 00. The last byte may be there in part; what is behind it is left as it was. The DC
- * difference must have a category of 15 at most, AC coefficients one of 14, and each symbol a code: this is not
- * checked. velStsNullPtrErr   a pointer is null */
+ * *pLastDC. An FF is followed by 00. The last byte may be there in part, and up to 8 bytes behind it are overwritten,
+ * for which there must be room. The DC difference must have a category of 15 at most, AC coefficients one of 14, and
+ * each symbol a code: this is not checked.
+ *   velStsNullPtrErr   a pointer is null */
 ORV_API VelStatus veliEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const Vel16s* pSrc, Vel8u* pDst, int* pDstBitsLen,
                                                             Vel16s* pLastDC, const VeliEncodeHuffmanSpec* pDcTable,
                                                             const VeliEncodeHuffmanSpec* pAcTable);
@@ -389,9 +400,10 @@ ORV_API VelStatus veliDecodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
 ORV_API VelStatus orviDecodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
 
 /* Builds a decoder table from what a DHT segment carries: the number of codes of each length 1..16 (16 bytes), and as
- * many symbols as they add up to, by increasing code length (ITU-T T.81, annex C). velStsNullPtrErr         a pointer
- * is null velStsJPEGHuffTableErr   more than 256 codes, or more codes of a length than it has room for; the table is
- * cleared */
+ * many symbols as they add up to, by increasing code length (ITU-T T.81, annex C).
+ *   velStsNullPtrErr         a pointer is null
+ *   velStsJPEGHuffTableErr   more than 256 codes, or more codes of a length than it has room for; the table is
+ *                            cleared */
 ORV_API VelStatus veliDecodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
                                                     VeliDecodeHuffmanSpec* pDecHuffSpec);
 ORV_API VelStatus orviDecodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
@@ -408,7 +420,8 @@ ORV_API VelStatus orviDecodeHuffmanStateFree_JPEG_8u(VeliDecodeHuffmanState* pDe
 
 /* Decodes one block of a baseline scan (ITU-T T.81, F.2.2) to 64 coefficients in natural order.
  * The caller keeps the decoder's state between blocks and clears it at the start of a scan and after each restart
- * marker: pSrc, pSrcBitsLen        the stream, and where its next byte lies in it, in bits (a multiple of 8)
+ * marker:
+ *   pSrc, pSrcBitsLen        the stream, and where its next byte lies in it, in bits (a multiple of 8)
  *   pPrefetchedBits,         bits that were taken from the stream and not used: the low *pNumValidPrefetchedBits of
  *   pNumValidPrefetchedBits  *pPrefetchedBits, the next one highest
  *   pLastDC                  the DC of the component's previous block
@@ -457,11 +470,13 @@ ORV_API VelStatus orvizkDCTQuantInv8x8LS_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8
                                                         const Vel16u* pQuantInvTable);
 
 /* One 4:2:0 MCU to interleaved RGB: six inverse transforms into pTmp, then orviYUV420ToRGB_8u_P3C3R, whose colours
- * these are (analogue video's, not JFIF's). pSrcMCU            six blocks of 64 coefficients: luma top left, top right,
- * bottom left, bottom right; Cb; Cr pTmp               384 bytes: afterwards the luma plane (16 by 16, step 16), Cb at
- * 256 and Cr at 320 (8 by 8, step 8) pQuantInvTables    the table of each block roiSize            how much of the 16
- * by 16 tile is converted; no more than that is checked of it The result is the first status other than 0 of the six
- * transforms, which ends the work, or the conversion's. */
+ * these are (analogue video's, not JFIF's).
+ *   pSrcMCU            six blocks of 64 coefficients: luma top left, top right, bottom left, bottom right; Cb; Cr
+ *   pTmp               384 bytes: afterwards the luma plane (16 by 16, step 16), Cb at 256 and Cr at 320 (8 by 8,
+ *                      step 8)
+ *   pQuantInvTables    the table of each block
+ *   roiSize            how much of the 16 by 16 tile is converted; no more than that is checked of it
+ * The result is the first status other than 0 of the six transforms, which ends the work, or the conversion's. */
 ORV_API VelStatus orvizkDCTQuantInv8x8LS_JPEG_16s8u_YUV420ToRGB_8u_P3C3R(const Vel16s* pSrcMCU, Vel8u* pTmp,
                                                                          const Vel16u* const pQuantInvTables[6],
                                                                          Vel8u* pDst, int dstStep, VeliSize roiSize);

@@ -3,6 +3,6 @@
 #include "orv.h"
 
 // What the entry points read: velJumpIndexForMergedLibs under a hidden name, so that they reach it without a detour. A
-// program that is linked without PIC keeps the exported variable in memory of its own; then these are two variables, and
-// whoever selects writes both.
+// program that is linked without PIC keeps the exported variable in memory of its own; then these are two variables,
+// and whoever selects writes both.
 extern "C" __attribute__((visibility("hidden"))) Vel32s ownJumpIndex;

@@ -97,16 +97,54 @@ ORV_INLINE Vel32u withExtraBits(Vel32u code, int v, int category) {
 struct NonZero {
   Vel32u low, high;
 };
+// Sixteen coefficients: which of them are zero, in bytes.
+ORV_INLINE Vec zeros16(const Vel16s* src) { return _mm_cmpeq_epi8(_mm_packs_epi16(load(src), load(src + 8)), zero()); }
+
+#if ORV_HAS_SHUFFLE
+// Byte shuffles that bring each quarter of the coefficients to its places in each quarter of the zigzag order.
+struct ZigzagShuffles {
+  struct {
+    Vel8u at[16];
+    bool any;
+  } from[4][4];
+};
+constexpr ZigzagShuffles makeZigzagShuffles() {
+  constexpr Vel8u kZigzag[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,  12, 19, 26, 33, 40, 48,
+                                 41, 34, 27, 20, 13, 6,  7,  14, 21, 28, 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23,
+                                 30, 37, 44, 51, 58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+  ZigzagShuffles s = {};
+  for (int k = 0; k < 64; ++k)
+    for (int i = 0; i < 4; ++i) {
+      const bool here = kZigzag[k] / 16 == i;
+      s.from[k / 16][i].at[k % 16] = here ? Vel8u(kZigzag[k] % 16) : Vel8u(0x80);
+      s.from[k / 16][i].any |= here;
+    }
+  return s;
+}
+constexpr ZigzagShuffles kZigzagShuffles = makeZigzagShuffles();
+
+ORV_INLINE NonZero nonZero(const Vel16s* src) {
+  const Vec natural[4] = {zeros16(src), zeros16(src + 16), zeros16(src + 32), zeros16(src + 48)};
+  Vel32u quarter[4];
+  ORV_UNROLL for (int q = 0; q < 4; ++q) {
+    Vec zigzag = zero();
+    ORV_UNROLL for (int i = 0; i < 4; ++i) if (kZigzagShuffles.from[q][i].any) zigzag =
+        _mm_or_si128(zigzag, _mm_shuffle_epi8(natural[i], load(kZigzagShuffles.from[q][i].at)));
+    quarter[q] = Vel32u(_mm_movemask_epi8(zigzag));
+  }
+  return {~(quarter[0] | quarter[1] << 16), ~(quarter[2] | quarter[3] << 16)};
+}
+#else
 ORV_INLINE NonZero nonZero(const Vel16s* src) {
   Vec bits = zero();
   ORV_UNROLL for (int i = 0; i < 4; ++i) {
-    const Vec two = _mm_packs_epi16(load(src + 16 * i), load(src + 16 * i + 8));
-    const unsigned mask = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(two, zero()))) ^ 0xFFFF;
+    const unsigned mask = unsigned(_mm_movemask_epi8(zeros16(src + 16 * i))) ^ 0xFFFF;
     ORV_UNROLL for (int j = 0; j < 4; ++j) bits =
         _mm_or_si128(bits, loadLow(&ownZigzagBits.of[4 * i + j][mask >> 4 * j & 15]));
   }
   return {Vel32u(_mm_cvtsi128_si32(bits)), Vel32u(_mm_cvtsi128_si32(_mm_srli_si128(bits, 4)))};
 }
+#endif
 
 // Walks the AC coefficients that are not zero: visit(zeros in front of it, its value); false where a visit ended it.
 // *last becomes the zigzag index of the last one.
@@ -165,13 +203,19 @@ struct Writer {
     *dst++ = b;
     if (b == 0xFF) *dst++ = 0;
   }
-  // Writes what is in store, the last byte perhaps in part; gives the position in bits.
+  // Writes what is in store, the last byte perhaps in part, and up to four zeros behind it; gives the position in bits.
   int finish(const Vel8u* start) {
+    const int count = 32 - room;
     Vel32u left = room < 32 ? store << room : 0;
-    int count = 32 - room;
-    for (; count >= 8; count -= 8, left <<= 8) byte(Vel8u(left >> 24));
-    if (count) *dst = Vel8u(left >> 24);
-    return int(dst - start) * 8 + count;
+    if (__builtin_expect((left & ~(left + 0x01010101) & 0x80808080) == 0, 1)) {
+      left = __builtin_bswap32(left);
+      memcpy(dst, &left, 4);
+      return int(dst - start) * 8 + count;
+    }
+    int whole = count;
+    for (; whole >= 8; whole -= 8, left <<= 8) byte(Vel8u(left >> 24));
+    if (whole) *dst = Vel8u(left >> 24);
+    return int(dst - start) * 8 + whole;
   }
 };
 
