@@ -145,18 +145,15 @@ class Linkage(unittest.TestCase):
         code = [(address, text) for _, address, text in instructions.disassemble(LIBRARY.path)]
         at = {address: i for i, (address, _) in enumerate(code)}
         index = LIBRARY.dynamic["velJumpIndexForMergedLibs"][0]  # which programs may set, too
-        if WORD == 4:
-            here = LIBRARY.all["ownHere"][0]
-            self.assertEqual([text for _, text in code[at[here]:][:2]], ["mov (%esp),%eax", "ret"])
         for name in primitives():
             with self.subTest(name):
                 entry, size, _, _ = LIBRARY.all["vel" + name]
                 table = LIBRARY.all[f"vel{name}_arraddr"][0]
                 body = [line for line in code[at[entry]:][:9] if line[0] < entry + size]
-                self.assertEqual(len(body), 3)
+                self.assertGreaterEqual(len(body), 3)
                 first, second = body[1][0], body[2][0]  # what the processor's own address is during the loads
                 if WORD == 4:
-                    expected = [f"call {here:x}", f"mov {index - first:#x}(%eax),%ecx",
+                    expected = [f"call {first:x}", "pop %eax", f"mov {index - first:#x}(%eax),%ecx",
                                 f"jmp *{table - first:#x}(%eax,%ecx,4)"]
                 else:
                     expected = [f"movslq {index - first:#x}(%rip),%rax", f"lea {table - second:#x}(%rip),%r11",
