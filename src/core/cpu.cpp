@@ -1,9 +1,10 @@
 // Processor features and cache size, from CPUID. Compiled for processors without SSE: the library must load anywhere.
-#include "cpu.h"
-
-Vel64u ownFeaturesMask = velCpuidMMX | velCpuidSSE;
+#include "orv.h"
 
 namespace {
+
+// The enabled features, as the last selection or velSetCpuFeaturesMask left them.
+Vel64u ownFeaturesMask = velCpuidMMX | velCpuidSSE;
 
 Vel64u ownFeatures;
 Vel32s ownFeaturesAreValid;

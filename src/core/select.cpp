@@ -1,5 +1,4 @@
 // The choice of the code path: automatic, and forced.
-#include "cpu.h"
 #include "dispatch.h"
 
 extern "C" {

@@ -15,7 +15,6 @@ ORV_INLINE Vec loadHalves(const void* p, const void* q) {
   return _mm_castpd_si128(_mm_loadh_pd(_mm_load_sd(static_cast<const double*>(p)), static_cast<const double*>(q)));
 }
 ORV_INLINE void store(void* p, Vec v) { _mm_storeu_si128(static_cast<Vec*>(p), v); }
-ORV_INLINE void storeAligned(void* p, Vec v) { _mm_store_si128(static_cast<Vec*>(p), v); }
 // As doubles: what gcc makes of the integer form goes through general registers in 32-bit.
 ORV_INLINE void storeLow(void* p, Vec v) { _mm_storel_pd(static_cast<double*>(p), _mm_castsi128_pd(v)); }
 ORV_INLINE void storeHigh(void* p, Vec v) { _mm_storeh_pd(static_cast<double*>(p), _mm_castsi128_pd(v)); }

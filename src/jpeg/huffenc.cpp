@@ -101,38 +101,36 @@ struct NonZero {
 ORV_INLINE Vec zeros16(const Vel16s* src) { return _mm_cmpeq_epi8(_mm_packs_epi16(load(src), load(src + 8)), zero()); }
 
 #if ORV_HAS_SHUFFLE
-// Byte shuffles that bring each quarter of the coefficients to its places in each quarter of the zigzag order.
+// Byte shuffles that bring what belongs there of each quarter of the coefficients to each quarter of the zigzag order.
 struct ZigzagShuffles {
-  struct {
-    Vel8u at[16];
-    bool any;
-  } from[4][4];
+  alignas(16) Vel8u at[4][4][16];
+  bool any[4][4];
 };
 constexpr ZigzagShuffles makeZigzagShuffles() {
-  constexpr Vel8u kZigzag[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,  12, 19, 26, 33, 40, 48,
-                                 41, 34, 27, 20, 13, 6,  7,  14, 21, 28, 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23,
-                                 30, 37, 44, 51, 58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+  constexpr Vel8u kZigzag[64] = {ORV_ZIGZAG};
   ZigzagShuffles s = {};
   for (int k = 0; k < 64; ++k)
     for (int i = 0; i < 4; ++i) {
       const bool here = kZigzag[k] / 16 == i;
-      s.from[k / 16][i].at[k % 16] = here ? Vel8u(kZigzag[k] % 16) : Vel8u(0x80);
-      s.from[k / 16][i].any |= here;
+      s.at[k / 16][i][k % 16] = here ? Vel8u(kZigzag[k] % 16) : Vel8u(0x80);
+      s.any[k / 16][i] |= here;
     }
   return s;
 }
 constexpr ZigzagShuffles kZigzagShuffles = makeZigzagShuffles();
 
+template <int kQuarter> ORV_INLINE Vel32u zigzagQuarter(const Vec natural[4]) {
+  Vec zigzag = zero();
+  ORV_UNROLL for (int i = 0; i < 4; ++i) {
+    if (!kZigzagShuffles.any[kQuarter][i]) continue;
+    zigzag = _mm_or_si128(zigzag, _mm_shuffle_epi8(natural[i], loadAligned(kZigzagShuffles.at[kQuarter][i])));
+  }
+  return Vel32u(_mm_movemask_epi8(zigzag));
+}
 ORV_INLINE NonZero nonZero(const Vel16s* src) {
   const Vec natural[4] = {zeros16(src), zeros16(src + 16), zeros16(src + 32), zeros16(src + 48)};
-  Vel32u quarter[4];
-  ORV_UNROLL for (int q = 0; q < 4; ++q) {
-    Vec zigzag = zero();
-    ORV_UNROLL for (int i = 0; i < 4; ++i) if (kZigzagShuffles.from[q][i].any) zigzag =
-        _mm_or_si128(zigzag, _mm_shuffle_epi8(natural[i], load(kZigzagShuffles.from[q][i].at)));
-    quarter[q] = Vel32u(_mm_movemask_epi8(zigzag));
-  }
-  return {~(quarter[0] | quarter[1] << 16), ~(quarter[2] | quarter[3] << 16)};
+  return {~(zigzagQuarter<0>(natural) | zigzagQuarter<1>(natural) << 16),
+          ~(zigzagQuarter<2>(natural) | zigzagQuarter<3>(natural) << 16)};
 }
 #else
 ORV_INLINE NonZero nonZero(const Vel16s* src) {

@@ -22,14 +22,9 @@ constexpr int bitsOf(int x) { return x == 0 ? 0 : 1 + log2Of(x); }
 
 extern "C" {
 
-// ITU-T T.81, figure A.6.
-#define ZIGZAG                                                                                                        \
-  0, 1, 8, 16, 9, 2, 3, 10, 17, 24, 32, 25, 18, 11, 4, 5, 12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6, 7, 14, 21,   \
-      28, 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51, 58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, \
-      54, 47, 55, 62, 63
 #define EIGHT_LAST 63, 63, 63, 63, 63, 63, 63, 63
-const Vel32s own_pj_izigzag_index[72] = {ZIGZAG, EIGHT_LAST};
-const Vel32s ownZigzag[80] = {ZIGZAG, EIGHT_LAST, EIGHT_LAST};
+const Vel32s own_pj_izigzag_index[72] = {ORV_ZIGZAG, EIGHT_LAST};
+const Vel32s ownZigzag[80] = {ORV_ZIGZAG, EIGHT_LAST, EIGHT_LAST};
 
 // Its inverse: the zigzag index of each natural position.
 constexpr Vel32s zigzag_index_Fwd[64] = {0,  1,  5,  6,  14, 15, 27, 28, 2,  4,  7,  13, 16, 26, 29, 42,
