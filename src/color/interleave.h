@@ -1,4 +1,5 @@
-// Storing sixteen pixels of red, green and blue in the layouts of the colour families.
+// Loading and storing sixteen pixels of red, green and blue, or of any three channels, in the layouts of the colour
+// families.
 #pragma once
 #include "core/simd.h"
 
@@ -16,21 +17,28 @@ struct Three {
 };
 
 #if ORV_HAS_SHUFFLE
-// Byte 3 p + c of the result is channel c of pixel p. 3 is odd, so modulo 16 each position takes another pixel: one
-// shuffle a channel brings every byte to its place for all three vectors, which then take every third byte from each.
+// Byte 3 p + c of the 48 is channel c of pixel p. 3 is odd, so modulo 16 the bytes of a channel all lie at different
+// places: one shuffle a channel moves every byte between its pixel and its place, and each of the three vectors takes
+// every third byte from each channel.
+template <Order kOrder> constexpr char placeOf(int pixel) {
+  return char(kOrder == kNatural ? pixel : pixel >> 1 | (pixel & 1) << 3);
+}
+#define ORV_SIXTEEN(F) \
+  _mm_setr_epi8(F(0), F(1), F(2), F(3), F(4), F(5), F(6), F(7), F(8), F(9), F(10), F(11), F(12), F(13), F(14), F(15))
 template <Order kOrder> ORV_INLINE Vec spread(Vec channel, int c) {
-  const auto at = [c](int i) {
-    const int pixel = (11 * (i + 16 - c)) & 15;  // 11 is 1 / 3 modulo 16
-    return char(kOrder == kNatural ? pixel : pixel >> 1 | (pixel & 1) << 3);
-  };
-  return _mm_shuffle_epi8(channel, _mm_setr_epi8(at(0), at(1), at(2), at(3), at(4), at(5), at(6), at(7), at(8), at(9),
-                                                 at(10), at(11), at(12), at(13), at(14), at(15)));
+#define AT(i) placeOf<kOrder>((11 * ((i) + 16 - c)) & 15) /* 11 is 1 / 3 modulo 16 */
+  return _mm_shuffle_epi8(channel, ORV_SIXTEEN(AT));
+#undef AT
+}
+ORV_INLINE Vec gather(Vec mixed, int c) {
+#define AT(i) char((3 * (i) + c) & 15)
+  return _mm_shuffle_epi8(mixed, ORV_SIXTEEN(AT));
+#undef AT
 }
 // All bits in the bytes i with i mod 3 = m.
 ORV_INLINE Vec third(int m) {
 #define AT(i) char((i) % 3 == m ? -1 : 0)
-  return _mm_setr_epi8(AT(0), AT(1), AT(2), AT(3), AT(4), AT(5), AT(6), AT(7), AT(8), AT(9), AT(10), AT(11), AT(12),
-                       AT(13), AT(14), AT(15));
+  return ORV_SIXTEEN(AT);
 #undef AT
 }
 ORV_INLINE Vec mix(Vec r, Vec g, Vec whereG, Vec b, Vec whereB) {
@@ -45,6 +53,11 @@ template <Order kOrder> ORV_INLINE Three interleave(const Rgb16<kOrder>& p) {
   const Vec r = spread<kOrder>(p.r, 0), g = spread<kOrder>(p.g, 1), b = spread<kOrder>(p.b, 2);
   const Vec m0 = third(0), m1 = third(1), m2 = third(2);
   return {{mix(r, g, m1, b, m2), mix(r, g, m0, b, m1), mix(r, g, m2, b, m0)}};
+}
+ORV_INLINE Rgb16<kNatural> deinterleave(const Three& t) {
+  const Vec m0 = third(0), m1 = third(1), m2 = third(2);
+  return {gather(mix(t.v[0], t.v[1], m2, t.v[2], m1), 0), gather(mix(t.v[0], t.v[1], m0, t.v[2], m2), 1),
+          gather(mix(t.v[0], t.v[1], m1, t.v[2], m0), 2)};
 }
 #else
 // With even and odd pixels apart, a pair of pixels is three words: x = r g of the even one, y = its b and r of the odd
@@ -78,11 +91,23 @@ template <Order kOrder> ORV_INLINE Three interleave(const Rgb16<kOrder>& p) {
   const Vec middle = _mm_castpd_si128(_mm_shuffle_pd(_mm_castsi128_pd(bc), _mm_castsi128_pd(ab), 2));
   return {{_mm_unpacklo_epi64(ab, ca), middle, _mm_unpackhi_epi64(ca, bc)}};
 }
+// Four perfect shuffles of 48 things in three vectors: of halves that lie 24 bytes apart, one byte from each in turn.
+// A byte at place i goes to 2 i modulo 47, and 2 to the fourth is 1 / 3 modulo 47.
+ORV_INLINE Rgb16<kNatural> deinterleave(Three t) {
+  ORV_UNROLL
+  for (int i = 0; i < 4; ++i)
+    t = {{_mm_unpacklo_epi8(t.v[0], _mm_srli_si128(t.v[1], 8)), _mm_unpacklo_epi8(_mm_srli_si128(t.v[0], 8), t.v[2]),
+          _mm_unpacklo_epi8(t.v[1], _mm_srli_si128(t.v[2], 8))}};
+  return {t.v[0], t.v[1], t.v[2]};
+}
 #endif
 
 template <Order kOrder> ORV_INLINE void storeC3(Vel8u* dst, const Rgb16<kOrder>& p) {
   const Three t = interleave(p);
   for (int i = 0; i < 3; ++i) store(dst + 16 * i, t.v[i]);
+}
+ORV_INLINE Rgb16<kNatural> loadC3(const Vel8u* src) {
+  return deinterleave(Three{{load(src), load(src + 16), load(src + 32)}});
 }
 
 // ---- AC4: 64 bytes r, g, b, and a fourth that stays as it was
