@@ -26,6 +26,10 @@ ORV_INLINE void streamEnd() { _mm_sfence(); }
 // would try to keep constants in registers, run out of them and spill.
 template <class T> ORV_INLINE void reload(T*& p) { __asm__("" : "+r"(p)); }
 
+// Makes v be worked out here and as it is written. Else the compiler may take a sum apart and put it together in an order
+// that needs more registers, or lengthens a chain.
+ORV_INLINE void settle(Vec& v) { __asm__("" : "+x"(v)); }
+
 // ---- Constants
 
 ORV_INLINE Vec zero() { return _mm_setzero_si128(); }

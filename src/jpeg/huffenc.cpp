@@ -93,12 +93,14 @@ ORV_INLINE Vel32u withExtraBits(Vel32u code, int v, int category) {
   return ((code - Vel32u(sign)) << category) + Vel32u(v + sign);
 }
 
-// Which coefficients are not zero: bit k for zigzag index k.
-struct NonZero {
+// The coefficients of a block as saturated bytes, and which AC coefficients are not zero: bit k for zigzag index k. The
+// bytes lie in zigzag order where the path can bring them there. A Place walks them in that order.
+struct Scanned {
+  signed char bytes[64];
   Vel32u low, high;
 };
-// Sixteen coefficients: which of them are zero, in bytes.
-ORV_INLINE Vec zeros16(const Vel16s* src) { return _mm_cmpeq_epi8(_mm_packs_epi16(load(src), load(src + 8)), zero()); }
+ORV_INLINE Vec saturated16(const Vel16s* src) { return _mm_packs_epi16(load(src), load(src + 8)); }
+ORV_INLINE Vel32u nonZero16(Vec bytes) { return Vel32u(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, zero()))) ^ 0xFFFF; }
 
 #if ORV_HAS_SHUFFLE
 // Byte shuffles that bring what belongs there of each quarter of the coefficients to each quarter of the zigzag order.
@@ -119,107 +121,239 @@ constexpr ZigzagShuffles makeZigzagShuffles() {
 }
 constexpr ZigzagShuffles kZigzagShuffles = makeZigzagShuffles();
 
-template <int kQuarter> ORV_INLINE Vel32u zigzagQuarter(const Vec natural[4]) {
+// A quarter of the zigzag order; gives which of it are not zero.
+template <int kQuarter>
+ORV_INLINE Vel32u scanQuarter(const Vec natural[4], const ZigzagShuffles*& shuffles, signed char* to) {
+  reload(shuffles);
   Vec zigzag = zero();
   ORV_UNROLL for (int i = 0; i < 4; ++i) {
     if (!kZigzagShuffles.any[kQuarter][i]) continue;
-    zigzag = _mm_or_si128(zigzag, _mm_shuffle_epi8(natural[i], loadAligned(kZigzagShuffles.at[kQuarter][i])));
+    zigzag = _mm_or_si128(zigzag, _mm_shuffle_epi8(natural[i], loadAligned(shuffles->at[kQuarter][i])));
+    settle(zigzag);
   }
-  return Vel32u(_mm_movemask_epi8(zigzag));
+  store(to + 16 * kQuarter, zigzag);
+  return nonZero16(zigzag);
 }
-ORV_INLINE NonZero nonZero(const Vel16s* src) {
-  const Vec natural[4] = {zeros16(src), zeros16(src + 16), zeros16(src + 32), zeros16(src + 48)};
-  return {~(zigzagQuarter<0>(natural) | zigzagQuarter<1>(natural) << 16),
-          ~(zigzagQuarter<2>(natural) | zigzagQuarter<3>(natural) << 16)};
+// Not inlined: the vectors that it holds would be spilled around what follows.
+__attribute__((noinline)) void scan(const Vel16s* src, Scanned* to) {
+  const Vec natural[4] = {saturated16(src), saturated16(src + 16), saturated16(src + 32), saturated16(src + 48)};
+  const ZigzagShuffles* shuffles = &kZigzagShuffles;
+  const Vel32u first = scanQuarter<0>(natural, shuffles, to->bytes);
+  to->low = (first | scanQuarter<1>(natural, shuffles, to->bytes) << 16) & ~1u;
+  const Vel32u third = scanQuarter<2>(natural, shuffles, to->bytes);
+  to->high = third | scanQuarter<3>(natural, shuffles, to->bytes) << 16;
 }
+
+using Place = const signed char*;
+ORV_INLINE Place placeOf(const Scanned& s, int k) { return s.bytes + k; }
+ORV_INLINE int byteAt(const Scanned&, Place place) { return *place; }
 #else
-ORV_INLINE NonZero nonZero(const Vel16s* src) {
+__attribute__((noinline)) void scan(const Vel16s* src, Scanned* to) {
   Vec bits = zero();
   ORV_UNROLL for (int i = 0; i < 4; ++i) {
-    const unsigned mask = unsigned(_mm_movemask_epi8(zeros16(src + 16 * i))) ^ 0xFFFF;
+    const Vec bytes = saturated16(src + 16 * i);
+    store(to->bytes + 16 * i, bytes);
+    const Vel32u mask = nonZero16(bytes);
     ORV_UNROLL for (int j = 0; j < 4; ++j) bits =
         _mm_or_si128(bits, loadLow(&ownZigzagBits.of[4 * i + j][mask >> 4 * j & 15]));
   }
-  return {Vel32u(_mm_cvtsi128_si32(bits)), Vel32u(_mm_cvtsi128_si32(_mm_srli_si128(bits, 4)))};
+  to->low = Vel32u(_mm_cvtsi128_si32(bits)) & ~1u;
+  to->high = Vel32u(_mm_cvtsi128_si32(_mm_srli_si128(bits, 4)));
 }
+
+constexpr Vel8u kZigzag[64] = {ORV_ZIGZAG};
+using Place = const Vel8u*;
+ORV_INLINE Place placeOf(const Scanned&, int k) { return kZigzag + k; }
+ORV_INLINE int byteAt(const Scanned& s, Place place) { return s.bytes[*place]; }
 #endif
 
-// Walks the AC coefficients that are not zero: visit(zeros in front of it, its value); false where a visit ended it.
-// *last becomes the zigzag index of the last one.
-template <class Visit> ORV_INLINE bool walk(const Vel16s* src, int* last, const Visit& visit) {
-  const NonZero mask = nonZero(src);
-  Vel32u bits = mask.low & ~1u;
-  *last = 0;
+// Walks the AC coefficients from zigzag index `next` on that are not zero: visit(zeros in front of it, its value);
+// false where a visit ended it. *last becomes the index of the last one, or the one before `next`.
+template <class Visit> ORV_INLINE bool walk(const Vel16s* src, int next, int* last, const Visit& visit) {
+  Scanned s;
+  scan(src, &s);
+  Vel32u bits = next < 32 ? s.low >> next << next : 0;
+  *last = next - 1;
   for (int base = 0; base < 64; base += 32) {
     for (; bits; bits &= bits - 1) {
       const int k = base + __builtin_ctz(bits);
       if (!visit(k - *last - 1, int(src[ownZigzag[k]]))) return false;
       *last = k;
     }
-    bits = mask.high;
+    bits = next <= 32 ? s.high : s.high >> (next - 32) << (next - 32);
   }
   return true;
 }
 
 // ---- The stream
 
-// Bits on their way into the stream, the last ones written lowest.
-struct Writer {
-  Vel8u* dst;
-  Vel32u store = 0;
-  int room = 32;  // bits that the store takes before it is full
+// What the coder wants next to each other: masks, and by value as a byte (-128 at index 0) the category and the extra
+// bits, the value's own low ones, or where it is negative, those of one less.
+constexpr int kSaturated = 256;  // the category of a byte that may have been saturated: more than any symbol
+struct alignas(16) Coding {
+  Vel32u lowWord[4], seven[4];
+  Vel8u swap[16];
+  struct Entry {
+    Vel32u low, high;
+  } extra[256], category[256], end;  // whole vectors are loaded from an entry; only its eight bytes count
+};
+constexpr Coding makeCoding() {
+  Coding table = {{0xFFFF}, {7}, {7, 6, 5, 4, 3, 2, 1, 0, 128, 128, 128, 128, 128, 128, 128, 128}, {}, {}, {}};
+  for (int i = 0; i < 256; ++i) {
+    const int v = i - 128;
+    Vel32u category = 0;
+    while ((v < 0 ? -v : v) >> category) ++category;
+    table.category[i].low = v == -128 || v == 127 ? kSaturated : category;
+    table.extra[i].low = Vel32u(v < 0 ? v - 1 : v) & ((1u << category) - 1);
+  }
+  return table;
+}
+constexpr Coding kCoding = makeCoding();
 
-  Writer(Vel8u* p, int bitPosition) : dst(p + bitPosition / 8) {
-    if (const int written = bitPosition & 7) {
-      store = Vel32u(*dst) >> (8 - written);
-      room -= written;
-    }
+#if ORV_HAS_WIDE_FLOAT
+ORV_INLINE Vec loadEntry(const Coding::Entry* p) { return load(p); }  // an operand of what uses it
+#else
+ORV_INLINE Vec loadEntry(const Coding::Entry* p) { return loadLow(p); }
+#endif
+
+// The low eight bytes from last to first.
+ORV_INLINE Vec swap8(Vec v, [[maybe_unused]] const Coding* coding) {
+#if ORV_HAS_SHUFFLE
+  return _mm_shuffle_epi8(v, loadAligned(coding->swap));
+#else
+  return _mm_shufflelo_epi16(_mm_or_si128(_mm_srli_epi16(v, 8), _mm_slli_epi16(v, 8)), 0x1B);
+#endif
+}
+
+// Bits on their way into the stream. They wait in the low half of a vector, the last one lowest, and so does their
+// count: 32-bit code needs its general registers elsewhere. Nothing here branches on how many there are. An FF goes out
+// without its zero; stuff() puts the zeros in where there was one.
+struct Writer {
+  Vec window, count;     // the count is of those bits that are not in the stream as whole bytes
+  Vec largest = zero();  // of the bytes stored
+  Vel8u* dst;
+
+  Writer(Vel8u* p, Vel32u bitPosition)
+      : window(_mm_cvtsi32_si128(p[bitPosition / 8] >> (8 - (bitPosition & 7)))),
+        count(_mm_cvtsi32_si128(int(bitPosition & 7))),
+        dst(p + bitPosition / 8) {}
+  // Bits and how many, which may not fill the window.
+  __attribute__((always_inline)) void append(Vec bits, Vec n) {
+    settle(bits);
+    window = _mm_or_si128(_mm_sll_epi64(window, n), bits);
+    count = _mm_add_epi32(count, n);
   }
-  // `count` bits, at most 31.
-  __attribute__((always_inline)) void put(Vel32u bits, int count) {
-    room -= count;
-    if (__builtin_expect(room >= 0, 1)) {
-      store = store << count | bits;
-      return;
-    }
-    // The store takes all but the last -room bits.
-    flush(store << (count + room) | bits >> -room);
-    store = bits;
-    room += 32;
+  __attribute__((always_inline)) void append(Vel32u bits, int n) {
+    append(_mm_cvtsi32_si128(int(bits)), _mm_cvtsi32_si128(n));
   }
-  // Four bytes, an FF each followed by a zero.
-  void flush(Vel32u four) {
-    if (__builtin_expect((four & ~(four + 0x01010101) & 0x80808080) == 0, 1)) {
-      four = __builtin_bswap32(four);
-      memcpy(dst, &four, 4);
-      dst += 4;
-      return;
-    }
-    for (int shift = 24; shift >= 0; shift -= 8) byte(Vel8u(four >> shift));
+  // Stores the whole bytes, and the last bits with zeros behind them: eight bytes in all. Those last bits, fewer than
+  // eight, stay.
+  __attribute__((always_inline)) void flush(const Coding*& coding) {
+    reload(coding);
+    const Vec bytes = swap8(_mm_sll_epi64(window, _mm_sub_epi32(_mm_cvtsi32_si128(64), count)), coding);
+    storeLow(dst, bytes);
+    largest = _mm_max_epu8(largest, bytes);
+    dst += _mm_cvtsi128_si32(count) >> 3;
+    count = _mm_and_si128(count, loadAligned(coding->seven));
   }
-  void byte(Vel8u b) {
-    *dst++ = b;
-    if (b == 0xFF) *dst++ = 0;
-  }
-  // Writes what is in store, the last byte perhaps in part, and up to four zeros behind it; gives the position in bits.
-  int finish(const Vel8u* start) {
-    const int count = 32 - room;
-    Vel32u left = room < 32 ? store << room : 0;
-    if (__builtin_expect((left & ~(left + 0x01010101) & 0x80808080) == 0, 1)) {
-      left = __builtin_bswap32(left);
-      memcpy(dst, &left, 4);
-      return int(dst - start) * 8 + count;
-    }
-    int whole = count;
-    for (; whole >= 8; whole -= 8, left <<= 8) byte(Vel8u(left >> 24));
-    if (whole) *dst = Vel8u(left >> 24);
-    return int(dst - start) * 8 + whole;
-  }
+  int left() const { return _mm_cvtsi128_si32(count); }
+  bool needsZeros() const { return (_mm_movemask_epi8(_mm_cmpeq_epi8(largest, all8(-1))) & 0xFF) != 0; }
 };
 
-ORV_INLINE void putSymbol(Writer& out, const VeliEncodeHuffmanSpec& spec, int symbol) {
+// Puts a zero behind every FF of the whole bytes [from, to); the byte at `to` has `left` bits. Gives the position.
+constexpr int kMostBytes = 7 + 64 * 32 / 8;  // of one block: every code with its extra bits is shorter than 32
+__attribute__((noinline)) int stuff(Vel8u* start, Vel8u* from, const Vel8u* to, int left) {
+  Vel8u raw[kMostBytes];
+  const int count = int(to - from);
+  memcpy(raw, from, size_t(count));
+  const Vel8u last = *to;
+  for (int i = 0; i < count; ++i) {
+    *from++ = raw[i];
+    if (raw[i] == 0xFF) *from++ = 0;
+  }
+  *from = last;
+  return int(from - start) * 8 + left;
+}
+
+ORV_INLINE void putSymbol(Writer& out, const VeliEncodeHuffmanSpec& spec, int symbol, int value, int category) {
   const Vel32u code = spec.codes[symbol];
-  out.put(code & 0xFFFF, int(code >> 16));
+  out.append(withExtraBits(code & 0xFFFF, value, category), int(code >> 16) + category);
+}
+
+// The coefficients from zigzag index `next` on, whatever their values and runs; `block` is where the block began.
+__attribute__((noinline)) int encodeRest(const Vel16s* src, int next, const VeliEncodeHuffmanSpec& ac, Vel8u* start,
+                                         Vel8u* block, Vel8u* dst, int left) {
+  Writer out(dst, Vel32u(left));
+  const Coding* coding = &kCoding;
+  int last;
+  walk(
+      src, next, &last, [&](int zeros, int value) __attribute__((always_inline)) {
+        for (; zeros > 15; zeros -= 16) putSymbol(out, ac, kSixteenZeros, 0, 0), out.flush(coding);
+        const int category = categoryOf(value) & 15;  // -32768 has no category in the scan; it must do no harm
+        putSymbol(out, ac, zeros << 4 | category, value, category);
+        out.flush(coding);
+        return true;
+      });
+  if (last < 63) putSymbol(out, ac, kEndOfBlock, 0, 0), out.flush(coding);
+  return stuff(start, block, out.dst, out.left());
+}
+
+// One block, from a bit position to another. What its time goes into is the number of operations for a coefficient:
+// two of them share a flush, and one comparison finds both a run of sixteen zeros and a value that a byte may not hold,
+// which encodeRest takes over.
+ORV_INLINE int encodeBlock(const Vel16s* src, int diff, Vel8u* dst, Vel32u position, const VeliEncodeHuffmanSpec& dc,
+                           const VeliEncodeHuffmanSpec& ac) {
+  Scanned s;
+  scan(src, &s);
+  Writer out(dst, position);
+  Vel8u* const block = out.dst;
+  const int category = categoryOf(diff);
+  putSymbol(out, dc, category, diff, category);  // with a first small coefficient, at most 7 + 31 + 23 bits
+
+  const Coding* coding = &kCoding;
+  const Vel32u* const codes = ac.codes - 16;  // a step is one more than a run
+  reload(coding);
+  Place place = placeOf(s, 1);
+  Vel32u bits = s.low, high = s.high;  // whose lowest bit is that of the place before this one
+  const auto symbol = [&](int zeros, int shift) __attribute__((always_inline)) {
+    const int step = __builtin_ctz(bits) + shift;
+    const Coding::Entry* extra = &coding->extra[byteAt(s, place + step - 1) + 128];
+    reload(extra);
+    const Coding::Entry* const size = extra + (coding->category - coding->extra);
+    const int index = (zeros + step) * 16 + int(size->low);
+    if (__builtin_expect(index > 255 + 16, 0)) return false;
+    bits = bits >> (step - shift) & ~1u;
+    place += step;
+    const Vec code = _mm_cvtsi32_si128(int(codes[index])), n = loadEntry(size);
+    out.append(_mm_or_si128(_mm_sll_epi64(_mm_and_si128(code, loadAligned(coding->lowWord)), n), loadEntry(extra)),
+               _mm_add_epi32(_mm_srli_epi32(code, 16), n));
+    return true;
+  };
+  for (;;) {
+    while (bits) {
+      if (!symbol(0, 0)) goto rest;
+      out.flush(coding);
+      if (!bits) break;
+      if (!symbol(0, 0)) goto rest;
+    }
+    if (!high) break;
+    out.flush(coding);
+    const int zeros = int(placeOf(s, 32) - place);
+    place = placeOf(s, 32);
+    bits = high;
+    high = 0;
+    if (!symbol(zeros, 1)) {
+      place -= zeros;
+      goto rest;
+    }
+  }
+  if (place != placeOf(s, 64)) putSymbol(out, ac, kEndOfBlock, 0, 0);
+  out.flush(coding);
+  if (__builtin_expect(out.needsZeros(), 0)) return stuff(dst, block, out.dst, out.left());
+  return int(out.dst - dst) * 8 + out.left();
+rest:
+  out.flush(coding);
+  return encodeRest(src, int(place - placeOf(s, 0)), ac, dst, block, out.dst, out.left());
 }
 
 }  // namespace
@@ -279,7 +413,7 @@ ORV_BODY_A(veliGetHuffmanStatistics8x8_JPEG_16s_C1)
   if (dc > 15) return velStsJPEGDCTRangeErr;
   ++pDcStatistics[dc];
   int last;
-  const bool inRange = walk(pSrc, &last, [=](int zeros, int value) {
+  const bool inRange = walk(pSrc, 1, &last, [=](int zeros, int value) {
     for (; zeros > 15; zeros -= 16) ++pAcStatistics[kSixteenZeros];
     const int category = categoryOf(value);
     if (category > 14) return false;
@@ -317,21 +451,8 @@ ORV_BODY_A(veliEncodeHuffman8x8_Direct_JPEG_16s1u_C1)
  const VeliEncodeHuffmanSpec* pAcTable) {
   ORV_CHECK(checkPointers(pSrc, pDst, pDstBitsLen, pLastDC));
   ORV_CHECK(checkPointers(pDcTable, pAcTable));
-  Writer out(pDst, *pDstBitsLen);
-  const int diff = pSrc[0] - *pLastDC, dc = categoryOf(diff);
+  const int diff = pSrc[0] - *pLastDC;
   *pLastDC = pSrc[0];
-  putSymbol(out, *pDcTable, dc);
-  out.put(withExtraBits(0, diff, dc), dc);
-  int last;
-  walk(
-      pSrc, &last, [&](int zeros, int value) __attribute__((always_inline)) {
-        for (; zeros > 15; zeros -= 16) putSymbol(out, *pAcTable, kSixteenZeros);
-        const int category = categoryOf(value) & 15;  // -32768 has no category in the scan; it must do no harm
-        const Vel32u code = pAcTable->codes[zeros << 4 | category];
-        out.put(withExtraBits(code & 0xFFFF, value, category), int(code >> 16) + category);
-        return true;
-      });
-  if (last < 63) putSymbol(out, *pAcTable, kEndOfBlock);
-  *pDstBitsLen = out.finish(pDst);
+  *pDstBitsLen = encodeBlock(pSrc, diff, pDst, Vel32u(*pDstBitsLen), *pDcTable, *pAcTable);
   return velStsNoErr;
 }
