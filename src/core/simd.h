@@ -71,3 +71,34 @@ ORV_INLINE bool exceedsCaches(double bytes) {
   int cache;
   return bytes > 524288 && velGetMaxCacheSizeB(&cache) == velStsNoErr && bytes >= cache;
 }
+
+// ---- Wide: the widest vector that the path loads, stores, and works on as floats or bit by bit
+
+#if ORV_HAS_WIDE_FLOAT
+using Wide = __m256;
+ORV_INLINE Wide loadWide(const void* p) { return _mm256_loadu_ps(static_cast<const float*>(p)); }
+ORV_INLINE void storeWide(void* p, Wide v) { _mm256_storeu_ps(static_cast<float*>(p), v); }
+ORV_INLINE void streamWide(void* p, Wide v) { _mm256_stream_ps(static_cast<float*>(p), v); }
+ORV_INLINE Wide zeroWide() { return _mm256_setzero_ps(); }
+ORV_INLINE Wide allWide(float x) { return _mm256_set1_ps(x); }
+ORV_INLINE Wide addWide(Wide a, Wide b) { return _mm256_add_ps(a, b); }
+ORV_INLINE Wide subWide(Wide a, Wide b) { return _mm256_sub_ps(a, b); }
+ORV_INLINE Wide mulWide(Wide a, Wide b) { return _mm256_mul_ps(a, b); }
+ORV_INLINE Wide andWide(Wide a, Wide b) { return _mm256_and_ps(a, b); }
+ORV_INLINE Wide orWide(Wide a, Wide b) { return _mm256_or_ps(a, b); }
+ORV_INLINE Wide xorWide(Wide a, Wide b) { return _mm256_xor_ps(a, b); }
+#else
+using Wide = __m128;
+ORV_INLINE Wide loadWide(const void* p) { return _mm_loadu_ps(static_cast<const float*>(p)); }
+ORV_INLINE void storeWide(void* p, Wide v) { _mm_storeu_ps(static_cast<float*>(p), v); }
+ORV_INLINE void streamWide(void* p, Wide v) { _mm_stream_ps(static_cast<float*>(p), v); }
+ORV_INLINE Wide zeroWide() { return _mm_setzero_ps(); }
+ORV_INLINE Wide allWide(float x) { return _mm_set1_ps(x); }
+ORV_INLINE Wide addWide(Wide a, Wide b) { return _mm_add_ps(a, b); }
+ORV_INLINE Wide subWide(Wide a, Wide b) { return _mm_sub_ps(a, b); }
+ORV_INLINE Wide mulWide(Wide a, Wide b) { return _mm_mul_ps(a, b); }
+ORV_INLINE Wide andWide(Wide a, Wide b) { return _mm_and_ps(a, b); }
+ORV_INLINE Wide orWide(Wide a, Wide b) { return _mm_or_ps(a, b); }
+ORV_INLINE Wide xorWide(Wide a, Wide b) { return _mm_xor_ps(a, b); }
+#endif
+constexpr size_t kWide = sizeof(Wide);

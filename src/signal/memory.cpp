@@ -4,22 +4,6 @@
 
 namespace {
 
-// The widest vector that this path loads and stores.
-#if ORV_HAS_WIDE_FLOAT
-using Wide = __m256;
-ORV_INLINE Wide loadWide(const Vel8u* p) { return _mm256_loadu_ps(reinterpret_cast<const float*>(p)); }
-ORV_INLINE void storeWide(Vel8u* p, Wide v) { _mm256_storeu_ps(reinterpret_cast<float*>(p), v); }
-ORV_INLINE void streamWide(Vel8u* p, Wide v) { _mm256_stream_ps(reinterpret_cast<float*>(p), v); }
-ORV_INLINE Wide zeroWide() { return _mm256_setzero_ps(); }
-#else
-using Wide = Vec;
-ORV_INLINE Wide loadWide(const Vel8u* p) { return load(p); }
-ORV_INLINE void storeWide(Vel8u* p, Wide v) { store(p, v); }
-ORV_INLINE void streamWide(Vel8u* p, Wide v) { stream(p, v); }
-ORV_INLINE Wide zeroWide() { return zero(); }
-#endif
-constexpr size_t kWide = sizeof(Wide);
-
 struct Copy {
   const Vel8u* src;
   Wide wide(size_t i) const { return loadWide(src + i); }
