@@ -9,48 +9,44 @@ namespace {
 
 // ---- Constants
 
-// A row's even outputs sum s[n] = x[n] + x[7 - n], its odd ones d[n] = x[n] - x[7 - n], n = 0..3. Rows are transformed
-// in twos. A vector holds what a pair of these contributes to two outputs of row a, then to the same two of row b.
+// A row's even outputs are sums of s[n] = x[n] + x[7 - n], its odd ones of d[n] = x[n] - x[7 - n], n = 0..3. A vector
+// holds what s0 s1 and d0 d1, or s2 s3 and d2 d3, contribute to four outputs.
 struct Tables {
-  Words s01f02, s23f02, s01f46, s23f46;
-  Words d01f13, d23f13, d01f57, d23f57;
+  Words s01d01f0, s23d23f0, s01d01f4, s23d23f4;
 };
-constexpr Tables tables(const Cosines& a, const Cosines& b) {
-  return {words(a.c4, a.c4, a.c2, a.c6, b.c4, b.c4, b.c2, b.c6),
-          words(a.c4, a.c4, -a.c6, -a.c2, b.c4, b.c4, -b.c6, -b.c2),
-          words(a.c4, -a.c4, a.c6, -a.c2, b.c4, -b.c4, b.c6, -b.c2),
-          words(-a.c4, a.c4, a.c2, -a.c6, -b.c4, b.c4, b.c2, -b.c6),
-          words(a.c1, a.c3, a.c3, -a.c7, b.c1, b.c3, b.c3, -b.c7),
-          words(a.c5, a.c7, -a.c1, -a.c5, b.c5, b.c7, -b.c1, -b.c5),
-          words(a.c5, -a.c1, a.c7, -a.c5, b.c5, -b.c1, b.c7, -b.c5),
-          words(a.c7, a.c3, a.c3, -a.c1, b.c7, b.c3, b.c3, -b.c1)};
+constexpr Tables tables(const Cosines& c) {
+  return {words(c.c4, c.c4, c.c1, c.c3, c.c2, c.c6, c.c3, -c.c7),
+          words(c.c4, c.c4, c.c5, c.c7, -c.c6, -c.c2, -c.c1, -c.c5),
+          words(c.c4, -c.c4, c.c5, -c.c1, c.c6, -c.c2, c.c7, -c.c5),
+          words(-c.c4, c.c4, c.c7, c.c3, c.c2, -c.c6, c.c3, -c.c1)};
 }
+struct Dwords {
+  Vel32s d[4];
+};
+// Of the sums' 20 fractional bits three are the columns', fourteen the cosines', and three are the transform's division
+// by 8. The level shift, 128 from every sample, is made where it comes to: in the first output of all.
+constexpr int kRowShift = 20, kRound = 1 << (kRowShift - 1), kColumnBits = 3;
+constexpr int kLevel = (8 * 8 * 128 << kColumnBits) * 16384;
 struct Constants {
   Tables rows04, rows26, rows17, rows35;
   Tangents tangents;
-  Vel32s round[4];
-  Words level;
+  Dwords round, roundFirst;
 };
-// Of the sums' 20 fractional bits three are the columns', fourteen the cosines', and three are the transform's division
-// by 8.
-constexpr int kRowShift = 20, kRound = 1 << (kRowShift - 1), kColumnBits = 3;
-alignas(16) constexpr Constants kConstants = {tables(kRow04, kRow04),
-                                              tables(kRow26, kRow26),
-                                              tables(kRow17, kRow17),
-                                              tables(kRow35, kRow35),
+alignas(16) constexpr Constants kConstants = {tables(kRow04),
+                                              tables(kRow26),
+                                              tables(kRow17),
+                                              tables(kRow35),
                                               kTangents,
-                                              {kRound, kRound, kRound, kRound},
-                                              all(128)};
+                                              {{kRound, kRound, kRound, kRound}},
+                                              {{kRound - kLevel, kRound, kRound, kRound}}};
 
 // ---- Columns
 
-// Row y of the block, level shifted: words.
+// Row y of the block: words.
 struct Samples {
   const Vel8u* src;
   int step;
-  Vec row(const Constants* k, int y) const {
-    return _mm_sub_epi16(widenLow8(loadLow(src + ptrdiff_t(step) * y)), constant(k->level));
-  }
+  Vec row(int y) const { return widenLow8(loadLow(src + ptrdiff_t(step) * y)); }
 };
 
 ORV_INLINE Vec scaled(Vec x) { return _mm_slli_epi16(x, kColumnBits); }
@@ -75,26 +71,24 @@ ORV_INLINE void oddRows(const Tangents& t, Vec d0, Vec d1, Vec d2, Vec d3, TwoRo
 
 // ---- Rows
 
-ORV_INLINE Vec outputs(const Constants* k, Vec sums) {
-  return _mm_srai_epi32(_mm_add_epi32(sums, constant(k->round)), kRowShift);
+// Four outputs from the pairs s0 s1, d0 d1 and s2 s3, d2 d3, each in turn.
+ORV_INLINE Vec outputs(Vec pairs01, const Words& w, Vec pairs23, const Words& v, const Dwords& round) {
+  const Vec sums = _mm_add_epi32(_mm_madd_epi16(pairs01, constant(w)), _mm_madd_epi16(pairs23, constant(v)));
+  return _mm_srai_epi32(_mm_add_epi32(sums, constant(round)), kRowShift);
 }
-ORV_INLINE Vec products(Vec x, const Words& w, Vec y, const Words& v) {
-  return _mm_add_epi32(_mm_madd_epi16(x, constant(w)), _mm_madd_epi16(y, constant(v)));
+// A row, from s0 s1 s2 s3 d0 d1 d2 d3.
+ORV_INLINE Vec transformRow(const Constants* k, const Tables& t, Vec sd, const Dwords& round) {
+  const Vec pairs01 = _mm_shuffle_epi32(sd, 0x88), pairs23 = _mm_shuffle_epi32(sd, 0xDD);
+  return _mm_packs_epi32(outputs(pairs01, t.s01d01f0, pairs23, t.s23d23f0, round),
+                         outputs(pairs01, t.s01d01f4, pairs23, t.s23d23f4, k->round));
 }
-ORV_INLINE TwoRows transformRows(const Constants* k, const Tables Constants::*table, const TwoRows& rows) {
-  const Tables& t = k->*table;
+ORV_INLINE TwoRows transformRows(const Constants* k, const Tables Constants::*table, const TwoRows& rows,
+                                 const Dwords Constants::*round = &Constants::round) {
   const Vec left = _mm_unpacklo_epi64(rows.a, rows.b), right = _mm_unpackhi_epi64(rows.a, rows.b);
   const Vec mirrored = _mm_shufflehi_epi16(_mm_shufflelo_epi16(right, 0x1B), 0x1B);
   const Vec s = _mm_add_epi16(left, mirrored), d = _mm_sub_epi16(left, mirrored);
-  const Vec s01 = _mm_shuffle_epi32(s, 0xA0), s23 = _mm_shuffle_epi32(s, 0xF5);
-  const Vec d01 = _mm_shuffle_epi32(d, 0xA0), d23 = _mm_shuffle_epi32(d, 0xF5);
-  const Vec f02 = outputs(k, products(s01, t.s01f02, s23, t.s23f02)),
-            f46 = outputs(k, products(s01, t.s01f46, s23, t.s23f46));
-  const Vec f13 = outputs(k, products(d01, t.d01f13, d23, t.d23f13)),
-            f57 = outputs(k, products(d01, t.d01f57, d23, t.d23f57));
-  const Vec even = _mm_packs_epi32(f02, f46), odd = _mm_packs_epi32(f13, f57);  // dwords: a b a b
-  const Vec low = _mm_unpacklo_epi16(even, odd), high = _mm_unpackhi_epi16(even, odd);
-  return {_mm_unpacklo_epi64(low, high), _mm_unpackhi_epi64(low, high)};
+  return {transformRow(k, k->*table, _mm_unpacklo_epi64(s, d), k->*round),
+          transformRow(k, k->*table, _mm_unpackhi_epi64(s, d), k->round)};
 }
 
 // ---- Quantisation
@@ -126,13 +120,13 @@ ORV_BODY_B(veliDCTQuantFwd8x8LS_JPEG_8u16s_C1R)
   ORV_CHECK(checkPointers(pQuantFwdTable));
   const Constants* k = &kConstants;
   const Samples s{pSrc, srcStep};
-  const Vec x0 = s.row(k, 0), x7 = s.row(k, 7), x1 = s.row(k, 1), x6 = s.row(k, 6);
-  const Vec x2 = s.row(k, 2), x5 = s.row(k, 5), x3 = s.row(k, 3), x4 = s.row(k, 4);
+  const Vec x0 = s.row(0), x7 = s.row(7), x1 = s.row(1), x6 = s.row(6);
+  const Vec x2 = s.row(2), x5 = s.row(5), x3 = s.row(3), x4 = s.row(4);
   TwoRows r04, r26, r17, r35;
   oddRows(k->tangents, sub(x0, x7), sub(x1, x6), sub(x2, x5), sub(x3, x4), r17, r35);
   evenRows(k->tangents, add(x0, x7), add(x1, x6), add(x2, x5), add(x3, x4), r04, r26);
   reload(k);
-  storeRows(pDst, pQuantFwdTable, 0, 4, transformRows(k, &Constants::rows04, r04));
+  storeRows(pDst, pQuantFwdTable, 0, 4, transformRows(k, &Constants::rows04, r04, &Constants::roundFirst));
   reload(k);
   storeRows(pDst, pQuantFwdTable, 2, 6, transformRows(k, &Constants::rows26, r26));
   reload(k);
