@@ -94,16 +94,27 @@ ORV_INLINE TwoRows transformRows(const Constants* k, const Tables Constants::*ta
 // ---- Quantisation
 
 // Eight coefficients times their table entries, divided by 2^15 and rounded to the nearest integer, halves to the even
-// one. Samples of 8 bits make no coefficient larger than 1200, so twice its magnitude fits a word, and the high word of
-// the product is the quotient; the low one is twice the remainder, an even number, which leaves its last bit for the
+// one. Samples of 8 bits make no coefficient larger than 1200, so twice of it fits a word, and the high word of the
+// product is the quotient; the low one is twice the remainder, an even number, which leaves its last bit for the
 // quotient's.
-ORV_INLINE Vec quantise(Vec c, const Vel16u* table) {
-  const Vec q = load(table), twice = _mm_slli_epi16(magnitude16(c), 1);
-  const Vec quotient = _mm_mulhi_epu16(twice, q), remainder = _mm_mullo_epi16(twice, q);
+ORV_INLINE Vec rounded(Vec quotient, Vec remainder) {
   const Vec odd = _mm_and_si128(quotient, all16(1));
   const Vec up = _mm_cmpgt_epi16(_mm_xor_si128(_mm_or_si128(remainder, odd), all16(0x8000)), zero());  // above a half
-  return withSignOf16(c, _mm_sub_epi16(quotient, up));
+  return _mm_sub_epi16(quotient, up);
 }
+#if ORV_HAS_SHUFFLE
+ORV_INLINE Vec quantise(Vec c, const Vel16u* table) {
+  const Vec q = load(table), twice = _mm_slli_epi16(magnitude16(c), 1);
+  return withSignOf16(c, rounded(_mm_mulhi_epu16(twice, q), _mm_mullo_epi16(twice, q)));
+}
+#else
+// Without instructions for signs: the entries are taken as signed, and 2^16 c put back where that made them negative.
+ORV_INLINE Vec quantise(Vec c, const Vel16u* table) {
+  const Vec q = load(table), twice = _mm_add_epi16(c, c);
+  const Vec missing = _mm_and_si128(twice, _mm_srai_epi16(q, 15));
+  return rounded(_mm_add_epi16(_mm_mulhi_epi16(twice, q), missing), _mm_mullo_epi16(twice, q));
+}
+#endif
 ORV_INLINE void storeRows(Vel16s* dst, const Vel16u* table, int a, int b, const TwoRows& rows) {
   store(dst + 8 * a, quantise(rows.a, table + 8 * a));
   store(dst + 8 * b, quantise(rows.b, table + 8 * b));
