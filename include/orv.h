@@ -207,22 +207,35 @@ ORV_API VelStatus orvzkFreeAligned(void* pMem);
 
 /* ---- Colour: subsampled YUV --------------------------------------------------------------------------------- */
 
-/* Planar YUV 4:2:0 to RGB. The YUV of analogue video: luma 0..255 unscaled, U = 0.492 (B - Y), V = 0.877 (R - Y),
- * both centred on 128 (ITU-R BT.601 luma weights). With u = U - 128, v = V - 128 and arithmetic shifts,
+/* The YUV of analogue video: luma 0..255 unscaled, U = 0.492 (B - Y), V = 0.877 (R - Y), both centred on 128, with the
+ * luma weights of ITU-R BT.601. A chroma sample serves a pair of pixels in a row (4:2:2) or a block of 2 by 2 pixels
+ * (4:2:0), whose first pixel has even coordinates.
+ *   C3   R, G, B bytes (BGR: B, G, R)                AC4  R, G, B and a fourth byte that keeps its value
+ *   P3   planes R, G, B, which share a step, or planes Y, U, V with a step for each
+ *   C2   4:2:2 in one piece: the bytes Y, U, Y, V for a pair
+ * The forms without R take whole images packed tightly: step width for planes R, G, B and Y, width / 2 (rounded down)
+ * for U and V, 3 width for C3. Source and destination do not overlap.
+ *
+ * 4:2:0: whole blocks are converted, width / 2 by height / 2; an odd last column or row is left as it was.
+ *
+ * 4:2:2: the last pixel of an odd width has chroma of its own. Where planes have steps, it is one more sample: a row of
+ * U or V holds (width + 1) / 2. Tightly packed rows have no room for it: from RGB it is not stored, and to RGB the
+ * pixel takes the chroma of the pair before it. In C2, a row of 2 width bytes ends in that pixel's Y and U: from RGB
+ * its V is not stored, and to RGB it is the byte before them, the V of the pair before. Where no pair is before, what
+ * is missing is 128.
+ *
+ * What they return:
+ *   velStsNullPtrErr   pSrc, pDst or an array of steps is null
+ *   velStsSizeErr      width or height below 1 (orviYUV420ToBGR_8u_P3C3R: below 2)
+ *   velStsNullPtrErr   a plane is null, sources first
+ *   velStsDoubleSize   4:2:0: done; width or height is odd
+ * Steps are not checked: a negative one walks upwards. */
+
+/* YUV to RGB. With u = U - 128, v = V - 128 and arithmetic shifts,
  *   R = clamp((8192 Y + 9338 v) >> 13)             1.140 v
  *   G = clamp((8192 Y - 3227 u - 4759 v) >> 13)    0.394 u, 0.581 v
  *   B = clamp((8192 Y + 16645 u) >> 13)            2.032 u
- * exact on every path, clamped to 0..255. One chroma sample serves its block of 2 by 2 pixels, without interpolation.
- * Whole blocks are converted: width / 2 by height / 2; an odd last column or row is left as it was.
- * pSrc: planes Y, U, V, with a step for each in srcStep; the forms without R take whole images packed tightly: Y step
- * width, U and V steps width / 2 (rounded down), destination step width times 3, or width a plane.
- *   C3   R, G, B bytes (BGR: B, G, R)      AC4  R, G, B and a fourth byte that keeps its value
- *   P3   planes R, G, B with one step
- *   velStsNullPtrErr   pSrc, srcStep or pDst is null
- *   velStsSizeErr      width or height below 1 (BGR: below 2)
- *   velStsNullPtrErr   a plane is null, sources first
- *   velStsDoubleSize   done; width or height is odd
- * Steps are not checked: a negative one walks upwards. */
+ * clamped to 0..255. Chroma is not interpolated. */
 ORV_API VelStatus veliYUV420ToRGB_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
                                            VeliSize roiSize);
 ORV_API VelStatus orviYUV420ToRGB_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
@@ -243,6 +256,36 @@ ORV_API VelStatus veliYUV420ToBGR_8u_P3C3R(const Vel8u* const pSrc[3], const int
                                            VeliSize roiSize);
 ORV_API VelStatus orviYUV420ToBGR_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
                                            VeliSize roiSize);
+
+/* YUV 4:2:0 to 16-bit words: the colours above, cut to their upper bits and packed from bit 0 upwards,
+ *   565   R >> 3, G >> 2, B >> 3
+ *   555   R >> 3, G >> 3, B >> 3; bit 15 is 0
+ *   444   R >> 4, G >> 4, B >> 4; bits 12 to 15 are 0
+ * with R and B exchanged in the BGR forms. dstStep is in bytes, like all steps; it may be odd. */
+ORV_API VelStatus veliYUV420ToRGB565_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
+                                                 int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviYUV420ToRGB565_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
+                                                 int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliYUV420ToRGB555_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
+                                                 int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviYUV420ToRGB555_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
+                                                 int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliYUV420ToRGB444_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
+                                                 int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviYUV420ToRGB444_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
+                                                 int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliYUV420ToBGR565_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
+                                                 int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviYUV420ToBGR565_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
+                                                 int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliYUV420ToBGR555_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
+                                                 int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviYUV420ToBGR555_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
+                                                 int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliYUV420ToBGR444_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
+                                                 int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviYUV420ToBGR444_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
+                                                 int dstStep, VeliSize roiSize);
 
 /* ---- JPEG: quantisation tables ------------------------------------------------------------------------------ */
 

@@ -10,7 +10,7 @@ enum Packing { k565, k555, k444 };
 ORV_INLINE Vec up(Vec bytes, int count, int mask) { return _mm_and_si128(_mm_slli_epi16(bytes, count), all8(mask)); }
 ORV_INLINE Vec down(Vec bytes, int count, int mask) { return _mm_and_si128(_mm_srli_epi16(bytes, count), all8(mask)); }
 
-template <Packing kPacking> ORV_INLINE void storePacked(Vel16u* dst, const Rgb16<kNatural>& p) {
+template <Packing kPacking, Order kOrder> ORV_INLINE void storePacked(Vel16u* dst, const Rgb16<kOrder>& p) {
   Vec low, high;  // bytes of the words
   if (kPacking == k565) {
     low = _mm_or_si128(down(p.r, 3, 0x1F), up(p.g, 3, 0xE0));
@@ -22,8 +22,9 @@ template <Packing kPacking> ORV_INLINE void storePacked(Vel16u* dst, const Rgb16
     low = _mm_or_si128(down(p.r, 4, 0x0F), _mm_and_si128(p.g, all8(0xF0)));
     high = down(p.b, 4, 0x0F);
   }
-  store(dst, _mm_unpacklo_epi8(low, high));
-  store(dst + 8, _mm_unpackhi_epi8(low, high));
+  const Vec first = _mm_unpacklo_epi8(low, high), second = _mm_unpackhi_epi8(low, high);
+  store(dst, kOrder == kNatural ? first : _mm_unpacklo_epi16(first, second));
+  store(dst + 8, kOrder == kNatural ? second : _mm_unpackhi_epi16(first, second));
 }
 
 }  // namespace

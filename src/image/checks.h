@@ -18,7 +18,7 @@ template <class T> ORV_INLINE VelStatus checkPlanes(T* const planes[3]) {
   return checkPointers(planes[0], planes[1], planes[2]);
 }
 // Of pixels in one piece there are no planes to check.
-ORV_INLINE VelStatus checkPlanes(const Vel8u*) { return velStsNoErr; }
+ORV_INLINE VelStatus checkPlanes(const void*) { return velStsNoErr; }
 ORV_INLINE VelStatus checkSize(VeliSize size, int least = 1) {
   return size.width < least || size.height < least ? velStsSizeErr : velStsNoErr;
 }
