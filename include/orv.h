@@ -256,6 +256,24 @@ ORV_API VelStatus veliYUV420ToBGR_8u_P3C3R(const Vel8u* const pSrc[3], const int
                                            VeliSize roiSize);
 ORV_API VelStatus orviYUV420ToBGR_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
                                            VeliSize roiSize);
+ORV_API VelStatus veliYUV422ToRGB_8u_C2C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviYUV422ToRGB_8u_C2C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliYUV422ToRGB_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
+                                           VeliSize roiSize);
+ORV_API VelStatus orviYUV422ToRGB_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
+                                           VeliSize roiSize);
+ORV_API VelStatus veliYUV422ToRGB_8u_P3AC4R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
+                                            VeliSize roiSize);
+ORV_API VelStatus orviYUV422ToRGB_8u_P3AC4R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
+                                            VeliSize roiSize);
+ORV_API VelStatus veliYUV422ToRGB_8u_P3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* const pDst[3],
+                                         int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviYUV422ToRGB_8u_P3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* const pDst[3],
+                                         int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliYUV422ToRGB_8u_P3C3(const Vel8u* const pSrc[3], Vel8u* pDst, VeliSize roiSize);
+ORV_API VelStatus orviYUV422ToRGB_8u_P3C3(const Vel8u* const pSrc[3], Vel8u* pDst, VeliSize roiSize);
+ORV_API VelStatus veliYUV422ToRGB_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
+ORV_API VelStatus orviYUV422ToRGB_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
 
 /* YUV 4:2:0 to 16-bit words: the colours above, cut to their upper bits and packed from bit 0 upwards,
  *   565   R >> 3, G >> 2, B >> 3
