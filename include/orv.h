@@ -231,6 +231,45 @@ ORV_API VelStatus orvzkFreeAligned(void* pMem);
  *   velStsDoubleSize   4:2:0: done; width or height is odd
  * Steps are not checked: a negative one walks upwards. */
 
+/* RGB to YUV. In integers, with shifts that round down:
+ *   y = (19596 R >> 8) + (38470 G >> 8) + (7472 B >> 8)       256 times 0.299 R + 0.587 G + 0.114 B
+ *   Y = (y + 2) >> 8
+ * and from the means of a pair or block
+ *   U = 128 + ((128 mean(B) - (mean(y) >> 1)) * 16121 >> 22)
+ *   V = 128 + ((128 mean(R) - (mean(y) >> 1)) * 28737 >> 22), clamped to 0..255
+ * The means of B and R are exact. That of y is (a + b + 1) >> 1 of a pair; of a block, the same of its pairs' means. A
+ * grey gives itself, and U = V = 128. The last pixel of an odd 4:2:2 width gives
+ *   S = 9798 R + 19235 G + 3736 B       Y = S >> 15
+ *   U = 128 + (((32768 B - S) >> 15) * 16121 >> 15)
+ *   V = 128 + (((32768 R - S) >> 15) * 28737 >> 15), clamped to 0..255
+ * (a grey but black U = V = 127). A pair or block of one colour gives the same or one more, in each of Y, U and V. */
+ORV_API VelStatus veliRGBToYUV420_8u_C3P3R(const Vel8u* pSrc, int srcStep, Vel8u* const pDst[3], const int dstStep[3],
+                                           VeliSize roiSize);
+ORV_API VelStatus orviRGBToYUV420_8u_C3P3R(const Vel8u* pSrc, int srcStep, Vel8u* const pDst[3], const int dstStep[3],
+                                           VeliSize roiSize);
+ORV_API VelStatus veliRGBToYUV420_8u_C3P3(const Vel8u* pSrc, Vel8u* const pDst[3], VeliSize roiSize);
+ORV_API VelStatus orviRGBToYUV420_8u_C3P3(const Vel8u* pSrc, Vel8u* const pDst[3], VeliSize roiSize);
+ORV_API VelStatus veliRGBToYUV420_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3],
+                                         const int dstStep[3], VeliSize roiSize);
+ORV_API VelStatus orviRGBToYUV420_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3],
+                                         const int dstStep[3], VeliSize roiSize);
+ORV_API VelStatus veliRGBToYUV420_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
+ORV_API VelStatus orviRGBToYUV420_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
+ORV_API VelStatus veliRGBToYUV422_8u_C3C2R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviRGBToYUV422_8u_C3C2R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliRGBToYUV422_8u_C3P3R(const Vel8u* pSrc, int srcStep, Vel8u* const pDst[3], const int dstStep[3],
+                                           VeliSize roiSize);
+ORV_API VelStatus orviRGBToYUV422_8u_C3P3R(const Vel8u* pSrc, int srcStep, Vel8u* const pDst[3], const int dstStep[3],
+                                           VeliSize roiSize);
+ORV_API VelStatus veliRGBToYUV422_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3],
+                                         const int dstStep[3], VeliSize roiSize);
+ORV_API VelStatus orviRGBToYUV422_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3],
+                                         const int dstStep[3], VeliSize roiSize);
+ORV_API VelStatus veliRGBToYUV422_8u_C3P3(const Vel8u* pSrc, Vel8u* const pDst[3], VeliSize roiSize);
+ORV_API VelStatus orviRGBToYUV422_8u_C3P3(const Vel8u* pSrc, Vel8u* const pDst[3], VeliSize roiSize);
+ORV_API VelStatus veliRGBToYUV422_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
+ORV_API VelStatus orviRGBToYUV422_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
+
 /* YUV to RGB. With u = U - 128, v = V - 128 and arithmetic shifts,
  *   R = clamp((8192 Y + 9338 v) >> 13)             1.140 v
  *   G = clamp((8192 Y - 3227 u - 4759 v) >> 13)    0.394 u, 0.581 v
