@@ -4,6 +4,7 @@
 #include <memory>
 #include "jpeg_reader.h"
 #include "run.h"
+#include "yuv.h"
 
 namespace {
 
@@ -77,34 +78,6 @@ void benchmarkTransform(const char* operation, const Vel16u* quant, const Words&
   });
 }
 
-// ---- Colour
-
-// The kernels do not branch on samples, so any will do.
-template <class Convert> void benchmarkColour(const std::string& operation, VeliSize size, const Convert& convert) {
-  const size_t pixels = size_t(size.width * size.height);
-  const auto samples = std::make_shared<Bytes>(pixels * 3 / 2), rgb = std::make_shared<Bytes>(pixels * 4);
-  for (size_t i = 0; i < samples->size(); ++i) (*samples)[i] = uint8_t(i * i >> 7);
-  benchmarkOnEveryPath("YUV420ToRGB " + operation, "pixel", int(pixels), [=] {
-    const Vel8u* const y = samples->data();
-    const Vel8u* const planes[3] = {y, y + pixels, y + pixels * 5 / 4};
-    const int steps[3] = {size.width, size.width / 2, size.width / 2};
-    return convert(planes, steps, rgb->data(), size);
-  });
-}
-
-void benchmarkColours(const std::string& name, VeliSize size) {
-  benchmarkColour("C3R, " + name, size, [](auto planes, auto steps, Vel8u* to, VeliSize roi) {
-    return orviYUV420ToRGB_8u_P3C3R(planes, steps, to, roi.width * 3, roi);
-  });
-  benchmarkColour("AC4R, " + name, size, [](auto planes, auto steps, Vel8u* to, VeliSize roi) {
-    return orviYUV420ToRGB_8u_P3AC4R(planes, steps, to, roi.width * 4, roi);
-  });
-  benchmarkColour("P3R, " + name, size, [](auto planes, auto steps, Vel8u* to, VeliSize roi) {
-    Vel8u* const rgb[3] = {to, to + roi.width * roi.height, to + 2 * roi.width * roi.height};
-    return orviYUV420ToRGB_8u_P3R(planes, steps, rgb, roi.width, roi);
-  });
-}
-
 // ---- MCUs
 
 void benchmarkMcus(const std::shared_ptr<const Photo>& photo) {
@@ -156,6 +129,6 @@ void registerBenchmarks(const Bytes& file) {
     return photo->decodeBlocks(block, 0);
   });
   benchmarkMcus(photo);
-  benchmarkColours("320x240", {320, 240});
-  benchmarkColours("4096x3072", {4096, 3072});
+  benchmarkYuv("320x240", {320, 240});
+  benchmarkYuv("4096x3072", {4096, 3072});
 }

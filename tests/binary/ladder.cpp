@@ -86,26 +86,29 @@ void encoding() {
   add(block), add(bits), add(symbols), add(stream), add(position);
 }
 
-void yuv420() {
+void yuv() {
   constexpr int kWidth = 66, kHeight = 6;  // two whole vectors of pixels and a tail
-  Vel8u y[kWidth * kHeight], u[kWidth * kHeight / 4], v[kWidth * kHeight / 4];
-  scatter(y, 256, 3);
-  scatter(u, 256, 4);
-  scatter(v, 256, 5);
-  const Vel8u* const src[3] = {y, u, v};
-  const int steps[3] = {kWidth, kWidth / 2, kWidth / 2};
+  Vel8u from[kWidth * kHeight * 3], to[kWidth * kHeight * 4];
+  scatter(from, 256, 3);
   const VeliSize size = {kWidth, kHeight};
-  Vel8u pixels[kHeight * kWidth * 4];
-  const auto run = [&](auto convert) {
-    memset(pixels, 0x5A, sizeof pixels);
-    expectDone(convert());
-    add(pixels);
+  const int pixels = kWidth * kHeight, steps[3] = {kWidth, kWidth / 2, kWidth / 2};
+  const Vel8u* const src[3] = {from, from + pixels, from + pixels * 2};
+  Vel8u* const dst[3] = {to, to + pixels, to + pixels * 2};
+  const auto run = [&](VelStatus status) {
+    expectDone(status);
+    add(to);
+    memset(to, 0x5A, sizeof to);
   };
-  Vel8u* const planes[3] = {pixels, pixels + sizeof y, pixels + 2 * sizeof y};
-  run([&] { return orviYUV420ToRGB_8u_P3C3R(src, steps, pixels, 4 * kWidth, size); });
-  run([&] { return orviYUV420ToRGB_8u_P3AC4R(src, steps, pixels, 4 * kWidth, size); });
-  run([&] { return orviYUV420ToRGB_8u_P3R(src, steps, planes, kWidth, size); });
-  run([&] { return orviYUV420ToBGR_8u_P3C3R(src, steps, pixels, 4 * kWidth, size); });
+  memset(to, 0x5A, sizeof to);
+  run(orviYUV420ToRGB_8u_P3C3R(src, steps, to, 4 * kWidth, size));
+  run(orviYUV420ToRGB_8u_P3AC4R(src, steps, to, 4 * kWidth, size));
+  run(orviYUV420ToRGB_8u_P3R(src, steps, dst, kWidth, size));
+  run(orviYUV420ToBGR565_8u16u_P3C3R(src, steps, reinterpret_cast<Vel16u*>(to), 4 * kWidth, size));
+  run(orviYUV422ToRGB_8u_C2C3R(from, 3 * kWidth, to, 4 * kWidth, size));
+  run(orviYUV422ToRGB_8u_P3R(src, steps, dst, kWidth, size));
+  run(orviRGBToYUV420_8u_C3P3R(from, 3 * kWidth, dst, steps, size));
+  run(orviRGBToYUV420_8u_P3R(src, kWidth, dst, steps, size));
+  run(orviRGBToYUV422_8u_C3C2R(from, 3 * kWidth, to, 4 * kWidth, size));
 }
 
 void quantisation() {
@@ -175,8 +178,8 @@ int main(int argc, char** argv) {
   static const struct {
     const char* name;
     void (*run)();
-  } kFamilies[] = {{"inverseDct", inverseDct}, {"huffman", huffman},           {"encoding", encoding},
-                   {"yuv420", yuv420},         {"quantisation", quantisation}, {"mcu", mcu}};
+  } kFamilies[] = {{"inverseDct", inverseDct},     {"huffman", huffman}, {"encoding", encoding}, {"yuv", yuv},
+                   {"quantisation", quantisation}, {"mcu", mcu}};
   for (const auto& family : kFamilies)
     for (int offset : kOffsets) {
       sum = 2166136261u;
