@@ -205,6 +205,93 @@ ORV_API void velFree(void* ptr);
 ORV_API VelStatus orvzkMallocAligned(void** ppMem, int size, int align);
 ORV_API VelStatus orvzkFreeAligned(void* pMem);
 
+/* ---- Colour: YCbCr ------------------------------------------------------------------------------------------ */
+
+/* RGB and YCbCr of ITU-R BT.601 in studio range: luma 16..235, chroma 16..240 centred on 128. Weights are those of the
+ * standard's equations times 65536, rounded to whole numbers; shifts are arithmetic, and all sums are 32-bit integers.
+ *   C3   pixels of three bytes: R, G, B or Y, Cb, Cr
+ *   AC4  the same and a fourth byte, which in the destination keeps its value
+ *   P3   an array of three planes, of which one step serves all
+ * Steps are not checked: a negative one walks upwards. What has one layout on both sides may be converted in place:
+ * pSrc and pDst, or their planes one by one, are then the same, and so are the steps.
+ *   velStsNullPtrErr   pSrc or pDst is null
+ *   velStsSizeErr      width or height below 1
+ *   velStsNullPtrErr   a plane is null */
+
+/* RGB to YCbCr, every pixel exactly, on every path:
+ *   Y  = (16843 R + 33030 G + 6423 B + 1081344) >> 16       16.5 * 65536: the offset, and a half to round
+ *   Cb = (-9699 R - 19071 G + 28770 B + 8421376) >> 16      128.5 * 65536
+ *   Cr = (28770 R - 24117 G - 4653 B + 8421376) >> 16 */
+ORV_API VelStatus veliRGBToYCbCr_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviRGBToYCbCr_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliRGBToYCbCr_8u_AC4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviRGBToYCbCr_8u_AC4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliRGBToYCbCr_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3], int dstStep,
+                                        VeliSize roiSize);
+ORV_API VelStatus orviRGBToYCbCr_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3], int dstStep,
+                                        VeliSize roiSize);
+
+/* YCbCr to RGB, each result clamped to 0..255. With u = Cb - 128 and v = Cr - 128, AC4R converts every pixel by
+ *   R = (76284 Y + 104595 v - 1220544) >> 16                1.164, 1.596; 1220544 is 16 * 76284
+ *   G = (76284 Y - 25690 u - 53281 v - 1220544) >> 16       0.392, 0.813
+ *   B = (76284 Y + 132186 u - 1220544) >> 16                2.017
+ * and P3R, which rounds, by the same with 1187776, which is 32768 less, in place of 1220544. To C3, groups of eight
+ * pixels from the start of each row are converted in sixteen bits: with m(x, k) = (x * k) >> 16 and
+ * y = m(128 (Y - 16), 9535), b = 128 u, c = 128 v,
+ *   R = (y + m(c, 13074) + 8) >> 4
+ *   G = (y + m(b, -3211) + m(c, -6660) + 8) >> 4
+ *   B = (y + m(b, 16523) + 8) >> 4
+ * by P3C3R, and by C3R with 9536 and -3203 in place of 9535 and -3211. These results are those of P3R or differ by
+ * one. The last width % 8 pixels of a row are converted by C3R like those of AC4R, by P3C3R with the weights 76282,
+ * 104593, 25689, 53279 and 132184, and 1220512, which is 16 * 76282. */
+ORV_API VelStatus veliYCbCrToRGB_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviYCbCrToRGB_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliYCbCrToRGB_8u_AC4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviYCbCrToRGB_8u_AC4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliYCbCrToRGB_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3], int dstStep,
+                                        VeliSize roiSize);
+ORV_API VelStatus orviYCbCrToRGB_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3], int dstStep,
+                                        VeliSize roiSize);
+ORV_API VelStatus veliYCbCrToRGB_8u_P3C3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* pDst, int dstStep,
+                                          VeliSize roiSize);
+ORV_API VelStatus orviYCbCrToRGB_8u_P3C3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* pDst, int dstStep,
+                                          VeliSize roiSize);
+
+/* YCbCr to RGB in words of sixteen bits. Groups of eight pixels from the start of a row are converted like those of
+ * P3C3R above, the last width % 8 pixels like those of AC4R, and each channel is cut to its highest bits. When the
+ * rows of both sides follow one another without a gap, the whole image is one row.
+ *          RGB: R in bits   G       B         BGR: B in bits   G       R        zero
+ *   565    0-4              5-10    11-15     0-4              5-10    11-15
+ *   555    0-4              5-9     10-14     0-4              5-9     10-14    15
+ *   444    0-3              4-7     8-11      0-3              4-7     8-11     12-15
+ * dstStep is in bytes; an odd one counts as the even one below it. Steps are not checked.
+ *   velStsNullPtrErr   pSrc or pDst is null
+ *   velStsSizeErr      width or height below 1 */
+ORV_API VelStatus veliYCbCrToRGB565_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                              VeliSize roiSize);
+ORV_API VelStatus orviYCbCrToRGB565_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                              VeliSize roiSize);
+ORV_API VelStatus veliYCbCrToRGB555_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                              VeliSize roiSize);
+ORV_API VelStatus orviYCbCrToRGB555_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                              VeliSize roiSize);
+ORV_API VelStatus veliYCbCrToRGB444_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                              VeliSize roiSize);
+ORV_API VelStatus orviYCbCrToRGB444_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                              VeliSize roiSize);
+ORV_API VelStatus veliYCbCrToBGR565_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                              VeliSize roiSize);
+ORV_API VelStatus orviYCbCrToBGR565_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                              VeliSize roiSize);
+ORV_API VelStatus veliYCbCrToBGR555_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                              VeliSize roiSize);
+ORV_API VelStatus orviYCbCrToBGR555_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                              VeliSize roiSize);
+ORV_API VelStatus veliYCbCrToBGR444_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                              VeliSize roiSize);
+ORV_API VelStatus orviYCbCrToBGR444_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                              VeliSize roiSize);
+
 /* ---- Colour: subsampled YUV --------------------------------------------------------------------------------- */
 
 /* The YUV of analogue video: luma 0..255 unscaled, U = 0.492 (B - Y), V = 0.877 (R - Y), both centred on 128, with the

@@ -1,0 +1,240 @@
+// RGB to YCbCr, back, and to 16-bit words, against the formulas in plain integers.
+#include <algorithm>
+#include <array>
+#include <deque>
+#include <random>
+#include <vector>
+#include "support/guarded.h"
+#include "support/paths.h"
+
+namespace {
+
+// ---- The model
+
+using Colour = std::array<int, 3>;
+int clamp(int x) { return x < 0 ? 0 : x > 255 ? 255 : x; }
+
+Colour forward(int r, int g, int b) {
+  return {(16843 * r + 33030 * g + 6423 * b + 1081344) >> 16, (-9699 * r - 19071 * g + 28770 * b + 8421376) >> 16,
+          (28770 * r - 24117 * g - 4653 * b + 8421376) >> 16};
+}
+template <int kLess, int kOffset> Colour exact(int y, int cb, int cr) {
+  const int luma = (76284 - kLess) * y - kOffset, u = cb - 128, v = cr - 128;
+  return {clamp((luma + (104595 - kLess) * v) >> 16),
+          clamp((luma - (25690 - kLess / 2) * u - (53281 - kLess) * v) >> 16),
+          clamp((luma + (132186 - kLess) * u) >> 16)};
+}
+template <int kLuma, int kGreen> Colour group(int y, int cb, int cr) {
+  const auto m = [](int x, int k) { return (x * k) >> 16; };
+  const int a = m((y - 16) * 128, kLuma), b = (cb - 128) * 128, c = (cr - 128) * 128;
+  return {clamp((a + m(c, 13074) + 8) >> 4), clamp((a + m(b, kGreen) + m(c, -6660) + 8) >> 4),
+          clamp((a + m(b, 16523) + 8) >> 4)};
+}
+constexpr auto *rounded = exact<0, 1187776>, *truncated = exact<0, 1220544>, *lesser = exact<2, 1220512>;
+constexpr auto *groupC3 = group<9536, -3203>, *groupP3C3 = group<9535, -3211>;
+
+// ---- The functions under a common shape; images in one piece are src[0] and dst[0].
+
+using Convert = VelStatus(const Vel8u* const src[3], int srcStep, Vel8u* const dst[3], int dstStep, VeliSize size);
+struct Form {
+  const char* name;
+  int srcPlanes, srcPixel, dstPlanes, dstPixel;  // planes, and bytes of a pixel in each
+  Colour (*inGroups)(int, int, int);             // of eight pixels from the start of a row
+  Colour (*inTail)(int, int, int);
+  Convert* convert;
+  int bits[3] = {};  // of a word's fields, from the lowest
+  bool isBgr = false;
+
+  bool sameLayout() const { return srcPlanes == dstPlanes && srcPixel == dstPixel; }
+  bool isPacked() const { return bits[0] != 0; }
+  // The bytes that three channels are stored in, plane after plane.
+  std::array<Vel8u, 3> stored(Colour c) const {
+    if (!isPacked()) return {Vel8u(c[0]), Vel8u(c[1]), Vel8u(c[2])};
+    if (isBgr) std::swap(c[0], c[2]);
+    const int word =
+        c[0] >> (8 - bits[0]) | (c[1] >> (8 - bits[1])) << bits[0] | (c[2] >> (8 - bits[2])) << (bits[0] + bits[1]);
+    return {Vel8u(word), Vel8u(word >> 8), 0};
+  }
+};
+#define CALL(name, from, to)                                                                             \
+  [](const Vel8u* const* src, int srcStep, Vel8u* const* dst, int dstStep, VeliSize size) -> VelStatus { \
+    return name(from, srcStep, to, dstStep, size);                                                       \
+  }
+#define FIRST(planes) (planes) ? *(planes) : nullptr
+#define PACKED(colour, ...)                                                                                   \
+  {                                                                                                           \
+    "to " #colour, 1, 3, 1, 2, groupP3C3, truncated,                                                          \
+        CALL(orviYCbCrTo##colour##_8u16u_C3R, FIRST(src), reinterpret_cast<Vel16u*>(FIRST(dst))), __VA_ARGS__ \
+  }
+const Form kForms[] = {
+    {"forward C3R", 1, 3, 1, 3, forward, forward, CALL(orviRGBToYCbCr_8u_C3R, FIRST(src), FIRST(dst))},
+    {"forward AC4R", 1, 4, 1, 4, forward, forward, CALL(orviRGBToYCbCr_8u_AC4R, FIRST(src), FIRST(dst))},
+    {"forward P3R", 3, 1, 3, 1, forward, forward, CALL(orviRGBToYCbCr_8u_P3R, src, dst)},
+    {"inverse C3R", 1, 3, 1, 3, groupC3, truncated, CALL(orviYCbCrToRGB_8u_C3R, FIRST(src), FIRST(dst))},
+    {"inverse AC4R", 1, 4, 1, 4, truncated, truncated, CALL(orviYCbCrToRGB_8u_AC4R, FIRST(src), FIRST(dst))},
+    {"inverse P3R", 3, 1, 3, 1, rounded, rounded, CALL(orviYCbCrToRGB_8u_P3R, src, dst)},
+    {"inverse P3C3R", 3, 1, 1, 3, groupP3C3, lesser, CALL(orviYCbCrToRGB_8u_P3C3R, src, FIRST(dst))},
+    PACKED(RGB565, {5, 6, 5}, false),
+    PACKED(RGB555, {5, 5, 5}, false),
+    PACKED(RGB444, {4, 4, 4}, false),
+    PACKED(BGR565, {5, 6, 5}, true),
+    PACKED(BGR555, {5, 5, 5}, true),
+    PACKED(BGR444, {4, 4, 4}, true),
+};
+
+// ---- Images
+
+struct Layout {
+  int srcPad, dstPad;  // bytes between rows
+  bool upwards;        // row 0 comes last, and the steps are negative
+  Guard guard;
+};
+
+// A plane in exactly the memory that its rows take.
+struct Plane {
+  Plane(int rowBytes, int height, int pad, bool upwards, Guard guard, bool evenStep = false)
+      : step((rowBytes + pad) * (upwards ? -1 : 1)),
+        stride(evenStep ? step & ~1 : step),
+        memory(size_t((height - 1) * std::abs(stride) + rowBytes), guard),
+        top(upwards ? memory.size() - size_t(rowBytes) : 0) {}
+  size_t at(int byte, int y) const { return top + size_t(y * stride + byte); }
+  void fill(std::mt19937& random) {
+    for (size_t i = 0; i < memory.size(); ++i) memory[i] = Vel8u(random());
+  }
+  int step, stride;  // as the function is told, and as it takes it
+  Guarded memory;
+  size_t top;
+};
+
+struct Picture {
+  Picture(const Form& f, VeliSize s, Layout layout) : form(f), size(s) {
+    for (int i = 0; i < f.srcPlanes; ++i)
+      src.emplace_back(s.width * f.srcPixel, s.height, layout.srcPad, layout.upwards, layout.guard);
+    for (int i = 0; i < f.dstPlanes; ++i)
+      dst.emplace_back(s.width * f.dstPixel, s.height, layout.dstPad, layout.upwards, layout.guard, f.isPacked());
+    // Words of tightly packed images are one row.
+    if (f.isPacked() && src[0].step == s.width * 3 && dst[0].step >> 1 == s.width) groupWidth = s.width * s.height;
+  }
+  // Where a channel of row y begins in these planes.
+  static Vel8u* channel(const std::deque<Plane>& planes, int c, int y) {
+    const Plane& plane = planes[planes.size() == 3 ? size_t(c) : 0];
+    return plane.memory.data() + plane.at(planes.size() == 3 ? 0 : c, y);
+  }
+  // Gives every pixel the colour of colourOf(index).
+  template <class ColourOf> void paint(const ColourOf& colourOf) {
+    for (int y = 0; y < size.height; ++y)
+      for (int c = 0; c < 3; ++c) {
+        Vel8u* const row = channel(src, c, y);
+        for (int x = 0; x < size.width; ++x) row[x * form.srcPixel] = Vel8u(colourOf(y * size.width + x)[size_t(c)]);
+      }
+  }
+  void fill(std::mt19937& random) {
+    for (Plane& p : src) p.fill(random);
+    for (Plane& p : dst) p.fill(random);
+  }
+  // inPlace: from the destination into itself.
+  void expectConverted(bool inPlace = false) {
+    const std::deque<Plane>& from = inPlace ? dst : src;
+    std::vector<Vel8u> expected[3];
+    for (size_t i = 0; i < dst.size(); ++i)
+      expected[i].assign(dst[i].memory.data(), dst[i].memory.data() + dst[i].memory.size());
+    for (int y = 0; y < size.height; ++y) {
+      const Vel8u* in[3];
+      Vel8u* out[3];
+      for (int c = 0; c < 3; ++c) {
+        in[c] = channel(from, c, y);
+        const size_t plane = dst.size() == 3 ? size_t(c) : 0;
+        out[c] = expected[plane].data() + (channel(dst, c, y) - dst[plane].memory.data());
+      }
+      for (int x = 0; x < size.width; ++x) {
+        const int index = groupWidth ? y * size.width + x : x, length = groupWidth ? groupWidth : size.width;
+        const auto convert = index < (length & ~7) ? form.inGroups : form.inTail;
+        const auto at = [&](int c) { return in[c][x * form.srcPixel]; };
+        const auto bytes = form.stored(convert(at(0), at(1), at(2)));
+        for (int c = 0; c < (form.isPacked() ? 2 : 3); ++c) out[c][x * form.dstPixel] = bytes[size_t(c)];
+      }
+    }
+    const Vel8u* s[3];
+    Vel8u* d[3];
+    for (size_t i = 0; i < 3; ++i) {
+      const Plane &p = from[i % from.size()], &q = dst[i % dst.size()];
+      s[i] = p.memory.data() + p.top;
+      d[i] = q.memory.data() + q.top;
+    }
+    ASSERT_EQ(form.convert(s, from[0].step, d, dst[0].step, size), velStsNoErr);
+    for (size_t i = 0; i < dst.size(); ++i) {
+      ASSERT_EQ(memcmp(dst[i].memory.data(), expected[i].data(), expected[i].size()), 0) << "plane " << i;
+      ASSERT_TRUE(dst[i].memory.intact());
+    }
+  }
+
+  const Form& form;
+  VeliSize size;
+  std::deque<Plane> src, dst;
+  int groupWidth = 0;
+};
+
+class Ycbcr : public OnEveryPath {
+ protected:
+  std::mt19937 random{601};
+};
+ORV_ON_EVERY_PATH(Ycbcr);
+
+// The first sample by picture, the others by pixel. Rows of 256 pixels are groups, rows of 7 what groups leave. Words
+// have an arithmetic that others have too, and take a part of the colours only.
+TEST_P(Ycbcr, ConvertsEveryColour) {
+  for (const Form& form : kForms)
+    for (const int width : {256, 7}) {
+      if (width == 7 && form.inGroups == form.inTail) continue;
+      Picture picture(form, {width, 65536 / width + 1}, {form.isPacked() ? 3 : 0, 0, false, Guard::kBehind});
+      for (int first = 0; first < 256; first += form.isPacked() ? 17 : 1) {
+        picture.paint([=](int i) { return Colour{first, i >> 8, i}; });
+        ASSERT_NO_FATAL_FAILURE(picture.expectConverted()) << form.name << ", width " << width << ", " << first;
+      }
+    }
+}
+
+// Rows that end at a guard page begin at every alignment as the width changes.
+TEST_P(Ycbcr, ConvertsEverySize) {
+  const Layout layouts[] = {{0, 0, false, Guard::kBehind}, {0, 0, false, Guard::kBefore},
+                            {0, 1, false, Guard::kBehind}, {24, 7, false, Guard::kBefore},
+                            {0, 0, true, Guard::kBefore},  {7, 5, true, Guard::kBehind}};
+  for (const Form& form : kForms)
+    for (const Layout& layout : layouts)
+      for (int height = 1; height <= 3; ++height)
+        for (int width = 1; width <= 67; ++width) {
+          Picture picture(form, {width, height}, layout);
+          picture.fill(random);
+          SCOPED_TRACE(testing::Message()
+                       << form.name << ' ' << width << " x " << height << ", layout " << &layout - layouts);
+          ASSERT_NO_FATAL_FAILURE(picture.expectConverted());
+          if (form.sameLayout()) {
+            ASSERT_NO_FATAL_FAILURE(picture.expectConverted(true)) << "in place";
+          }
+        }
+}
+
+TEST_P(Ycbcr, ChecksItsArgumentsInOrder) {
+  Guarded memory(64, Guard::kBehind, 7);
+  Vel8u* const p = memory.data();
+  for (const Form& form : kForms)
+    for (int i = 0; i < 3; ++i) {
+      SCOPED_TRACE(form.name);
+      const Vel8u *const src[3] = {p, p, p}, *someSrc[3] = {p, p, p};
+      Vel8u *const dst[3] = {p, p, p}, *someDst[3] = {p, p, p};
+      someSrc[form.srcPlanes == 3 ? i : 1] = someDst[form.dstPlanes == 3 ? i : 1] = nullptr;
+      EXPECT_EQ(form.convert(nullptr, 8, dst, 8, {0, 0}), velStsNullPtrErr);
+      EXPECT_EQ(form.convert(src, 8, nullptr, 8, {0, 0}), velStsNullPtrErr);
+      for (const VeliSize size : {VeliSize{0, 1}, {1, 0}, {-1, 1}, {1, INT32_MIN}})
+        EXPECT_EQ(form.convert(someSrc, 8, someDst, 8, size), velStsSizeErr);
+      if (form.srcPlanes == 3) {
+        EXPECT_EQ(form.convert(someSrc, 8, dst, 8, {1, 1}), velStsNullPtrErr);
+      }
+      if (form.dstPlanes == 3) {
+        EXPECT_EQ(form.convert(src, 8, someDst, 8, {1, 1}), velStsNullPtrErr);
+      }
+    }
+  EXPECT_EQ(std::count(p, p + 64, 7), 64) << "an error wrote";
+}
+
+}  // namespace
