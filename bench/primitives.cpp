@@ -4,6 +4,7 @@
 #include <memory>
 #include "jpeg_reader.h"
 #include "run.h"
+#include "ycbcr.h"
 #include "yuv.h"
 
 namespace {
@@ -131,4 +132,6 @@ void registerBenchmarks(const Bytes& file) {
   benchmarkMcus(photo);
   benchmarkYuv("320x240", {320, 240});
   benchmarkYuv("4096x3072", {4096, 3072});
+  benchmarkYcbcr("320x240", {320, 240});
+  benchmarkYcbcr("4096x3072", {4096, 3072});
 }

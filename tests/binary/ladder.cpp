@@ -111,6 +111,31 @@ void yuv() {
   run(orviRGBToYUV422_8u_C3C2R(from, 3 * kWidth, to, 4 * kWidth, size));
 }
 
+void ycbcr() {
+  constexpr int kWidth = 45, kHeight = 2;  // in rows and as one row: whole vectors, a group of eight and a tail
+  Vel8u samples[kHeight * kWidth * 4], pixels[sizeof samples];
+  scatter(samples, 256, 12);
+  constexpr int kPlane = kWidth * kHeight;
+  const Vel8u* const src[3] = {samples, samples + kPlane, samples + 2 * kPlane};
+  Vel8u* const dst[3] = {pixels, pixels + kPlane, pixels + 2 * kPlane};
+  const VeliSize size = {kWidth, kHeight};
+  const auto run = [&](auto convert, auto from, int srcPixel, auto to, int dstPixel) {
+    memset(pixels, 0x5A, sizeof pixels);
+    expectDone(convert(from, srcPixel * kWidth, to, dstPixel * kWidth, size));
+    add(pixels);
+  };
+  run(orviRGBToYCbCr_8u_C3R, samples, 3, pixels, 3);
+  run(orviRGBToYCbCr_8u_AC4R, samples, 4, pixels, 4);
+  run(orviRGBToYCbCr_8u_P3R, src, 1, dst, 1);
+  run(orviYCbCrToRGB_8u_C3R, samples, 3, pixels, 3);
+  run(orviYCbCrToRGB_8u_AC4R, samples, 4, pixels, 4);
+  run(orviYCbCrToRGB_8u_P3R, src, 1, dst, 1);
+  run(orviYCbCrToRGB_8u_P3C3R, src, 1, pixels, 3);
+  for (const auto convert : {orviYCbCrToRGB565_8u16u_C3R, orviYCbCrToRGB555_8u16u_C3R, orviYCbCrToRGB444_8u16u_C3R,
+                             orviYCbCrToBGR565_8u16u_C3R, orviYCbCrToBGR555_8u16u_C3R, orviYCbCrToBGR444_8u16u_C3R})
+    run(convert, samples, 3, reinterpret_cast<Vel16u*>(pixels), 2);
+}
+
 void quantisation() {
   Vel8u raw[64];
   Vel16u table[64];
@@ -178,8 +203,15 @@ int main(int argc, char** argv) {
   static const struct {
     const char* name;
     void (*run)();
-  } kFamilies[] = {{"inverseDct", inverseDct},     {"huffman", huffman}, {"encoding", encoding}, {"yuv", yuv},
-                   {"quantisation", quantisation}, {"mcu", mcu}};
+  } kFamilies[] = {
+      {"inverseDct", inverseDct},
+      {"huffman", huffman},
+      {"encoding", encoding},
+      {"yuv", yuv},
+      {"ycbcr", ycbcr},
+      {"quantisation", quantisation},
+      {"mcu", mcu},
+  };
   for (const auto& family : kFamilies)
     for (int offset : kOffsets) {
       sum = 2166136261u;
