@@ -41,6 +41,12 @@ typedef struct {
   int height;
 } VeliSize;
 
+/* A position in pixels. */
+typedef struct {
+  int x;
+  int y;
+} VeliPoint;
+
 /* ---- Status codes ------------------------------------------------------------------------------------------- */
 
 /* One of the velSts codes, which are listed at the end of this file; warnings may be combined with OR. */
@@ -204,6 +210,49 @@ ORV_API void velFree(void* ptr);
  *   velStsErr   malloc gave null; *ppMem is left as it was */
 ORV_API VelStatus orvzkMallocAligned(void** ppMem, int size, int align);
 ORV_API VelStatus orvzkFreeAligned(void* pMem);
+
+/* ---- Image: box filter -------------------------------------------------------------------------------------- */
+
+/* Means of single-precision floats over a mask of maskSize pixels, of which the one at `anchor` lies over the pixel
+ * that is computed. C1, C3, C4: each channel by itself; AC4: the first three, the destination's fourth keeps its value.
+ * The border is the caller's: pSrc is the pixel under the anchor of the first result. What is read is the region and
+ * anchor.y rows above it, maskSize.height - 1 - anchor.y below, anchor.x pixels to the left of it and
+ * maskSize.width - 1 - anchor.x to the right. Of a step only whole floats count: step / 4 of them. Source and
+ * destination must not overlap.
+ * All in single precision, and in this order:
+ *   column sums   in the first row, of the pixels under the mask from the top down; in every other row
+ *                 (sum + pixel that comes in) - pixel that leaves
+ *   sum           at the first pixel, of its column sums from left to right; at every other
+ *                 (sum + column that comes in) - column that leaves
+ *   result        norm times sum, with norm = 1 / n, n the exact number of pixels in the mask as a float
+ * So rounding adds up along rows and columns, with a mask of 1 by 1 too, and a NaN or an infinity spoils the results to
+ * its right and below it. Where two NaNs meet, it is open which of them stays.
+ * C4 with a mask of 3 by 3, wherever its anchor is, takes another way: h = (left + centre + right) in each row, then
+ * (h above + h + h below) times 0x3DE38E39 (1/9), added from the left.
+ * Time does not depend on the mask's size. Scratch comes through the hooks above: a row of column sums, and for up to 8
+ * rows twice the mask's width and 108 floats, if not the whole row; in the 3 by 3 case two rows.
+ *   velStsNullPtrErr    pSrc or pDst is null
+ *   velStsStepErr       a step below 1
+ *   velStsSizeErr       width or height below 1
+ *   velStsMaskSizeErr   the mask's width or height below 1
+ *   velStsAnchorErr     the anchor lies outside the mask
+ *   velStsMemAllocErr   the scratch could not be allocated, or is larger than an int can say; nothing was written */
+ORV_API VelStatus veliFilterBox_32f_C1R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize,
+                                        VeliSize maskSize, VeliPoint anchor);
+ORV_API VelStatus orviFilterBox_32f_C1R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize,
+                                        VeliSize maskSize, VeliPoint anchor);
+ORV_API VelStatus veliFilterBox_32f_C3R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize,
+                                        VeliSize maskSize, VeliPoint anchor);
+ORV_API VelStatus orviFilterBox_32f_C3R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize,
+                                        VeliSize maskSize, VeliPoint anchor);
+ORV_API VelStatus veliFilterBox_32f_C4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize,
+                                        VeliSize maskSize, VeliPoint anchor);
+ORV_API VelStatus orviFilterBox_32f_C4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize,
+                                        VeliSize maskSize, VeliPoint anchor);
+ORV_API VelStatus veliFilterBox_32f_AC4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep,
+                                         VeliSize dstRoiSize, VeliSize maskSize, VeliPoint anchor);
+ORV_API VelStatus orviFilterBox_32f_AC4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep,
+                                         VeliSize dstRoiSize, VeliSize maskSize, VeliPoint anchor);
 
 /* ---- Colour: YCbCr ------------------------------------------------------------------------------------------ */
 
