@@ -1,0 +1,258 @@
+// The box filter against its sums in the order that the header states, one float at a time.
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+#include <random>
+#include <vector>
+#include "support/guarded.h"
+#include "support/paths.h"
+
+namespace {
+
+struct Form {
+  const char* name;
+  int channels;
+  bool keepsFourth;
+  decltype(orviFilterBox_32f_C1R)* filter;
+};
+const Form kForms[] = {{"C1R", 1, false, orviFilterBox_32f_C1R},
+                       {"C3R", 3, false, orviFilterBox_32f_C3R},
+                       {"C4R", 4, false, orviFilterBox_32f_C4R},
+                       {"AC4R", 4, true, orviFilterBox_32f_AC4R}};
+
+struct Call {
+  VeliSize size, mask;
+  VeliPoint anchor;
+};
+
+using Floats = std::vector<float>;
+
+// Rounded to single precision after every operation, which the x87 does not do by itself.
+float add(float a, float b) {
+  const volatile float sum = a + b;
+  return sum;
+}
+float multiply(float a, float b) {
+  const volatile float product = a * b;
+  return product;
+}
+
+// The means for all channels. `frame` is all that lies under the mask, without gaps.
+Floats model(const Form& form, const Call& call, const Floats& frame) {
+  const int width = call.size.width, height = call.size.height, w = call.mask.width, h = call.mask.height;
+  const int c = form.channels, n = (width + w - 1) * c;
+  const auto at = [&](int x, int y) { return frame[size_t(y * n + x)]; };
+  Floats means;
+  if (c == 4 && !form.keepsFourth && w == 3 && h == 3) {
+    const auto three = [&](int x, int y) { return add(add(at(x, y), at(x + 4, y)), at(x + 8, y)); };
+    for (int y = 0; y < height; ++y)
+      for (int x = 0; x < width * c; ++x)
+        means.push_back(multiply(add(add(three(x, y), three(x, y + 1)), three(x, y + 2)), 0x1.C71C72p-4f));
+    return means;
+  }
+  Floats sums(frame.begin(), frame.begin() + n);
+  for (int y = 1; y < h; ++y)
+    for (int x = 0; x < n; ++x) sums[size_t(x)] = add(sums[size_t(x)], at(x, y));
+  sums.resize(size_t(n + c));
+  const volatile float norm = 1.0f / float(w * h);
+  for (int y = 0; y < height; ++y) {
+    Floats running(sums.begin(), sums.begin() + c);
+    for (int x = c; x < w * c; ++x) running[size_t(x % c)] = add(running[size_t(x % c)], sums[size_t(x)]);
+    for (int x = 0; x < width * c; ++x) {
+      float& sum = running[size_t(x % c)];
+      means.push_back(multiply(norm, sum));
+      sum = add(add(sum, sums[size_t(x + w * c)]), -sums[size_t(x)]);
+    }
+    for (int x = 0; x < n && y + 1 < height; ++x) sums[size_t(x)] = add(add(sums[size_t(x)], at(x, y + h)), -at(x, y));
+  }
+  return means;
+}
+
+// How an image lies in memory: floats between its rows, bytes of its step beyond whole floats, bytes off a float's
+// alignment, and on which side nothing may be touched.
+struct Layout {
+  int pad, surplus, shift;
+  Guard guard;
+};
+const Layout kLayouts[] = {{0, 0, 0, Guard::kBehind},
+                           {0, 3, 0, Guard::kBefore},
+                           {5, 1, 1, Guard::kBehind},
+                           {8, 0, 2, Guard::kBefore},
+                           {0, 2, 3, Guard::kBehind}};
+
+// Rows of floats in exactly the memory that they take, but for the shift.
+struct Image {
+  Image(int rowFloats, int rows, const Layout& layout)
+      : pitch((rowFloats + layout.pad) * 4),
+        step(pitch + layout.surplus),
+        memory(size_t((rows - 1) * pitch + rowFloats * 4 + layout.shift), layout.guard, 0x5A),
+        start(memory.data() + (layout.guard == Guard::kBefore ? layout.shift : 0)) {}
+  Vel8u* row(int y) const { return start + y * pitch; }
+  int pitch, step;
+  Guarded memory;
+  Vel8u* start;
+};
+
+// The scratch lies before a guard page and holds NaNs at first.
+std::unique_ptr<Guarded> scratch;
+int allocations;
+
+class Box : public OnEveryPath {
+ protected:
+  void SetUp() override {
+    OnEveryPath::SetUp();
+    i_malloc = [](size_t size) -> void* {
+      ++allocations;
+      scratch = std::make_unique<Guarded>(size, Guard::kBehind, 0xFF);
+      return scratch->data();
+    };
+    i_free = [](void* ptr) {
+      EXPECT_TRUE(scratch && ptr == scratch->data());
+      scratch = nullptr;
+    };
+  }
+  void TearDown() override {
+    i_malloc = malloc, i_free = free;
+    OnEveryPath::TearDown();
+  }
+
+  // Numbers that make every addition round.
+  Floats frameFor(const Form& form, const Call& call) {
+    Floats frame(
+        size_t((call.size.width + call.mask.width - 1) * form.channels * (call.size.height + call.mask.height - 1)));
+    for (float& x : frame) x = std::ldexp(float(random() % 0x2000000) - 0x800000, int(random() % 8) - 20);
+    return frame;
+  }
+  void expectFiltered(const Form& form, const Call& call, const Layout& layout) {
+    expectFiltered(form, call, layout, frameFor(form, call));
+  }
+  void expectFiltered(const Form& form, const Call& call, const Layout& layout, const Floats& frame) {
+    SCOPED_TRACE(testing::Message() << form.name << ' ' << call.size.width << " x " << call.size.height << ", mask "
+                                    << call.mask.width << " x " << call.mask.height << ", anchor " << call.anchor.x
+                                    << ", " << call.anchor.y << ", layout " << &layout - kLayouts);
+    const int c = form.channels, n = (call.size.width + call.mask.width - 1) * c, width = call.size.width * c;
+    const int rows = call.size.height + call.mask.height - 1;
+    const Image src(n, rows, layout), dst(width, call.size.height, layout);
+    for (int y = 0; y < rows; ++y) memcpy(src.row(y), &frame[size_t(y * n)], size_t(n) * 4);
+    std::vector<Vel8u> expected(dst.memory.data(), dst.memory.data() + dst.memory.size());
+    const Floats means = model(form, call, frame);
+
+    allocations = 0;
+    const auto anchor = reinterpret_cast<const Vel32f*>(src.row(call.anchor.y) + call.anchor.x * c * 4);
+    ASSERT_EQ(form.filter(anchor, src.step, reinterpret_cast<Vel32f*>(dst.start), dst.step, call.size, call.mask,
+                          call.anchor),
+              velStsNoErr);
+    EXPECT_EQ(allocations, 1);
+    EXPECT_EQ(scratch, nullptr);
+    for (int i = 0; i < width * call.size.height; ++i) {
+      const ptrdiff_t place = dst.row(i / width) - dst.memory.data() + i % width * 4;
+      float got;
+      memcpy(&got, &dst.memory[size_t(place)], 4);
+      const bool bothNaN = std::isnan(got) && std::isnan(means[size_t(i)]);
+      if (!(form.keepsFourth && i % 4 == 3)) memcpy(&expected[size_t(place)], bothNaN ? &got : &means[size_t(i)], 4);
+    }
+    ASSERT_EQ(memcmp(dst.memory.data(), expected.data(), expected.size()), 0);
+    ASSERT_TRUE(src.memory.intact() && dst.memory.intact());
+  }
+
+  std::mt19937 random{77};
+};
+ORV_ON_EVERY_PATH(Box);
+
+TEST_P(Box, TakesEveryMaskAndAnchor) {
+  for (const Form& form : kForms)
+    for (int w = 1; w <= 17; ++w)
+      for (int h = 1; h <= 17; ++h)
+        for (int corner = 0; corner < 4; ++corner) {
+          const VeliPoint anchor = {corner & 1 ? w - 1 : 0, corner & 2 ? h - 1 : 0};
+          ASSERT_NO_FATAL_FAILURE(expectFiltered(form, {{7 + w % 5, 5}, {w, h}, anchor}, kLayouts[(w + h) % 5]));
+        }
+}
+
+TEST_P(Box, TakesEverySize) {
+  for (const Form& form : kForms)
+    for (int width = 1; width <= 40; ++width)
+      for (int height = 1; height <= 20; ++height)
+        for (const VeliSize mask : {VeliSize{3, 3}, {1 + width % 6, 1 + height % 7}})
+          ASSERT_NO_FATAL_FAILURE(expectFiltered(form, {{width, height}, mask, {mask.width / 2, mask.height / 2}},
+                                                 kLayouts[(width + height) % 5]));
+}
+
+// Past a chunk of columns, past the window's end, and masks larger than the image.
+TEST_P(Box, TakesWideImagesAndLargeMasks) {
+  for (const Form& form : kForms) {
+    for (const int width : {3, 24, 31, 32, 33, 95, 96, 97, 130, 193, 400})
+      for (const int w : {1, 2, 13, 50, 97, 200})
+        ASSERT_NO_FATAL_FAILURE(expectFiltered(form, {{width, 9}, {w, 3}, {w - 1, 0}}, kLayouts[width % 5]));
+    ASSERT_NO_FATAL_FAILURE(expectFiltered(form, {{50, 13}, {3, 200}, {1, 70}}, kLayouts[0]));
+  }
+}
+
+TEST_P(Box, InfinitiesAndNaNsStayInTheSums) {
+  for (const Form& form : kForms)
+    for (const float special : {INFINITY, -INFINITY, NAN}) {
+      const Call call = {{21, 11}, {4, 3}, {0, 0}};
+      Floats frame = frameFor(form, call);
+      frame[frame.size() / 3] = special;
+      ASSERT_NO_FATAL_FAILURE(expectFiltered(form, call, kLayouts[0], frame));
+    }
+}
+
+// The number of its pixels is more than an int holds. A step below 4 is none, so every row is the same.
+TEST_P(Box, CountsThePixelsOfAnEnormousMask) {
+  constexpr int kSide = 46341;
+  const Floats ones(kSide, 1.0f);
+  float sum = 0, mean = 0;
+  for (int i = 0; i < kSide; ++i) sum = add(sum, kSide);
+  ASSERT_EQ(orviFilterBox_32f_C1R(ones.data(), 3, &mean, 4, {1, 1}, {kSide, kSide}, {0, 0}), velStsNoErr);
+  const volatile float norm = 1.0f / 2147488281.0f;
+  EXPECT_EQ(mean, multiply(norm, sum));
+}
+
+TEST_P(Box, WithoutScratchNothingIsWritten) {
+  Floats src(4 * 81, 1.0f), dst(4, 7.0f);
+  for (const Form& form : kForms)
+    for (const int side : {3, 9}) {
+      const auto status = [&](VeliSize size, int w) {
+        return form.filter(src.data(), 144, dst.data(), 16, size, {w, side}, {0, 0});
+      };
+      // More bytes than an int can say are not asked for.
+      allocations = 0;
+      EXPECT_EQ(status({INT_MAX, 1}, side), velStsMemAllocErr);
+      EXPECT_EQ(status({1, 1}, INT_MAX), velStsMemAllocErr);
+      for (const int floats : {1 << 29, 1 << 30})
+        EXPECT_EQ(status({floats / form.channels + 9, 1}, side), velStsMemAllocErr);
+      EXPECT_EQ(allocations, 0);
+      i_malloc = [](size_t) -> void* { return ++allocations, nullptr; };
+      EXPECT_EQ(status({1, 1}, side), velStsMemAllocErr);
+      EXPECT_EQ(allocations, 1);
+      SetUp();
+    }
+  EXPECT_EQ(dst, Floats(4, 7.0f));
+}
+
+TEST_P(Box, ChecksItsArgumentsInOrder) {
+  Floats src(4, 1.0f), dst(4, 7.0f);
+  const VeliSize some = {1, 1}, none = {0, 0};
+  for (const Form& form : kForms) {
+    const auto status = [&](int srcStep, int dstStep, VeliSize size, VeliSize mask, VeliPoint anchor) {
+      return form.filter(src.data(), srcStep, dst.data(), dstStep, size, mask, anchor);
+    };
+    EXPECT_EQ(form.filter(nullptr, 0, dst.data(), 0, none, none, {-1, -1}), velStsNullPtrErr);
+    EXPECT_EQ(form.filter(src.data(), 0, nullptr, 0, none, none, {-1, -1}), velStsNullPtrErr);
+    for (const int step : {0, -16, INT_MIN}) {
+      EXPECT_EQ(status(step, 16, none, none, {-1, -1}), velStsStepErr);
+      EXPECT_EQ(status(16, step, none, none, {-1, -1}), velStsStepErr);
+    }
+    for (const VeliSize bad : {VeliSize{0, 1}, {1, 0}, {-1, 1}, {1, INT_MIN}}) {
+      EXPECT_EQ(status(16, 16, bad, none, {-1, -1}), velStsSizeErr);
+      EXPECT_EQ(status(16, 16, some, bad, {-1, -1}), velStsMaskSizeErr);
+    }
+    for (const VeliPoint bad : {VeliPoint{-1, 0}, {0, -1}, {2, 0}, {0, 3}, {INT_MIN, 0}, {0, INT_MAX}})
+      EXPECT_EQ(status(16, 16, some, {2, 3}, bad), velStsAnchorErr);
+  }
+  EXPECT_EQ(dst, Floats(4, 7.0f));
+}
+
+}  // namespace
