@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include "box.h"
 #include "jpeg_reader.h"
 #include "run.h"
 #include "ycbcr.h"
@@ -134,4 +135,5 @@ void registerBenchmarks(const Bytes& file) {
   benchmarkYuv("4096x3072", {4096, 3072});
   benchmarkYcbcr("320x240", {320, 240});
   benchmarkYcbcr("4096x3072", {4096, 3072});
+  benchmarkBox();
 }

@@ -1,0 +1,4 @@
+// Benchmarks of the box filter.
+#pragma once
+
+void benchmarkBox();
