@@ -211,6 +211,34 @@ ORV_API void velFree(void* ptr);
 ORV_API VelStatus orvzkMallocAligned(void** ppMem, int size, int align);
 ORV_API VelStatus orvzkFreeAligned(void* pMem);
 
+/* ---- Vectors: A-law ----------------------------------------------------------------------------------------- */
+
+/* Samples to and from the 8-bit A-law codes of ITU-T G.711, with their even bits inverted. Both vectors have len
+ * elements; they must not overlap.
+ *   velStsNullPtrErr   pSrc, then pDst is null
+ *   velStsSizeErr      len below 1 */
+
+/* Samples to codes. A word s has the magnitude m = s, or -s - 1 below zero, and its segment is the first of 0..7 whose
+ * end, 2^(8 + segment), lies above m. The code has the segment in bits 6..4 and four bits of m, those from bit 3 +
+ * segment (in segment 0 from bit 4), in bits 3..0, bit 7 is set from zero up, and all is exclusive-ored with 0x55:
+ * 0 gives 0xD5, -1 gives 0x55.
+ * A float f, -1 to 1, is first made a word: v = 32768 f, and v + 0.5, or v - 0.5 below zero, rounded to the nearest
+ * float and then towards zero. So halves go away from zero, and with them the float next to a half of one step. What
+ * lies outside -32768..32767 becomes the nearer of the two, and a NaN 0. How MXCSR rounds, and what it makes of
+ * denormals, does not matter. */
+ORV_API VelStatus velsLinToALaw_16s8u(const Vel16s* pSrc, Vel8u* pDst, int len);
+ORV_API VelStatus orvsLinToALaw_16s8u(const Vel16s* pSrc, Vel8u* pDst, int len);
+ORV_API VelStatus velsLinToALaw_32f8u(const Vel32f* pSrc, Vel8u* pDst, int len);
+ORV_API VelStatus orvsLinToALaw_32f8u(const Vel32f* pSrc, Vel8u* pDst, int len);
+
+/* Codes to samples. With e the bits 6..4 and m the bits 3..0 of a code exclusive-ored with 0x55, the magnitude is
+ * 16 m + 8 for e = 0, else (16 m + 264) 2^(e - 1): 8 to 32256. Where bit 7 is clear the sample is negative. A float is
+ * the word divided by 32768. To encode a decoded code gives that code. */
+ORV_API VelStatus velsALawToLin_8u16s(const Vel8u* pSrc, Vel16s* pDst, int len);
+ORV_API VelStatus orvsALawToLin_8u16s(const Vel8u* pSrc, Vel16s* pDst, int len);
+ORV_API VelStatus velsALawToLin_8u32f(const Vel8u* pSrc, Vel32f* pDst, int len);
+ORV_API VelStatus orvsALawToLin_8u32f(const Vel8u* pSrc, Vel32f* pDst, int len);
+
 /* ---- Image: box filter -------------------------------------------------------------------------------------- */
 
 /* Means of single-precision floats over a mask of maskSize pixels, of which the one at `anchor` lies over the pixel

@@ -84,6 +84,7 @@ ORV_INLINE Wide allWide(float x) { return _mm256_set1_ps(x); }
 ORV_INLINE Wide addWide(Wide a, Wide b) { return _mm256_add_ps(a, b); }
 ORV_INLINE Wide subWide(Wide a, Wide b) { return _mm256_sub_ps(a, b); }
 ORV_INLINE Wide mulWide(Wide a, Wide b) { return _mm256_mul_ps(a, b); }
+ORV_INLINE Wide minWide(Wide a, Wide b) { return _mm256_min_ps(a, b); }  // b where one is a NaN
 ORV_INLINE Wide andWide(Wide a, Wide b) { return _mm256_and_ps(a, b); }
 ORV_INLINE Wide orWide(Wide a, Wide b) { return _mm256_or_ps(a, b); }
 ORV_INLINE Wide xorWide(Wide a, Wide b) { return _mm256_xor_ps(a, b); }
@@ -97,6 +98,7 @@ ORV_INLINE Wide allWide(float x) { return _mm_set1_ps(x); }
 ORV_INLINE Wide addWide(Wide a, Wide b) { return _mm_add_ps(a, b); }
 ORV_INLINE Wide subWide(Wide a, Wide b) { return _mm_sub_ps(a, b); }
 ORV_INLINE Wide mulWide(Wide a, Wide b) { return _mm_mul_ps(a, b); }
+ORV_INLINE Wide minWide(Wide a, Wide b) { return _mm_min_ps(a, b); }
 ORV_INLINE Wide andWide(Wide a, Wide b) { return _mm_and_ps(a, b); }
 ORV_INLINE Wide orWide(Wide a, Wide b) { return _mm_or_ps(a, b); }
 ORV_INLINE Wide xorWide(Wide a, Wide b) { return _mm_xor_ps(a, b); }

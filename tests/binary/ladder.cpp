@@ -136,6 +136,23 @@ void ycbcr() {
     run(convert, samples, 3, reinterpret_cast<Vel16u*>(pixels), 2);
 }
 
+void alaw() {
+  constexpr int kLen = 77;
+  Vel16s samples[kLen];
+  Vel32f fractions[kLen];
+  Vel8u codes[kLen];
+  scatter(samples, 32768, 12);
+  for (int i = 0; i < kLen; ++i) fractions[i] = Vel32f(samples[i]) / 30000;
+  expectDone(orvsLinToALaw_32f8u(fractions, codes, kLen));
+  add(codes);
+  expectDone(orvsLinToALaw_16s8u(samples, codes, kLen));
+  add(codes);
+  expectDone(orvsALawToLin_8u16s(codes, samples, kLen));
+  add(samples);
+  expectDone(orvsALawToLin_8u32f(codes, fractions, kLen));
+  add(fractions);
+}
+
 void quantisation() {
   Vel8u raw[64];
   Vel16u table[64];
@@ -231,6 +248,7 @@ int main(int argc, char** argv) {
       {"ycbcr", ycbcr},
       {"quantisation", quantisation},
       {"box", box},
+      {"alaw", alaw},
       {"mcu", mcu},
   };
   for (const auto& family : kFamilies)
