@@ -86,12 +86,7 @@ template <class Eight> ORV_INLINE void storeAC4(Vel8u* dst, const Eight& p) {
   const Vec rg = highPairs(clamped(p.first()), clamped(p.second()));
   const Vec b = _mm_srli_epi16(clamped(p.third()), 8);
   const auto put = [](Vel8u* to, Vec v) {
-    const Vec alpha = all32(int(0xFF000000));
-#if ORV_HAS_BLEND
-    store(to, _mm_blendv_epi8(v, load(to), alpha));
-#else
-    store(to, _mm_or_si128(v, _mm_and_si128(load(to), alpha)));
-#endif
+    store(to, _mm_or_si128(v, _mm_and_si128(load(to), all32(int(0xFF000000)))));
   };
   put(dst, _mm_unpacklo_epi16(rg, b));
   put(dst + 16, _mm_unpackhi_epi16(rg, b));
@@ -105,6 +100,7 @@ struct ForwardP3 {
 };
 struct ForwardAC4 {
   ORV_INLINE void convert(const FromAC4& src, const ToAC4& dst) {
+    ORV_UNROLL
     for (int i = 0; i < 64; i += 32) {
       const Vec a = load(src.p[0] + i), b = load(src.p[0] + i + 16);
 #if ORV_HAS_SHUFFLE
@@ -120,6 +116,7 @@ struct InverseP3 {
 };
 struct InverseAC4 {
   ORV_INLINE void convert(const FromAC4& src, const ToAC4& dst) {
+    ORV_UNROLL
     for (int i = 0; i < 64; i += 32)
       storeAC4(dst.p[0] + i, Exact<Standard<false>>(load(src.p[0] + i), load(src.p[0] + i + 16)));
   }

@@ -96,13 +96,10 @@ ORV_INLINE Two weighed(const Two& pairs, Vec weights) {
 ORV_INLINE Vec clamped(const Two& channel) { return _mm_packus_epi16(channel.v[0], channel.v[1]); }
 // The high bytes of words.
 ORV_INLINE Vec highBytes(Vec v, Vec w) { return _mm_packus_epi16(_mm_srli_epi16(v, 8), _mm_srli_epi16(w, 8)); }
-// Words of a high byte each from `low` and `high`.
+// Words of two high bytes. Put together with masks, which any unit does, and not with a blend, which takes a unit that
+// multiplies.
 ORV_INLINE Vec highPairs(Vec low, Vec high) {
-#if ORV_HAS_BLEND
-  return _mm_blendv_epi8(_mm_srli_epi16(low, 8), high, all16(0xFF00));
-#else
   return _mm_or_si128(_mm_srli_epi16(low, 8), _mm_and_si128(high, all16(0xFF00)));
-#endif
 }
 
 // Sixteen pixels from the conversions of eight and eight, convert(0) and convert(1).
@@ -115,65 +112,88 @@ template <Order kOrder, class Convert> ORV_INLINE Rgb16<kOrder> sixteenOf(const 
 
 // ---- Exact
 
-// R = (y + rv v) >> 16, G = (y + gu u + gv v) >> 16, B = (y + bu u) >> 16, where y is kLuma times Y - 16, and a half
-// where kRounded, u = Cb - 128 and v = Cr - 128. The weights have more than sixteen bits, and multiply-add takes words;
-// but it takes two at once, and which two is free. In place of luma and a chroma sample c they are
-//   a (Y - 16) + b (c - 128)   and   d (c - 128),
-// with small a, b and d for which the weights of all three channels become words and the sums stay the same. G has luma
-// from both its pairs then. A search finds such numbers; the compiler checks them.
-template <int kA, int kB, int kD> struct Pairs {
-  // The weights of a pair that stand for those of luma and chroma.
-  template <int kLuma, int kChroma> ORV_INLINE Vec weights() {
-    constexpr int first = kLuma / kA, rest = kChroma - kB * first, second = rest / kD;
-    static_assert(first * kA == kLuma && second * kD == rest, "inexact");
-    static_assert(first == Vel16s(first) && second == Vel16s(second), "too large");
-    return words(first, second);
-  }
-  // The pairs of Y and sample kChroma of quads.
-  template <int kChroma> ORV_INLINE Two of(const Two& quads) {
-    return each(quads, [](Vec quad) {
-#if ORV_HAS_SHUFFLE
-      constexpr char c = kChroma;
-      const Vec three = _mm_shuffle_epi8(
-          quad, _mm_setr_epi8(0, c, c, -1, 4, c + 4, c + 4, -1, 8, c + 8, c + 8, -1, 12, c + 12, c + 12, -1));
-      return _mm_sub_epi16(_mm_maddubs_epi16(three, bytes(kA, kB, kD, 0)), words(16 * kA + 128 * kB, 128 * kD));
-#else
-      const Vec both = kChroma == 2 ? _mm_and_si128(quad, all16(0xFF))
-                                    : _mm_or_si128(_mm_and_si128(quad, all32(0xFF)),
-                                                   _mm_slli_epi32(_mm_and_si128(quad, all32(0xFF00)), 8));
-      const Vec centred = _mm_sub_epi16(both, words(16, 128));
-      return _mm_add_epi16(_mm_mullo_epi16(centred, words(kA, kD)),
-                           _mm_mullo_epi16(_mm_srli_epi32(centred, 16), words(kB, 0)));
-#endif
-    });
-  }
-};
+// R = (y + rv v) >> 16, G = (y + gu u + gv v) >> 16, B = (y + bu u) >> 16, where y is luma's weight times Y - 16, and a
+// half where kRounded, u = Cb - 128 and v = Cr - 128. The weights have more than sixteen bits, and multiply-add takes
+// words; but it takes two at once, and which two is free. In place of the samples they are sums of small multiples of
+// them, for which the weights become words and the results stay the same. A search has found the multiples; the
+// compiler checks them.
 
 // 1.164, 1.596, 0.392, 0.813 and 2.017 (ITU-R BT.601) times 65536, rounded.
-template <bool kRound> struct Standard : Pairs<4, 2, 17> {
+template <bool kRound> struct Standard {
   static constexpr int kLuma = 76284, kRv = 104595, kGu = -25690, kGv = -53281, kBu = 132186;
-  static constexpr int kLumaWithV = -54780;  // what G has of luma from its pair with Cr
   static constexpr bool kRounded = kRound;
+  static constexpr int kA = 4, kB = 2, kD = 17, kLumaWithV = -54780;
 };
 // A little less, for what is left of rows from planes to C3 after their groups.
-struct Lesser : Pairs<43, 22, 3> {
+struct Lesser {
   static constexpr int kLuma = 76282, kRv = 104593, kGu = -25689, kGv = -53279, kBu = 132184;
-  static constexpr int kLumaWithV = -65618;
   static constexpr bool kRounded = false;
+  static constexpr int kA = 43, kB = 22, kD = 3, kLumaWithV = -65618;
+};
+constexpr bool isWord(int x) { return x == Vel16s(x); }
+
+// Eight pixels from two quads of Y, Cb, Cr. Luma makes a pair with each chroma sample c: kA (Y - 16) + kB (c - 128) and
+// kD (c - 128). G takes luma from both pairs, kLumaWithV of it from the one with Cr.
+template <class W> class Exact {
+ public:
+  Exact(Vec a, Vec b) {
+    const Two quads = {{a, b}};
+    v = each(quads, [](Vec q) { return pairOf(_mm_and_si128(q, all16(0xFF))); });
+    u = each(quads, [](Vec q) {
+      return pairOf(_mm_or_si128(_mm_and_si128(q, all32(0xFF)), _mm_slli_epi32(_mm_and_si128(q, all32(0xFF00)), 8)));
+    });
+  }
+  Two first() const { return rounded(part<W::kLuma, W::kRv>(v)); }
+  Two second() const {
+    return rounded(plus(part<W::kLumaWithV, W::kGv>(v), part<W::kLuma - W::kLumaWithV, W::kGu>(u)));
+  }
+  Two third() const { return rounded(part<W::kLuma, W::kBu>(u)); }
+
+ private:
+  ORV_INLINE Vec pairOf(Vec samples) {
+    const Vec centred = _mm_sub_epi16(samples, words(16, 128));
+    return _mm_add_epi16(_mm_mullo_epi16(centred, words(W::kA, W::kD)),
+                         _mm_mullo_epi16(_mm_srli_epi32(centred, 16), words(W::kB, 0)));
+  }
+  template <int kLuma, int kChroma> ORV_INLINE Two part(const Two& pairs) {
+    constexpr int first = kLuma / W::kA, second = (kChroma - W::kB * first) / W::kD;
+    static_assert(first * W::kA == kLuma && first * W::kB + second * W::kD == kChroma, "inexact");
+    static_assert(isWord(first) && isWord(second), "too large");
+    return weighed(pairs, words(first, second));
+  }
+  ORV_INLINE Two rounded(const Two& channel) { return W::kRounded ? plus(channel, 32768) : channel; }
+  Two v, u;
 };
 
-// Eight pixels from quads of Y, Cb, Cr.
-template <class W> struct Exact {
-  Two v, u;
-  Exact(Vec a, Vec b) : v(W::template of<2>({{a, b}})), u(W::template of<1>({{a, b}})) {}
-  ORV_INLINE Two rounded(const Two& channel) { return W::kRounded ? plus(channel, 32768) : channel; }
-  Two first() const { return rounded(weighed(v, W::template weights<W::kLuma, W::kRv>())); }
-  Two second() const {
-    return rounded(plus(weighed(v, W::template weights<W::kLumaWithV, W::kGv>()),
-                        weighed(u, W::template weights<W::kLuma - W::kLumaWithV, W::kGu>())));
+#if ORV_HAS_SHUFFLE
+// The same with a byte shuffle and a multiply-add of bytes: each channel has multiples of its own. Its two words are
+// kY Y + kV Cr and kU Cb + kV2 Cr, centred.
+template <bool kRound> class Exact<Standard<kRound>> {
+ public:
+  Exact(Vec a, Vec b)
+      : quads(each({{a, b}}, [](Vec q) {
+          return _mm_shuffle_epi8(q, _mm_setr_epi8(0, 2, 1, 2, 4, 6, 5, 6, 8, 10, 9, 10, 12, 14, 13, 14));
+        })) {}
+  Two first() const { return sum<W::kRv, 0, 4, 0, 0, 5>(); }
+  Two second() const { return sum<W::kGv, W::kGu, 12, -13, 7, -8>(); }
+  Two third() const { return sum<0, W::kBu, 4, 0, 6, 0>(); }
+
+ private:
+  using W = Standard<kRound>;
+  template <int kWeightV, int kWeightU, int kY, int kV, int kU, int kV2> Two sum() const {
+    constexpr int first = W::kLuma / kY, second = kU != 0 ? kWeightU / (kU != 0 ? kU : 1) : kWeightV / kV2;
+    static_assert(first * kY == W::kLuma && second * kU == kWeightU && first * kV + second * kV2 == kWeightV,
+                  "inexact");
+    static_assert(isWord(first) && isWord(second), "too large");
+    const Two centred = each(quads, [](Vec q) {
+      return _mm_sub_epi16(_mm_maddubs_epi16(q, bytes(kY, kV, kU, kV2)), words(16 * kY + 128 * kV, 128 * (kU + kV2)));
+    });
+    const Two channel = weighed(centred, words(first, second));
+    return kRound ? plus(channel, 32768) : channel;
   }
-  Two third() const { return rounded(weighed(u, W::template weights<W::kLuma, W::kBu>())); }
+  Two quads;
 };
+#endif
 
 template <class W> ORV_INLINE Rgb16<kNatural> exact(const FromP3& src) {
   const Vec y = load(src.p[0]), cb = load(src.p[1]), cr = load(src.p[2]);
@@ -238,8 +258,8 @@ ORV_INLINE EvenAndOdd evenAndOdd(const FromC3& src) {
   const Rgb16<kNatural> p = loadC3(src.p[0]);
   return evenAndOdd(p.r, p.g, p.b);
 #else
-  // Three perfect shuffles of the 48 bytes: one more would complete the channels, and three leave the even pixels of each
-  // in one half and the odd ones in another.
+  // Three perfect shuffles of the 48 bytes: one more would complete the channels, and three leave the even pixels of
+  // each in one half and the odd ones in another.
   const Vel8u* const s = src.p[0];
   Vec x = load(s), y = load(s + 24), z = _mm_unpacklo_epi8(loadLow(s + 16), loadLow(s + 40));
   for (int i = 0;; ++i) {  // x and y begin the halves; z has the end of both, done

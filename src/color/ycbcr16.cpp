@@ -14,15 +14,15 @@ template <Packing kPacking, bool kBgr>
 ORV_INLINE VelStatus convert(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep, VeliSize size) {
   ORV_CHECK(checkPointers(pSrc, pDst));
   ORV_CHECK(checkSize(size));
-  const int words = dstStep >> 1;
+  const int step = dstStep >> 1;  // in words
   ptrdiff_t width = size.width;
   int height = size.height;
-  if (srcStep == size.width * 3 && words == size.width) {  // packed: one row
+  if (srcStep == int(3u * unsigned(size.width)) && step == size.width) {  // packed: one row
     width *= height;
     height = 1;
   }
   convertImage<InGroups<GroupP3C3, Standard<false>, StoreWords<kPacking, kBgr>>>(
-      FromC3{{pSrc}}, srcStep, ToWords{{reinterpret_cast<Vel8u*>(pDst)}}, words * 2, width, height);
+      FromC3{{pSrc}}, srcStep, ToWords{{reinterpret_cast<Vel8u*>(pDst)}}, step * 2, width, height);
   return velStsNoErr;
 }
 

@@ -86,7 +86,7 @@ const Form kForms[] = {
 
 struct Layout {
   int srcPad, dstPad;  // bytes between rows
-  bool upwards;        // row 0 comes last, and the steps are negative
+  bool srcUp, dstUp;   // row 0 comes last, and the step is negative
   Guard guard;
 };
 
@@ -109,9 +109,9 @@ struct Plane {
 struct Picture {
   Picture(const Form& f, VeliSize s, Layout layout) : form(f), size(s) {
     for (int i = 0; i < f.srcPlanes; ++i)
-      src.emplace_back(s.width * f.srcPixel, s.height, layout.srcPad, layout.upwards, layout.guard);
+      src.emplace_back(s.width * f.srcPixel, s.height, layout.srcPad, layout.srcUp, layout.guard);
     for (int i = 0; i < f.dstPlanes; ++i)
-      dst.emplace_back(s.width * f.dstPixel, s.height, layout.dstPad, layout.upwards, layout.guard, f.isPacked());
+      dst.emplace_back(s.width * f.dstPixel, s.height, layout.dstPad, layout.dstUp, layout.guard, f.isPacked());
     // Words of tightly packed images are one row.
     if (f.isPacked() && src[0].step == s.width * 3 && dst[0].step >> 1 == s.width) groupWidth = s.width * s.height;
   }
@@ -186,7 +186,7 @@ TEST_P(Ycbcr, ConvertsEveryColour) {
   for (const Form& form : kForms)
     for (const int width : {256, 7}) {
       if (width == 7 && form.inGroups == form.inTail) continue;
-      Picture picture(form, {width, 65536 / width + 1}, {form.isPacked() ? 3 : 0, 0, false, Guard::kBehind});
+      Picture picture(form, {width, 65536 / width + 1}, {form.isPacked() ? 3 : 0, 0, false, false, Guard::kBehind});
       for (int first = 0; first < 256; first += form.isPacked() ? 17 : 1) {
         picture.paint([=](int i) { return Colour{first, i >> 8, i}; });
         ASSERT_NO_FATAL_FAILURE(picture.expectConverted()) << form.name << ", width " << width << ", " << first;
@@ -196,9 +196,9 @@ TEST_P(Ycbcr, ConvertsEveryColour) {
 
 // Rows that end at a guard page begin at every alignment as the width changes.
 TEST_P(Ycbcr, ConvertsEverySize) {
-  const Layout layouts[] = {{0, 0, false, Guard::kBehind}, {0, 0, false, Guard::kBefore},
-                            {0, 1, false, Guard::kBehind}, {24, 7, false, Guard::kBefore},
-                            {0, 0, true, Guard::kBefore},  {7, 5, true, Guard::kBehind}};
+  const Layout layouts[] = {{0, 0, false, false, Guard::kBehind}, {0, 0, false, false, Guard::kBefore},
+                            {0, 1, false, false, Guard::kBehind}, {24, 7, false, true, Guard::kBefore},
+                            {0, 0, true, true, Guard::kBefore},   {7, 5, true, false, Guard::kBehind}};
   for (const Form& form : kForms)
     for (const Layout& layout : layouts)
       for (int height = 1; height <= 3; ++height)
