@@ -1,5 +1,6 @@
 // What the program's commands share.
 #pragma once
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -11,6 +12,10 @@ struct UsageError : std::runtime_error {
 // Each takes its own name as argv[0] and gives the exit code.
 int runInfo(int argc, char** argv);
 int runDecode(int argc, char** argv);
+int runEncode(int argc, char** argv);
+int runCompare(int argc, char** argv);
 
 // What getopt_long stopped at, with opterr = 0 and a leading ':' in the short options: '?' or ':'.
 [[noreturn]] void refuseOption(int result, char** argv);
+// An option's value: a number from 1 to most.
+uint64_t optionNumber(const char* option, const char* text, uint64_t most);

@@ -2,9 +2,7 @@
 #include <getopt.h>
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -12,6 +10,7 @@
 #include "jpeg_decoder.h"
 #include "paths.h"
 #include "ppm_file.h"
+#include "timing.h"
 
 namespace {
 
@@ -40,15 +39,6 @@ struct Arguments {
   int repeat = 11;
 };
 
-uint64_t number(const char* option, const char* text, uint64_t most) {
-  char* end = nullptr;
-  errno = 0;
-  const unsigned long long value = strtoull(text, &end, 10);
-  if (*text < '0' || *text > '9' || *end != 0 || errno != 0 || value < 1 || value > most)
-    throw UsageError(std::string(option) + " takes a number from 1 to " + std::to_string(most));
-  return value;
-}
-
 Arguments parse(int argc, char** argv) {
   const option options[] = {{"help", no_argument, nullptr, 'h'},
                             {"path", required_argument, nullptr, 'p'},
@@ -63,8 +53,8 @@ Arguments parse(int argc, char** argv) {
       case 'h': a.help = true; return a;
       case 'p': selectPath(optarg); break;
       case 'f': a.jpeg.fused = true; break;
-      case 'm': a.jpeg.maxPixels = number("--max-pixels", optarg, jpeg::kMostPixels); break;
-      case 'r': a.repeat = int(number("--repeat", optarg, 1000000)); [[fallthrough]];
+      case 'm': a.jpeg.maxPixels = optionNumber("--max-pixels", optarg, jpeg::kMostPixels); break;
+      case 'r': a.repeat = int(optionNumber("--repeat", optarg, 1000000)); [[fallthrough]];
       case 't': a.time = true; break;
       default: refuseOption(c, argv);
     }
@@ -103,21 +93,14 @@ bool decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) {
 
 bool timeDecoding(const std::vector<uint8_t>& data, const Arguments& a) {
   std::vector<uint8_t> pixels;
-  std::vector<double> times;
   bool whole = true;
-  double megapixels = 0;
-  for (int i = 0; i < a.repeat; ++i) {
-    const auto start = std::chrono::steady_clock::now();
+  printMedianTime(a.repeat, [&] {
     jpeg::Decoder decoder(data.data(), data.size(), a.jpeg);
     const size_t step = size_t(decoder.width()) * size_t(decoder.channels());
     pixels.resize(step * size_t(decoder.height()));
     whole = decodeTo(decoder, pixels.data(), ptrdiff_t(step));
-    times.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
-    megapixels = 1e-6 * decoder.width() * decoder.height();
-  }
-  std::sort(times.begin(), times.end());
-  const double median = (times[times.size() / 2] + times[(times.size() - 1) / 2]) / 2;
-  printf("%s: %.3f ms, %.1f MP/s\n", selectedPath().name, median * 1e3, megapixels / median);
+    return 1e-6 * decoder.width() * decoder.height();
+  });
   return whole;
 }
 

@@ -1,6 +1,8 @@
 // orv: libOrv on the command line.
 #include <getopt.h>
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include "commands.h"
@@ -12,6 +14,8 @@ constexpr char kHelp[] =
     "\n"
     "  orv info                    what the library finds on this machine\n"
     "  orv decode IN.jpg OUT.ppm   decode a baseline JPEG\n"
+    "  orv encode IN.ppm OUT.jpg   encode a baseline JPEG\n"
+    "  orv compare A.ppm B.ppm     how far two pictures lie apart\n"
     "  orv COMMAND --help          more about a command\n"
     "  orv --help, orv --version\n"
     "\n"
@@ -25,6 +29,8 @@ int run(int argc, char** argv) {
   if (command == "--version") return puts("orv " ORV_VERSION), 0;
   if (command == "info") return runInfo(argc - 1, argv + 1);
   if (command == "decode") return runDecode(argc - 1, argv + 1);
+  if (command == "encode") return runEncode(argc - 1, argv + 1);
+  if (command == "compare") return runCompare(argc - 1, argv + 1);
   throw UsageError("unknown command '" + command + "' (see orv --help)");
 }
 
@@ -36,6 +42,15 @@ void refuseOption(int result, char** argv) {
                                 : argv[optind - 1];
   if (result == ':') throw UsageError("option '" + given + "' needs a value");
   throw UsageError("unknown option '" + given + "' (see orv " + argv[0] + " --help)");
+}
+
+uint64_t optionNumber(const char* option, const char* text, uint64_t most) {
+  char* end = nullptr;
+  errno = 0;
+  const unsigned long long value = strtoull(text, &end, 10);
+  if (*text < '0' || *text > '9' || *end != 0 || errno != 0 || value < 1 || value > most)
+    throw UsageError(std::string(option) + " takes a number from 1 to " + std::to_string(most));
+  return value;
 }
 
 int main(int argc, char** argv) {

@@ -1,28 +1,56 @@
-// Writes a picture as binary PPM (P6), or PGM (P5) when it is grey.
+// Pictures as binary PPM (P6), or PGM (P5) when they are grey.
 #pragma once
+#include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 #include "jpeg_decoder.h"
+#include "jpeg_encoder.h"
+#include "output_file.h"
 
-// The file appears under its name when it is complete, and not before: rows go to a temporary file beside it, which
-// commit() renames and which is removed otherwise. What fails throws std::runtime_error.
+// Writes one, row by row.
 class PpmFile : public jpeg::RowSink {
  public:
   PpmFile(const std::string& name, int width, int height, int channels);
-  ~PpmFile() override;
-  PpmFile(const PpmFile&) = delete;
-  PpmFile& operator=(const PpmFile&) = delete;
 
   jpeg::Rows rows(int y, int count) override;
   void done(int y, int count) override;
-  void commit();
+  void commit() { file_.commit(); }
 
  private:
-  PpmFile(const std::string& name, ptrdiff_t step);
-  void write(const void* data, size_t size);
-
-  std::string name_, temporary_;
-  int file_ = -1;
+  OutputFile file_;
   ptrdiff_t step_;
+  std::vector<uint8_t> strip_;
+};
+
+// A whole picture in memory, without padding between rows.
+struct Picture {
+  int width, height, channels;
+  std::vector<uint8_t> samples;
+};
+
+// Reads one of 8 bits a sample, row by row or as a whole. What is wrong with the file throws std::runtime_error; that
+// it ends too early shows when the rows are asked for.
+class PpmReader : public jpeg::RowSource {
+ public:
+  explicit PpmReader(const std::string& name);
+
+  int width() const { return width_; }
+  int height() const { return height_; }
+  int channels() const { return channels_; }
+  jpeg::ConstRows rows(int y, int count) override;
+  Picture picture();
+
+ private:
+  [[noreturn]] void fail(const std::string& why) const;
+  [[noreturn]] void failToRead() const;
+  [[noreturn]] void failInHeader() const;
+  int character();
+  int number();
+  void read(uint8_t* samples, size_t count);
+
+  std::string name_;
+  std::unique_ptr<FILE, int (*)(FILE*)> file_;
+  int width_, height_, channels_;
   std::vector<uint8_t> strip_;
 };
