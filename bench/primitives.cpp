@@ -1,5 +1,6 @@
-// The primitives of decoding one by one, on what a photo gives them.
+// The primitives of decoding and encoding one by one, on what a photo gives them.
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <memory>
 #include "box.h"
@@ -80,6 +81,84 @@ void benchmarkTransform(const char* operation, const Vel16u* quant, const Words&
   });
 }
 
+// ---- Forward DCT
+
+// The kernel does not branch on samples; these come from real blocks, side by side in a plane.
+void benchmarkForward(const Vel16u* steps, const Words& blocks) {
+  const int count = int(blocks.size()) / kSamples, step = count * kSide;
+  const auto plane = std::make_shared<Bytes>(blocks.size());
+  for (int i = 0; i < count; ++i)
+    orviDCTQuantInv8x8LS_JPEG_16s8u_C1R(&blocks[size_t(i * kSamples)], plane->data() + i * kSide, step, steps);
+  Vel8u raw[kSamples];
+  for (int i = 0; i < kSamples; ++i) raw[i] = Vel8u(steps[own_pj_izigzag_index[i]]);
+  const auto quant = std::make_shared<Words>(kSamples);
+  auto* const reciprocals = reinterpret_cast<Vel16u*>(quant->data());
+  orviQuantFwdTableInit_JPEG_8u16u(raw, reciprocals);
+  benchmarkOnEveryPath("forward DCT", "block", count, [=] {
+    alignas(16) Vel16s coefficients[kSamples];
+    VelStatus status = velStsNoErr;
+    for (int i = 0; i < count; ++i)
+      status |= orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R(plane->data() + i * kSide, step, coefficients, reciprocals);
+    return status;
+  });
+}
+
+// ---- Huffman encoding, with the best code for the photo
+
+struct Free {
+  void operator()(VeliEncodeHuffmanSpec* spec) const { orviEncodeHuffmanSpecFree_JPEG_8u(spec); }
+};
+struct Code {
+  int statistics[256] = {};
+  std::unique_ptr<VeliEncodeHuffmanSpec, Free> spec;
+
+  void build() {
+    Vel8u bits[16], values[256];
+    VeliEncodeHuffmanSpec* memory = nullptr;
+    if (orviEncodeHuffmanRawTableInit_JPEG_8u(statistics, bits, values) != velStsNoErr ||
+        orviEncodeHuffmanSpecInitAlloc_JPEG_8u(bits, values, &memory) != velStsNoErr)
+      throw jpeg::Error("no Huffman code for this photo");
+    spec.reset(memory);
+  }
+};
+struct Codes {
+  Code dc, ac;
+};
+
+void benchmarkHuffmanEncoding(const std::shared_ptr<const Photo>& photo) {
+  // visit(block, its place in the MCU's components, the component's last DC) for each block.
+  const auto walk = [photo](const auto& visit) {
+    Vel16s lastDC[3] = {};
+    VelStatus status = velStsNoErr;
+    for (int i = 0; i < photo->mcus * kBlocks; ++i) {
+      const int n = i % kBlocks, component = n < 4 ? 0 : n - 3;
+      status |= visit(photo->block(i / kBlocks, n), component, &lastDC[component]);
+    }
+    return status;
+  };
+  const auto codes = std::make_shared<std::array<Codes, 2>>();
+  const auto count = [=](const Vel16s* block, int component, Vel16s* lastDC) {
+    Codes& c = (*codes)[component > 0];
+    return orviGetHuffmanStatistics8x8_JPEG_16s_C1(block, c.dc.statistics, c.ac.statistics, lastDC);
+  };
+  walk(count);
+  for (Codes& c : *codes) c.dc.build(), c.ac.build();
+  benchmarkOnEveryPath("Huffman statistics", "block", photo->mcus * kBlocks, [=] {
+    for (Codes& c : *codes)
+      for (Code* code : {&c.dc, &c.ac}) std::fill_n(code->statistics, 256, 0);
+    return walk(count);
+  });
+  const auto stream = std::make_shared<Bytes>(photo->coefficients.size() * sizeof(Vel16s) * 2 + 64);
+  benchmarkOnEveryPath("Huffman encode", "block", photo->mcus * kBlocks, [=] {
+    int bits = 0;
+    return walk([&](const Vel16s* block, int component, Vel16s* lastDC) {
+      const Codes& c = (*codes)[component > 0];
+      return orviEncodeHuffman8x8_Direct_JPEG_16s1u_C1(block, stream->data(), &bits, lastDC, c.dc.spec.get(),
+                                                       c.ac.spec.get());
+    });
+  });
+}
+
 // ---- MCUs
 
 void benchmarkMcus(const std::shared_ptr<const Photo>& photo) {
@@ -130,6 +209,8 @@ void registerBenchmarks(const Bytes& file) {
     alignas(16) Vel16s block[kSamples];
     return photo->decodeBlocks(block, 0);
   });
+  benchmarkForward(quant, dense);
+  benchmarkHuffmanEncoding(photo);
   benchmarkMcus(photo);
   benchmarkYuv("320x240", {320, 240});
   benchmarkYuv("4096x3072", {4096, 3072});

@@ -54,112 +54,173 @@ void interleave(const uint8_t* r, const uint8_t* g, const uint8_t* b, int width,
 }
 
 // ---- RGB to rows of samples
+//
+// Sixteen pixels at a time, in four vectors of each fourth pixel, so that what is made of them goes together again by
+// shifts. What is done to two of these vectors before the others keeps to the few registers that 32-bit code has.
+
+#define ORV_ALWAYS_INLINE __attribute__((always_inline)) inline
 
 namespace {
 
-// Four pixels in each of these: their R and B in words, and their G and a neighbour's byte, that no weight lets through.
-struct Pixels {
-  __m128i rb, g;
+struct alignas(16) Vector {
+  int lanes[4];
+  operator __m128i() const { return _mm_load_si128(reinterpret_cast<const __m128i*>(lanes)); }
+  operator __m128() const { return _mm_load_ps(reinterpret_cast<const float*>(lanes)); }
 };
-Pixels operator+(const Pixels& a, const Pixels& b) { return {_mm_add_epi16(a.rb, b.rb), _mm_add_epi16(a.g, b.g)}; }
+constexpr Vector all(int x) { return {{x, x, x, x}}; }
+// Two words in each lane.
+constexpr Vector words(int low, int high) { return all(int(unsigned(high) << 16 | (unsigned(low) & 0xFFFF))); }
 
-// Of the pixels from p on the first and each fourth one: they start in lanes 0 and 3 of vectors of which one is 8
-// pixels further on than the other.
-Pixels everyFourth(const uint8_t* p) {
-  const auto load = [](const uint8_t* from) { return _mm_loadu_ps(reinterpret_cast<const float*>(from)); };
-  const __m128i v = _mm_castps_si128(_mm_shuffle_ps(load(p), load(p + 24), _MM_SHUFFLE(3, 0, 3, 0)));
-  return {_mm_and_si128(v, _mm_set1_epi32(0x00FF00FF)), _mm_srli_epi16(v, 8)};
+struct Constants {
+  Vector evenBytes = words(0xFF, 0xFF), most = words(255, 255);
+  // Thousandths: of R and B, and of G and no neighbour.
+  Vector lumaRB = words(299, 114), lumaG = words(587, 0);
+  Vector chromaR = words(1000, 0), chromaB = words(0, 1000);
+  Vector lumaRound = words(126, 126), lumaReciprocal = words(33554, 33554);
+};
+constexpr Constants kConstants;
+
+// Makes the compiler forget where p points: what it loads through p it then loads as an operand, each time. It would
+// keep constants in registers, and 32-bit code has too few.
+template <class T> ORV_ALWAYS_INLINE T* reload(T* p) {
+  __asm__("" : "+r"(p));
+  return p;
 }
 
-// Sixteen pixels: of[i] are i, i + 4, i + 8 and i + 12.
-struct Group {
-  Pixels of[4];
-  explicit Group(const uint8_t* p) : of{everyFourth(p), everyFourth(p + 3), everyFourth(p + 6), everyFourth(p + 9)} {}
-};
+// Fetches what is converted a tile later, when the encoder comes back to this row.
+ORV_ALWAYS_INLINE void prefetch(const uint8_t* rgb) {
+  _mm_prefetch(reinterpret_cast<const char*>(rgb + 3 * kTileWidth), _MM_HINT_T0);
+}
 
-__m128i weigh(__m128i pairs, int low, int high) {
-  return _mm_madd_epi16(pairs, _mm_set1_epi32(int(unsigned(high) << 16 | (unsigned(low) & 0xFFFF))));
+// Four pixels: their R and B in words, and 1000 times their Y. Or sums of pixels.
+struct Pixels {
+  __m128i rb, luma;
+};
+ORV_ALWAYS_INLINE Pixels operator+(const Pixels& a, const Pixels& b) {
+  return {_mm_add_epi16(a.rb, b.rb), _mm_add_epi32(a.luma, b.luma)};
+}
+
+// The pixels 0, 4, 8 and 12 from p on: they start in lanes 0 and 3 of vectors of which one is 8 pixels further on.
+ORV_ALWAYS_INLINE Pixels everyFourth(const uint8_t* p, const Constants* k) {
+  const auto load = [](const uint8_t* from) { return _mm_loadu_ps(reinterpret_cast<const float*>(from)); };
+  const __m128i v = _mm_castps_si128(_mm_shuffle_ps(load(p), load(p + 24), _MM_SHUFFLE(3, 0, 3, 0)));
+  const __m128i rb = _mm_and_si128(k->evenBytes, v), g = _mm_srli_epi16(v, 8);  // G with a neighbour's byte
+  return {rb, _mm_add_epi32(_mm_madd_epi16(k->lumaRB, rb), _mm_madd_epi16(g, k->lumaG))};
 }
 
 // Lanes of b in the high words, lanes of a in the low ones.
-__m128i pair(__m128i a, __m128i b) { return _mm_or_si128(a, _mm_slli_epi32(b, 16)); }
+ORV_ALWAYS_INLINE __m128i pair(__m128i a, __m128i b) { return _mm_or_si128(_mm_slli_epi32(b, 16), a); }
 
-// A thousand times Y, a quarter of it: n. Then Y is (n + 125) / 250, without its fraction. The product with 2^23 / 250,
-// truncated, of one more than that has Y in its upper nine bits, for all n up to 63750.
-__m128i lumaPair(const Pixels& a, const Pixels& b) {
-  const auto quarter = [](const Pixels& p) {
-    return _mm_srli_epi32(_mm_add_epi32(weigh(p.rb, 299, 114), weigh(p.g, 587, 0)), 2);
+// Pixels 0, 4, 8, 12 and their neighbours 1, 5, 9, 13.
+struct Neighbours {
+  Pixels a, b;
+  Pixels sum() const { return a + b; }
+};
+ORV_ALWAYS_INLINE Neighbours neighbours(const uint8_t* p, const Constants* k) {
+  return {everyFourth(p, k), everyFourth(p + 3, k)};
+}
+
+// With n for 250 times Y, the fraction cut off, Y is (n + 125) / 250, the fraction cut off. For n up to 63750 so are the
+// upper nine bits of (n + 126) times 2^23 / 250, and of its product only the upper word is wanted.
+ORV_ALWAYS_INLINE void storeLuma(const Neighbours& first, const Neighbours& second, uint8_t* y, const Constants* k) {
+  const auto luma = [k](const Pixels& low, const Pixels& high) {
+    const __m128i n = pair(_mm_srli_epi32(low.luma, 2), _mm_srli_epi32(high.luma, 2));
+    return _mm_srli_epi16(_mm_mulhi_epu16(_mm_add_epi16(n, k->lumaRound), k->lumaReciprocal), 7);
   };
-  const __m128i n = _mm_add_epi16(pair(quarter(a), quarter(b)), _mm_set1_epi16(125 + 1));
-  return _mm_mulhi_epu16(n, _mm_set1_epi16(short(33554)));
+  const __m128i even = luma(first.a, second.a), odd = luma(first.b, second.b);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(y), _mm_or_si128(even, _mm_slli_epi16(odd, 8)));
 }
-void storeLuma(const Group& group, uint8_t* y) {
-  const __m128i even = _mm_srli_epi16(lumaPair(group.of[0], group.of[2]), 7);
-  const __m128i odd = _mm_slli_epi16(_mm_srli_epi16(lumaPair(group.of[1], group.of[3]), 7), 8);
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(y), _mm_or_si128(even, odd));
-}
+
+// Quotients.
+struct alignas(16) Divisor {
+  float reciprocal[4], offset[4];
+  constexpr explicit Divisor(int divisor) : reciprocal(), offset() {
+    for (int i = 0; i < 4; ++i) {
+      reciprocal[i] = float(1.0 / divisor);
+      offset[i] = float(128.5 + 0.5 / divisor);
+    }
+  }
+};
+struct Divisors {
+  Divisor cb, cr;
+};
+template <int kCount> constexpr Divisors kDivisors = {Divisor(1772 * kCount), Divisor(1402 * kCount)};
 
 struct Chroma {
   __m128i cb, cr;  // 32 bits each, up to 256
 };
-// A sum of kCount pixels. The sum of weights is exact. Its quotient is a multiple of 1 / (kCount * 1772); half of that
-// is added, which is more than all rounding errors together, so that no half or integer falls below itself.
-template <int kCount> Chroma chromaOf(const Pixels& sum) {
-  const auto quotient = [](__m128i n, double divisor) {
-    const __m128 q = _mm_mul_ps(_mm_cvtepi32_ps(n), _mm_set1_ps(float(1 / divisor)));
-    return _mm_cvttps_epi32(_mm_add_ps(q, _mm_set1_ps(float(128.5 + 0.5 / divisor))));
+// A sum of kCount pixels. The sum of weights is exact. Its quotient is a multiple of 1 / (kCount * 1772), or 1402; half
+// of that is added, which is more than all rounding errors together, so that no half falls below itself.
+template <int kCount> ORV_ALWAYS_INLINE Chroma chromaOf(const Pixels& sum, const Constants* k) {
+  const Divisors* const divisors = reload(&kDivisors<kCount>);
+  const auto quotient = [](__m128i n, const Divisor& d) {
+    const __m128 q = _mm_mul_ps(_mm_cvtepi32_ps(n), _mm_load_ps(d.reciprocal));
+    return _mm_cvttps_epi32(_mm_add_ps(q, _mm_load_ps(d.offset)));
   };
-  const __m128i green = weigh(sum.g, -587, 0);
-  return {quotient(_mm_add_epi32(weigh(sum.rb, -299, 886), green), 1772 * kCount),
-          quotient(_mm_add_epi32(weigh(sum.rb, 701, -114), green), 1402 * kCount)};
+  return {quotient(_mm_sub_epi32(_mm_madd_epi16(k->chromaB, sum.rb), sum.luma), divisors->cb),
+          quotient(_mm_sub_epi32(_mm_madd_epi16(sum.rb, k->chromaR), sum.luma), divisors->cr)};
 }
 
-// Eight samples each, from sums of pixels of which `even` are the first, third, ...
-template <int kCount> void storeChroma(const Pixels& even, const Pixels& odd, uint8_t* cb, uint8_t* cr) {
-  const Chroma a = chromaOf<kCount>(even), b = chromaOf<kCount>(odd);
-  const __m128i both = _mm_packus_epi16(pair(a.cb, b.cb), pair(a.cr, b.cr));
-  _mm_storel_pd(reinterpret_cast<double*>(cb), _mm_castsi128_pd(both));
-  _mm_storeh_pd(reinterpret_cast<double*>(cr), _mm_castsi128_pd(both));
+// Eight samples each: `even` has the first, third, ...
+ORV_ALWAYS_INLINE void storeChroma(const Chroma& even, const Chroma& odd, uint8_t* cb, uint8_t* cr) {
+  const __m128d both = _mm_castsi128_pd(_mm_packus_epi16(pair(even.cb, odd.cb), pair(even.cr, odd.cr)));
+  _mm_storel_pd(reinterpret_cast<double*>(cb), both);
+  _mm_storeh_pd(reinterpret_cast<double*>(cr), both);
 }
 
 }  // namespace
 
 void convertRgbToGrey(const uint8_t* rgb, int width, uint8_t* y) {
-  for (int x = 0; x < width; x += kGroup) storeLuma(Group(rgb + 3 * x), y + x);
+  for (int x = 0; x < width; x += kGroup) {
+    const Constants* const k = reload(&kConstants);
+    prefetch(rgb + 3 * x);
+    storeLuma(neighbours(rgb + 3 * x, k), neighbours(rgb + 3 * x + 6, k), y + x, k);
+  }
 }
 
 void convertRgbTo444(const uint8_t* rgb, int width, uint8_t* y, uint8_t* cb, uint8_t* cr) {
   for (int x = 0; x < width; x += kGroup) {
-    const Group group(rgb + 3 * x);
-    storeLuma(group, y + x);
-    const auto store = [x](__m128i even, __m128i odd, uint8_t* to) {
-      const __m128i most = _mm_set1_epi16(255);
-      even = _mm_min_epi16(even, most);
-      odd = _mm_min_epi16(odd, most);
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + x), _mm_or_si128(even, _mm_slli_epi16(odd, 8)));
+    const Constants* const k = reload(&kConstants);
+    prefetch(rgb + 3 * x);
+    const auto store = [k](__m128i even, __m128i odd, uint8_t* to) {
+      odd = _mm_slli_epi16(_mm_min_epi16(odd, k->most), 8);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_or_si128(_mm_min_epi16(even, k->most), odd));
     };
-    const Chroma a = chromaOf<1>(group.of[0]), b = chromaOf<1>(group.of[1]);
-    const Chroma c = chromaOf<1>(group.of[2]), d = chromaOf<1>(group.of[3]);
-    store(pair(a.cb, c.cb), pair(b.cb, d.cb), cb);
-    store(pair(a.cr, c.cr), pair(b.cr, d.cr), cr);
+    const Neighbours first = neighbours(rgb + 3 * x, k);
+    const Chroma a = chromaOf<1>(first.a, k), b = chromaOf<1>(first.b, k);
+    const Neighbours second = neighbours(rgb + 3 * x + 6, k);
+    const Chroma c = chromaOf<1>(second.a, k), d = chromaOf<1>(second.b, k);
+    storeLuma(first, second, y + x, k);
+    store(pair(a.cb, c.cb), pair(b.cb, d.cb), cb + x);
+    store(pair(a.cr, c.cr), pair(b.cr, d.cr), cr + x);
   }
 }
 
 void convertRgbTo422(const uint8_t* rgb, int width, uint8_t* y, uint8_t* cb, uint8_t* cr) {
   for (int x = 0; x < width; x += kGroup) {
-    const Group group(rgb + 3 * x);
-    storeLuma(group, y + x);
-    storeChroma<2>(group.of[0] + group.of[1], group.of[2] + group.of[3], cb + x / 2, cr + x / 2);
+    const Constants* const k = reload(&kConstants);
+    prefetch(rgb + 3 * x);
+    const Neighbours first = neighbours(rgb + 3 * x, k);
+    const Chroma even = chromaOf<2>(first.sum(), k);
+    const Neighbours second = neighbours(rgb + 3 * x + 6, k);
+    storeLuma(first, second, y + x, k);
+    storeChroma(even, chromaOf<2>(second.sum(), k), cb + x / 2, cr + x / 2);
   }
 }
 
 void convertRgbTo420(const uint8_t* const rgb[2], int width, uint8_t* y0, uint8_t* y1, uint8_t* cb, uint8_t* cr) {
   for (int x = 0; x < width; x += kGroup) {
-    const Group top(rgb[0] + 3 * x), bottom(rgb[1] + 3 * x);
-    storeLuma(top, y0 + x);
-    storeLuma(bottom, y1 + x);
-    storeChroma<4>(top.of[0] + top.of[1] + bottom.of[0] + bottom.of[1],
-                   top.of[2] + top.of[3] + bottom.of[2] + bottom.of[3], cb + x / 2, cr + x / 2);
+    const Constants* const k = reload(&kConstants);
+    const uint8_t *const top = rgb[0] + 3 * x, *const bottom = rgb[1] + 3 * x;
+    prefetch(top);
+    prefetch(bottom);
+    const Neighbours top1 = neighbours(top, k), bottom1 = neighbours(bottom, k);
+    const Chroma even = chromaOf<4>(top1.sum() + bottom1.sum(), k);
+    const Neighbours top2 = neighbours(top + 6, k);
+    storeLuma(top1, top2, y0 + x, k);
+    const Neighbours bottom2 = neighbours(bottom + 6, k);
+    storeLuma(bottom1, bottom2, y1 + x, k);
+    storeChroma(even, chromaOf<4>(top2.sum() + bottom2.sum(), k), cb + x / 2, cr + x / 2);
   }
 }
 

@@ -16,6 +16,8 @@ void interleave(const uint8_t* r, const uint8_t* g, const uint8_t* b, int width,
 // exact, then rounded to the nearest integer, halves up, and clamped to 255. A chroma sample that serves several pixels
 // is the mean of theirs, and is rounded only once. width is a multiple of kGroup; one byte behind the pixels is read.
 constexpr int kGroup = 16;
+// How many columns are best converted at a time in many rows.
+constexpr int kTileWidth = 256;
 void convertRgbToGrey(const uint8_t* rgb, int width, uint8_t* y);
 void convertRgbTo444(const uint8_t* rgb, int width, uint8_t* y, uint8_t* cb, uint8_t* cr);
 void convertRgbTo422(const uint8_t* rgb, int width, uint8_t* y, uint8_t* cb, uint8_t* cr);

@@ -4,7 +4,6 @@
 #include <new>
 #include <numeric>
 #include <string>
-#include "colour.h"
 #include "jpeg_reader.h"
 
 namespace jpeg {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <vector>
+#include "colour.h"
 #include "orv.h"
 
 namespace jpeg {
@@ -51,8 +52,7 @@ class Encoder {
 
  private:
   static constexpr int kSize = 8, kSamples = 64, kMaxBlocks = 6;
-  // Pixels are converted in tiles of an MCU's height, whose planes stay in the first-level cache.
-  static constexpr int kTileWidth = 256, kTileHeight = 16;
+  static constexpr int kTileHeight = 16;  // of an MCU, at most: pixels are converted in tiles of its height
 
   struct FreeSpec {
     void operator()(VeliEncodeHuffmanSpec* memory) const { orviEncodeHuffmanSpecFree_JPEG_8u(memory); }
