@@ -65,6 +65,46 @@ TEST_F(Cli, BadPictures) {
   }
 }
 
+TEST_F(Cli, BadPpmFiles) {
+  writePicture("picture", 20, 10);
+  const Bytes ppm = read("picture");
+  must(ORV_CJPEG " -outfile a.jpg picture");
+  const struct {
+    Bytes ppm;
+    const char* part;
+  } kCases[] = {
+      {"", "not a binary PPM (P6) or PGM (P5) file"},
+      {read("a.jpg"), "not a binary PPM (P6) or PGM (P5) file"},
+      {"P3 1 1 255 1 2 3\n", "not a binary PPM (P6) or PGM (P5) file"},
+      {"P6", "ends within its header"},
+      {"P6 3 4 255", "ends within its header"},
+      {"P6 3 # 4 255 ", "ends within its header"},
+      {"P63 4 255 ", "header is damaged"},
+      {"P6 -3 4 255 ", "header is damaged"},
+      {"P6 3x4 255 ", "header is damaged"},
+      {"P6 4294967297 1 255 ", "header is damaged"},
+      {"P6 0 4 255 ", "no size"},
+      {"P5 4 0 255 ", "no size"},
+      {"P6 1 1 65535 123456", "samples up to 65535 are not supported"},
+      {"P5 1 1 1 1", "samples up to 1 are not supported"},
+      {"P5 65501 1 255 ", "65501 x 1 is too large for JPEG"},
+      {"P6 1 65501 255 ", "1 x 65501 is too large for JPEG"},
+      {ppm.substr(0, ppm.size() - 1), "ends before its picture does"},
+      {ppm.substr(0, ppm.size() - 20 * 10 * 3), "ends before its picture does"},
+  };
+  for (const auto& c : kCases) {
+    write("bad.ppm", c.ppm);
+    expectRefusal("encode bad.ppm OUT", 1, "orv: bad.ppm: ");
+    expectRefusal("encode --optimize bad.ppm OUT", 1, c.part);
+  }
+  write("bad.ppm", "P6 20000 20000 255 ");
+  expectRefusal("encode --optimize bad.ppm OUT", 1, "20000 x 20000 is too large to optimise");
+  expectRefusal("encode --time bad.ppm", 1, "held in memory");
+  write("other", "P5 20 10 255\n" + Bytes(200, 'x'));
+  expectRefusal("compare picture other", 1, "differ in size or kind");
+  expectRefusal("compare picture bad.ppm", 1, "differ in size or kind");
+}
+
 TEST_F(Cli, BadFilesAndArguments) {
   writePicture("picture", 20, 10);
   must(ORV_CJPEG " -outfile a.jpg picture");
@@ -74,10 +114,39 @@ TEST_F(Cli, BadFilesAndArguments) {
   expectRefusal("decode a.jpg nowhere/OUT", 1, "nowhere/OUT: cannot write");
   expectRefusal("decode a.jpg folder", 1, "folder: cannot write");
   expectRefusal("decode --max-pixels 199 a.jpg OUT", 1, "20 x 10 is more than the limit of 199");
-  for (const char* arguments :
-       {"", "paint", "--paint", "info --all", "info extra", "decode a.jpg", "decode a.jpg OUT 3",
-        "decode --paint a.jpg OUT", "decode -x a.jpg OUT", "decode a.jpg OUT --path", "decode --path z1 a.jpg OUT",
-        "decode --max-pixels 0 a.jpg OUT", "decode --repeat 1x a.jpg OUT", "decode --fused=1 a.jpg OUT"})
+  expectRefusal("encode missing.ppm OUT", 1, "missing.ppm: cannot read");
+  expectRefusal("encode folder OUT", 1, "folder: cannot read");
+  expectRefusal("encode picture nowhere/OUT", 1, "nowhere/OUT: cannot write");
+  expectRefusal("encode picture folder", 1, "folder: cannot write");
+  expectRefusal("compare picture missing.ppm", 1, "missing.ppm: cannot read");
+  for (const char* arguments : {"",
+                                "paint",
+                                "--paint",
+                                "info --all",
+                                "info extra",
+                                "decode a.jpg",
+                                "decode a.jpg OUT 3",
+                                "decode --paint a.jpg OUT",
+                                "decode -x a.jpg OUT",
+                                "decode a.jpg OUT --path",
+                                "decode --path z1 a.jpg OUT",
+                                "decode --max-pixels 0 a.jpg OUT",
+                                "decode --repeat 1x a.jpg OUT",
+                                "decode --fused=1 a.jpg OUT",
+                                "encode picture",
+                                "encode picture OUT 3",
+                                "encode --paint picture OUT",
+                                "encode --quality 0 picture OUT",
+                                "encode --quality 101 picture OUT",
+                                "encode --quality high picture OUT",
+                                "encode --sampling 411 picture OUT",
+                                "encode --restart 0 picture OUT",
+                                "encode --restart 65536 picture OUT",
+                                "encode --path z1 picture OUT",
+                                "encode picture OUT --quality",
+                                "compare picture",
+                                "compare picture picture picture",
+                                "compare --all a b"})
     expectRefusal(arguments, 2, "");
 }
 
@@ -87,7 +156,9 @@ TEST_F(Cli, WhatGoesRight) {
   EXPECT_EQ(orv("decode --max-pixels 200 a.jpg a.ppm").code, 0);
   const Outcome timed = orv("decode --time --repeat 3 --path w7 a.jpg");
   EXPECT_TRUE(std::regex_match(timed.out, std::regex("w7: [0-9.]+ ms, [0-9.]+ MP/s\n"))) << timed.out;
-  for (const char* arguments : {"--help", "info --help", "decode --help", "--version", "info"}) {
+  EXPECT_TRUE(std::regex_match(orv("encode --time --repeat 2 --path w7 picture").out, std::regex("w7: .*MP/s\n")));
+  for (const char* arguments :
+       {"--help", "info --help", "decode --help", "encode --help", "compare --help", "--version", "info"}) {
     const Outcome o = orv(arguments);
     EXPECT_EQ(o.code, 0) << arguments;
     EXPECT_NE(o.out, "") << arguments;

@@ -1,45 +1,12 @@
 // Pictures: what the program decodes against djpeg, and against itself by other roads.
-#include <cmath>
 #include <regex>
-#include "run.h"
-#include "../support/paths.h"
+#include "pictures.h"
 
 namespace {
 
-// Both decoders' transforms are within a unit of the exact one, and on most samples the same. A unit in a component is
-// at most 1.772 in a colour, with luma's own 2.772, and rounding never makes 4 of that.
-constexpr int kLargest = 3;
-constexpr double kMean = 0.2;
+class Decode : public Pictures {};
 
-void expectClose(const Bytes& got, const Bytes& expected) {
-  ASSERT_EQ(got.size(), expected.size());
-  ASSERT_EQ(got.substr(0, 2), expected.substr(0, 2));
-  int largest = 0;
-  double sum = 0;
-  for (size_t i = 0; i < got.size(); ++i) {
-    const int difference = std::abs(int(uint8_t(got[i])) - int(uint8_t(expected[i])));
-    largest = std::max(largest, difference);
-    sum += difference;
-  }
-  EXPECT_LE(largest, kLargest);
-  EXPECT_LT(sum / double(got.size()), kMean);
-}
-
-class Decode : public InDirectory {
- protected:
-  // Compares with djpeg on one path, and the other paths with that one.
-  void expectLikeDjpeg(const std::string& jpeg) const {
-    must(ORV_DJPEG " -dct int -nosmooth -outfile expected " + jpeg);
-    const Bytes picture = decoded(jpeg);
-    expectClose(picture, read("expected"));
-    for (const Path& path : kPaths) {
-      if (!processorHas(path)) continue;
-      EXPECT_TRUE(decoded(jpeg, std::string("--path ") + path.name) == picture) << path;
-    }
-  }
-};
-
-TEST_F(Decode, TheExampleIsWhatDjpegMakesOfIt) { expectLikeDjpeg(ORV_PHOTO); }
+TEST_F(Decode, TheExampleIsWhatDjpegMakesOfIt) { expectLikeDjpegOnEveryPath(ORV_PHOTO); }
 
 TEST_F(Decode, EverySamplingSizeAndQualityIsWhatDjpegMakesOfIt) {
   constexpr int kSizes[][2] = {{1, 1}, {2, 3}, {8, 8}, {9, 16}, {15, 17}, {33, 17}, {16, 33}, {130, 70}};
@@ -58,7 +25,7 @@ TEST_F(Decode, EverySamplingSizeAndQualityIsWhatDjpegMakesOfIt) {
       SCOPED_TRACE(std::string(kind) + " -quality " + std::to_string(quality));
       must(ORV_CJPEG " " + std::string(kind) + " -baseline -quality " + std::to_string(quality) +
            " -outfile a.jpg picture");
-      expectLikeDjpeg("a.jpg");
+      expectLikeDjpegOnEveryPath("a.jpg");
       quality = quality == 100 ? 10 : quality + 15;
     }
   }

@@ -51,13 +51,20 @@ class InDirectory : public testing::Test {
     return read("decoded");
   }
 
-  // A picture of slopes, edges and noise, as binary PPM.
-  void writePicture(const std::string& name, int width, int height) const {
-    Bytes ppm = "P6\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n";
+  Bytes encoded(const std::string& name, const std::string& options = "") const {
+    const Outcome o = orv("encode " + options + " " + name + " encoded");
+    EXPECT_EQ(o.code, 0) << name << " " << o.err;
+    EXPECT_EQ(o.out + o.err, "") << name;
+    return read("encoded");
+  }
+
+  // A picture of slopes, edges and noise, as binary PPM or PGM.
+  void writePicture(const std::string& name, int width, int height, int channels = 3) const {
+    Bytes ppm = (channels == 3 ? "P6\n" : "P5\n") + std::to_string(width) + " " + std::to_string(height) + "\n255\n";
     unsigned noise = 1;
     for (int y = 0; y < height; ++y)
       for (int x = 0; x < width; ++x)
-        for (int c = 0; c < 3; ++c) {
+        for (int c = 0; c < channels; ++c) {
           noise = noise * 1664525 + 1013904223;
           const int edge = (x / 11 + y / 7 + c) % 3 * 60;
           ppm += char((x * (3 - c) + y * (1 + c) + edge + int(noise >> 28)) & 255);

@@ -106,56 +106,64 @@ Encoder::Tables::Tables(int kind, int quality) {
 
 // ---- Samples to coefficients
 
-// Sixteen or more columns of a row of MCUs, a multiple of 16.
-void Encoder::convertTile(const uint8_t* const rows[kTileHeight], int width) {
+void Encoder::convertTile(const Tile& tile) {
+  const int width = divideUp(tile.columns, kGroup) * kGroup;
   const auto row = [&](int plane, int y) { return planes_[plane] + y * kTileWidth; };
   for (int y = 0; y < mcuHeight_; ++y) {
+    const uint8_t* const* const from = &tile.rows[y];
     if (channels_ == 1)
-      memcpy(row(0, y), rows[y], size_t(width));
+      memcpy(row(0, y), *from, size_t(width));
     else if (options_.sampling == Sampling::kGrey)
-      convertRgbToGrey(rows[y], width, row(0, y));
+      convertRgbToGrey(*from, width, row(0, y));
     else if (options_.sampling == Sampling::k444)
-      convertRgbTo444(rows[y], width, row(0, y), row(1, y), row(2, y));
+      convertRgbTo444(*from, width, row(0, y), row(1, y), row(2, y));
     else if (options_.sampling == Sampling::k422)
-      convertRgbTo422(rows[y], width, row(0, y), row(1, y), row(2, y));
+      convertRgbTo422(*from, width, row(0, y), row(1, y), row(2, y));
     else if (y % 2 == 0)
-      convertRgbTo420(rows + y, width, row(0, y), row(0, y + 1), row(1, y / 2), row(2, y / 2));
+      convertRgbTo420(from, width, row(0, y), row(0, y + 1), row(1, y / 2), row(2, y / 2));
   }
 }
 
-template <class Visit>
-void Encoder::transformTile(const uint8_t* const rows[kTileHeight], int columns, const Visit& visit) {
-  convertTile(rows, divideUp(columns, kGroup) * kGroup);
-  const int mcus = divideUp(columns, mcuWidth_);
-  for (int mcu = 0; mcu < mcus; ++mcu) {
+// Luma blocks without a pixel of the picture take the fewest bits: no decoder shows them.
+template <class Visit> void Encoder::transformTile(const Tile& tile, const Visit& visit) {
+  convertTile(tile);
+  for (int mcu = 0; mcu * mcuWidth_ < tile.columns; ++mcu) {
     Vel16s* to = coefficients_;
     for (const Block& block : blocks_) {
-      orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R(planes_[block.component] + block.offset + mcu * block.across, kTileWidth, to,
-                                          tables(block.component).quant);
+      if (mcu * mcuWidth_ + block.x < tile.columns && block.y < tile.count) {
+        const Vel8u* const from = planes_[block.component] + block.y * kTileWidth + mcu * block.across + block.x;
+        orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R(from, kTileWidth, to, tables(block.component).quant);
+      } else {
+        std::fill_n(to, kSamples, Vel16s(0));
+        to[0] = to[-kSamples];
+      }
       to += kSamples;
     }
     visit(coefficients_);
   }
 }
 
-// One row of MCUs. What is missing of an MCU below or on the right is a copy of the last row or column.
+// What is missing of an MCU below or on the right is a copy of the last row or column.
 template <class Visit> void Encoder::transformRow(ConstRows from, int count, const Visit& visit) {
   const auto rowAt = [&](int y, int x) { return from.data + std::min(y, count - 1) * from.step + x * channels_; };
-  const uint8_t* rows[kTileHeight];
+  Tile tile;
+  tile.count = count;
   // The conversion reads a byte more than it converts. So the last columns are copied, whether they are whole or not.
   const int last = (width_ - 1) / kGroup * kGroup;
   for (int x = 0; x < last; x += kTileWidth) {
-    for (int y = 0; y < mcuHeight_; ++y) rows[y] = rowAt(y, x);
-    transformTile(rows, std::min(kTileWidth, last - x), visit);
+    for (int y = 0; y < mcuHeight_; ++y) tile.rows[y] = rowAt(y, x);
+    tile.columns = std::min(kTileWidth, last - x);
+    transformTile(tile, visit);
   }
   uint8_t edge[kTileHeight][kGroup * 3 + 1];
+  tile.columns = width_ - last;
   for (int y = 0; y < mcuHeight_; ++y) {
-    const size_t size = size_t((width_ - last) * channels_);
+    const size_t size = size_t(tile.columns * channels_);
     memcpy(edge[y], rowAt(y, last), size);
     for (size_t i = size; i < sizeof edge[y]; ++i) edge[y][i] = edge[y][i - size_t(channels_)];
-    rows[y] = edge[y];
+    tile.rows[y] = edge[y];
   }
-  transformTile(rows, width_ - last, visit);
+  transformTile(tile, visit);
 }
 
 template <class Visit> void Encoder::transform(RowSource& source, const Visit& visit) {
@@ -276,8 +284,8 @@ Encoder::Encoder(int width, int height, int channels, const EncoderOptions& opti
   mcuWidth_ = across * kSize;
   mcuHeight_ = down * kSize;
   for (int y = 0; y < down; ++y)
-    for (int x = 0; x < across; ++x) blocks_.push_back({0, y * kSize * kTileWidth + x * kSize, mcuWidth_});
-  for (int i = 1; i < components_; ++i) blocks_.push_back({i, 0, kSize});
+    for (int x = 0; x < across; ++x) blocks_.push_back({0, x * kSize, y * kSize, mcuWidth_});
+  for (int i = 1; i < components_; ++i) blocks_.push_back({i, 0, 0, kSize});
 }
 
 void Encoder::encode(RowSource& source, ByteSink& sink) {

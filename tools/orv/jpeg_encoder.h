@@ -52,7 +52,7 @@ class Encoder {
 
  private:
   static constexpr int kSize = 8, kSamples = 64, kMaxBlocks = 6;
-  static constexpr int kTileHeight = 16;  // of an MCU, at most: pixels are converted in tiles of its height
+  static constexpr int kTileHeight = 16;  // at most: an MCU's
 
   struct FreeSpec {
     void operator()(VeliEncodeHuffmanSpec* memory) const { orviEncodeHuffmanSpecFree_JPEG_8u(memory); }
@@ -73,15 +73,20 @@ class Encoder {
 
     Tables(int kind, int quality);
   };
-  // A block of an MCU: where its samples start in the component's plane for the first MCU of a tile, and how far the
-  // next MCU's lie from there.
+  // A block of an MCU: where its samples lie in the component's plane for the first MCU of a tile, and how far the next
+  // MCU's lie from there.
   struct Block {
-    int component, offset, across;
+    int component, x, y, across;
+  };
+  // Part of a row of MCUs: pixels that are converted at a time.
+  struct Tile {
+    const uint8_t* rows[kTileHeight];
+    int columns, count;  // that hold pixels of the picture; there are whole MCUs and groups of columns
   };
 
   Tables& tables(int component) { return tables_[size_t(component > 0)]; }
-  void convertTile(const uint8_t* const rows[kTileHeight], int width);
-  template <class Visit> void transformTile(const uint8_t* const rows[kTileHeight], int columns, const Visit& visit);
+  void convertTile(const Tile& tile);
+  template <class Visit> void transformTile(const Tile& tile, const Visit& visit);
   template <class Visit> void transformRow(ConstRows from, int count, const Visit& visit);
   template <class Visit> void transform(RowSource& source, const Visit& visit);
   bool startsInterval() const;
