@@ -35,7 +35,7 @@ class InDirectory : public testing::Test {
 
   // A shell command line, run in the directory.
   Outcome run(const std::string& command) const {
-    const int status = system(("cd " + directory_ + " && " + command + " >out.txt 2>err.txt").c_str());
+    const int status = system(("cd " + directory_ + " && { " + command + "; } >out.txt 2>err.txt").c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("out.txt"), read("err.txt")};
   }
   Outcome orv(const std::string& arguments) const { return run(ORV_PROGRAM " " + arguments); }
