@@ -63,13 +63,14 @@ void interleave(const uint8_t* r, const uint8_t* g, const uint8_t* b, int width,
 namespace {
 
 struct alignas(16) Vector {
-  int lanes[4];
-  operator __m128i() const { return _mm_load_si128(reinterpret_cast<const __m128i*>(lanes)); }
-  operator __m128() const { return _mm_load_ps(reinterpret_cast<const float*>(lanes)); }
+  uint16_t words[8];
+  operator __m128i() const { return _mm_load_si128(reinterpret_cast<const __m128i*>(words)); }
 };
-constexpr Vector all(int x) { return {{x, x, x, x}}; }
 // Two words in each lane.
-constexpr Vector words(int low, int high) { return all(int(unsigned(high) << 16 | (unsigned(low) & 0xFFFF))); }
+constexpr Vector words(int low, int high) {
+  const auto a = uint16_t(low), b = uint16_t(high);
+  return {{a, b, a, b, a, b, a, b}};
+}
 
 struct Constants {
   Vector evenBytes = words(0xFF, 0xFF), most = words(255, 255);
@@ -131,7 +132,9 @@ ORV_ALWAYS_INLINE void storeLuma(const Neighbours& first, const Neighbours& seco
   _mm_storeu_si128(reinterpret_cast<__m128i*>(y), _mm_or_si128(even, _mm_slli_epi16(odd, 8)));
 }
 
-// Quotients.
+// For quotients in single precision, 128.5 added: kCount pixels' sums divided by thousandths of 1.772 and 1.402. Each is a
+// multiple of 1 / divisor. Half of that is added, which is more than all rounding errors together, so that no half falls
+// below itself.
 struct alignas(16) Divisor {
   float reciprocal[4], offset[4];
   constexpr explicit Divisor(int divisor) : reciprocal(), offset() {
@@ -149,8 +152,7 @@ template <int kCount> constexpr Divisors kDivisors = {Divisor(1772 * kCount), Di
 struct Chroma {
   __m128i cb, cr;  // 32 bits each, up to 256
 };
-// A sum of kCount pixels. The sum of weights is exact. Its quotient is a multiple of 1 / (kCount * 1772), or 1402; half
-// of that is added, which is more than all rounding errors together, so that no half falls below itself.
+// The mean of kCount pixels, from their sum. Thousandths: 886 B - 299 R - 587 G is 1000 (B - Y), and so on.
 template <int kCount> ORV_ALWAYS_INLINE Chroma chromaOf(const Pixels& sum, const Constants* k) {
   const Divisors* const divisors = reload(&kDivisors<kCount>);
   const auto quotient = [](__m128i n, const Divisor& d) {
