@@ -146,7 +146,17 @@ TEST_F(Cli, BadFilesAndArguments) {
                                 "encode picture OUT --quality",
                                 "compare picture",
                                 "compare picture picture picture",
-                                "compare --all a b"})
+                                "compare --all a b",
+                                "convert picture OUT",
+                                "convert picture --to yuyv",
+                                "convert picture --to yuyv OUT 3",
+                                "convert picture --to yuyv --from yuyv --size 2x1 OUT",
+                                "convert picture --to yuyv --size 2x1 OUT",
+                                "convert six.raw --from yuyv OUT",
+                                "convert six.raw --from yuyv --size 2 OUT",
+                                "convert six.raw --from yuyv --size 2x OUT",
+                                "convert six.raw --from yuyv --size 0x1 OUT",
+                                "convert six.raw --from yuyv --size 20000x20000 OUT"})
     expectRefusal(arguments, 2, "");
 }
 
@@ -157,8 +167,8 @@ TEST_F(Cli, WhatGoesRight) {
   const Outcome timed = orv("decode --time --repeat 3 --path w7 a.jpg");
   EXPECT_TRUE(std::regex_match(timed.out, std::regex("w7: [0-9.]+ ms, [0-9.]+ MP/s\n"))) << timed.out;
   EXPECT_TRUE(std::regex_match(orv("encode --time --repeat 2 --path w7 picture").out, std::regex("w7: .*MP/s\n")));
-  for (const char* arguments :
-       {"--help", "info --help", "decode --help", "encode --help", "compare --help", "--version", "info"}) {
+  for (const char* arguments : {"--help", "info --help", "decode --help", "encode --help", "compare --help",
+                                "convert --help", "--version", "info"}) {
     const Outcome o = orv(arguments);
     EXPECT_EQ(o.code, 0) << arguments;
     EXPECT_NE(o.out, "") << arguments;

@@ -16,6 +16,8 @@ constexpr char kHelp[] =
     "  orv decode IN.jpg OUT.ppm   decode a baseline JPEG\n"
     "  orv encode IN.ppm OUT.jpg   encode a baseline JPEG\n"
     "  orv compare A.ppm B.ppm     how far two pictures lie apart\n"
+    "  orv convert ...             convert to raw samples of another colour format, or\n"
+    "                              back\n"
     "  orv COMMAND --help          more about a command\n"
     "  orv --help, orv --version\n"
     "\n"
@@ -31,6 +33,7 @@ int run(int argc, char** argv) {
   if (command == "decode") return runDecode(argc - 1, argv + 1);
   if (command == "encode") return runEncode(argc - 1, argv + 1);
   if (command == "compare") return runCompare(argc - 1, argv + 1);
+  if (command == "convert") return runConvert(argc - 1, argv + 1);
   throw UsageError("unknown command '" + command + "' (see orv --help)");
 }
 

@@ -76,11 +76,10 @@ jpeg::ConstRows PpmReader::rows(int, int count) {
 }
 
 Picture PpmReader::picture() {
-  constexpr uint64_t kMost = 1 << 28;
   const uint64_t pixels = uint64_t(width_) * uint64_t(height_);
-  if (pixels > kMost)
-    fail(std::to_string(width_) + " x " + std::to_string(height_) + " is more than the " + std::to_string(kMost) +
-         " pixels that are held in memory");
+  if (pixels > kMostInMemory)
+    fail(std::to_string(width_) + " x " + std::to_string(height_) + " is more than the " +
+         std::to_string(kMostInMemory) + " pixels that are held in memory");
   Picture all{width_, height_, channels_, std::vector<uint8_t>(size_t(pixels) * size_t(channels_))};
   read(all.samples.data(), all.samples.size());
   return all;

@@ -24,6 +24,7 @@ class PpmFile : public jpeg::RowSink {
 };
 
 // A whole picture in memory, without padding between rows.
+constexpr int kMostInMemory = 1 << 28;  // pixels
 struct Picture {
   int width, height, channels;
   std::vector<uint8_t> samples;

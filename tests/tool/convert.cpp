@@ -1,0 +1,104 @@
+// Raw samples: what the program writes and reads is what the library converts.
+#include <functional>
+#include <regex>
+#include "pictures.h"
+
+namespace {
+
+constexpr const char* kBothWays[] = {"yuv420", "yuv422", "yuyv"};
+
+class Convert : public Pictures {
+ protected:
+  Bytes converted(const std::string& name, const std::string& format, const std::string& options = "") const {
+    must(ORV_PROGRAM " convert " + options + " " + name + " --to " + format + " raw");
+    return read("raw");
+  }
+  // The raw samples that were written last.
+  Bytes back(const std::string& format, int width, int height, const std::string& options = "") const {
+    must(ORV_PROGRAM " convert " + options + " raw --from " + format + " --size " + std::to_string(width) + "x" +
+         std::to_string(height) + " back");
+    return read("back");
+  }
+};
+
+void expectWithinOne(const Bytes& a, const Bytes& b) {
+  ASSERT_EQ(a.size(), b.size());
+  for (size_t i = 0; i < a.size(); ++i) ASSERT_LE(std::abs(a[i] - b[i]), 1) << i;
+}
+
+// A picture and a library function's result for it, in as many planes as `samples` has.
+struct Expected {
+  int width, height;
+  const Vel8u* rgb;
+
+  VeliSize size() const { return {width, height}; }
+  Bytes planes(const std::vector<int>& samples, const std::function<VelStatus(Vel8u* const*)>& convert) const {
+    std::vector<std::vector<Vel8u>> memory;
+    std::vector<Vel8u*> pointers;
+    for (const int count : samples) memory.emplace_back(size_t(count));
+    for (auto& plane : memory) pointers.push_back(plane.data());
+    EXPECT_EQ(convert(pointers.data()), velStsNoErr);
+    Bytes all;
+    for (const auto& plane : memory) all.append(plane.begin(), plane.end());
+    return all;
+  }
+};
+
+TEST_F(Convert, EachFormatIsTheLibrarys) {
+  constexpr int kWidth = 40, kHeight = 10, kPixels = kWidth * kHeight;
+  writePicture("picture", kWidth, kHeight);
+  const Bytes ppm = read("picture");
+  const Expected e{kWidth, kHeight, reinterpret_cast<const Vel8u*>(ppm.data() + ppm.size() - 3 * kPixels)};
+  EXPECT_EQ(converted("picture", "yuv420"), e.planes({kPixels, kPixels / 4, kPixels / 4}, [&](Vel8u* const* to) {
+    return orviRGBToYUV420_8u_C3P3(e.rgb, to, e.size());
+  }));
+  EXPECT_EQ(converted("picture", "yuv422"), e.planes({kPixels, kPixels / 2, kPixels / 2}, [&](Vel8u* const* to) {
+    return orviRGBToYUV422_8u_C3P3(e.rgb, to, e.size());
+  }));
+  EXPECT_EQ(converted("picture", "yuyv"), e.planes({2 * kPixels}, [&](Vel8u* const* to) {
+    return orviRGBToYUV422_8u_C3C2R(e.rgb, 3 * kWidth, *to, 2 * kWidth, e.size());
+  }));
+}
+
+// What is there of a completed picture is the picture's; and the way back finds it.
+TEST_F(Convert, OddSizesAreCompleted) {
+  for (const auto& [width, height] : {std::pair(1, 1), std::pair(2, 1), std::pair(5, 4), std::pair(33, 19)}) {
+    const std::string size = std::to_string(width) + " " + std::to_string(height) + " 255\n";
+    const Bytes grey(size_t(3 * width * height), '\x77');
+    write("grey", "P6 " + size + grey);
+    writePicture("picture", width, height);
+    for (const std::string format : kBothWays) {
+      SCOPED_TRACE(format + " " + size);
+      const int w = (width + 1) / 2, h = (height + 1) / 2;
+      const int samples = format == "yuv420"   ? width * height + 2 * w * h
+                          : format == "yuv422" ? width * height + 2 * w * height
+                          : format == "yuyv"   ? 4 * w * height
+                                               : 3 * width * height;
+      EXPECT_EQ(int(converted("grey", format).size()), samples);
+      const Bytes picture = back(format, width, height);
+      expectWithinOne(picture.substr(picture.size() - grey.size()), grey);
+      const Bytes raw = converted("picture", format), there = back(format, width, height);
+      EXPECT_EQ(there.size(), read("picture").size());
+      for (const Path& path : kPaths) {
+        if (!processorHas(path)) continue;
+        const std::string option = std::string("--path ") + path.name;
+        EXPECT_TRUE(converted("picture", format, option) == raw) << path;
+        EXPECT_TRUE(back(format, width, height, option) == there) << path;
+      }
+    }
+  }
+}
+
+TEST_F(Convert, ThereAndBackIsNearlyTheSame) {
+  must(ORV_DJPEG " -outfile photo " ORV_PHOTO);
+  for (const std::string format : kBothWays) {
+    converted("photo", format);
+    back(format, 1517, 1003);
+    std::smatch match;
+    const Outcome o = orv("compare photo back");
+    ASSERT_TRUE(std::regex_search(o.out, match, std::regex("PSNR ([0-9.]+) dB"))) << o.out;
+    EXPECT_GT(std::stod(match[1]), 41) << format;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,240 @@
+// orv convert: a PPM file to raw samples in another colour format, and back.
+#include <getopt.h>
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include "commands.h"
+#include "orv.h"
+#include "output_file.h"
+#include "paths.h"
+#include "ppm_file.h"
+
+namespace {
+
+constexpr char kHelp[] =
+    "usage: orv convert IN.ppm --to FORMAT OUT.raw\n"
+    "       orv convert IN.raw --from FORMAT --size WIDTHxHEIGHT OUT.ppm\n"
+    "\n"
+    "Converts a binary PPM file to raw samples in another colour format, or such samples\n"
+    "back. Rows have no padding, and planes follow each other.\n"
+    "\n"
+    "  yuv420   planes Y, U, V, with a sample of U and V for a square of four pixels\n"
+    "  yuv422   planes Y, U, V, with a sample of U and V for two pixels side by side\n"
+    "  yuyv     the same in one piece: Y, U, Y, V for two pixels\n"
+    "           (full range; an odd last column or row is repeated)\n"
+    "\n"
+    "  --path NAME   use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --help        show this\n";
+
+// ---- Formats
+
+// A picture's planes, and the steps of their rows in bytes.
+struct Planes {
+  Vel8u* plane[3] = {};
+  int step[3] = {};
+};
+
+struct Format {
+  const char* name;
+  // So many bytes for each group of across by down pixels.
+  struct Plane {
+    int across, down, bytes;
+  } planes[3];
+  // Of whole groups.
+  VelStatus (*toRaw)(const Vel8u* rgb, int step, const Planes& to, VeliSize size);
+  VelStatus (*fromRaw)(const Planes& from, Vel8u* rgb, int step, VeliSize size);
+};
+
+constexpr Format kFormats[] = {
+    {"yuv420",
+     {{1, 1, 1}, {2, 2, 1}, {2, 2, 1}},
+     [](const Vel8u* rgb, int step, const Planes& to, VeliSize size) {
+       return orviRGBToYUV420_8u_C3P3R(rgb, step, to.plane, to.step, size);
+     },
+     [](const Planes& from, Vel8u* rgb, int step, VeliSize size) {
+       return orviYUV420ToRGB_8u_P3C3R(from.plane, from.step, rgb, step, size);
+     }},
+    {"yuv422",
+     {{1, 1, 1}, {2, 1, 1}, {2, 1, 1}},
+     [](const Vel8u* rgb, int step, const Planes& to, VeliSize size) {
+       return orviRGBToYUV422_8u_C3P3R(rgb, step, to.plane, to.step, size);
+     },
+     [](const Planes& from, Vel8u* rgb, int step, VeliSize size) {
+       return orviYUV422ToRGB_8u_P3C3R(from.plane, from.step, rgb, step, size);
+     }},
+    {"yuyv",
+     {{2, 1, 4}},
+     [](const Vel8u* rgb, int step, const Planes& to, VeliSize size) {
+       return orviRGBToYUV422_8u_C3C2R(rgb, step, to.plane[0], to.step[0], size);
+     },
+     [](const Planes& from, Vel8u* rgb, int step, VeliSize size) {
+       return orviYUV422ToRGB_8u_C2C3R(from.plane[0], from.step[0], rgb, step, size);
+     }},
+};
+
+const Format& format(const std::string& name) {
+  std::string names;
+  for (const Format& f : kFormats) {
+    if (name == f.name) return f;
+    names += (names.empty() ? "" : ", ") + std::string(f.name);
+  }
+  throw UsageError("there is no format '" + name + "', only " + names);
+}
+
+// ---- Pictures
+
+int divideUp(int a, int b) { return (a + b - 1) / b; }
+
+void require(VelStatus status) {
+  if (status != velStsNoErr)
+    throw std::runtime_error(std::string("the library refuses: ") + orvGetStatusString(status));
+}
+
+// A picture of whole groups in a format, of which the file has those rows and groups that hold pixels.
+class Raw {
+ public:
+  Raw(const Format& format, int width, int height) : format_(format), width_(width), height_(height) {
+    int across = 1, down = 1;
+    for (const auto& p : format.planes) across = std::max(across, p.across), down = std::max(down, p.down);
+    whole_ = {divideUp(width, across) * across, divideUp(height, down) * down};
+    size_t total = 0;
+    for (int i = 0; i < count(); ++i) {
+      const auto& p = format.planes[i];
+      planes_.step[i] = whole_.width / p.across * p.bytes;
+      start_[i] = total;
+      total += size_t(planes_.step[i]) * size_t(whole_.height / p.down);
+    }
+    samples_.resize(total);
+    for (int i = 0; i < count(); ++i) planes_.plane[i] = samples_.data() + start_[i];
+  }
+  const Planes& planes() const { return planes_; }
+  VeliSize whole() const { return whole_; }
+
+  // visit(bytes, how many) for each row of each plane, as they come in the file.
+  template <class Visit> void forEachRow(const Visit& visit) const {
+    for (int i = 0; i < count(); ++i) {
+      const auto& p = format_.planes[i];
+      for (int y = 0; y < divideUp(height_, p.down); ++y)
+        visit(planes_.plane[i] + ptrdiff_t(y) * planes_.step[i], size_t(divideUp(width_, p.across) * p.bytes));
+    }
+  }
+
+ private:
+  int count() const { return format_.planes[1].bytes ? 3 : 1; }
+
+  const Format& format_;
+  const int width_, height_;
+  VeliSize whole_;
+  size_t start_[3];
+  std::vector<Vel8u> samples_;
+  Planes planes_;
+};
+
+// The picture, with its last column and row repeated.
+std::vector<Vel8u> completed(Picture picture, VeliSize whole) {
+  if (whole.width == picture.width && whole.height == picture.height) return std::move(picture.samples);
+  std::vector<Vel8u> rgb;
+  rgb.reserve(size_t(whole.width) * size_t(whole.height) * 3);
+  for (int y = 0; y < whole.height; ++y) {
+    const Vel8u* const row = &picture.samples[size_t(std::min(y, picture.height - 1)) * size_t(picture.width) * 3];
+    rgb.insert(rgb.end(), row, row + 3 * picture.width);
+    for (int x = picture.width; x < whole.width; ++x)
+      rgb.insert(rgb.end(), row + 3 * (picture.width - 1), row + 3 * picture.width);
+  }
+  return rgb;
+}
+
+// ---- The command
+
+struct Arguments {
+  bool help = false;
+  const Format *to = nullptr, *from = nullptr;
+  int width = 0, height = 0;
+  std::string in, out;
+};
+
+void parseSize(const std::string& text, Arguments* a) {
+  const size_t x = text.find('x');
+  if (x == std::string::npos) throw UsageError("--size takes WIDTHxHEIGHT");
+  a->width = int(optionNumber("--size's width", text.substr(0, x).c_str(), kMostInMemory));
+  a->height = int(optionNumber("--size's height", text.substr(x + 1).c_str(), kMostInMemory));
+  if (a->width > kMostInMemory / a->height)
+    throw UsageError("--size takes up to " + std::to_string(kMostInMemory) + " pixels");
+}
+
+Arguments parse(int argc, char** argv) {
+  const option options[] = {{"help", no_argument, nullptr, 'h'},       {"path", required_argument, nullptr, 'p'},
+                            {"to", required_argument, nullptr, 't'},   {"from", required_argument, nullptr, 'f'},
+                            {"size", required_argument, nullptr, 's'}, {}};
+  Arguments a;
+  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
+    switch (c) {
+      case 'h': a.help = true; return a;
+      case 'p': selectPath(optarg); break;
+      case 't': a.to = &format(optarg); break;
+      case 'f': a.from = &format(optarg); break;
+      case 's': parseSize(optarg, &a); break;
+      default: refuseOption(c, argv);
+    }
+  }
+  if (argc - optind != 2) throw UsageError("convert takes two files (see orv convert --help)");
+  if (!a.to == !a.from) throw UsageError("convert takes either --to or --from (see orv convert --help)");
+  if (!a.from == (a.width > 0)) throw UsageError("--size goes with --from, and --from with --size");
+  a.in = argv[optind];
+  a.out = argv[optind + 1];
+  return a;
+}
+
+void convertTo(const Arguments& a) {
+  PpmReader reader(a.in);
+  if (reader.channels() != 3) throw std::runtime_error(a.in + ": a grey picture; convert takes colour (PPM)");
+  const Raw raw(*a.to, reader.width(), reader.height());
+  const std::vector<Vel8u> rgb = completed(reader.picture(), raw.whole());
+  require(a.to->toRaw(rgb.data(), raw.whole().width * 3, raw.planes(), raw.whole()));
+  OutputFile file(a.out);
+  raw.forEachRow([&](const Vel8u* row, size_t size) { file.write(row, size); });
+  file.commit();
+}
+
+void convertFrom(const Arguments& a) {
+  const std::unique_ptr<FILE, int (*)(FILE*)> file(fopen(a.in.c_str(), "rb"), fclose);
+  const auto fail = [&](const std::string& why) { throw std::runtime_error(a.in + ": " + why); };
+  if (!file) fail(std::string("cannot read: ") + strerror(errno));
+  const Raw raw(*a.from, a.width, a.height);
+  size_t total = 0;
+  raw.forEachRow([&](Vel8u* row, size_t size) { total += fread(row, 1, size, file.get()), total -= size; });
+  const bool longer = total == 0 && fgetc(file.get()) != EOF;
+  if (ferror(file.get())) fail(std::string("cannot read: ") + strerror(errno));
+  if (total != 0 || longer)
+    fail(std::string("the file is ") + (longer ? "longer" : "shorter") + " than a picture of this format and size");
+  const int step = raw.whole().width * 3;
+  std::vector<Vel8u> rgb(size_t(step) * size_t(raw.whole().height));
+  require(a.from->fromRaw(raw.planes(), rgb.data(), step, raw.whole()));
+  PpmFile ppm(a.out, a.width, a.height, 3);
+  for (int y = 0; y < a.height; ++y) {
+    memcpy(ppm.rows(y, 1).data, &rgb[size_t(y) * size_t(step)], size_t(a.width) * 3);
+    ppm.done(y, 1);
+  }
+  ppm.commit();
+}
+
+}  // namespace
+
+int runConvert(int argc, char** argv) {
+  const Arguments a = parse(argc, argv);
+  if (a.help) {
+    fputs(kHelp, stdout);
+    return 0;
+  }
+  requireSse2();
+  try {
+    a.to ? convertTo(a) : convertFrom(a);
+  } catch (const std::bad_alloc&) {
+    throw std::runtime_error(a.in + ": there is not enough memory for this picture");
+  }
+  return 0;
+}
