@@ -25,7 +25,13 @@ constexpr char kHelp[] =
     "  yuv420   planes Y, U, V, with a sample of U and V for a square of four pixels\n"
     "  yuv422   planes Y, U, V, with a sample of U and V for two pixels side by side\n"
     "  yuyv     the same in one piece: Y, U, Y, V for two pixels\n"
-    "           (full range; an odd last column or row is repeated)\n"
+    "           (all three: full range; an odd last column or row is repeated)\n"
+    "  ycbcr    Y, Cb, Cr for each pixel, in studio range\n"
+    "  ycbcrp   planes Y, Cb, Cr, in studio range\n"
+    "  rgb565, rgb555, rgb444, bgr565, bgr555, bgr444\n"
+    "           a 16-bit word for each pixel, low byte first; the first colour is in the\n"
+    "           low bits. The library packs YCbCr, so the colours go through studio\n"
+    "           range. There is no way back\n"
     "\n"
     "  --path NAME   use the library's code path w7, v8, s8, p8 or g9\n"
     "  --help        show this\n";
@@ -44,10 +50,39 @@ struct Format {
   struct Plane {
     int across, down, bytes;
   } planes[3];
-  // Of whole groups.
+  // Of whole groups. fromRaw is null where the library has no way back.
   VelStatus (*toRaw)(const Vel8u* rgb, int step, const Planes& to, VeliSize size);
   VelStatus (*fromRaw)(const Planes& from, Vel8u* rgb, int step, VeliSize size);
 };
+
+using Packer = decltype(orviYCbCrToRGB565_8u16u_C3R);
+
+template <Packer* kPack> VelStatus toWords(const Vel8u* rgb, int step, const Planes& to, VeliSize size) {
+  const auto row = std::make_unique<Vel8u[]>(size_t(step));
+  VelStatus status = velStsNoErr;
+  for (int y = 0; y < size.height && status == velStsNoErr; ++y) {
+    auto* const words = reinterpret_cast<Vel16u*>(to.plane[0] + ptrdiff_t(y) * to.step[0]);
+    status = orviRGBToYCbCr_8u_C3R(rgb + ptrdiff_t(y) * step, step, row.get(), step, {size.width, 1});
+    if (status == velStsNoErr) status = kPack(row.get(), step, words, to.step[0], {size.width, 1});
+  }
+  return status;
+}
+
+// The library converts planes to planes.
+VelStatus toPlanarYCbCr(const Vel8u* rgb, int step, const Planes& to, VeliSize size) {
+  const auto row = std::make_unique<Vel8u[]>(size_t(step));
+  Vel8u *const r = row.get(), *const g = r + size.width, *const b = g + size.width;
+  const Vel8u* const from[3] = {r, g, b};
+  VelStatus status = velStsNoErr;
+  for (int y = 0; y < size.height && status == velStsNoErr; ++y) {
+    const Vel8u* pixel = rgb + ptrdiff_t(y) * step;
+    for (int x = 0; x < size.width; ++x, pixel += 3) r[x] = pixel[0], g[x] = pixel[1], b[x] = pixel[2];
+    const ptrdiff_t at = ptrdiff_t(y) * to.step[0];
+    Vel8u* const rows[3] = {to.plane[0] + at, to.plane[1] + at, to.plane[2] + at};
+    status = orviRGBToYCbCr_8u_P3R(from, size.width, rows, to.step[0], {size.width, 1});
+  }
+  return status;
+}
 
 constexpr Format kFormats[] = {
     {"yuv420",
@@ -74,6 +109,26 @@ constexpr Format kFormats[] = {
      [](const Planes& from, Vel8u* rgb, int step, VeliSize size) {
        return orviYUV422ToRGB_8u_C2C3R(from.plane[0], from.step[0], rgb, step, size);
      }},
+    {"ycbcr",
+     {{1, 1, 3}},
+     [](const Vel8u* rgb, int step, const Planes& to, VeliSize size) {
+       return orviRGBToYCbCr_8u_C3R(rgb, step, to.plane[0], to.step[0], size);
+     },
+     [](const Planes& from, Vel8u* rgb, int step, VeliSize size) {
+       return orviYCbCrToRGB_8u_C3R(from.plane[0], from.step[0], rgb, step, size);
+     }},
+    {"ycbcrp",
+     {{1, 1, 1}, {1, 1, 1}, {1, 1, 1}},
+     toPlanarYCbCr,
+     [](const Planes& from, Vel8u* rgb, int step, VeliSize size) {
+       return orviYCbCrToRGB_8u_P3C3R(from.plane, from.step[0], rgb, step, size);
+     }},
+    {"rgb565", {{1, 1, 2}}, toWords<orviYCbCrToRGB565_8u16u_C3R>, nullptr},
+    {"rgb555", {{1, 1, 2}}, toWords<orviYCbCrToRGB555_8u16u_C3R>, nullptr},
+    {"rgb444", {{1, 1, 2}}, toWords<orviYCbCrToRGB444_8u16u_C3R>, nullptr},
+    {"bgr565", {{1, 1, 2}}, toWords<orviYCbCrToBGR565_8u16u_C3R>, nullptr},
+    {"bgr555", {{1, 1, 2}}, toWords<orviYCbCrToBGR555_8u16u_C3R>, nullptr},
+    {"bgr444", {{1, 1, 2}}, toWords<orviYCbCrToBGR444_8u16u_C3R>, nullptr},
 };
 
 const Format& format(const std::string& name) {
@@ -184,6 +239,7 @@ Arguments parse(int argc, char** argv) {
   if (argc - optind != 2) throw UsageError("convert takes two files (see orv convert --help)");
   if (!a.to == !a.from) throw UsageError("convert takes either --to or --from (see orv convert --help)");
   if (!a.from == (a.width > 0)) throw UsageError("--size goes with --from, and --from with --size");
+  if (a.from && !a.from->fromRaw) throw UsageError("there is no way back from " + std::string(a.from->name));
   a.in = argv[optind];
   a.out = argv[optind + 1];
   return a;
