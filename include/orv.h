@@ -282,6 +282,70 @@ ORV_API VelStatus veliFilterBox_32f_AC4R(const Vel32f* pSrc, int srcStep, Vel32f
 ORV_API VelStatus orviFilterBox_32f_AC4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep,
                                          VeliSize dstRoiSize, VeliSize maskSize, VeliPoint anchor);
 
+/* ---- Image: floating-point arithmetic ----------------------------------------------------------------------- */
+
+/* In place on rows of floats: each element d of pSrcDst becomes
+ *   Add   d + s     AddC   d + k
+ *   Sub   d - s     SubC   d - k
+ *   Mul   d s       MulC   d k
+ * where s is the element of pSrc at the same place and k the constant of its channel. One IEEE operation in the caller's
+ * rounding mode; infinities and NaNs propagate, of two NaNs that of d. pSrc may be pSrcDst itself, with the same step.
+ *   C1, C3, C4   elements of every channel alike; value: one constant, or as many as channels
+ *   AC4          four elements a pixel; value: three constants. The fourth element is worked on with 0, 0 or 1 in place
+ *                of its s or k, which keeps its value; but -0 plus 0 is 0.
+ *   velStsSizeErr      C3 and C4 with an image only: width below 1
+ *   velStsNullPtrErr   pSrc, value (where it is a pointer) or pSrcDst is null
+ *   velStsSizeErr      width or height below 1
+ * Steps are not checked: a negative one walks upwards. */
+ORV_API VelStatus veliAdd_32f_C1IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviAdd_32f_C1IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliAdd_32f_C3IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviAdd_32f_C3IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliAdd_32f_C4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviAdd_32f_C4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliAdd_32f_AC4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviAdd_32f_AC4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliSub_32f_C1IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviSub_32f_C1IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliSub_32f_C3IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviSub_32f_C3IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliSub_32f_C4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviSub_32f_C4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliSub_32f_AC4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviSub_32f_AC4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliMul_32f_C1IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviMul_32f_C1IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliMul_32f_C3IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviMul_32f_C3IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliMul_32f_C4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviMul_32f_C4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliMul_32f_AC4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviMul_32f_AC4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliAddC_32f_C1IR(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviAddC_32f_C1IR(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliAddC_32f_C3IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviAddC_32f_C3IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliAddC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviAddC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliAddC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviAddC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliSubC_32f_C1IR(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviSubC_32f_C1IR(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliSubC_32f_C3IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviSubC_32f_C3IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliSubC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviSubC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliSubC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviSubC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliMulC_32f_C1IR(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviMulC_32f_C1IR(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliMulC_32f_C3IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviMulC_32f_C3IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliMulC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviMulC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus veliMulC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+ORV_API VelStatus orviMulC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+
 /* ---- Colour: YCbCr ------------------------------------------------------------------------------------------ */
 
 /* RGB and YCbCr of ITU-R BT.601 in studio range: luma 16..235, chroma 16..240 centred on 128. Weights are those of the

@@ -18,6 +18,20 @@ ORV_INLINE void store(void* p, Vec v) { _mm_storeu_si128(static_cast<Vec*>(p), v
 // As doubles: what gcc makes of the integer form goes through general registers in 32-bit.
 ORV_INLINE void storeLow(void* p, Vec v) { _mm_storel_pd(static_cast<double*>(p), _mm_castsi128_pd(v)); }
 ORV_INLINE void storeHigh(void* p, Vec v) { _mm_storeh_pd(static_cast<double*>(p), _mm_castsi128_pd(v)); }
+// The first kBytes of a vector: 16, 8, 4, 2 or 1. What a load does not fill is zero.
+template <int kBytes> ORV_INLINE Vec loadPart(const void* p) {
+  if (kBytes == 16) return load(p);
+  if (kBytes == 8) return loadLow(p);
+  unsigned some = 0;
+  memcpy(&some, p, size_t(kBytes) % 8);
+  return _mm_cvtsi32_si128(int(some));
+}
+template <int kBytes> ORV_INLINE void storePart(void* p, Vec v) {
+  if (kBytes == 16) return store(p, v);
+  if (kBytes == 8) return storeLow(p, v);
+  const int some = _mm_cvtsi128_si32(v);
+  memcpy(p, &some, size_t(kBytes) % 8);
+}
 // Past the caches; p at a multiple of 16. streamEnd orders such stores before what follows.
 ORV_INLINE void stream(void* p, Vec v) { _mm_stream_si128(static_cast<Vec*>(p), v); }
 ORV_INLINE void streamEnd() { _mm_sfence(); }

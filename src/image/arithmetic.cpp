@@ -1,0 +1,346 @@
+// Floating-point arithmetic in place, with a second image or with a constant for each channel.
+//
+// A row is a run of elements, each the result of one operation, so how it is cut into vectors does not show. The vectors
+// at its two ends may overlap others; they are worked out before the loop changes their elements and stored after it.
+#include "core/simd.h"
+#include "image/checks.h"
+
+namespace {
+
+constexpr int kLanes = int(kWide / sizeof(float));
+
+// ---- Operations: d op s
+//
+// Of two NaNs an instruction gives its first operand. Compilers think that the operands of a sum or a product may change
+// places, hence the instructions themselves.
+
+#if ORV_HAS_WIDE_FLOAT
+#define ORV_COMBINE(instruction, d, s) __asm__("v" instruction " %2, %1, %0" : "=x"(d) : "x"(d), "x"(s))
+#else
+#define ORV_COMBINE(instruction, d, s) __asm__(instruction " %1, %0" : "+x"(d) : "x"(s))
+#endif
+
+// kNeutral leaves d as it is.
+struct Add {
+  static constexpr float kNeutral = 0;
+  template <class V> ORV_INLINE V of(V d, V s) {
+    ORV_COMBINE("addps", d, s);
+    return d;
+  }
+};
+struct Sub {
+  static constexpr float kNeutral = 0;
+  template <class V> ORV_INLINE V of(V d, V s) {
+    ORV_COMBINE("subps", d, s);
+    return d;
+  }
+};
+struct Mul {
+  static constexpr float kNeutral = 1;
+  template <class V> ORV_INLINE V of(V d, V s) {
+    ORV_COMBINE("mulps", d, s);
+    return d;
+  }
+};
+
+// ---- The first n floats of a vector
+
+template <int n> ORV_INLINE auto loadFloats(const void* p) {
+  if constexpr (n == kLanes)
+    return loadWide(p);
+  else
+    return _mm_castsi128_ps(loadPart<4 * n>(p));
+}
+template <int n, class V> ORV_INLINE void storeFloats(float* p, V v) {
+  if constexpr (n == kLanes)
+    storeWide(p, v);
+  else
+    storePart<4 * n>(p, _mm_castps_si128(v));
+}
+
+// ---- Second operands
+//
+// at<n>(i) is what n elements from i of a row are combined with. A loop over whole vectors takes them in blocks of kBlock:
+// from(i) is the block that begins at i, next() makes it the block behind it, and vector(j) is the j-th vector of it.
+
+// A second image.
+struct Image {
+  static constexpr int kBlock = 4;
+  const float* row;
+  int step;
+
+  bool isTight(ptrdiff_t rowBytes) const { return step == rowBytes; }
+  Image atRow(int y) const { return {rowOf(row, step, y), step}; }
+  template <int n> auto at(size_t i) const { return loadFloats<n>(row + i); }
+
+  struct Block {
+    const float* p;
+    Wide vector(int j) const { return loadWide(p + j * kLanes); }
+    void next() { p += kBlock * kLanes; }
+  };
+  Block from(size_t i) const { return {row + i}; }
+};
+
+// kPeriod elements again and again.
+template <int kPeriod> struct Pattern {
+  static constexpr int kVectors = kPeriod == 3 ? 3 : 1, kBlock = kPeriod == 3 ? 3 : 4;
+  Vel32u elements[kLanes + kPeriod - 1];
+
+  explicit Pattern(const void* value) {
+    Vel32u period[kPeriod];
+    memcpy(period, value, sizeof period);
+    for (int i = 0; i < kLanes + kPeriod - 1; ++i) elements[i] = period[i % kPeriod];
+  }
+  bool isTight(ptrdiff_t) const { return true; }
+  const Pattern& atRow(int) const { return *this; }
+  template <int n> auto at(size_t i) const { return loadFloats<n>(elements + i % kPeriod); }
+
+  struct Block {
+    Wide v[kVectors];
+    Wide vector(int j) const { return v[j % kVectors]; }
+    void next() {}
+  };
+  Block from(size_t i) const {
+    Block block;
+    ORV_UNROLL
+    for (int j = 0; j < kVectors; ++j) block.v[j] = at<kLanes>(i + size_t(j) * kLanes);
+    return block;
+  }
+};
+
+// A second image of four channels, with the neutral number in place of the fourth.
+template <class Op> struct ImageButAlpha {
+  static constexpr int kBlock = 4;
+  Image image;
+  const Pattern<4>&colours, &neutral;  // all bits of three channels; the number in the fourth
+
+  static __m128 only(__m128 s, __m128 kept, __m128 other) {
+    s = _mm_and_ps(s, kept);
+    return Op::kNeutral == 0 ? s : _mm_or_ps(s, other);
+  }
+#if ORV_HAS_WIDE_FLOAT
+  static __m256 only(__m256 s, __m256 kept, __m256 other) {
+    s = andWide(s, kept);
+    return Op::kNeutral == 0 ? s : orWide(s, other);
+  }
+#endif
+
+  bool isTight(ptrdiff_t rowBytes) const { return image.isTight(rowBytes); }
+  ImageButAlpha atRow(int y) const { return {image.atRow(y), colours, neutral}; }
+  template <int n> auto at(size_t i) const {
+    return only(image.at<n>(i), colours.template at<n>(i), neutral.template at<n>(i));
+  }
+
+  struct Block {
+    Image::Block image;
+    Wide colours, neutral;
+    Wide vector(int j) const { return only(image.vector(j), colours, neutral); }
+    void next() { image.next(); }
+  };
+  Block from(size_t i) const { return {image.from(i), colours.template at<kLanes>(i), neutral.template at<kLanes>(i)}; }
+};
+
+// ---- Rows
+
+template <class Op, int n, class Operand> ORV_INLINE auto result(const float* d, const Operand& s, size_t i) {
+  return Op::of(loadFloats<n>(d + i), s.template at<n>(i));
+}
+
+// A row of n to 2 n elements.
+template <class Op, int n, class Operand> ORV_INLINE void ends(float* d, const Operand& s, size_t len) {
+  const auto first = result<Op, n>(d, s, 0), last = result<Op, n>(d, s, len - n);
+  storeFloats<n>(d, first);
+  storeFloats<n>(d + len - n, last);
+}
+
+// A row of whole vectors, those between the ends at aligned places.
+template <class Op, class Operand> ORV_INLINE void vectors(float* d, const Operand& s, size_t len) {
+  float* const end = d + (len - kLanes);
+  const Wide first = result<Op, kLanes>(d, s, 0), last = result<Op, kLanes>(d, s, len - kLanes);
+  const size_t head = kLanes - reinterpret_cast<uintptr_t>(d) / sizeof *d % kLanes;
+  auto loop = s.from(head);
+  float* p = d + head;
+  constexpr int kBlock = Operand::kBlock;
+  for (; p + (kBlock - 1) * kLanes < end; p += kBlock * kLanes) {
+    ORV_UNROLL
+    for (int j = 0; j < kBlock; ++j) storeWide(p + j * kLanes, Op::of(loadWide(p + j * kLanes), loop.vector(j)));
+    loop.next();
+  }
+  ORV_UNROLL
+  for (int j = 0; j < kBlock - 1; ++j)
+    if (p + j * kLanes < end) storeWide(p + j * kLanes, Op::of(loadWide(p + j * kLanes), loop.vector(j)));
+  storeWide(d, first);
+  storeWide(end, last);
+}
+
+template <class Op, class Operand> ORV_INLINE void row(float* d, const Operand& s, size_t len) {
+  if (len >= kLanes)
+    vectors<Op>(d, s, len);
+  else if (len >= 4)
+    ends<Op, 4>(d, s, len);
+  else if (len >= 2)
+    ends<Op, 2>(d, s, len);
+  else
+    ends<Op, 1>(d, s, len);
+}
+
+// Rows of len elements that lie close together make one row.
+template <class Op, class Operand> void rows(const Operand& s, float* d, int step, size_t len, int height) {
+  const ptrdiff_t rowBytes = ptrdiff_t(len * sizeof *d);
+  if (step == rowBytes && s.isTight(rowBytes)) {
+    len *= size_t(height);
+    height = 1;
+  }
+  for (int y = 0; y < height; ++y) row<Op>(rowOf(d, step, y), s.atRow(y), len);
+}
+
+// ---- Images: the checks, then the rows
+
+template <class Op> ORV_INLINE VelStatus withImage(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int step,
+                                                   VeliSize size, int channels = 1) {
+  if (channels > 1 && size.width < 1) return velStsSizeErr;
+  ORV_CHECK(checkPointers(pSrc, pSrcDst));
+  ORV_CHECK(checkSize(size));
+  rows<Op>(Image{pSrc, srcStep}, pSrcDst, step, size_t(size.width) * size_t(channels), size.height);
+  return velStsNoErr;
+}
+
+template <class Op>
+ORV_INLINE VelStatus withImageButAlpha(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int step, VeliSize size) {
+  ORV_CHECK(checkPointers(pSrc, pSrcDst));
+  ORV_CHECK(checkSize(size));
+  const Vel32u bits[4] = {~0u, ~0u, ~0u, 0};
+  const float number[4] = {0, 0, 0, Op::kNeutral};
+  const Pattern<4> colours(bits), neutral(number);
+  rows<Op>(ImageButAlpha<Op>{{pSrc, srcStep}, colours, neutral}, pSrcDst, step, size_t(size.width) * 4, size.height);
+  return velStsNoErr;
+}
+
+// As many constants as channels.
+template <class Op, int kChannels>
+ORV_INLINE VelStatus withConstants(const Vel32f* value, Vel32f* pSrcDst, int step, VeliSize size) {
+  ORV_CHECK(checkPointers(value, pSrcDst));
+  ORV_CHECK(checkSize(size));
+  rows<Op>(Pattern<kChannels>(value), pSrcDst, step, size_t(size.width) * kChannels, size.height);
+  return velStsNoErr;
+}
+
+template <class Op>
+ORV_INLINE VelStatus withConstantsButAlpha(const Vel32f* value, Vel32f* pSrcDst, int step, VeliSize size) {
+  ORV_CHECK(checkPointers(value));
+  float four[4] = {0, 0, 0, Op::kNeutral};
+  memcpy(four, value, 3 * sizeof *value);
+  return withConstants<Op, 4>(four, pSrcDst, step, size);
+}
+
+}  // namespace
+
+// ---- Bodies
+
+ORV_BODY_C(veliAdd_32f_C1IR)
+(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withImage<Add>(pSrc, srcStep, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliAdd_32f_C3IR)
+(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withImage<Add>(pSrc, srcStep, pSrcDst, srcDstStep, roiSize, 3);
+}
+
+ORV_BODY_C(veliAdd_32f_C4IR)
+(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withImage<Add>(pSrc, srcStep, pSrcDst, srcDstStep, roiSize, 4);
+}
+
+ORV_BODY_C(veliAdd_32f_AC4IR)
+(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withImageButAlpha<Add>(pSrc, srcStep, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliSub_32f_C1IR)
+(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withImage<Sub>(pSrc, srcStep, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliSub_32f_C3IR)
+(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withImage<Sub>(pSrc, srcStep, pSrcDst, srcDstStep, roiSize, 3);
+}
+
+ORV_BODY_C(veliSub_32f_C4IR)
+(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withImage<Sub>(pSrc, srcStep, pSrcDst, srcDstStep, roiSize, 4);
+}
+
+ORV_BODY_C(veliSub_32f_AC4IR)
+(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withImageButAlpha<Sub>(pSrc, srcStep, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliMul_32f_C1IR)
+(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withImage<Mul>(pSrc, srcStep, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliMul_32f_C3IR)
+(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withImage<Mul>(pSrc, srcStep, pSrcDst, srcDstStep, roiSize, 3);
+}
+
+ORV_BODY_C(veliMul_32f_C4IR)
+(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withImage<Mul>(pSrc, srcStep, pSrcDst, srcDstStep, roiSize, 4);
+}
+
+ORV_BODY_C(veliMul_32f_AC4IR)
+(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withImageButAlpha<Mul>(pSrc, srcStep, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliAddC_32f_C1IR)(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withConstants<Add, 1>(&value, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_A(veliAddC_32f_C3IR)(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withConstants<Add, 3>(value, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliAddC_32f_C4IR)(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withConstants<Add, 4>(value, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliAddC_32f_AC4IR)(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withConstantsButAlpha<Add>(value, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliSubC_32f_C1IR)(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withConstants<Sub, 1>(&value, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_A(veliSubC_32f_C3IR)(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withConstants<Sub, 3>(value, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliSubC_32f_C4IR)(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withConstants<Sub, 4>(value, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliSubC_32f_AC4IR)(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withConstantsButAlpha<Sub>(value, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliMulC_32f_C1IR)(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withConstants<Mul, 1>(&value, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_A(veliMulC_32f_C3IR)(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withConstants<Mul, 3>(value, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_B(veliMulC_32f_C4IR)(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withConstants<Mul, 4>(value, pSrcDst, srcDstStep, roiSize);
+}
+
+ORV_BODY_C(veliMulC_32f_AC4IR)(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize) {
+  return withConstantsButAlpha<Mul>(value, pSrcDst, srcDstStep, roiSize);
+}
