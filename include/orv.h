@@ -346,6 +346,45 @@ ORV_API VelStatus orviMulC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int 
 ORV_API VelStatus veliMulC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
 ORV_API VelStatus orviMulC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
 
+/* ---- Image: depth conversion -------------------------------------------------------------------------------- */
+
+/* Bytes to floats of the same value. C1, C3, C4: every channel; AC4: three channels of four, the fourth float of a
+ * destination pixel keeps its value.
+ *   velStsNullPtrErr   pSrc or pDst is null
+ *   velStsSizeErr      width or height below 1
+ *   velStsStepErr      a step below 1 */
+ORV_API VelStatus veliConvert_8u32f_C1R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviConvert_8u32f_C1R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliConvert_8u32f_C3R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviConvert_8u32f_C3R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliConvert_8u32f_C4R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviConvert_8u32f_C4R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliConvert_8u32f_AC4R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviConvert_8u32f_AC4R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
+
+/* Floats to bytes: limited to 0..255 and rounded as roundMode says, whatever rounding mode the caller has set, which is
+ * the same again afterwards. A NaN gives 255. Layouts as above; in AC4 the fourth byte keeps its value.
+ *   0       towards zero
+ *   1       to the nearest integer, halves to the even one
+ *   other   to the nearest integer, halves away from zero
+ * Statuses as above. */
+ORV_API VelStatus veliConvert_32f8u_C1R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                        int roundMode);
+ORV_API VelStatus orviConvert_32f8u_C1R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                        int roundMode);
+ORV_API VelStatus veliConvert_32f8u_C3R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                        int roundMode);
+ORV_API VelStatus orviConvert_32f8u_C3R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                        int roundMode);
+ORV_API VelStatus veliConvert_32f8u_C4R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                        int roundMode);
+ORV_API VelStatus orviConvert_32f8u_C4R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                        int roundMode);
+ORV_API VelStatus veliConvert_32f8u_AC4R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                         int roundMode);
+ORV_API VelStatus orviConvert_32f8u_AC4R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                         int roundMode);
+
 /* ---- Colour: YCbCr ------------------------------------------------------------------------------------------ */
 
 /* RGB and YCbCr of ITU-R BT.601 in studio range: luma 16..235, chroma 16..240 centred on 128. Weights are those of the

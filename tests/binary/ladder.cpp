@@ -55,6 +55,30 @@ void arithmetic() {
   for (const auto form : withConstants) run([&] { return form(value, image, kStep, size); });
 }
 
+void convert() {
+  constexpr int kWidth = 19, kHeight = 3, kElements = kWidth * 4;
+  const VeliSize size = {kWidth, kHeight};
+  Vel8u bytes[kElements * kHeight];
+  Vel32f floats[kElements * kHeight];
+  decltype(orviConvert_8u32f_C1R)* const toFloats[] = {orviConvert_8u32f_C1R, orviConvert_8u32f_C3R,
+                                                       orviConvert_8u32f_C4R, orviConvert_8u32f_AC4R};
+  scatter(bytes, 256, 13);
+  for (const auto form : toFloats) {
+    memset(floats, 0, sizeof floats);
+    expectDone(form(bytes, kElements, floats, kElements * 4, size));
+    add(floats);
+  }
+  decltype(orviConvert_32f8u_C1R)* const toBytes[] = {orviConvert_32f8u_C1R, orviConvert_32f8u_C3R,
+                                                      orviConvert_32f8u_C4R, orviConvert_32f8u_AC4R};
+  for (Vel32f& x : floats) x = x * 1.5f - 20;
+  for (const auto form : toBytes)
+    for (int roundMode : {0, 1, 2}) {
+      memset(bytes, 0, sizeof bytes);
+      expectDone(form(floats, kElements * 4, bytes, kElements, size, roundMode));
+      add(bytes);
+    }
+}
+
 void inverseDct() {
   decltype(orviDCTQuantInv8x8LS_JPEG_16s8u_C1R)* const forms[] = {
       orviDCTQuantInv8x8LS_JPEG_16s8u_C1R, orviDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R,
@@ -276,6 +300,7 @@ int main(int argc, char** argv) {
       {"box", box},
       {"alaw", alaw},
       {"arithmetic", arithmetic},
+      {"convert", convert},
       {"mcu", mcu},
   };
   for (const auto& family : kFamilies)
