@@ -46,6 +46,13 @@ typedef struct {
   int x;
   int y;
 } VeliPoint;
+/* A region of an image: its first column and row, and its size, in pixels. */
+typedef struct {
+  int x;
+  int y;
+  int width;
+  int height;
+} VeliRect;
 
 /* ---- Status codes ------------------------------------------------------------------------------------------- */
 
@@ -384,6 +391,145 @@ ORV_API VelStatus veliConvert_32f8u_AC4R(const Vel32f* pSrc, int srcStep, Vel8u*
                                          int roundMode);
 ORV_API VelStatus orviConvert_32f8u_AC4R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
                                          int roundMode);
+
+/* ---- Resizing ----------------------------------------------------------------------------------------------- */
+
+/* How pixels between source pixels are found: one method, and at most one flag ORed to it. */
+enum {
+  velInterNearest = 1,         /* the source pixel whose square holds the centre */
+  velInterLinear = 2,          /* 2 by 2 pixels */
+  velInterCubic = 4,           /* 4 by 4 pixels: the cubic through four points */
+  velInterCubicBSpline = 5,    /* the cubic B-spline: smooths */
+  velInterCubicCatmullRom = 6, /* Catmull-Rom: B = 0, C = 0.5 */
+  velInterCubicB05C03 = 7,     /* B = 0.5, C = 0.3 */
+  velInterSuper = 8,           /* the mean of the area that a pixel covers; only reduces */
+  velInterLanczos = 16,        /* 6 by 6 pixels: Lanczos' window of three lobes */
+  velFlagAntialiasing = 0x20000000, /* linear, cubic, Lanczos: a reduction widens the filter to what a pixel covers */
+  velFlagSubpixelEdge = 0x40000000, /* pixels that are covered in part become the edge, scaled by their coverage */
+  velFlagSmoothEdge = -2147483647 - 1 /* (bit 31) they are blended with the edge, by their coverage */
+};
+
+/* The size of the buffer for a resize call with regions of these sizes, in bytes; any alignment will do. nChannel is
+ * 1 (also for planes), 3 (also for AC4) or 4.
+ *   velStsNullPtrErr        pBufferSize is null
+ *   velStsSizeErr           a region's x or y is negative, or its width or height below 1
+ *   velStsNumChannelsErr    nChannel is not 1, 3 or 4
+ *   velStsInterpolationErr  interpolation is no method with at most one flag
+ *   velStsSizeErr           the size does not fit an int; nothing is stored
+ *   velStsNoAntialiasing    done; antialiasing was asked of nearest or supersampling, which do without */
+ORV_API VelStatus veliResizeGetBufSize(VeliRect srcRoi, VeliRect dstRoi, int nChannel, int interpolation,
+                                       int* pBufferSize);
+ORV_API VelStatus orviResizeGetBufSize(VeliRect srcRoi, VeliRect dstRoi, int nChannel, int interpolation,
+                                       int* pBufferSize);
+
+/* Scales the region srcRoi of an image into the region dstRoi of another one.
+ *
+ * pSrc and pDst point to the images' first pixels, not the regions'; steps are in bytes and are not checked, a negative
+ * one walks upwards. srcRoi is clipped to the image of srcSize. Nothing outside the clipped region is read, and nothing
+ * outside dstRoi is written. pBuffer has the size that veliResizeGetBufSize gives for srcRoi, dstRoi, the channels and
+ * interpolation.
+ *   C1   one channel           C3   three channels          C4   four channels
+ *   AC4  four channels, of which the destination's fourth keeps its value
+ *   P3, P4  three or four planes of one channel, which share a step on each side
+ *
+ * The model. Source pixel i covers [i, i + 1). The edge coordinate u of the source lies at u * xFactor + xShift in the
+ * destination, and the centre of destination pixel x at (x + 0.5 - xShift) / xFactor - 0.5 between the centres of
+ * source pixels: the whole part tells the pixel, the fraction (held in single precision) the weights. Rows likewise.
+ * What a filter needs outside the source region is its nearest pixel in the region.
+ * Written are the pixels of dstRoi whose centre lies in the scaled region or, within 1e-10, on its edge. With
+ * velFlagSubpixelEdge or velFlagSmoothEdge it is those that lie in it whole, and then the ring of pixels that are
+ * covered in part: each from the pixel next to it with its coverage w, a corner's being the product of two:
+ *   subpixel  trunc(0.5000001 + w edge)      smooth  trunc(0.5000001 + (w (edge - old) + old))    single precision
+ *
+ * The methods. With f and g the fractions of column and row:
+ *   nearest   the pixel itself, without arithmetic
+ *   linear    weights w = trunc(16384 f + 0.0000001), and v likewise of g; for the upper and the lower row
+ *             h = ((16384 - w) left + w right + 128) >> 8, then ((16384 - v) upper + v lower + 0x80000) >> 20; a row
+ *             beside the first or last pixels' centres has but one neighbour: ((16384 - w) left + w right + 8192) >> 14
+ *   cubic     four weights k(1 + f), k(f), k(1 - f), k(2 - f), evaluated in double precision and held in single; rows,
+ *             then columns are summed in single precision, and the sum is rounded to the nearest integer, ties to even
+ *               cubic        d < 1:  0.5 d^3 - d^2 - 0.5 d + 1         d < 2:  -1/6 d^3 + d^2 - 11/6 d + 1
+ *               B-spline             0.5 d^3 - d^2 + 2/3                       -1/6 d^3 + d^2 - 2 d + 4/3
+ *               Catmull-Rom          1.5 d^3 - 2.5 d^2 + 1                     -0.5 d^3 + 2.5 d^2 - 4 d + 2
+ *               B05C03               0.95 d^3 - 1.7 d^2 + 0.8333333333333334   -0.38333333333333336 d^3 + 2 d^2 - 3.4 d
+ *                                                                              + 1.8666666666666667
+ *   Lanczos   six weights from tblLanczos3 by linear interpolation, divided by their sum, all in single precision; to
+ *             the sum of columns 0.5000001192092896 is added, and the fraction cut off
+ *   super     the mean of what the destination pixel's square [(x - xShift) / xFactor, (x + 1 - xShift) / xFactor)
+ *             covers of the source region, weighted by the area covered. Columns of pixels, then rows of those sums are
+ *             added up in single precision, and multiplied by the inverse of the area; a pixel that is covered but for
+ *             1e-7 counts as covered. Rounded to the nearest integer, halves up: 1 / 4096 is added to what is rounded,
+ *             so that inexact sums do not miss a half
+ * Antialiased, linear, cubic and Lanczos have kernels as wide as s = max(1, 1 / xFactor) asks for: source pixel i, at the
+ * distance d = |i - centre| / s below the radius r, weighs k(d) divided by the sum of all such weights, in double
+ * precision and then held in single. k is 1 - d for linear (r = 1), the above for the cubics (r = 2), and tblLanczos3 with
+ * linear interpolation for Lanczos (r = 3). Pixels outside the region add their weights to its nearest pixel's. s counts
+ * up to 65536 plus four times the region's width. Rows of the source are summed first: of one channel in four lanes, the
+ * taps 0, 4, ..., the taps 1, 5, ... and so on, as (lane 0 + lane 2) + (lane 1 + lane 3); of more channels tap by tap;
+ * then columns tap by tap, all in single precision, rounded to the nearest integer, ties to even.
+ * Results saturate to 0..255. An image (not region) with a side below 6 is not filtered by Lanczos but by velInterCubic,
+ * and one with a side below 4 by velInterLinear instead of any cubic.
+ *
+ *   velStsNullPtrErr         pSrc, pDst, pBuffer, or a plane's pointer is null
+ *   velStsSizeErr            srcSize has a side below 1; a region's x or y is negative, or its width or height below 1
+ *   velStsResizeFactorErr    a factor is not greater than 0
+ *   velStsInterpolationErr   interpolation is no method with at most one flag
+ *   velStsResizeFactorErr    supersampling with a factor greater than 1
+ *   velStsWrongIntersectROI  warning: srcRoi begins outside the image; nothing is written
+ *   velStsNoOperation        warning: no pixel of dstRoi is in the scaled region; nothing is written
+ *   velStsNoAntialiasing     done; antialiasing was asked of nearest or supersampling, which do without */
+ORV_API VelStatus veliResizeSqrPixel_8u_C1R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
+                                            VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
+                                            double xFactor, double yFactor, double xShift, double yShift,
+                                            int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus orviResizeSqrPixel_8u_C1R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
+                                            VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
+                                            double xFactor, double yFactor, double xShift, double yShift,
+                                            int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus veliResizeSqrPixel_8u_C3R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
+                                            VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
+                                            double xFactor, double yFactor, double xShift, double yShift,
+                                            int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus orviResizeSqrPixel_8u_C3R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
+                                            VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
+                                            double xFactor, double yFactor, double xShift, double yShift,
+                                            int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus veliResizeSqrPixel_8u_C4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
+                                            VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
+                                            double xFactor, double yFactor, double xShift, double yShift,
+                                            int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus orviResizeSqrPixel_8u_C4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
+                                            VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
+                                            double xFactor, double yFactor, double xShift, double yShift,
+                                            int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus veliResizeSqrPixel_8u_AC4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
+                                             VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
+                                             double xFactor, double yFactor, double xShift, double yShift,
+                                             int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus orviResizeSqrPixel_8u_AC4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
+                                             VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
+                                             double xFactor, double yFactor, double xShift, double yShift,
+                                             int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus veliResizeSqrPixel_8u_P3R(const Vel8u* const pSrc[3], VeliSize srcSize, int srcStep,
+                                            VeliRect srcRoi, Vel8u* const pDst[3], int dstStep, VeliRect dstRoi,
+                                            double xFactor, double yFactor, double xShift, double yShift,
+                                            int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus orviResizeSqrPixel_8u_P3R(const Vel8u* const pSrc[3], VeliSize srcSize, int srcStep,
+                                            VeliRect srcRoi, Vel8u* const pDst[3], int dstStep, VeliRect dstRoi,
+                                            double xFactor, double yFactor, double xShift, double yShift,
+                                            int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus veliResizeSqrPixel_8u_P4R(const Vel8u* const pSrc[4], VeliSize srcSize, int srcStep,
+                                            VeliRect srcRoi, Vel8u* const pDst[4], int dstStep, VeliRect dstRoi,
+                                            double xFactor, double yFactor, double xShift, double yShift,
+                                            int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus orviResizeSqrPixel_8u_P4R(const Vel8u* const pSrc[4], VeliSize srcSize, int srcStep,
+                                            VeliRect srcRoi, Vel8u* const pDst[4], int dstStep, VeliRect dstRoi,
+                                            double xFactor, double yFactor, double xShift, double yShift,
+                                            int interpolation, Vel8u* pBuffer);
+
+/* Lanczos' window of three lobes in hundredths: entry i is L(i / 100), where L(x) = 3 sin(pi x) sin(pi x / 3) / (pi x)^2,
+ * L(0) = 1, rounded to single precision; entries 300 and 301 are 0. */
+ORV_API extern const Vel32f tblLanczos3[302];
 
 /* ---- Colour: YCbCr ------------------------------------------------------------------------------------------ */
 

@@ -18,7 +18,11 @@ PATTERNS = {"A": "w7 w7 s8 s8 p8 g9", "B": "w7 w7 v8 v8 p8 g9", "C": "w7 w7 v8 s
 # Exported kernels: those of every path, and those that only bodies of pattern A call.
 KERNELS = """velsCopy_8u velsCopy_16s velsCopy_32s velsZero_8u velsZero_16s velsZero_32s
     velsMalloc_8u velsMalloc_32f velsFree veliConvert_8u16u_C1R veliDCT8x8InvLSClip_16s8u_C1R
-    ownpj_YUV420ToRGB888LS_MCU""".split()
+    ownpj_YUV420ToRGB888LS_MCU
+    ownResize8plN ownResize8pxN ownResize8plL ownResize8pxL ownResize8plC ownResize8pxC ownResize8plLz ownResize8pxLz
+    ownDecimate8plSP ownDecimate8pxSP ownpiResizeAA ownpi_SmoothDstBorder8pl ownpi_SmoothDstBorder8px
+    ownpi_SmoothDstBorder8px4 ownpi_SmoothDstBorder8px4a ownpi_SubpixDstBorder8pl ownpi_SubpixDstBorder8px
+    ownpi_SubpixDstBorder8px4 ownpi_SubpixDstBorder8px4a""".split()
 KERNELS_A = ["veliZigzagInv8x8_16s_C1"]
 
 

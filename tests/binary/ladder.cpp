@@ -246,6 +246,33 @@ void box() {
                              {0, 0}));
       add(dst);
     }
+
+void resize() {
+  constexpr VeliRect kFrom = {1, 0, 40, 9};
+  Vel8u src[41 * 9 * 4];
+  scatter(src, 256, 12);
+  for (int method : {1, 2, 4, 5, 6, 7, 8, 16})
+    for (int flag : {0, int(velFlagAntialiasing), int(velFlagSmoothEdge)})
+      for (double factor : {1.7, 0.7, 0.5}) {
+        if (method == velInterSuper && factor > 1) continue;
+        const int width = int(40 * factor), height = int(9 * factor), interpolation = method | flag;
+        const bool isPlain = flag == velFlagAntialiasing && (method == velInterNearest || method == velInterSuper);
+        alignas(16) static Vel8u buffer[1 << 17];
+        Vel8u dst[68 * 16 * 4] = {};
+        const auto run = [&](auto call, int channels) {
+          const VelStatus status = call(src, {41, 9}, 41 * channels, kFrom, dst, width * channels,
+                                        {0, 0, width, height}, factor, factor, -factor, 0, interpolation, buffer);
+          if (!isPlain || status != velStsNoAntialiasing) expectDone(status);
+          add(dst);
+        };
+        int size;
+        orviResizeGetBufSize(kFrom, {0, 0, width, height}, 4, interpolation, &size);
+        if (size > int(sizeof buffer)) exit(4);
+        run(orviResizeSqrPixel_8u_C1R, 1);
+        run(orviResizeSqrPixel_8u_C3R, 3);
+        run(orviResizeSqrPixel_8u_C4R, 4);
+        run(orviResizeSqrPixel_8u_AC4R, 4);
+      }
 }
 
 // What CPUID and XGETBV say, asked without the library, and what the library makes of it.
@@ -301,6 +328,7 @@ int main(int argc, char** argv) {
       {"alaw", alaw},
       {"arithmetic", arithmetic},
       {"convert", convert},
+      {"resize", resize},
       {"mcu", mcu},
   };
   for (const auto& family : kFamilies)

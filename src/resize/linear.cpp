@@ -1,0 +1,260 @@
+// Linear resizing: a horizontal pass once for each source row that is needed, and a vertical one over two of its results.
+//
+// A column beside the first or last pixels' centres has one neighbour, not two. Given a second one with weight 0 the two
+// passes come to the same sum for it as weighing the two rows alone does. Rows have no such way: see the rounding below.
+#include "resize/kernels.h"
+
+namespace {
+
+constexpr int kOne = 16384;
+
+// The neighbours of a pixel, in pixels, and the second one's weight.
+struct Neighbours {
+  int first, weight;
+};
+ORV_INLINE int weightOf(float fraction) { return int(double(fraction) * kOne + 1e-7); }
+// Of a column; `first` has a pixel behind it, unless the region has but one.
+ORV_INLINE Neighbours neighboursOf(const Axis& axis, int i) {
+  const Position p = positionOf(axis, i);
+  if (p.index < 0) return {0, 0};
+  if (p.index >= axis.count - 1) return {axis.count > 1 ? axis.count - 2 : 0, axis.count > 1 ? kOne : 0};
+  return {p.index, weightOf(p.fraction)};
+}
+
+// ---- Horizontal pass
+//
+// A group is as many columns as give eight bytes or a little less: eight of one channel, two of three or four. Its bytes
+// and their right neighbours are brought together in pairs; a multiply-add weighs them.
+
+// The two roundings of the weighted sums: for the vertical pass, with six fractional bits, and for rows that need none.
+struct ForBlend {
+  static constexpr int kRound = 128, kShift = 8;
+};
+struct Alone {
+  static constexpr int kRound = kOne / 2, kShift = 14;
+};
+
+// The pairs of weights of a group, as the sums of its eight pairs of bytes take them.
+template <int kPixel> struct Weights {
+  Vel32u of[2];
+  Vec low() const { return _mm_shuffle_epi32(loadLow(of), kPixel == 3 ? 0x40 : 0x00); }
+  Vec high() const { return _mm_shuffle_epi32(loadLow(of), 0x55); }
+};
+template <> struct Weights<1> {
+  Vel32u of[8];
+  Vec low() const { return load(of); }
+  Vec high() const { return load(of + 4); }
+};
+template <int kPixel> constexpr int kColumns = kPixel == 1 ? 8 : 2;
+
+// Groups whose pairs are loaded one by one.
+template <int kPixel> struct Gathered {
+  Vel32s from[kColumns<kPixel>];
+  Weights<kPixel> weights;
+
+  bool build(const int* firsts, int) {
+    for (int i = 0; i < kColumns<kPixel>; ++i) from[i] = firsts[i] * kPixel;
+    return true;
+  }
+  // A pixel and its right neighbour.
+  static Vec pair(const Vel8u* p) {
+    if (kPixel == 4) {
+      const Vec both = loadLow(p);
+      return _mm_unpacklo_epi8(both, _mm_srli_epi64(both, 32));
+    }
+    Vel32s left, right;  // of three channels the second load begins with the first pixel's last one
+    memcpy(&left, p, 4);
+    memcpy(&right, p + 2, 4);
+    return _mm_unpacklo_epi8(_mm_cvtsi32_si128(left), _mm_srli_epi32(_mm_cvtsi32_si128(right), 8));
+  }
+  static Vec pairs(const Vel8u* row, const Vel32s (&from)[2]) {
+    const Vec a = pair(row + from[0]), b = pair(row + from[1]);
+    // Six sums in a row: the fourth pair of three channels is nobody's.
+    return kPixel == 4 ? _mm_unpacklo_epi64(a, b)
+                       : _mm_or_si128(_mm_and_si128(a, _mm_setr_epi32(-1, 0xFFFF, 0, 0)), _mm_slli_si128(b, 6));
+  }
+  static Vec pairs(const Vel8u* row, const Vel32s (&from)[8]) {
+    const auto at = [&](int i) {
+      Vel16u two;
+      memcpy(&two, row + from[i], 2);
+      return int(two);
+    };
+    Vec v = _mm_cvtsi32_si128(at(0));
+    v = _mm_insert_epi16(v, at(1), 1);
+    v = _mm_insert_epi16(v, at(2), 2);
+    v = _mm_insert_epi16(v, at(3), 3);
+    v = _mm_insert_epi16(v, at(4), 4);
+    v = _mm_insert_epi16(v, at(5), 5);
+    v = _mm_insert_epi16(v, at(6), 6);
+    return _mm_insert_epi16(v, at(7), 7);
+  }
+  Vec pairs(const Vel8u* row) const { return pairs(row, from); }
+};
+
+#if ORV_HAS_SHUFFLE
+// Groups whose pairs lie within sixteen bytes.
+template <int kPixel> struct Shuffled {
+  Vel32s from;
+  Weights<kPixel> weights;
+  Vel8u at[16];
+
+  bool build(const int* firsts, int rowBytes) {
+    from = firsts[0] * kPixel < rowBytes - 16 ? firsts[0] * kPixel : rowBytes - 16;
+    if (from < 0 || firsts[kColumns<kPixel> - 1] * kPixel + 2 * kPixel - from > 16) return false;
+    for (int i = 0; i < 8; ++i) {
+      const int column = i / kPixel < kColumns<kPixel> ? i / kPixel : 0;
+      const int left = firsts[column] * kPixel + i % kPixel - from;
+      at[2 * i] = Vel8u(left);
+      at[2 * i + 1] = Vel8u(left + kPixel);
+    }
+    return true;
+  }
+  Vec pairs(const Vel8u* row) const { return _mm_shuffle_epi8(load(row + from), load(at)); }
+};
+#endif
+
+template <class Rounding, class G> ORV_INLINE Vec weighted(const Vel8u* row, const G& group) {
+  const Vec pairs = group.pairs(row);
+  const auto sums = [](Vec four, Vec weights) {
+    return _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(four, weights), all32(Rounding::kRound)), Rounding::kShift);
+  };
+  return _mm_packs_epi32(sums(widenLow8(pairs), group.weights.low()), sums(widenHigh8(pairs), group.weights.high()));
+}
+
+constexpr int kSlack = 16;  // words that a row of sums has behind its own: the vertical pass takes sixteen at a time
+
+// The horizontal pass for all rows.
+template <template <int> class Group, int kPixel> struct Horizontal {
+  Group<kPixel>* groups;
+  int count, columns;
+  bool isNarrow;  // a single column, which is its own neighbour
+
+  static constexpr int kElements = kColumns<kPixel> * kPixel;
+  int rowWords() const { return count * kElements + kSlack; }
+  Vel16u* rowsOfSums() const { return reinterpret_cast<Vel16u*>(groups + count); }
+
+  bool build(const Axis& axis) {
+    isNarrow = axis.count == 1;
+    for (int g = 0; g < count; ++g) {
+      int firsts[kColumns<kPixel>];
+      for (int i = 0; i < kColumns<kPixel>; ++i) {
+        const int column = g * kColumns<kPixel> + i;
+        const Neighbours n = neighboursOf(axis, column < columns ? column : columns - 1);
+        firsts[i] = n.first;
+        groups[g].weights.of[i] = Vel32u(kOne - n.weight) | Vel32u(n.weight) << 16;
+      }
+      if (!groups[g].build(firsts, axis.count * kPixel)) return false;
+    }
+    return true;
+  }
+  template <class Rounding> void run(const Vel8u* row, Vel16u* sums) const {
+    Vel8u twice[2 * kPixel];
+    if (isNarrow) {
+      memcpy(twice, row, kPixel);
+      memcpy(twice + kPixel, row, kPixel);
+      row = twice;
+    }
+    for (int g = 0; g < count; ++g) store(sums + g * kElements, weighted<Rounding>(row, groups[g]));
+  }
+};
+
+// ---- Vertical pass
+
+// Bytes of a destination row, sixteen at a time: blend(i) gives those from element i on. A fourth channel can be kept.
+template <bool kKeepsFourth, class Blend> ORV_INLINE void storeBytes(Vel8u* dst, int bytes, const Blend& blend) {
+  const auto put = [&](Vel8u* to, int i) {
+    Vec v = blend(i);
+    if (kKeepsFourth) {
+      const Vec fourth = all32(int(0xFF000000));
+      v = _mm_or_si128(_mm_andnot_si128(fourth, v), _mm_and_si128(fourth, load(to)));
+    }
+    store(to, v);
+  };
+  int i = 0;
+  for (; i + 16 <= bytes; i += 16) put(dst + i, i);
+  if (i == bytes) return;
+  Vel8u last[16] = {};
+  memcpy(last, dst + i, size_t(bytes - i));
+  put(last, i);
+  memcpy(dst + i, last, size_t(bytes - i));
+}
+
+struct BlendRows {
+  const Vel16u *upper, *lower;
+  Vec weights;  // of upper and lower
+  Vec eight(int i) const {
+    const Vec a = load(upper + i), b = load(lower + i);
+    const auto sums = [this](Vec pairs) {
+      return _mm_srai_epi32(_mm_add_epi32(_mm_madd_epi16(pairs, weights), all32(0x80000)), 20);
+    };
+    return _mm_packs_epi32(sums(_mm_unpacklo_epi16(a, b)), sums(_mm_unpackhi_epi16(a, b)));
+  }
+  Vec operator()(int i) const { return _mm_packus_epi16(eight(i), eight(i + 8)); }
+};
+
+// ---- The image
+
+// Two rows of sums, of the two source rows last used.
+struct SumsOfTwo {
+  Vel16u *upper, *lower;
+  int upperRow = -1, lowerRow = -1;
+
+  template <class Run> void provide(int row, const Run& run) {
+    if (lowerRow == row) {
+      Vel16u* const sums = upper;
+      upper = lower, lower = sums;
+      lowerRow = -1;
+    } else if (upperRow != row) {
+      run(row, upper);
+    }
+    upperRow = row;
+    if (lowerRow != row + 1) run(lowerRow = row + 1, lower);
+  }
+};
+
+template <template <int> class Group, int kPixel, bool kKeepsFourth>
+ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images) {
+  Horizontal<Group, kPixel> horizontal = {reinterpret_cast<Group<kPixel>*>(images.buffer),
+                                          (plan.dstWidth + kColumns<kPixel> - 1) / kColumns<kPixel>, plan.dstWidth,
+                                          false};
+  if (!horizontal.build(columns(plan, images))) return false;
+  SumsOfTwo sums = {horizontal.rowsOfSums(), horizontal.rowsOfSums() + horizontal.rowWords()};
+  const Axis axis = rows(plan, images);
+  const int bytes = plan.dstWidth * kPixel;
+  for (int y = 0; y < plan.dstHeight; ++y) {
+    Vel8u* const dst = rowOf(images.dst, images.dstStep, y);
+    const Position p = positionOf(axis, y);
+    if (p.index < 0 || p.index >= axis.count - 1) {
+      const int row = p.index < 0 ? 0 : axis.count - 1;
+      const Vel16u* const alone = sums.upper;
+      sums.upperRow = -1;
+      horizontal.template run<Alone>(rowOf(images.src, images.srcStep, row), sums.upper);
+      storeBytes<kKeepsFourth>(dst, bytes,
+                               [&](int i) { return _mm_packus_epi16(load(alone + i), load(alone + i + 8)); });
+      continue;
+    }
+    sums.provide(p.index, [&](int row, Vel16u* to) {
+      horizontal.template run<ForBlend>(rowOf(images.src, images.srcStep, row), to);
+    });
+    const int weight = weightOf(p.fraction);
+    storeBytes<kKeepsFourth>(dst, bytes, BlendRows{sums.upper, sums.lower, all32((kOne - weight) | weight << 16)});
+  }
+  return true;
+}
+
+template <int kPixel, bool kKeepsFourth = false>
+ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) {
+#if ORV_HAS_SHUFFLE
+  if (resizeBy<Shuffled, kPixel, kKeepsFourth>(plan, images)) return velStsNoErr;
+#endif
+  resizeBy<Gathered, kPixel, kKeepsFourth>(plan, images);
+  return velStsNoErr;
+}
+
+}  // namespace
+
+ORV_RESIZE_KERNEL(ownResize8plL) { return resize<1>(*plan, *images); }
+ORV_RESIZE_KERNEL(ownResize8pxL) {
+  if (images->pixel == 3) return resize<3>(*plan, *images);
+  return images->channels == 3 ? resize<4, true>(*plan, *images) : resize<4>(*plan, *images);
+}

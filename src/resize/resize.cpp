@@ -1,0 +1,228 @@
+// The front end of resizing: checks, the plan, and the choice of what carries it out.
+#include "resize/kernels.h"
+
+namespace {
+
+// ---- The plan
+
+struct Request {
+  VeliSize srcSize;
+  VeliRect srcRoi, dstRoi;
+  double xFactor, yFactor, xShift, yShift;
+  int interpolation;
+};
+
+ORV_INLINE bool isEmpty(const VeliRect& r) { return r.x < 0 || r.y < 0 || r.width < 1 || r.height < 1; }
+ORV_INLINE VelStatus checkRegions(const VeliRect& src, const VeliRect& dst) {
+  return isEmpty(src) || isEmpty(dst) ? velStsSizeErr : velStsNoErr;
+}
+
+// A filter needs as many pixels of the image as it has taps. Whole images decide, not regions.
+ORV_INLINE int substituted(int method, VeliSize image) {
+  const int least = image.width < image.height ? image.width : image.height;
+  if (method == velInterLanczos && least < 6) method = velInterCubic;
+  if (isCubic(method) && least < 4) method = velInterLinear;
+  return method;
+}
+
+// The destination's pixels in one direction. The comparisons leave a NaN of infinite factors in place, so that it is
+// found at the end.
+struct Extent {
+  double min, max;
+  Vel32s start, size;
+};
+ORV_INLINE VelStatus mapExtent(int src, int srcSize, int dst, int dstSize, double factor, double shift, bool hasRing,
+                               Extent& e) {
+  constexpr double kNearlyWhole = 1e-10, kLastCoordinate = 2147483647.0;
+  const double low = dst, high = low + dstSize < kLastCoordinate ? low + dstSize : kLastCoordinate;
+  const double left = src * factor + shift, right = (double(src) + srcSize) * factor + shift;
+  e.min = left < low ? low : left;
+  e.max = right > high ? high : right;
+  if (!(e.min < high && e.max > low)) return velStsNoOperation;
+  int end;
+  if (hasRing) {  // whole pixels
+    e.start = -floorOf(-(e.min - kNearlyWhole));
+    end = floorOf(e.max + kNearlyWhole);
+  } else {  // pixels whose centre is inside, or so close to an edge that it counts as on it
+    e.start = int(e.min + 0.4999999999);
+    end = int(e.max + 0.5000000001 < kLastCoordinate ? e.max + 0.5000000001 : kLastCoordinate);
+  }
+  e.size = end - e.start;
+  return e.start < end ? velStsNoErr : velStsNoOperation;
+}
+
+// Checks, clips the source region, and fills the plan. Pointers have been checked.
+ORV_INLINE VelStatus ownpiPreludeToResize(Request& r, ResizePlan& plan) {
+  if (r.srcSize.width < 1 || r.srcSize.height < 1) return velStsSizeErr;
+  ORV_CHECK(checkRegions(r.srcRoi, r.dstRoi));
+  if (!(r.xFactor > 0 && r.yFactor > 0)) return velStsResizeFactorErr;
+  ORV_CHECK(checkInterpolation(r.interpolation));
+  const int method = methodOf(r.interpolation);
+  if (method == velInterSuper && (r.xFactor > 1 || r.yFactor > 1)) return velStsResizeFactorErr;
+  if (r.srcRoi.x >= r.srcSize.width || r.srcRoi.y >= r.srcSize.height) return velStsWrongIntersectROI;
+  if (r.srcRoi.width > r.srcSize.width - r.srcRoi.x) r.srcRoi.width = r.srcSize.width - r.srcRoi.x;
+  if (r.srcRoi.height > r.srcSize.height - r.srcRoi.y) r.srcRoi.height = r.srcSize.height - r.srcRoi.y;
+
+  const unsigned flags = unsigned(r.interpolation);
+  plan.smoothEdge = Vel32s(flags & unsigned(velFlagSmoothEdge));
+  plan.subpixelEdge = Vel32s(flags & unsigned(velFlagSubpixelEdge));
+  plan.antialias = Vel32s(flags & unsigned(velFlagAntialiasing));
+  plan.method = substituted(method, r.srcSize);
+  const bool hasRing = plan.smoothEdge != 0 || plan.subpixelEdge != 0;
+  Extent x, y;
+  const VeliRect &s = r.srcRoi, &d = r.dstRoi;
+  ORV_CHECK(mapExtent(s.x, s.width, d.x, d.width, r.xFactor, r.xShift, hasRing, x));
+  ORV_CHECK(mapExtent(s.y, s.height, d.y, d.height, r.yFactor, r.yShift, hasRing, y));
+  plan.dstX = x.start, plan.dstWidth = x.size, plan.xMin = x.min, plan.xMax = x.max;
+  plan.dstY = y.start, plan.dstHeight = y.size, plan.yMin = y.min, plan.yMax = y.max;
+  plan.invXFactor = 1 / r.xFactor;
+  plan.invYFactor = 1 / r.yFactor;
+  plan.xOffset = -r.xShift / r.xFactor;
+  plan.yOffset = -r.yShift / r.yFactor;
+  plan.superArea = plan.method == velInterSuper ? r.xFactor * r.yFactor : 0;
+  return velStsNoErr;
+}
+
+// ---- Layouts: how many of a pixel's bytes are resized, and the ring's kernels
+
+struct C1 {
+  static constexpr int kPixel = 1, kChannels = 1;
+  static constexpr auto smooth = ORV_NAME(ownpi_SmoothDstBorder8pl), subpixel = ORV_NAME(ownpi_SubpixDstBorder8pl);
+};
+struct C3 {
+  static constexpr int kPixel = 3, kChannels = 3;
+  static constexpr auto smooth = ORV_NAME(ownpi_SmoothDstBorder8px), subpixel = ORV_NAME(ownpi_SubpixDstBorder8px);
+};
+struct C4 {
+  static constexpr int kPixel = 4, kChannels = 4;
+  static constexpr auto smooth = ORV_NAME(ownpi_SmoothDstBorder8px4), subpixel = ORV_NAME(ownpi_SubpixDstBorder8px4);
+};
+struct AC4 {
+  static constexpr int kPixel = 4, kChannels = 3;
+  static constexpr auto smooth = ORV_NAME(ownpi_SmoothDstBorder8px4a), subpixel = ORV_NAME(ownpi_SubpixDstBorder8px4a);
+};
+
+// ---- One image
+
+// The methods, without antialiasing.
+ORV_INLINE VelStatus ownpiResizeSP(const ResizePlan& plan, const ResizeImages& images) {
+  const bool interleaved = images.pixel > 1;
+  switch (plan.method) {
+    case velInterNearest: return (interleaved ? ORV_NAME(ownResize8pxN) : ORV_NAME(ownResize8plN))(&plan, &images);
+    case velInterLinear: return (interleaved ? ORV_NAME(ownResize8pxL) : ORV_NAME(ownResize8plL))(&plan, &images);
+    case velInterLanczos: return (interleaved ? ORV_NAME(ownResize8pxLz) : ORV_NAME(ownResize8plLz))(&plan, &images);
+    case velInterSuper: return (interleaved ? ORV_NAME(ownDecimate8pxSP) : ORV_NAME(ownDecimate8plSP))(&plan, &images);
+    default: return (interleaved ? ORV_NAME(ownResize8pxC) : ORV_NAME(ownResize8plC))(&plan, &images);
+  }
+}
+
+template <class Layout> ORV_INLINE VelStatus resizeImage(const ResizePlan& plan, const Request& r, const Vel8u* src,
+                                                         int srcStep, Vel8u* dst, int dstStep, Vel8u* buffer) {
+  Vel8u* const aligned = reinterpret_cast<Vel8u*>((reinterpret_cast<uintptr_t>(buffer) + 15) & ~uintptr_t(15));
+  const ResizeImages images = {rowOf(src, srcStep, r.srcRoi.y) + ptrdiff_t(r.srcRoi.x) * Layout::kPixel,
+                               srcStep,
+                               r.srcRoi,
+                               rowOf(dst, dstStep, plan.dstY) + ptrdiff_t(plan.dstX) * Layout::kPixel,
+                               dstStep,
+                               Layout::kChannels,
+                               Layout::kPixel,
+                               aligned};
+  const bool filters = plan.method != velInterNearest && plan.method != velInterSuper;
+  const VelStatus status =
+      plan.antialias && filters ? ORV_NAME(ownpiResizeAA)(&plan, &images) : ownpiResizeSP(plan, images);
+  const auto drawRing = [&](auto kernel) {
+    kernel(images.dst, dstStep, plan.dstWidth, plan.dstHeight, plan.xMin, plan.xMax, plan.yMin, plan.yMax);
+  };
+  if (plan.smoothEdge) drawRing(Layout::smooth);
+  if (plan.subpixelEdge) drawRing(Layout::subpixel);
+  return plan.antialias && !filters ? VelStatus(status | velStsNoAntialiasing) : status;
+}
+
+template <class Layout>
+ORV_INLINE VelStatus resize(const Vel8u* src, int srcStep, Vel8u* dst, int dstStep, Request r, Vel8u* buffer) {
+  ORV_CHECK(checkPointers(src, dst, buffer));
+  ResizePlan plan;
+  ORV_CHECK(ownpiPreludeToResize(r, plan));
+  return resizeImage<Layout>(plan, r, src, srcStep, dst, dstStep, buffer);
+}
+template <int kPlanes> ORV_INLINE VelStatus resizePlanes(const Vel8u* const src[], int srcStep, Vel8u* const dst[],
+                                                         int dstStep, Request r, Vel8u* buffer) {
+  ORV_CHECK(checkPointers(src, dst, buffer));
+  for (int i = 0; i < kPlanes; ++i) ORV_CHECK(checkPointers(src[i], dst[i]));
+  ResizePlan plan;
+  ORV_CHECK(ownpiPreludeToResize(r, plan));
+  VelStatus status = velStsNoErr;
+  for (int i = 0; i < kPlanes; ++i)
+    status = VelStatus(status | resizeImage<C1>(plan, r, src[i], srcStep, dst[i], dstStep, buffer));
+  return status;
+}
+
+// ---- Sizes of the buffer
+
+// In 64 bits, for what does not fit an int is refused.
+ORV_INLINE Vel64u up(Vel64u n, Vel64u multiple) { return (n + multiple - 1) & ~(multiple - 1); }
+// How far a kernel reaches that is widened by a reduction.
+ORV_INLINE Vel64u reach(int radius, int src, int dst) {
+  return src < dst ? Vel64u(radius) : Vel64u((Vel64u(radius) * Vel64u(src) + Vel64u(dst) - 1) / Vel64u(dst));
+}
+ORV_INLINE Vel64u bufferSize(const VeliRect& src, const VeliRect& dst, unsigned n, int method, bool antialias) {
+  const Vel64u w = Vel64u(dst.width), h = Vel64u(dst.height);
+  if (method == velInterSuper) return up(Vel64u(src.width), 16) * 8 * n;
+  if (method != velInterNearest && antialias) {
+    const int radius = method == velInterLinear ? 1 : method == velInterLanczos ? 3 : 2;
+    const Vel64u kx = reach(radius, src.width, dst.width), ky = reach(radius, src.height, dst.height);
+    return 8 * up(w * Vel64u(src.height) * n, 16) + 4 * up(w * n, 16) + 8 * up((2 * kx + 2) * w, 16) +
+           8 * up((2 * ky + 2) * h, 16);
+  }
+  const Vel64u indices = 4 * (up(w, 16) + up(h, 16));
+  if (method == velInterNearest) return indices;
+  if (method == velInterLinear) return indices + 4 * (up(w, 64) + up(h, 64) + up(2 * w + 64, 64) * n);
+  if (method == velInterLanczos) {
+    const Vel64u l = up(6 * w + 160, 32);
+    return indices + 4 * (up(w, 32) + up(h, 32) + l + up(6 * h + 160, 32) + l * n);
+  }
+  return indices + 4 * (up(w, 32) + up(h, 32) + up(4 * w + 96, 32) + up(4 * h + 96, 32) + up(4 * w + 192, 64) * n);
+}
+
+}  // namespace
+
+// ---- Bodies
+
+ORV_BODY_A(veliResizeGetBufSize)
+(VeliRect srcRoi, VeliRect dstRoi, int nChannel, int interpolation, int* pBufferSize) {
+  ORV_CHECK(checkPointers(pBufferSize));
+  ORV_CHECK(checkRegions(srcRoi, dstRoi));
+  if (nChannel != 1 && nChannel != 3 && nChannel != 4) return velStsNumChannelsErr;
+  ORV_CHECK(checkInterpolation(interpolation));
+  const int method = methodOf(interpolation);
+  const bool antialias = (unsigned(interpolation) & unsigned(velFlagAntialiasing)) != 0;
+  const Vel64u size = bufferSize(srcRoi, dstRoi, unsigned(nChannel), method, antialias) + 16;
+  if (size > 0x7FFFFFFF) return velStsSizeErr;
+  *pBufferSize = int(size);
+  return antialias && (method == velInterNearest || method == velInterSuper) ? velStsNoAntialiasing : velStsNoErr;
+}
+
+#define ARGUMENTS(Src, Dst)                                                                                          \
+  (Src pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi, Dst pDst, int dstStep, VeliRect dstRoi, double xFactor, \
+   double yFactor, double xShift, double yShift, int interpolation, Vel8u* pBuffer)
+#define REQUEST \
+  Request { srcSize, srcRoi, dstRoi, xFactor, yFactor, xShift, yShift, interpolation }
+
+ORV_BODY_B(veliResizeSqrPixel_8u_C1R) ARGUMENTS(const Vel8u*, Vel8u*) {
+  return resize<C1>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+}
+ORV_BODY_C(veliResizeSqrPixel_8u_C3R) ARGUMENTS(const Vel8u*, Vel8u*) {
+  return resize<C3>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+}
+ORV_BODY_B(veliResizeSqrPixel_8u_C4R) ARGUMENTS(const Vel8u*, Vel8u*) {
+  return resize<C4>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+}
+ORV_BODY_B(veliResizeSqrPixel_8u_AC4R) ARGUMENTS(const Vel8u*, Vel8u*) {
+  return resize<AC4>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+}
+ORV_BODY_B(veliResizeSqrPixel_8u_P3R) ARGUMENTS(const Vel8u* const*, Vel8u* const*) {
+  return resizePlanes<3>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+}
+ORV_BODY_B(veliResizeSqrPixel_8u_P4R) ARGUMENTS(const Vel8u* const*, Vel8u* const*) {
+  return resizePlanes<4>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+}

@@ -1,0 +1,340 @@
+// Supersampling: the mean of what a destination pixel's square covers of the source.
+//
+// Rows come first: those that a destination row covers are weighed and added up at full width, into a row of floats.
+// Whole pixels weigh 1 and are added up as integers, so that sums of whole cells are exact; the area is divided by at
+// the end. Cells of 2 x 2 to 4 x 4 whole pixels have kernels of their own, in words.
+#include "resize/sums.h"
+
+namespace {
+
+// ---- What a destination pixel covers in one direction
+
+// Pixels of the region: the first one weighs head, the last one tail, what is between them 1, one alone head.
+struct Span {
+  int first, count;
+  float head, tail;
+  float inverse;  // of the sum of the weights
+};
+
+constexpr double kNearlyWhole = 1e-7;
+// The edge before the i-th pixel written, in coordinates of the region.
+ORV_INLINE double edgeOf(const Axis& axis, int i) {
+  return (double(axis.start) + i) * axis.inverse + axis.offset - axis.first;
+}
+ORV_INLINE double snapped(double v) {
+  const double whole = floorOf(v + 0.5);
+  return v - whole < kNearlyWhole && whole - v < kNearlyWhole ? whole : v;
+}
+// The centre is in the region, and the square no smaller than a source pixel: half of one is covered at least.
+ORV_INLINE Span spanOf(const Axis& axis, int i) {
+  const double left = edgeOf(axis, i), right = edgeOf(axis, i + 1);
+  // Written so that a NaN, of an infinite inverse, is the region's edge.
+  const double from = left > 0 ? snapped(left < axis.count ? left : axis.count) : 0;
+  const double to = right < axis.count ? snapped(right > 0 ? right : 0) : axis.count;
+  const int first = clamped(floorOf(from), axis.count), last = clamped(-floorOf(-to) - 1, axis.count);
+  Span span = {first, last > first ? last - first + 1 : 1, float(to - from), 0, float(1 / (to - from))};
+  if (last > first) span.head = float(first + 1 - from), span.tail = float(to - last);
+  return span;
+}
+
+// To the nearest integer, halves up: what rounding errors leave of a half is still one. Sums of fewer than 65793 pixels
+// have errors below half of it.
+constexpr float kHalf = 0.5f + 1.0f / 4096;
+
+// ---- Rows
+
+struct Sixteen {
+  Vec operator()(const Vel8u* p) const { return load(p); }
+};
+struct Fewer {
+  int count;
+  Vec operator()(const Vel8u* p) const {
+    Vel8u bytes[16] = {};
+    memcpy(bytes, p, size_t(count));
+    return load(bytes);
+  }
+};
+// Calls group(place, load) for all of a row of samples, sixteen at a time; the last ones may be done twice.
+template <class Group> ORV_INLINE void bySixteen(int samples, const Group& group) {
+  if (samples < 16) return group(0, Fewer{samples});
+  for (int i = 0; i + 16 <= samples; i += 16) group(i, Sixteen());
+  if (samples % 16) group(samples - 16, Sixteen());
+}
+
+// The rows of a span.
+struct Rows {
+  const Vel8u* whole;
+  int wholes, step;
+  const Vel8u *last, *head, *tail;  // the latter null where there is none, or it is whole
+  float headWeight, tailWeight;
+
+  Rows(const Vel8u* region, int srcStep, const Span& span)
+      : whole(rowOf(region, srcStep, span.first)),
+        wholes(span.count),
+        step(srcStep),
+        last(rowOf(region, srcStep, span.first + span.count - 1)),
+        head(nullptr),
+        tail(nullptr),
+        headWeight(span.head),
+        tailWeight(span.tail) {
+    if (span.head < 1) head = whole, whole = rowOf(whole, step, 1), --wholes;
+    if (span.count > 1 && span.tail < 1) tail = last, --wholes;
+  }
+
+  static void addWeighed(Vec bytes, float weight, Wide (&sums)[kWidesOf16]) {
+    Wide floats[kWidesOf16];
+    wordsToFloats(widenLow8(bytes), widenHigh8(bytes), floats);
+    ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) sums[k] = addWide(sums[k], mulWide(floats[k], allWide(weight)));
+  }
+  template <class Load> void sum(int i, const Load& load, float* to) const {
+    constexpr int kMost = 256;  // bytes that a word holds the sum of
+    Wide sums[kWidesOf16];
+    for (Wide& s : sums) s = zeroWide();
+    const Vel8u* p = whole;
+    for (int left = wholes; left > 0; left -= kMost) {
+      Vec low = zero(), high = zero();
+      for (int n = left < kMost ? left : kMost; n > 0; --n, p = rowOf(p, step, 1)) {
+        const Vec bytes = load(p + i);
+        low = _mm_add_epi16(low, widenLow8(bytes));
+        high = _mm_add_epi16(high, widenHigh8(bytes));
+      }
+      Wide floats[kWidesOf16];
+      wordsToFloats(low, high, floats);
+      ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) sums[k] = addWide(sums[k], floats[k]);
+    }
+    // Rows of a strip are too short for the processor to foresee the next ones.
+    _mm_prefetch(reinterpret_cast<const char*>(rowOf(last, step, 1) + i), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(rowOf(last, step, 2) + i), _MM_HINT_T0);
+    if (head) addWeighed(load(head + i), headWeight, sums);
+    if (tail) addWeighed(load(tail + i), tailWeight, sums);
+    ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) storeWide(to + i + k * kLanesOfWide, sums[k]);
+  }
+  void sum(int samples, float* to) const {
+    bySixteen(samples, [&](int i, const auto& load) { sum(i, load, to); });
+  }
+};
+
+// ---- Columns
+//
+// The tables hold a strip of the destination's columns: for all of them the buffer has no room.
+
+constexpr int kStrip = 256;
+
+// The sum of n vectors, in parts short enough for single precision.
+template <class At> ORV_INLINE __m128 sumOf(int n, const At& at) {
+  __m128 sum = _mm_setzero_ps();
+  for (int i = 0; i < n;) {
+    __m128 part = _mm_setzero_ps();
+    for (const int end = n - i > 1024 ? i + 1024 : n; i < end; ++i) part = _mm_add_ps(part, at(i));
+    sum = _mm_add_ps(sum, part);
+  }
+  return sum;
+}
+ORV_INLINE Vec rounded(__m128 sums, __m128 inverses) {
+  return _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(sums, inverses), _mm_set1_ps(kHalf)));
+}
+
+// Of one channel: four sources of a column at once, and four columns.
+struct PlaneColumns {
+  int from[kStrip], groups[kStrip];        // of four sources
+  float head[kStrip][4], tail[kStrip][4];  // weights of the first and the last group; those between weigh 1
+  float inverse[kStrip];
+  bool isNarrow;  // one group each
+
+  static float weightOf(const Span& span, int i) {
+    return i == 0 ? span.head : i + 1 < span.count ? 1 : i + 1 == span.count ? span.tail : 0;
+  }
+  void set(int x, const Span& span, int base) {
+    from[x] = span.first - base;
+    groups[x] = (span.count + 3) / 4;
+    inverse[x] = span.inverse;
+    for (int i = 0; i < 4; ++i) {
+      head[x][i] = weightOf(span, i);
+      tail[x][i] = weightOf(span, 4 * groups[x] - 4 + i);
+    }
+    isNarrow = groups[x] == 1 && (x == 0 || isNarrow);
+  }
+  __m128 lanesOf(int x, const float* sums) const {
+    const float* const p = sums + from[x];
+    const __m128 first = _mm_mul_ps(_mm_loadu_ps(p), _mm_loadu_ps(head[x]));
+    if (isNarrow || groups[x] == 1) return first;
+    const float* const last = p + 4 * groups[x] - 4;
+    const __m128 between = sumOf(groups[x] - 2, [p](int i) { return _mm_loadu_ps(p + 4 * i + 4); });
+    return _mm_add_ps(_mm_add_ps(first, between), _mm_mul_ps(_mm_loadu_ps(last), _mm_loadu_ps(tail[x])));
+  }
+  void store(const float* sums, float rowInverse, int n, Vel8u* dst) const {
+    for (int x = 0; x < n; x += 4) {
+      __m128 lanes[4];
+      ORV_UNROLL for (int i = 0; i < 4; ++i) lanes[i] = lanesOf(x + i, sums);
+      const Vec four = rounded(laneSums(lanes), _mm_mul_ps(_mm_loadu_ps(inverse + x), _mm_set1_ps(rowInverse)));
+      const Vec words = _mm_packs_epi32(four, four);
+      const int bytes = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
+      if (x + 4 <= n)
+        memcpy(dst + x, &bytes, 4);
+      else
+        memcpy(dst + x, &bytes, size_t(n - x));
+    }
+  }
+};
+
+// Of interleaved pixels: a lane for each channel.
+template <int kPixel, int kChannels> struct PixelColumns {
+  Span spans[kStrip];
+
+  void set(int x, const Span& span, int base) {
+    spans[x] = span;
+    spans[x].first = (span.first - base) * kPixel;
+  }
+  void store(const float* sums, float rowInverse, int n, Vel8u* dst) const {
+    for (int x = 0; x < n; ++x) {
+      const Span& span = spans[x];
+      const float* const p = sums + span.first;
+      __m128 sum = _mm_mul_ps(_mm_loadu_ps(p), _mm_set1_ps(span.head));
+      if (span.count > 2)
+        sum = _mm_add_ps(sum, sumOf(span.count - 2, [p](int i) { return _mm_loadu_ps(p + kPixel * (i + 1)); }));
+      if (span.count > 1)
+        sum = _mm_add_ps(sum, _mm_mul_ps(_mm_loadu_ps(p + kPixel * (span.count - 1)), _mm_set1_ps(span.tail)));
+      const Vec four = rounded(sum, _mm_set1_ps(span.inverse * rowInverse));
+      const Vec words = _mm_packs_epi32(four, four);
+      storePixel<kPixel, kChannels>(dst + kPixel * x, _mm_packus_epi16(words, words), x + 1 == n);
+    }
+  }
+};
+
+// The buffer has eight bytes for each sample of a region whose width is rounded up to 16, which is room for the sums and
+// sixteen floats behind them that are read with weight 0. (Of AC4 it has six bytes for each of four samples.)
+template <int kPixel, int kChannels, class Columns>
+ORV_INLINE VelStatus decimate(const ResizePlan& plan, const ResizeImages& images) {
+  const Axis horizontal = columns(plan, images), vertical = rows(plan, images);
+  float* const sums = reinterpret_cast<float*>(images.buffer);
+  Columns table;
+  for (int x = 0; x < plan.dstWidth; x += kStrip) {
+    const int n = plan.dstWidth - x < kStrip ? plan.dstWidth - x : kStrip;
+    const int base = spanOf(horizontal, x).first;
+    const Span last = spanOf(horizontal, x + n - 1);
+    for (int i = 0; i < (n + 3) / 4 * 4; ++i) table.set(i, i < n ? spanOf(horizontal, x + i) : last, base);
+    const int samples = (last.first + last.count - base) * kPixel;
+    for (int i = 0; i < 16; i += 4) _mm_storeu_ps(sums + (samples < 16 ? 16 : samples) + i, _mm_setzero_ps());
+    for (int y = 0; y < plan.dstHeight; ++y) {
+      const Span span = spanOf(vertical, y);
+      Rows(images.src + ptrdiff_t(base) * kPixel, images.srcStep, span).sum(samples, sums);
+      table.store(sums, span.inverse, n, rowOf(images.dst, images.dstStep, y) + ptrdiff_t(x) * kPixel);
+    }
+  }
+  return velStsNoErr;
+}
+
+// ---- Cells of n x n whole pixels
+
+// The means of eight sums, halves up.
+constexpr unsigned kNinth = 7282;  // of 65536, rounded up
+constexpr bool isNinthExact() {
+  for (unsigned sum = 0; sum <= 9 * 255; ++sum)
+    if ((sum + 4) * kNinth >> 16 != (sum + 4) / 9) return false;
+  return true;
+}
+static_assert(isNinthExact(), "");
+template <int n> ORV_INLINE Vec means(Vec sums) {
+  if (n == 3) return _mm_mulhi_epu16(_mm_add_epi16(sums, all16(4)), all16(kNinth));
+  return _mm_srli_epi16(_mm_add_epi16(sums, all16(n * n / 2)), n == 2 ? 2 : 4);
+}
+
+// Sums of columns, of one channel: eight cells.
+ORV_INLINE Vec pairSums(Vec a, Vec b) {
+  return _mm_packs_epi32(_mm_madd_epi16(a, all16(1)), _mm_madd_epi16(b, all16(1)));
+}
+template <int n> ORV_INLINE Vec cellSums(const Vel16u* p) {
+  if (n == 2) return pairSums(load(p), load(p + 8));
+  if (n == 4) return pairSums(pairSums(load(p), load(p + 8)), pairSums(load(p + 16), load(p + 24)));
+  // Sums of three at every place, of which every third is wanted: from each vector other lanes. Lane i then has cell 3 i
+  // (modulo 8).
+  const auto three = [p](int i) { return _mm_add_epi16(_mm_add_epi16(load(p + i), load(p + i + 1)), load(p + i + 2)); };
+  const Vec mixed = _mm_or_si128(_mm_or_si128(_mm_and_si128(three(0), _mm_setr_epi16(-1, 0, 0, -1, 0, 0, -1, 0)),
+                                              _mm_and_si128(three(8), _mm_setr_epi16(0, -1, 0, 0, -1, 0, 0, -1))),
+                                 _mm_and_si128(three(16), _mm_setr_epi16(0, 0, -1, 0, 0, -1, 0, 0)));
+  const Vec halves = _mm_shufflehi_epi16(_mm_shufflelo_epi16(mixed, 0x6C), 0x6C);
+  const Vec swapped = _mm_shuffle_epi32(halves, 0x6C);
+  const Vec isSwapped = _mm_setr_epi16(0, 0, -1, 0, 0, 0, -1, 0);
+  return _mm_or_si128(_mm_and_si128(isSwapped, swapped), _mm_andnot_si128(isSwapped, halves));
+}
+
+template <int n> ORV_INLINE void storePlaneCells(const Vel16u* sums, int width, Vel8u* dst) {
+  for (int x = 0; x < width; x += 8) {
+    const Vec words = means<n>(cellSums<n>(sums + n * x)), bytes = _mm_packus_epi16(words, words);
+    if (x + 8 <= width) {
+      storeLow(dst + x, bytes);
+    } else {
+      Vel8u last[8];
+      storeLow(last, bytes);
+      memcpy(dst + x, last, size_t(width - x));
+    }
+  }
+}
+// Of interleaved pixels: two cells at once.
+template <int n, int kPixel, int kChannels> ORV_INLINE void storePixelCells(const Vel16u* sums, int width, Vel8u* dst) {
+  for (int x = 0; x < width; x += 2) {
+    const Vel16u *const a = sums + n * kPixel * x, *const b = x + 1 < width ? a + n * kPixel : a;
+    Vec cells = loadHalves(a, b);
+    ORV_UNROLL for (int i = 1; i < n; ++i) cells = _mm_add_epi16(cells, loadHalves(a + kPixel * i, b + kPixel * i));
+    const Vec words = means<n>(cells), bytes = _mm_packus_epi16(words, words);
+    storePixel<kPixel, kChannels>(dst + kPixel * x, bytes, x + 1 >= width);
+    if (x + 1 < width) storePixel<kPixel, kChannels>(dst + kPixel * (x + 1), _mm_srli_epi64(bytes, 32), x + 2 >= width);
+  }
+}
+
+template <int n, int kPixel, int kChannels>
+ORV_INLINE VelStatus decimateCells(const ResizePlan& plan, const ResizeImages& images, int firstColumn, int firstRow) {
+  Vel16u* const sums = reinterpret_cast<Vel16u*>(images.buffer);
+  const Vel8u* src = rowOf(images.src, images.srcStep, firstRow) + ptrdiff_t(firstColumn) * kPixel;
+  const int samples = plan.dstWidth * n * kPixel;
+  for (int y = 0; y < plan.dstHeight; ++y, src = rowOf(src, images.srcStep, n)) {
+    bySixteen(samples, [&](int i, const auto& load) {
+      Vec low = zero(), high = zero();
+      ORV_UNROLL for (int row = 0; row < n; ++row) {
+        const Vec bytes = load(rowOf(src, images.srcStep, row) + i);
+        low = _mm_add_epi16(low, widenLow8(bytes));
+        high = _mm_add_epi16(high, widenHigh8(bytes));
+      }
+      store(sums + i, low);
+      store(sums + i + 8, high);
+    });
+    Vel8u* const dst = rowOf(images.dst, images.dstStep, y);
+    if (kPixel == 1)
+      storePlaneCells<n>(sums, plan.dstWidth, dst);
+    else
+      storePixelCells<n, kPixel, kChannels>(sums, plan.dstWidth, dst);
+  }
+  return velStsNoErr;
+}
+
+// Where the cells begin, or -1 if the squares are none, or leave the region.
+ORV_INLINE int firstCell(const Axis& axis, int size, int n) {
+  const double left = edgeOf(axis, 0), right = edgeOf(axis, size);
+  if (!(left > -0.5 && right < axis.count + 0.5)) return -1;
+  const double first = snapped(left), end = snapped(right);
+  return first >= 0 && first == floorOf(first) && end == first + double(size) * n && end <= axis.count ? int(first)
+                                                                                                       : -1;
+}
+
+template <int kPixel, int kChannels, class Columns>
+ORV_INLINE VelStatus supersample(const ResizePlan& plan, const ResizeImages& images) {
+  const auto firstColumn = [&](int n) { return firstCell(columns(plan, images), plan.dstWidth, n); };
+  const auto firstRow = [&](int n) { return firstCell(rows(plan, images), plan.dstHeight, n); };
+  const auto hasCells = [&](int n) { return firstColumn(n) >= 0 && firstRow(n) >= 0; };
+  if (hasCells(2)) return decimateCells<2, kPixel, kChannels>(plan, images, firstColumn(2), firstRow(2));
+  if (hasCells(3)) return decimateCells<3, kPixel, kChannels>(plan, images, firstColumn(3), firstRow(3));
+  if (hasCells(4)) return decimateCells<4, kPixel, kChannels>(plan, images, firstColumn(4), firstRow(4));
+  return decimate<kPixel, kChannels, Columns>(plan, images);
+}
+template <int kPixel, int kChannels = kPixel>
+ORV_INLINE VelStatus supersamplePixels(const ResizePlan& plan, const ResizeImages& images) {
+  return supersample<kPixel, kChannels, PixelColumns<kPixel, kChannels>>(plan, images);
+}
+
+}  // namespace
+
+ORV_RESIZE_KERNEL(ownDecimate8plSP) { return supersample<1, 1, PlaneColumns>(*plan, *images); }
+ORV_RESIZE_KERNEL(ownDecimate8pxSP) {
+  if (images->pixel == 3) return supersamplePixels<3>(*plan, *images);
+  return images->channels == 3 ? supersamplePixels<4, 3>(*plan, *images) : supersamplePixels<4>(*plan, *images);
+}
