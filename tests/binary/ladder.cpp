@@ -246,6 +246,7 @@ void box() {
                              {0, 0}));
       add(dst);
     }
+}
 
 void resize() {
   constexpr VeliRect kFrom = {1, 0, 40, 9};
