@@ -64,7 +64,7 @@ class Encoder {
 
     int size() const;  // of values
     void setBest();    // for the statistics
-    void build();      // the spec
+    void build();      // from bits and values
   };
   struct Tables {
     Vel8u rawQuant[kSamples];
