@@ -246,6 +246,175 @@ ORV_API VelStatus orvsALawToLin_8u16s(const Vel8u* pSrc, Vel16s* pDst, int len);
 ORV_API VelStatus velsALawToLin_8u32f(const Vel8u* pSrc, Vel32f* pDst, int len);
 ORV_API VelStatus orvsALawToLin_8u32f(const Vel8u* pSrc, Vel32f* pDst, int len);
 
+/* ---- Vectors: logic ------------------------------------------------------------------------------------------ */
+
+/* A vector is a pointer to its first element and a length `len` in elements. A destination may be one of its sources;
+ * it may overlap them in other ways only where a function says so. */
+
+/* AND, OR and XOR of two vectors: pDst[i] = pSrc1[i] op pSrc2[i]. The 32u functions may be given vectors that overlap
+ * in any way: they give what going from element to element in order gives, reading what has been written before.
+ *   velStsNullPtrErr   a pointer is null
+ *   velStsSizeErr      len below 1 */
+ORV_API VelStatus velsAnd_8u(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len);
+ORV_API VelStatus orvsAnd_8u(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len);
+ORV_API VelStatus velsAnd_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len);
+ORV_API VelStatus orvsAnd_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len);
+ORV_API VelStatus velsAnd_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
+ORV_API VelStatus orvsAnd_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
+ORV_API VelStatus velsOr_8u(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len);
+ORV_API VelStatus orvsOr_8u(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len);
+ORV_API VelStatus velsOr_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len);
+ORV_API VelStatus orvsOr_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len);
+ORV_API VelStatus velsOr_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
+ORV_API VelStatus orvsOr_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
+ORV_API VelStatus velsXor_8u(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len);
+ORV_API VelStatus orvsXor_8u(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len);
+ORV_API VelStatus velsXor_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len);
+ORV_API VelStatus orvsXor_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len);
+ORV_API VelStatus velsXor_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
+ORV_API VelStatus orvsXor_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
+
+/* The same in place: pSrcDst[i] = pSrcDst[i] op pSrc[i]. */
+ORV_API VelStatus velsAnd_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
+ORV_API VelStatus orvsAnd_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
+ORV_API VelStatus velsAnd_16u_I(const Vel16u* pSrc, Vel16u* pSrcDst, int len);
+ORV_API VelStatus orvsAnd_16u_I(const Vel16u* pSrc, Vel16u* pSrcDst, int len);
+ORV_API VelStatus velsAnd_32u_I(const Vel32u* pSrc, Vel32u* pSrcDst, int len);
+ORV_API VelStatus orvsAnd_32u_I(const Vel32u* pSrc, Vel32u* pSrcDst, int len);
+ORV_API VelStatus velsOr_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
+ORV_API VelStatus orvsOr_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
+ORV_API VelStatus velsOr_16u_I(const Vel16u* pSrc, Vel16u* pSrcDst, int len);
+ORV_API VelStatus orvsOr_16u_I(const Vel16u* pSrc, Vel16u* pSrcDst, int len);
+ORV_API VelStatus velsOr_32u_I(const Vel32u* pSrc, Vel32u* pSrcDst, int len);
+ORV_API VelStatus orvsOr_32u_I(const Vel32u* pSrc, Vel32u* pSrcDst, int len);
+ORV_API VelStatus velsXor_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
+ORV_API VelStatus orvsXor_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
+ORV_API VelStatus velsXor_16u_I(const Vel16u* pSrc, Vel16u* pSrcDst, int len);
+ORV_API VelStatus orvsXor_16u_I(const Vel16u* pSrc, Vel16u* pSrcDst, int len);
+ORV_API VelStatus velsXor_32u_I(const Vel32u* pSrc, Vel32u* pSrcDst, int len);
+ORV_API VelStatus orvsXor_32u_I(const Vel32u* pSrc, Vel32u* pSrcDst, int len);
+
+/* AND, OR and XOR with a constant: pDst[i] = pSrc[i] op val.
+ *   velStsNullPtrErr   pSrc or pDst is null
+ *   velStsSizeErr      len below 1 */
+ORV_API VelStatus velsAndC_8u(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len);
+ORV_API VelStatus orvsAndC_8u(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len);
+ORV_API VelStatus velsAndC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len);
+ORV_API VelStatus orvsAndC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len);
+ORV_API VelStatus velsAndC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
+ORV_API VelStatus orvsAndC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
+ORV_API VelStatus velsOrC_8u(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len);
+ORV_API VelStatus orvsOrC_8u(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len);
+ORV_API VelStatus velsOrC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len);
+ORV_API VelStatus orvsOrC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len);
+ORV_API VelStatus velsOrC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
+ORV_API VelStatus orvsOrC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
+ORV_API VelStatus velsXorC_8u(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len);
+ORV_API VelStatus orvsXorC_8u(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len);
+ORV_API VelStatus velsXorC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len);
+ORV_API VelStatus orvsXorC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len);
+ORV_API VelStatus velsXorC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
+ORV_API VelStatus orvsXorC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
+
+/* The same in place: pSrcDst[i] = pSrcDst[i] op val.
+ *   velStsNullPtrErr   pSrcDst is null
+ *   velStsSizeErr      len below 1 */
+ORV_API VelStatus velsAndC_8u_I(Vel8u val, Vel8u* pSrcDst, int len);
+ORV_API VelStatus orvsAndC_8u_I(Vel8u val, Vel8u* pSrcDst, int len);
+ORV_API VelStatus velsAndC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
+ORV_API VelStatus orvsAndC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
+ORV_API VelStatus velsAndC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
+ORV_API VelStatus orvsAndC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
+ORV_API VelStatus velsOrC_8u_I(Vel8u val, Vel8u* pSrcDst, int len);
+ORV_API VelStatus orvsOrC_8u_I(Vel8u val, Vel8u* pSrcDst, int len);
+ORV_API VelStatus velsOrC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
+ORV_API VelStatus orvsOrC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
+ORV_API VelStatus velsOrC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
+ORV_API VelStatus orvsOrC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
+ORV_API VelStatus velsXorC_8u_I(Vel8u val, Vel8u* pSrcDst, int len);
+ORV_API VelStatus orvsXorC_8u_I(Vel8u val, Vel8u* pSrcDst, int len);
+ORV_API VelStatus velsXorC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
+ORV_API VelStatus orvsXorC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
+ORV_API VelStatus velsXorC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
+ORV_API VelStatus orvsXorC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
+
+/* The complement of every bit: pDst[i] = ~pSrc[i], and in place; statuses as with a constant. */
+ORV_API VelStatus velsNot_8u(const Vel8u* pSrc, Vel8u* pDst, int len);
+ORV_API VelStatus orvsNot_8u(const Vel8u* pSrc, Vel8u* pDst, int len);
+ORV_API VelStatus velsNot_16u(const Vel16u* pSrc, Vel16u* pDst, int len);
+ORV_API VelStatus orvsNot_16u(const Vel16u* pSrc, Vel16u* pDst, int len);
+ORV_API VelStatus velsNot_32u(const Vel32u* pSrc, Vel32u* pDst, int len);
+ORV_API VelStatus orvsNot_32u(const Vel32u* pSrc, Vel32u* pDst, int len);
+ORV_API VelStatus velsNot_8u_I(Vel8u* pSrcDst, int len);
+ORV_API VelStatus orvsNot_8u_I(Vel8u* pSrcDst, int len);
+ORV_API VelStatus velsNot_16u_I(Vel16u* pSrcDst, int len);
+ORV_API VelStatus orvsNot_16u_I(Vel16u* pSrcDst, int len);
+ORV_API VelStatus velsNot_32u_I(Vel32u* pSrcDst, int len);
+ORV_API VelStatus orvsNot_32u_I(Vel32u* pSrcDst, int len);
+
+/* ---- Vectors: shifts ----------------------------------------------------------------------------------------- */
+
+/* Every element shifted by val bits. Bits that leave the element are lost; zeros come in, and from the left of signed
+ * elements their sign. A val of the element's width or more leaves zeros, or of signed elements shifted to the right
+ * their sign: 0 or -1. 0 leaves the elements as they are.
+ *   velStsNullPtrErr   pSrc or pDst is null
+ *   velStsSizeErr      len below 1
+ *   velStsShiftErr     val below 0 */
+ORV_API VelStatus velsLShiftC_8u(const Vel8u* pSrc, int val, Vel8u* pDst, int len);
+ORV_API VelStatus orvsLShiftC_8u(const Vel8u* pSrc, int val, Vel8u* pDst, int len);
+ORV_API VelStatus velsLShiftC_16u(const Vel16u* pSrc, int val, Vel16u* pDst, int len);
+ORV_API VelStatus orvsLShiftC_16u(const Vel16u* pSrc, int val, Vel16u* pDst, int len);
+ORV_API VelStatus velsLShiftC_16s(const Vel16s* pSrc, int val, Vel16s* pDst, int len);
+ORV_API VelStatus orvsLShiftC_16s(const Vel16s* pSrc, int val, Vel16s* pDst, int len);
+ORV_API VelStatus velsLShiftC_32s(const Vel32s* pSrc, int val, Vel32s* pDst, int len);
+ORV_API VelStatus orvsLShiftC_32s(const Vel32s* pSrc, int val, Vel32s* pDst, int len);
+ORV_API VelStatus velsRShiftC_8u(const Vel8u* pSrc, int val, Vel8u* pDst, int len);
+ORV_API VelStatus orvsRShiftC_8u(const Vel8u* pSrc, int val, Vel8u* pDst, int len);
+ORV_API VelStatus velsRShiftC_16u(const Vel16u* pSrc, int val, Vel16u* pDst, int len);
+ORV_API VelStatus orvsRShiftC_16u(const Vel16u* pSrc, int val, Vel16u* pDst, int len);
+ORV_API VelStatus velsRShiftC_16s(const Vel16s* pSrc, int val, Vel16s* pDst, int len);
+ORV_API VelStatus orvsRShiftC_16s(const Vel16s* pSrc, int val, Vel16s* pDst, int len);
+ORV_API VelStatus velsRShiftC_32s(const Vel32s* pSrc, int val, Vel32s* pDst, int len);
+ORV_API VelStatus orvsRShiftC_32s(const Vel32s* pSrc, int val, Vel32s* pDst, int len);
+
+/* The same in place.
+ *   velStsNullPtrErr   pSrcDst is null
+ *   velStsSizeErr      len below 1
+ *   velStsShiftErr     val below 0 */
+ORV_API VelStatus velsLShiftC_8u_I(int val, Vel8u* pSrcDst, int len);
+ORV_API VelStatus orvsLShiftC_8u_I(int val, Vel8u* pSrcDst, int len);
+ORV_API VelStatus velsLShiftC_16u_I(int val, Vel16u* pSrcDst, int len);
+ORV_API VelStatus orvsLShiftC_16u_I(int val, Vel16u* pSrcDst, int len);
+ORV_API VelStatus velsLShiftC_16s_I(int val, Vel16s* pSrcDst, int len);
+ORV_API VelStatus orvsLShiftC_16s_I(int val, Vel16s* pSrcDst, int len);
+ORV_API VelStatus velsLShiftC_32s_I(int val, Vel32s* pSrcDst, int len);
+ORV_API VelStatus orvsLShiftC_32s_I(int val, Vel32s* pSrcDst, int len);
+ORV_API VelStatus velsRShiftC_8u_I(int val, Vel8u* pSrcDst, int len);
+ORV_API VelStatus orvsRShiftC_8u_I(int val, Vel8u* pSrcDst, int len);
+ORV_API VelStatus velsRShiftC_16u_I(int val, Vel16u* pSrcDst, int len);
+ORV_API VelStatus orvsRShiftC_16u_I(int val, Vel16u* pSrcDst, int len);
+ORV_API VelStatus velsRShiftC_16s_I(int val, Vel16s* pSrcDst, int len);
+ORV_API VelStatus orvsRShiftC_16s_I(int val, Vel16s* pSrcDst, int len);
+ORV_API VelStatus velsRShiftC_32s_I(int val, Vel32s* pSrcDst, int len);
+ORV_API VelStatus orvsRShiftC_32s_I(int val, Vel32s* pSrcDst, int len);
+
+/* ---- Vectors: scaled multiply and norm ----------------------------------------------------------------------- */
+
+/* Multiplies by val * 2^-scaleFactor in place: the product with val is exact, and what becomes of it is rounded to the
+ * nearest integer, halves to the even one, and clamped to -32768..32767. Any scaleFactor will do; above 30 everything
+ * becomes zero.
+ *   velStsNullPtrErr   pSrcDst is null
+ *   velStsSizeErr      len below 1 */
+ORV_API VelStatus velsMulC_16s_ISfs(Vel16s val, Vel16s* pSrcDst, int len, int scaleFactor);
+ORV_API VelStatus orvsMulC_16s_ISfs(Vel16s val, Vel16s* pSrcDst, int len, int scaleFactor);
+
+/* The Euclidean norm, the root of the sum of the squares. The sum is exact; converting it to double, its root and
+ * converting that to float round to nearest.
+ *   velStsNullPtrErr   pSrc or pNorm is null
+ *   velStsSizeErr      len below 1 */
+ORV_API VelStatus velsNorm_L2_16s32f(const Vel16s* pSrc, int len, Vel32f* pNorm);
+ORV_API VelStatus orvsNorm_L2_16s32f(const Vel16s* pSrc, int len, Vel32f* pNorm);
+
 /* ---- Image: box filter -------------------------------------------------------------------------------------- */
 
 /* Means of single-precision floats over a mask of maskSize pixels, of which the one at `anchor` lies over the pixel

@@ -95,6 +95,7 @@ ORV_INLINE void storeWide(void* p, Wide v) { _mm256_storeu_ps(static_cast<float*
 ORV_INLINE void streamWide(void* p, Wide v) { _mm256_stream_ps(static_cast<float*>(p), v); }
 ORV_INLINE Wide zeroWide() { return _mm256_setzero_ps(); }
 ORV_INLINE Wide allWide(float x) { return _mm256_set1_ps(x); }
+ORV_INLINE Wide repeatWide(Vec v) { return _mm256_castsi256_ps(_mm256_set_m128i(v, v)); }
 ORV_INLINE Wide addWide(Wide a, Wide b) { return _mm256_add_ps(a, b); }
 ORV_INLINE Wide subWide(Wide a, Wide b) { return _mm256_sub_ps(a, b); }
 ORV_INLINE Wide mulWide(Wide a, Wide b) { return _mm256_mul_ps(a, b); }
@@ -109,6 +110,7 @@ ORV_INLINE void storeWide(void* p, Wide v) { _mm_storeu_ps(static_cast<float*>(p
 ORV_INLINE void streamWide(void* p, Wide v) { _mm_stream_ps(static_cast<float*>(p), v); }
 ORV_INLINE Wide zeroWide() { return _mm_setzero_ps(); }
 ORV_INLINE Wide allWide(float x) { return _mm_set1_ps(x); }
+ORV_INLINE Wide repeatWide(Vec v) { return _mm_castsi128_ps(v); }
 ORV_INLINE Wide addWide(Wide a, Wide b) { return _mm_add_ps(a, b); }
 ORV_INLINE Wide subWide(Wide a, Wide b) { return _mm_sub_ps(a, b); }
 ORV_INLINE Wide mulWide(Wide a, Wide b) { return _mm_mul_ps(a, b); }

@@ -1,62 +1,37 @@
 // Copying, clearing and allocating vectors.
 #include "signal/memory.h"
-#include "core/simd.h"
+#include "signal/fill.h"
 
 namespace {
 
 struct Copy {
+  static constexpr size_t kWhole = kWide, kElement = 1;
+  static constexpr int kReads = 1;
   const Vel8u* src;
-  Wide wide(size_t i) const { return loadWide(src + i); }
-  Vec vec(size_t i) const { return load(src + i); }
-  Vel8u byte(size_t i) const { return src[i]; }
+  bool reads(const Vel8u* p) const { return p == src; }
+  template <size_t kBytes> auto at(size_t i) const { return loadPiece<kBytes>(src + i); }
 };
+
 struct Zero {
-  Wide wide(size_t) const { return zeroWide(); }
-  Vec vec(size_t) const { return zero(); }
-  Vel8u byte(size_t) const { return 0; }
+  static constexpr size_t kWhole = kWide, kElement = 1;
+  static constexpr int kReads = 0;
+  bool reads(const Vel8u*) const { return false; }
+  template <size_t kBytes> auto at(size_t) const {
+    if constexpr (kBytes > 16)
+      return zeroWide();
+    else
+      return zero();
+  }
 };
 
-// Fills n bytes from source: bytes when they are few; else whole vectors, the first and last of which may overlap
-// others. Stores bound this, so those in the middle are aligned; past the caches' size they go around them.
-template <class Source> ORV_INLINE void fill(Source source, Vel8u* dst, size_t n) {
-  if (n < 16) {
-    for (size_t i = 0; i < n; ++i) dst[i] = source.byte(i);
-    return;
-  }
-  if (n <= kWide) {
-    store(dst, source.vec(0));
-    store(dst + n - 16, source.vec(n - 16));
-    return;
-  }
-  storeWide(dst, source.wide(0));
-  const size_t last = n - kWide;
-  size_t i = kWide - (reinterpret_cast<uintptr_t>(dst) & (kWide - 1));
-  if (exceedsCaches(2.0 * double(n))) {
-    for (; i < last; i += kWide) streamWide(dst + i, source.wide(i));
-    streamEnd();
-  } else {
-    for (; i + 2 * kWide <= last; i += 2 * kWide) {
-      const Wide a = source.wide(i), b = source.wide(i + kWide);
-      storeWide(dst + i, a);
-      storeWide(dst + i + kWide, b);
-    }
-    for (; i < last; i += kWide) storeWide(dst + i, source.wide(i));
-  }
-  storeWide(dst + last, source.wide(last));
+template <class T> ORV_INLINE VelStatus copy(const T* pSrc, T* pDst, int len) {
+  const VelStatus status = checkVectors(len, pSrc, pDst);
+  return status != velStsNoErr ? status : fill(Copy{bytesOf(pSrc)}, bytesOf(pDst), size_t(len) * sizeof(T));
 }
 
-template <class T> VelStatus copy(const T* pSrc, T* pDst, int len) {
-  if (!pSrc || !pDst) return velStsNullPtrErr;
-  if (len < 1) return velStsSizeErr;
-  fill(Copy{reinterpret_cast<const Vel8u*>(pSrc)}, reinterpret_cast<Vel8u*>(pDst), size_t(len) * sizeof(T));
-  return velStsNoErr;
-}
-
-template <class T> VelStatus clear(T* pDst, int len) {
-  if (!pDst) return velStsNullPtrErr;
-  if (len < 1) return velStsSizeErr;
-  fill(Zero{}, reinterpret_cast<Vel8u*>(pDst), size_t(len) * sizeof(T));
-  return velStsNoErr;
+template <class T> ORV_INLINE VelStatus clear(T* pDst, int len) {
+  const VelStatus status = checkVectors(len, pDst);
+  return status != velStsNoErr ? status : fill(Zero{}, bytesOf(pDst), size_t(len) * sizeof(T));
 }
 
 }  // namespace

@@ -16,3 +16,25 @@ ORV_KERNEL VelStatus ORV_NAME(velsZero_32s)(Vel32s* pDst, int len);
 ORV_KERNEL Vel8u* ORV_NAME(velsMalloc_8u)(int len);
 ORV_KERNEL Vel32f* ORV_NAME(velsMalloc_32f)(int len);
 ORV_KERNEL void ORV_NAME(velsFree)(void* ptr);
+
+namespace {
+
+// The same for any type of element.
+template <class T> ORV_INLINE VelStatus copyVector(const T* pSrc, T* pDst, int len) {
+  if constexpr (sizeof(T) == 1)
+    return ORV_NAME(velsCopy_8u)(pSrc, pDst, len);
+  else if constexpr (sizeof(T) == 2)
+    return ORV_NAME(velsCopy_16s)(reinterpret_cast<const Vel16s*>(pSrc), reinterpret_cast<Vel16s*>(pDst), len);
+  else
+    return ORV_NAME(velsCopy_32s)(reinterpret_cast<const Vel32s*>(pSrc), reinterpret_cast<Vel32s*>(pDst), len);
+}
+template <class T> ORV_INLINE VelStatus clearVector(T* pDst, int len) {
+  if constexpr (sizeof(T) == 1)
+    return ORV_NAME(velsZero_8u)(pDst, len);
+  else if constexpr (sizeof(T) == 2)
+    return ORV_NAME(velsZero_16s)(reinterpret_cast<Vel16s*>(pDst), len);
+  else
+    return ORV_NAME(velsZero_32s)(reinterpret_cast<Vel32s*>(pDst), len);
+}
+
+}  // namespace

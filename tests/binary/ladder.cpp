@@ -276,6 +276,40 @@ void resize() {
       }
 }
 
+void vectors() {
+  static Vel8u src[150000], dst[sizeof src];
+  static Vel16s words[75000];
+  scatter(src, 256, 12);
+  memset(dst, 0, sizeof dst);
+  for (int bytes : {16, 60, 300, int(sizeof src)}) {  // each length class has code of its own
+    const Vel16s* const src16 = reinterpret_cast<Vel16s*>(src);
+    const Vel32u* const src32 = reinterpret_cast<Vel32u*>(src);
+    const auto dst16 = reinterpret_cast<Vel16s*>(dst);
+    expectDone(orvsAnd_8u(src, src + 1, dst, bytes - 1));
+    add(dst);
+    expectDone(orvsXor_32u_I(src32, reinterpret_cast<Vel32u*>(dst), bytes / 4));
+    add(dst);
+    expectDone(orvsOrC_16u(reinterpret_cast<Vel16u*>(src), 0x5A01, reinterpret_cast<Vel16u*>(dst), bytes / 2));
+    add(dst);
+    expectDone(orvsLShiftC_8u(src, 3, dst, bytes));
+    add(dst);
+    expectDone(orvsRShiftC_16s(src16, 3, dst16, bytes / 2));
+    add(dst);
+    expectDone(orvsRShiftC_32s_I(3, reinterpret_cast<Vel32s*>(dst), bytes / 4));
+    add(dst);
+    for (int scale : {-3, 0, 3}) {
+      memcpy(words, src, sizeof words);
+      expectDone(orvsMulC_16s_ISfs(57, words, bytes / 2, scale));
+      add(words);
+    }
+    Vel32f norm;
+    expectDone(orvsNorm_L2_16s32f(src16, bytes / 2, &norm));
+    add(norm);
+    expectDone(orvsAndC_8u_I(0, dst, bytes));
+    add(dst);
+  }
+}
+
 // What CPUID and XGETBV say, asked without the library, and what the library makes of it.
 void printSelection() {
   unsigned a, b, c = 0, d = 0, xcr = 0;
@@ -330,6 +364,7 @@ int main(int argc, char** argv) {
       {"arithmetic", arithmetic},
       {"convert", convert},
       {"resize", resize},
+      {"vectors", vectors},
       {"mcu", mcu},
   };
   for (const auto& family : kFamilies)

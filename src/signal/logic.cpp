@@ -1,0 +1,203 @@
+// Bitwise logic of two vectors, or of a vector and a constant.
+#include "signal/fill.h"
+#include "signal/memory.h"
+
+namespace {
+
+// ---- Operations on bits, in any width. kZeroClears: a constant of zero clears a vector; else it leaves it as it is.
+
+struct And {
+  static constexpr bool kZeroClears = true;
+  static Vec of(Vec a, Vec b) { return _mm_and_si128(a, b); }
+  static Wide of(Wide a, Wide b) { return andWide(a, b); }
+  static Vel32u of(Vel32u a, Vel32u b) { return a & b; }
+};
+struct Or {
+  static constexpr bool kZeroClears = false;
+  static Vec of(Vec a, Vec b) { return _mm_or_si128(a, b); }
+  static Wide of(Wide a, Wide b) { return orWide(a, b); }
+  static Vel32u of(Vel32u a, Vel32u b) { return a | b; }
+};
+struct Xor {
+  static constexpr bool kZeroClears = false;
+  static Vec of(Vec a, Vec b) { return _mm_xor_si128(a, b); }
+  static Wide of(Wide a, Wide b) { return xorWide(a, b); }
+  static Vel32u of(Vel32u a, Vel32u b) { return a ^ b; }
+};
+
+// ---- Sources
+
+// Two vectors' bits know no elements.
+template <class Op> struct OfTwo {
+  static constexpr size_t kWhole = kWide, kElement = 1;
+  static constexpr int kReads = 2;
+  const Vel8u *src1, *src2;
+  bool reads(const Vel8u* p) const { return p == src1 || p == src2; }
+  template <size_t kBytes> auto at(size_t i) const {
+    return Op::of(loadPiece<kBytes>(src1 + i), loadPiece<kBytes>(src2 + i));
+  }
+};
+
+template <class Op, size_t kSize> struct WithConstant {
+  static constexpr size_t kWhole = kWide, kElement = kSize;
+  static constexpr int kReads = 1;
+  const Vel8u* src;
+  Vel32u bits;  // the constant, as often as it fits
+  bool reads(const Vel8u* p) const { return p == src; }
+  template <size_t kBytes> auto at(size_t i) const {
+    const Vec all = all32(int(bits));
+    if constexpr (kBytes > 16)
+      return Op::of(loadPiece<kBytes>(src + i), repeatWide(all));
+    else
+      return Op::of(loadPiece<kBytes>(src + i), all);
+  }
+};
+
+// ---- Forms
+
+// Whether elements of dst come to lie on elements of src that are read later.
+ORV_INLINE bool runsInto(const Vel8u* src, const Vel8u* dst, size_t n) { return size_t(dst) - size_t(src) - 1 < n - 1; }
+
+// One after the other, with what earlier ones wrote.
+template <class Op>
+__attribute__((noinline)) VelStatus inOrder(const Vel8u* src1, const Vel8u* src2, Vel8u* dst, size_t n) {
+  for (size_t i = 0; i < n; i += 4) {
+    Vel32u a, b;
+    memcpy(&a, src1 + i, 4);
+    memcpy(&b, src2 + i, 4);
+    a = Op::of(a, b);
+    memcpy(dst + i, &a, 4);
+  }
+  return velStsNoErr;
+}
+
+template <class Op, class T> ORV_INLINE VelStatus ofTwo(const T* pSrc1, const T* pSrc2, T* pDst, int len) {
+  const VelStatus status = checkVectors(len, pSrc1, pSrc2, pDst);
+  if (status != velStsNoErr) return status;
+  const size_t n = size_t(len) * sizeof(T);
+  const Vel8u *const src1 = bytesOf(pSrc1), *const src2 = bytesOf(pSrc2);
+  Vel8u* const dst = bytesOf(pDst);
+  if (sizeof(T) == 4 && (runsInto(src1, dst, n) || runsInto(src2, dst, n))) return inOrder<Op>(src1, src2, dst, n);
+  return fill(OfTwo<Op>{src1, src2}, dst, n);
+}
+
+template <class Op, class T> ORV_INLINE VelStatus withConstant(const T* pSrc, T val, T* pDst, int len) {
+  if (val == 0) {
+    if (!Op::kZeroClears) return copyVector(pSrc, pDst, len);
+    return pSrc ? clearVector(pDst, len) : velStsNullPtrErr;
+  }
+  const VelStatus status = checkVectors(len, pSrc, pDst);
+  if (status != velStsNoErr) return status;
+  return fill(WithConstant<Op, sizeof(T)>{bytesOf(pSrc), val * (~Vel32u(0) / T(~T(0)))}, bytesOf(pDst),
+              size_t(len) * sizeof(T));
+}
+
+template <class Op, class T> ORV_INLINE VelStatus withConstant(T val, T* pSrcDst, int len) {
+  if (val == 0 && !Op::kZeroClears) return checkVectors(len, pSrcDst);
+  return withConstant<Op>(pSrcDst, val, pSrcDst, len);
+}
+
+template <class T> ORV_INLINE VelStatus complement(const T* pSrc, T* pDst, int len) {
+  return withConstant<Xor>(pSrc, T(~T(0)), pDst, len);
+}
+
+}  // namespace
+
+// ---- Bodies
+
+ORV_BODY_A(velsAnd_8u)(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len) {
+  return ofTwo<And>(pSrc1, pSrc2, pDst, len);
+}
+ORV_BODY_A(velsAnd_8u_I)(const Vel8u* pSrc, Vel8u* pSrcDst, int len) { return ofTwo<And>(pSrcDst, pSrc, pSrcDst, len); }
+ORV_BODY_A(velsAnd_16u)(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len) {
+  return ofTwo<And>(pSrc1, pSrc2, pDst, len);
+}
+ORV_BODY_B(velsAnd_16u_I)(const Vel16u* pSrc, Vel16u* pSrcDst, int len) {
+  return ofTwo<And>(pSrcDst, pSrc, pSrcDst, len);
+}
+ORV_BODY_B(velsAnd_32u)(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len) {
+  return ofTwo<And>(pSrc1, pSrc2, pDst, len);
+}
+ORV_BODY_B(velsAnd_32u_I)(const Vel32u* pSrc, Vel32u* pSrcDst, int len) {
+  return ofTwo<And>(pSrcDst, pSrc, pSrcDst, len);
+}
+
+ORV_BODY_A(velsOr_8u)(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len) {
+  return ofTwo<Or>(pSrc1, pSrc2, pDst, len);
+}
+ORV_BODY_A(velsOr_8u_I)(const Vel8u* pSrc, Vel8u* pSrcDst, int len) { return ofTwo<Or>(pSrcDst, pSrc, pSrcDst, len); }
+ORV_BODY_B(velsOr_16u)(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len) {
+  return ofTwo<Or>(pSrc1, pSrc2, pDst, len);
+}
+ORV_BODY_A(velsOr_16u_I)(const Vel16u* pSrc, Vel16u* pSrcDst, int len) {
+  return ofTwo<Or>(pSrcDst, pSrc, pSrcDst, len);
+}
+ORV_BODY_A(velsOr_32u)(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len) {
+  return ofTwo<Or>(pSrc1, pSrc2, pDst, len);
+}
+ORV_BODY_B(velsOr_32u_I)(const Vel32u* pSrc, Vel32u* pSrcDst, int len) {
+  return ofTwo<Or>(pSrcDst, pSrc, pSrcDst, len);
+}
+
+ORV_BODY_A(velsXor_8u)(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len) {
+  return ofTwo<Xor>(pSrc1, pSrc2, pDst, len);
+}
+ORV_BODY_A(velsXor_8u_I)(const Vel8u* pSrc, Vel8u* pSrcDst, int len) { return ofTwo<Xor>(pSrcDst, pSrc, pSrcDst, len); }
+ORV_BODY_A(velsXor_16u)(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len) {
+  return ofTwo<Xor>(pSrc1, pSrc2, pDst, len);
+}
+ORV_BODY_B(velsXor_16u_I)(const Vel16u* pSrc, Vel16u* pSrcDst, int len) {
+  return ofTwo<Xor>(pSrcDst, pSrc, pSrcDst, len);
+}
+ORV_BODY_A(velsXor_32u)(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len) {
+  return ofTwo<Xor>(pSrc1, pSrc2, pDst, len);
+}
+ORV_BODY_A(velsXor_32u_I)(const Vel32u* pSrc, Vel32u* pSrcDst, int len) {
+  return ofTwo<Xor>(pSrcDst, pSrc, pSrcDst, len);
+}
+
+ORV_BODY_B(velsAndC_8u)(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len) {
+  return withConstant<And>(pSrc, val, pDst, len);
+}
+ORV_BODY_B(velsAndC_8u_I)(Vel8u val, Vel8u* pSrcDst, int len) { return withConstant<And>(val, pSrcDst, len); }
+ORV_BODY_B(velsAndC_16u)(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len) {
+  return withConstant<And>(pSrc, val, pDst, len);
+}
+ORV_BODY_B(velsAndC_16u_I)(Vel16u val, Vel16u* pSrcDst, int len) { return withConstant<And>(val, pSrcDst, len); }
+ORV_BODY_A(velsAndC_32u)(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len) {
+  return withConstant<And>(pSrc, val, pDst, len);
+}
+ORV_BODY_A(velsAndC_32u_I)(Vel32u val, Vel32u* pSrcDst, int len) { return withConstant<And>(val, pSrcDst, len); }
+
+ORV_BODY_B(velsOrC_8u)(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len) {
+  return withConstant<Or>(pSrc, val, pDst, len);
+}
+ORV_BODY_B(velsOrC_8u_I)(Vel8u val, Vel8u* pSrcDst, int len) { return withConstant<Or>(val, pSrcDst, len); }
+ORV_BODY_B(velsOrC_16u)(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len) {
+  return withConstant<Or>(pSrc, val, pDst, len);
+}
+ORV_BODY_B(velsOrC_16u_I)(Vel16u val, Vel16u* pSrcDst, int len) { return withConstant<Or>(val, pSrcDst, len); }
+ORV_BODY_A(velsOrC_32u)(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len) {
+  return withConstant<Or>(pSrc, val, pDst, len);
+}
+ORV_BODY_A(velsOrC_32u_I)(Vel32u val, Vel32u* pSrcDst, int len) { return withConstant<Or>(val, pSrcDst, len); }
+
+ORV_BODY_B(velsXorC_8u)(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len) {
+  return withConstant<Xor>(pSrc, val, pDst, len);
+}
+ORV_BODY_C(velsXorC_8u_I)(Vel8u val, Vel8u* pSrcDst, int len) { return withConstant<Xor>(val, pSrcDst, len); }
+ORV_BODY_B(velsXorC_16u)(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len) {
+  return withConstant<Xor>(pSrc, val, pDst, len);
+}
+ORV_BODY_C(velsXorC_16u_I)(Vel16u val, Vel16u* pSrcDst, int len) { return withConstant<Xor>(val, pSrcDst, len); }
+ORV_BODY_A(velsXorC_32u)(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len) {
+  return withConstant<Xor>(pSrc, val, pDst, len);
+}
+ORV_BODY_A(velsXorC_32u_I)(Vel32u val, Vel32u* pSrcDst, int len) { return withConstant<Xor>(val, pSrcDst, len); }
+
+ORV_BODY_C(velsNot_8u)(const Vel8u* pSrc, Vel8u* pDst, int len) { return complement(pSrc, pDst, len); }
+ORV_BODY_C(velsNot_8u_I)(Vel8u* pSrcDst, int len) { return complement(pSrcDst, pSrcDst, len); }
+ORV_BODY_C(velsNot_16u)(const Vel16u* pSrc, Vel16u* pDst, int len) { return complement(pSrc, pDst, len); }
+ORV_BODY_C(velsNot_16u_I)(Vel16u* pSrcDst, int len) { return complement(pSrcDst, pSrcDst, len); }
+ORV_BODY_A(velsNot_32u)(const Vel32u* pSrc, Vel32u* pDst, int len) { return complement(pSrc, pDst, len); }
+ORV_BODY_A(velsNot_32u_I)(Vel32u* pSrcDst, int len) { return complement(pSrcDst, pSrcDst, len); }

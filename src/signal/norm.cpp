@@ -1,0 +1,56 @@
+// The Euclidean norm of a vector.
+#include "signal/fill.h"
+
+namespace {
+
+// The sum of squares. A multiply-add gives the sum of two in 32 bits without sign: of two -32768 it is 2^31. `all` adds
+// up pairs of such numbers as 64-bit ones, modulo 2^64, and `high` their high halves alone; together they tell both.
+class Squares {
+ public:
+  void add(Vec words) {
+    const Vec pairs = _mm_madd_epi16(words, words);
+    all = _mm_add_epi64(all, pairs);
+    high = _mm_add_epi64(high, _mm_srli_epi64(pairs, 32));
+  }
+  void add(const Squares& other) {
+    all = _mm_add_epi64(all, other.all);
+    high = _mm_add_epi64(high, other.high);
+  }
+  Vel64u sum() const {
+    Vel64u lanes[2];
+    store(lanes, _mm_add_epi64(_mm_sub_epi64(all, _mm_slli_epi64(high, 32)), high));
+    return lanes[0] + lanes[1];
+  }
+
+ private:
+  Vec all = zero(), high = zero();
+};
+
+ORV_INLINE Vel64u sumOfSquares(const Vel8u* p, size_t n) {
+  Squares even, odd;
+  for (; n >= 32; p += 32, n -= 32) {
+    even.add(load(p));
+    odd.add(load(p + 16));
+  }
+  if (n & 16) even.add(load(p)), p += 16;
+  if (n & 8) odd.add(loadPiece<8>(p)), p += 8;
+  if (n & 4) even.add(loadPiece<4>(p)), p += 4;
+  if (n & 2) odd.add(loadPiece<2>(p));
+  even.add(odd);
+  return even.sum();
+}
+
+// Rounded once, in the addition.
+ORV_INLINE double toDouble(Vel64u x) { return double(Vel32s(x >> 32)) * 4294967296.0 + double(Vel32u(x)); }
+
+}  // namespace
+
+// ---- Bodies
+
+ORV_BODY_A(velsNorm_L2_16s32f)(const Vel16s* pSrc, int len, Vel32f* pNorm) {
+  if (!pSrc || !pNorm) return velStsNullPtrErr;
+  if (len < 1) return velStsSizeErr;
+  const __m128d sum = _mm_set_sd(toDouble(sumOfSquares(bytesOf(pSrc), size_t(len) * sizeof *pSrc)));
+  _mm_store_ss(pNorm, _mm_cvtsd_ss(_mm_setzero_ps(), _mm_sqrt_sd(sum, sum)));
+  return velStsNoErr;
+}
