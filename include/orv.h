@@ -415,6 +415,109 @@ ORV_API VelStatus orvsMulC_16s_ISfs(Vel16s val, Vel16s* pSrcDst, int len, int sc
 ORV_API VelStatus velsNorm_L2_16s32f(const Vel16s* pSrc, int len, Vel32f* pNorm);
 ORV_API VelStatus orvsNorm_L2_16s32f(const Vel16s* pSrc, int len, Vel32f* pNorm);
 
+/* ---- Images: copy, border, channel swap --------------------------------------------------------------------- */
+
+/* Copies a region. Regions of more than 1048576 bytes are written past the caches.
+ *   velStsNullPtrErr   pSrc or pDst is null
+ *   velStsSizeErr      width or height below 1
+ * Steps are not checked: a negative one walks upwards. */
+ORV_API VelStatus veliCopy_8u_C1R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviCopy_8u_C1R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliCopy_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviCopy_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus veliCopy_8u_C4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+ORV_API VelStatus orviCopy_8u_C4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+
+/* Surrounds a region of one-channel pixels with copies of its outermost ones, in the same image. pSrc is the first
+ * pixel of the region, which itself stays as it is. The result is a region of dstRoiSize that begins topBorderHeight
+ * rows above and leftBorderWidth pixels to the left of it; each new pixel has the value of the nearest old one.
+ *   velStsNullPtrErr   pSrc is null
+ *   velStsStepErr      srcDstStep below 1
+ *   velStsSizeErr      a width or height below 1, a border below 0, or the source with its top and left border reaches
+ *                      beyond dstRoiSize */
+ORV_API VelStatus veliCopyReplicateBorder_8u_C1IR(const Vel8u* pSrc, int srcDstStep, VeliSize srcRoiSize,
+                                                  VeliSize dstRoiSize, int topBorderHeight, int leftBorderWidth);
+ORV_API VelStatus orviCopyReplicateBorder_8u_C1IR(const Vel8u* pSrc, int srcDstStep, VeliSize srcRoiSize,
+                                                  VeliSize dstRoiSize, int topBorderHeight, int leftBorderWidth);
+
+/* Reorders the channels of every pixel: destination channel i becomes what source channel dstOrder[i] was; one source
+ * channel may serve several. Channels are counted from 0. pDst may be pSrc, with the same step.
+ *   C3    three channels; dstOrder[3], entries 0..2
+ *   C4    four channels; dstOrder[4], entries 0..3
+ *   AC4   the first three of four channels; dstOrder[3], entries 0..2. The destination's fourth keeps its value.
+ *   velStsNullPtrErr        pSrc, pDst, pSrcDst or dstOrder is null
+ *   velStsStepErr           C4IR: the step is below 1
+ *   velStsSizeErr           width or height below 1
+ *   velStsStepErr           the other forms: a step below 1
+ *   velStsChannelOrderErr   an entry of dstOrder is none of those above */
+ORV_API VelStatus veliSwapChannels_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                          const int dstOrder[3]);
+ORV_API VelStatus orviSwapChannels_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                          const int dstOrder[3]);
+ORV_API VelStatus veliSwapChannels_16u_C3R(const Vel16u* pSrc, int srcStep, Vel16u* pDst, int dstStep, VeliSize roiSize,
+                                           const int dstOrder[3]);
+ORV_API VelStatus orviSwapChannels_16u_C3R(const Vel16u* pSrc, int srcStep, Vel16u* pDst, int dstStep, VeliSize roiSize,
+                                           const int dstOrder[3]);
+ORV_API VelStatus veliSwapChannels_16s_C3R(const Vel16s* pSrc, int srcStep, Vel16s* pDst, int dstStep, VeliSize roiSize,
+                                           const int dstOrder[3]);
+ORV_API VelStatus orviSwapChannels_16s_C3R(const Vel16s* pSrc, int srcStep, Vel16s* pDst, int dstStep, VeliSize roiSize,
+                                           const int dstOrder[3]);
+ORV_API VelStatus veliSwapChannels_32s_C3R(const Vel32s* pSrc, int srcStep, Vel32s* pDst, int dstStep, VeliSize roiSize,
+                                           const int dstOrder[3]);
+ORV_API VelStatus orviSwapChannels_32s_C3R(const Vel32s* pSrc, int srcStep, Vel32s* pDst, int dstStep, VeliSize roiSize,
+                                           const int dstOrder[3]);
+ORV_API VelStatus veliSwapChannels_32f_C3R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize,
+                                           const int dstOrder[3]);
+ORV_API VelStatus orviSwapChannels_32f_C3R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize,
+                                           const int dstOrder[3]);
+ORV_API VelStatus veliSwapChannels_8u_AC4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                           const int dstOrder[3]);
+ORV_API VelStatus orviSwapChannels_8u_AC4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                           const int dstOrder[3]);
+ORV_API VelStatus veliSwapChannels_16u_AC4R(const Vel16u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                            VeliSize roiSize, const int dstOrder[3]);
+ORV_API VelStatus orviSwapChannels_16u_AC4R(const Vel16u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
+                                            VeliSize roiSize, const int dstOrder[3]);
+ORV_API VelStatus veliSwapChannels_16s_AC4R(const Vel16s* pSrc, int srcStep, Vel16s* pDst, int dstStep,
+                                            VeliSize roiSize, const int dstOrder[3]);
+ORV_API VelStatus orviSwapChannels_16s_AC4R(const Vel16s* pSrc, int srcStep, Vel16s* pDst, int dstStep,
+                                            VeliSize roiSize, const int dstOrder[3]);
+ORV_API VelStatus veliSwapChannels_32s_AC4R(const Vel32s* pSrc, int srcStep, Vel32s* pDst, int dstStep,
+                                            VeliSize roiSize, const int dstOrder[3]);
+ORV_API VelStatus orviSwapChannels_32s_AC4R(const Vel32s* pSrc, int srcStep, Vel32s* pDst, int dstStep,
+                                            VeliSize roiSize, const int dstOrder[3]);
+ORV_API VelStatus veliSwapChannels_32f_AC4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep,
+                                            VeliSize roiSize, const int dstOrder[3]);
+ORV_API VelStatus orviSwapChannels_32f_AC4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep,
+                                            VeliSize roiSize, const int dstOrder[3]);
+ORV_API VelStatus veliSwapChannels_8u_C3IR(Vel8u* pSrcDst, int srcDstStep, VeliSize roiSize, const int dstOrder[3]);
+ORV_API VelStatus orviSwapChannels_8u_C3IR(Vel8u* pSrcDst, int srcDstStep, VeliSize roiSize, const int dstOrder[3]);
+ORV_API VelStatus veliSwapChannels_8u_C4IR(Vel8u* pSrcDst, int srcDstStep, VeliSize roiSize, const int dstOrder[4]);
+ORV_API VelStatus orviSwapChannels_8u_C4IR(Vel8u* pSrcDst, int srcDstStep, VeliSize roiSize, const int dstOrder[4]);
+
+/* Three of four channels: destination channel i gets source channel dstOrder[i], 0..3.
+ *   velStsNullPtrErr        pSrc, pDst or dstOrder is null
+ *   velStsSizeErr           width or height below 1
+ *   velStsChannelOrderErr   an entry of dstOrder is none of 0..3
+ * Steps are not checked: a negative one walks upwards. */
+ORV_API VelStatus veliSwapChannels_8u_C4C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                            const int dstOrder[3]);
+ORV_API VelStatus orviSwapChannels_8u_C4C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                            const int dstOrder[3]);
+
+/* Three channels to four. Destination channel i
+ *   gets source channel dstOrder[i]   where that is 0..2
+ *   gets val                          where it is 3
+ *   keeps its value                   where it is above 3; the fourth channel also where dstOrder[3] is negative
+ *   velStsNullPtrErr        pSrc, pDst or dstOrder is null
+ *   velStsSizeErr           width or height below 1
+ *   velStsChannelOrderErr   one of the first three entries of dstOrder is negative
+ * Steps are not checked: a negative one walks upwards. */
+ORV_API VelStatus veliSwapChannels_8u_C3C4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                            const int dstOrder[4], Vel8u val);
+ORV_API VelStatus orviSwapChannels_8u_C3C4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
+                                            const int dstOrder[4], Vel8u val);
+
 /* ---- Image: box filter -------------------------------------------------------------------------------------- */
 
 /* Means of single-precision floats over a mask of maskSize pixels, of which the one at `anchor` lies over the pixel

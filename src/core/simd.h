@@ -85,6 +85,9 @@ ORV_INLINE bool exceedsCaches(double bytes) {
   int cache;
   return bytes > 524288 && velGetMaxCacheSizeB(&cache) == velStsNoErr && bytes >= cache;
 }
+// Images of more bytes than these are moved past the caches, whatever their size.
+constexpr double kMovedPastCaches = 1048576;
+constexpr size_t kLine = 64;  // of a cache, in bytes
 
 // ---- Wide: the widest vector that the path loads, stores, and works on as floats or bit by bit
 

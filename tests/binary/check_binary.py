@@ -67,7 +67,7 @@ class Library:
                 table[name] = (address, size, kind, bind)
         self.functions = {}
         for name, (address, _, kind, _) in self.all.items():
-            if kind == "FUNC":
+            if kind == "FUNC" and not name.endswith(".localalias"):  # gcc's, where it lets one body stand for another
                 self.functions.setdefault(address, set()).add(name)
         self.segments = [[int(x, 16) for x in found] for found in re.findall(
             r"^ +LOAD +(\S+) (\S+) \S+ (\S+)", output("readelf", "-lW", path), re.MULTILINE)]

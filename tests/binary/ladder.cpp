@@ -97,6 +97,42 @@ void inverseDct() {
   }
 }
 
+void copy() {
+  constexpr int kWidth = 70, kHeight = 3, kStep = kWidth * 16 + 5;  // blocks and a tail, and rows at odd addresses
+  const VeliSize size = {kWidth, kHeight};
+  Vel8u src[kStep * kHeight], dst[kStep * kHeight];
+  scatter(src, 256, 12);
+  const auto run = [&](auto work) {
+    memset(dst, 0x5A, sizeof dst);
+    expectDone(work());
+    add(dst);
+  };
+  run([&] { return orviCopy_8u_C4R(src, kStep, dst, kStep, size); });
+  const int order[4] = {2, 0, 1, 1}, withRest[4] = {2, 3, 4, 0};
+  const auto swap = [&](auto c3, auto ac4) {
+    run([&] { return c3(src, kStep, dst, kStep, size, order); });
+    run([&] { return ac4(src, kStep, dst, kStep, size, order); });
+  };
+  const auto of = [](auto channel, auto form) {
+    using T = decltype(channel);
+    return [form](const Vel8u* from, int fromStep, Vel8u* to, int toStep, VeliSize roi, const int* dstOrder) {
+      return form(reinterpret_cast<const T*>(from), fromStep, reinterpret_cast<T*>(to), toStep, roi, dstOrder);
+    };
+  };
+  swap(orviSwapChannels_8u_C3R, orviSwapChannels_8u_AC4R);
+  swap(of(Vel16u(), orviSwapChannels_16u_C3R), of(Vel16u(), orviSwapChannels_16u_AC4R));
+  swap(of(Vel32s(), orviSwapChannels_32s_C3R), of(Vel32s(), orviSwapChannels_32s_AC4R));
+  run([&] { return orviSwapChannels_8u_C4C3R(src, kStep, dst, kStep, size, order); });
+  for (const int* entries : {order, withRest})
+    run([&] { return orviSwapChannels_8u_C3C4R(src, kStep, dst, kStep, size, entries, 7); });
+  expectDone(orviSwapChannels_8u_C3IR(src, kStep, size, order));
+  expectDone(orviSwapChannels_8u_C4IR(src, kStep, size, order));
+  for (int left : {1, 16, 40})
+    expectDone(orviCopyReplicateBorder_8u_C1IR(src + kStep + left, kStep, {kWidth, 1}, {kWidth + left + 100, kHeight},
+                                               1, left));
+  add(src);
+}
+
 void huffman() {
   // Codes 0, 10, 110, 1110 for categories 0 to 3 of DC, and for two AC symbols, end of block and a run of sixteen.
   static const Vel8u bits[16] = {1, 1, 1, 1}, dcSymbols[4] = {0, 1, 2, 3}, acSymbols[4] = {0x00, 0x12, 0x03, 0xF0};
@@ -365,6 +401,7 @@ int main(int argc, char** argv) {
       {"convert", convert},
       {"resize", resize},
       {"vectors", vectors},
+      {"copy", copy},
       {"mcu", mcu},
   };
   for (const auto& family : kFamilies)
