@@ -668,16 +668,16 @@ ORV_API VelStatus orviConvert_32f8u_AC4R(const Vel32f* pSrc, int srcStep, Vel8u*
 
 /* How pixels between source pixels are found: one method, and at most one flag ORed to it. */
 enum {
-  velInterNearest = 1,         /* the source pixel whose square holds the centre */
-  velInterLinear = 2,          /* 2 by 2 pixels */
-  velInterCubic = 4,           /* 4 by 4 pixels: the cubic through four points */
-  velInterCubicBSpline = 5,    /* the cubic B-spline: smooths */
-  velInterCubicCatmullRom = 6, /* Catmull-Rom: B = 0, C = 0.5 */
-  velInterCubicB05C03 = 7,     /* B = 0.5, C = 0.3 */
-  velInterSuper = 8,           /* the mean of the area that a pixel covers; only reduces */
-  velInterLanczos = 16,        /* 6 by 6 pixels: Lanczos' window of three lobes */
-  velFlagAntialiasing = 0x20000000, /* linear, cubic, Lanczos: a reduction widens the filter to what a pixel covers */
-  velFlagSubpixelEdge = 0x40000000, /* pixels that are covered in part become the edge, scaled by their coverage */
+  velInterNearest = 1,                /* the source pixel whose square holds the centre */
+  velInterLinear = 2,                 /* 2 by 2 pixels */
+  velInterCubic = 4,                  /* 4 by 4 pixels: the cubic through four points */
+  velInterCubicBSpline = 5,           /* the cubic B-spline: smooths */
+  velInterCubicCatmullRom = 6,        /* Catmull-Rom: B = 0, C = 0.5 */
+  velInterCubicB05C03 = 7,            /* B = 0.5, C = 0.3 */
+  velInterSuper = 8,                  /* the mean of the area that a pixel covers; only reduces */
+  velInterLanczos = 16,               /* 6 by 6 pixels: Lanczos' window of three lobes */
+  velFlagAntialiasing = 0x20000000,   /* linear, cubic, Lanczos: a reduction widens the filter to what a pixel covers */
+  velFlagSubpixelEdge = 0x40000000,   /* pixels that are covered in part become the edge, scaled by their coverage */
   velFlagSmoothEdge = -2147483647 - 1 /* (bit 31) they are blended with the edge, by their coverage */
 };
 
@@ -750,54 +750,46 @@ ORV_API VelStatus orviResizeGetBufSize(VeliRect srcRoi, VeliRect dstRoi, int nCh
  *   velStsWrongIntersectROI  warning: srcRoi begins outside the image; nothing is written
  *   velStsNoOperation        warning: no pixel of dstRoi is in the scaled region; nothing is written
  *   velStsNoAntialiasing     done; antialiasing was asked of nearest or supersampling, which do without */
-ORV_API VelStatus veliResizeSqrPixel_8u_C1R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
-                                            VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
-                                            double xFactor, double yFactor, double xShift, double yShift,
-                                            int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus orviResizeSqrPixel_8u_C1R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
-                                            VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
-                                            double xFactor, double yFactor, double xShift, double yShift,
-                                            int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus veliResizeSqrPixel_8u_C3R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
-                                            VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
-                                            double xFactor, double yFactor, double xShift, double yShift,
-                                            int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus orviResizeSqrPixel_8u_C3R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
-                                            VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
-                                            double xFactor, double yFactor, double xShift, double yShift,
-                                            int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus veliResizeSqrPixel_8u_C4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
-                                            VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
-                                            double xFactor, double yFactor, double xShift, double yShift,
-                                            int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus orviResizeSqrPixel_8u_C4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
-                                            VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
-                                            double xFactor, double yFactor, double xShift, double yShift,
-                                            int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus veliResizeSqrPixel_8u_AC4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
-                                             VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
-                                             double xFactor, double yFactor, double xShift, double yShift,
-                                             int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus orviResizeSqrPixel_8u_AC4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep,
-                                             VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
-                                             double xFactor, double yFactor, double xShift, double yShift,
-                                             int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus veliResizeSqrPixel_8u_P3R(const Vel8u* const pSrc[3], VeliSize srcSize, int srcStep,
-                                            VeliRect srcRoi, Vel8u* const pDst[3], int dstStep, VeliRect dstRoi,
-                                            double xFactor, double yFactor, double xShift, double yShift,
-                                            int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus orviResizeSqrPixel_8u_P3R(const Vel8u* const pSrc[3], VeliSize srcSize, int srcStep,
-                                            VeliRect srcRoi, Vel8u* const pDst[3], int dstStep, VeliRect dstRoi,
-                                            double xFactor, double yFactor, double xShift, double yShift,
-                                            int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus veliResizeSqrPixel_8u_P4R(const Vel8u* const pSrc[4], VeliSize srcSize, int srcStep,
-                                            VeliRect srcRoi, Vel8u* const pDst[4], int dstStep, VeliRect dstRoi,
-                                            double xFactor, double yFactor, double xShift, double yShift,
-                                            int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus orviResizeSqrPixel_8u_P4R(const Vel8u* const pSrc[4], VeliSize srcSize, int srcStep,
-                                            VeliRect srcRoi, Vel8u* const pDst[4], int dstStep, VeliRect dstRoi,
-                                            double xFactor, double yFactor, double xShift, double yShift,
-                                            int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus veliResizeSqrPixel_8u_C1R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
+                                            Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
+                                            double xShift, double yShift, int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus orviResizeSqrPixel_8u_C1R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
+                                            Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
+                                            double xShift, double yShift, int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus veliResizeSqrPixel_8u_C3R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
+                                            Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
+                                            double xShift, double yShift, int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus orviResizeSqrPixel_8u_C3R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
+                                            Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
+                                            double xShift, double yShift, int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus veliResizeSqrPixel_8u_C4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
+                                            Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
+                                            double xShift, double yShift, int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus orviResizeSqrPixel_8u_C4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
+                                            Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
+                                            double xShift, double yShift, int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus veliResizeSqrPixel_8u_AC4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
+                                             Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
+                                             double xShift, double yShift, int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus orviResizeSqrPixel_8u_AC4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
+                                             Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
+                                             double xShift, double yShift, int interpolation, Vel8u* pBuffer);
+ORV_API VelStatus veliResizeSqrPixel_8u_P3R(const Vel8u* const pSrc[3], VeliSize srcSize, int srcStep, VeliRect srcRoi,
+                                            Vel8u* const pDst[3], int dstStep, VeliRect dstRoi, double xFactor,
+                                            double yFactor, double xShift, double yShift, int interpolation,
+                                            Vel8u* pBuffer);
+ORV_API VelStatus orviResizeSqrPixel_8u_P3R(const Vel8u* const pSrc[3], VeliSize srcSize, int srcStep, VeliRect srcRoi,
+                                            Vel8u* const pDst[3], int dstStep, VeliRect dstRoi, double xFactor,
+                                            double yFactor, double xShift, double yShift, int interpolation,
+                                            Vel8u* pBuffer);
+ORV_API VelStatus veliResizeSqrPixel_8u_P4R(const Vel8u* const pSrc[4], VeliSize srcSize, int srcStep, VeliRect srcRoi,
+                                            Vel8u* const pDst[4], int dstStep, VeliRect dstRoi, double xFactor,
+                                            double yFactor, double xShift, double yShift, int interpolation,
+                                            Vel8u* pBuffer);
+ORV_API VelStatus orviResizeSqrPixel_8u_P4R(const Vel8u* const pSrc[4], VeliSize srcSize, int srcStep, VeliRect srcRoi,
+                                            Vel8u* const pDst[4], int dstStep, VeliRect dstRoi, double xFactor,
+                                            double yFactor, double xShift, double yShift, int interpolation,
+                                            Vel8u* pBuffer);
 
 /* Lanczos' window of three lobes in hundredths: entry i is L(i / 100), where L(x) = 3 sin(pi x) sin(pi x / 3) / (pi x)^2,
  * L(0) = 1, rounded to single precision; entries 300 and 301 are 0. */
