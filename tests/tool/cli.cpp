@@ -103,6 +103,11 @@ TEST_F(Cli, BadPpmFiles) {
   write("other", "P5 20 10 255\n" + Bytes(200, 'x'));
   expectRefusal("compare picture other", 1, "differ in size or kind");
   expectRefusal("compare picture bad.ppm", 1, "differ in size or kind");
+  expectRefusal("filter --box 3x3 bad.ppm OUT", 1, "too large to filter");
+  expectRefusal("filter --box 9999x9999 picture OUT", 1, "too large to filter");
+  expectRefusal("filter picture OUT", 2, "filter takes --box");
+  expectRefusal("filter --box 3 picture OUT", 2, "a size like 9x9");
+  expectRefusal("filter --box 0x3 picture OUT", 2, "a number from 1 to 9999");
 }
 
 TEST_F(Cli, BadFilesAndArguments) {

@@ -18,6 +18,7 @@ constexpr char kHelp[] =
     "  orv compare A.ppm B.ppm     how far two pictures lie apart\n"
     "  orv convert ...             convert to raw samples of another colour format, or\n"
     "                              back\n"
+    "  orv filter ...              smooth a picture with a box filter\n"
     "  orv COMMAND --help          more about a command\n"
     "  orv --help, orv --version\n"
     "\n"
@@ -34,6 +35,7 @@ int run(int argc, char** argv) {
   if (command == "encode") return runEncode(argc - 1, argv + 1);
   if (command == "compare") return runCompare(argc - 1, argv + 1);
   if (command == "convert") return runConvert(argc - 1, argv + 1);
+  if (command == "filter") return runFilter(argc - 1, argv + 1);
   throw UsageError("unknown command '" + command + "' (see orv --help)");
 }
 

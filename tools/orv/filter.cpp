@@ -1,0 +1,110 @@
+// orv filter: smooths a picture with a box filter.
+#include <getopt.h>
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+#include "commands.h"
+#include "orv.h"
+#include "paths.h"
+#include "ppm_file.h"
+
+namespace {
+
+constexpr char kHelp[] =
+    "usage: orv filter --box WIDTHxHEIGHT [--path NAME] IN.ppm OUT.ppm\n"
+    "\n"
+    "Replaces each pixel of a binary PPM or PGM file by the mean of WIDTH by HEIGHT\n"
+    "pixels around it, rounded to nearest. Beyond its edges the picture goes on with\n"
+    "its outermost pixels.\n"
+    "\n"
+    "  --box WxH       the size of the box (1 to 9999 a side)\n"
+    "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --help          show this\n";
+
+constexpr int kLargestBox = 9999;
+constexpr double kMostSamples = 1 << 26;  // of the picture with its border, which are floats in memory
+
+VeliSize boxSize(const std::string& text) {
+  const size_t cross = text.find('x');
+  if (cross == std::string::npos) throw UsageError("--box takes a size like 9x9");
+  return {int(optionNumber("--box's width", text.substr(0, cross).c_str(), kLargestBox)),
+          int(optionNumber("--box's height", text.substr(cross + 1).c_str(), kLargestBox))};
+}
+
+void must(VelStatus status) {
+  if (status < 0) throw std::runtime_error(orvGetStatusString(status));
+}
+
+// Floats with a border of repeated pixels all round, which the filter reads.
+struct Bordered {
+  int left, top, channels, row;  // row: floats
+  std::vector<Vel32f> samples;
+
+  Bordered(const Picture& picture, VeliSize box, VeliPoint anchor)
+      : left(anchor.x * picture.channels),
+        top(anchor.y),
+        channels(picture.channels),
+        row((picture.width + box.width - 1) * picture.channels),
+        samples(size_t(row) * size_t(picture.height + box.height - 1)) {
+    const int inside = picture.width * channels;
+    for (int y = 0; y < picture.height; ++y) {
+      Vel32f* const to = at(y);
+      must(orviConvert_8u32f_C1R(&picture.samples[size_t(y) * size_t(inside)], inside, to, row * int(sizeof *to),
+                                 {inside, 1}));
+      for (int i = 1; i <= left; ++i) to[-i] = to[channels - 1 - (i - 1) % channels];
+      for (int i = inside; i < row - left; ++i) to[i] = to[i - channels];
+    }
+    const auto repeat = [&](int y, int from) {
+      std::copy_n(at(from) - left, row, samples.begin() + ptrdiff_t(y) * row);
+    };
+    for (int y = 0; y < top; ++y) repeat(y, 0);
+    for (int y = top + picture.height; y < picture.height + box.height - 1; ++y) repeat(y, picture.height - 1);
+  }
+  // The first sample of the picture's row y.
+  Vel32f* at(int y) { return &samples[size_t(top + y) * size_t(row) + size_t(left)]; }
+};
+
+void filter(Picture& picture, VeliSize box) {
+  const VeliPoint anchor = {box.width / 2, box.height / 2};
+  Bordered from(picture, box, anchor);
+  const int inside = picture.width * picture.channels, step = inside * int(sizeof(Vel32f));
+  std::vector<Vel32f> means(picture.samples.size());
+  const auto run = picture.channels == 1 ? orviFilterBox_32f_C1R : orviFilterBox_32f_C3R;
+  must(run(from.at(0), from.row * int(sizeof(Vel32f)), means.data(), step, {picture.width, picture.height}, box,
+           anchor));
+  must(orviConvert_32f8u_C1R(means.data(), step, picture.samples.data(), inside, {inside, picture.height}, 1));
+}
+
+}  // namespace
+
+int runFilter(int argc, char** argv) {
+  const option options[] = {{"help", no_argument, nullptr, 'h'},
+                            {"box", required_argument, nullptr, 'b'},
+                            {"path", required_argument, nullptr, 'p'},
+                            {}};
+  VeliSize box = {};
+  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
+    switch (c) {
+      case 'h': return fputs(kHelp, stdout), 0;
+      case 'b': box = boxSize(optarg); break;
+      case 'p': selectPath(optarg); break;
+      default: refuseOption(c, argv);
+    }
+  }
+  if (argc - optind != 2 || box.width == 0)
+    throw UsageError("filter takes --box WIDTHxHEIGHT, IN.ppm and OUT.ppm (see orv filter --help)");
+  PpmReader reader(argv[optind]);
+  if ((double(reader.width()) + box.width) * (double(reader.height()) + box.height) * reader.channels() > kMostSamples)
+    throw std::runtime_error(std::string(argv[optind]) + ": the picture or the box is too large to filter in memory");
+  Picture picture = reader.picture();
+  filter(picture, box);
+  PpmFile file(argv[optind + 1], picture.width, picture.height, picture.channels);
+  const size_t row = size_t(picture.width) * size_t(picture.channels);
+  for (int y = 0; y < picture.height; ++y) {
+    memcpy(file.rows(y, 1).data, &picture.samples[size_t(y) * row], row);
+    file.done(y, 1);
+  }
+  file.commit();
+  return 0;
+}
