@@ -299,10 +299,23 @@ __attribute__((noinline)) VelStatus corner(const Vel16s* coef, Vel8u* dst, int s
   return velStsNoErr;
 }
 
+// Fetches what processors do not foresee when block follows block: the source some blocks on, and of the eight rows below
+// this block one, another one for each of the blocks that share their cache lines. All of the source, also for those
+// who need half of it: taking turns, this goes faster.
+ORV_INLINE void prefetchNext(const Vel16s* src, const Vel8u* dst, int step) {
+  constexpr int kBlocksAhead = 16;
+  prefetch(src + 64 * kBlocksAhead);
+  prefetch(src + 64 * kBlocksAhead + 32);
+  prefetch(rowOf(dst, step, 8 + int(reinterpret_cast<size_t>(dst) / 8 % 8)));
+}
+
+// What all forms begin with.
 ORV_INLINE VelStatus check(const Vel16s* pSrc, const Vel8u* pDst, int dstStep, const Vel16u* pQuantInvTable) {
   ORV_CHECK(checkPointers(pSrc, pDst));
   ORV_CHECK(checkSteps(dstStep));
-  return checkPointers(pQuantInvTable);
+  ORV_CHECK(checkPointers(pQuantInvTable));
+  prefetchNext(pSrc, pDst, dstStep);
+  return velStsNoErr;
 }
 
 }  // namespace
