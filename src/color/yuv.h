@@ -39,6 +39,7 @@ ORV_INLINE Pixels sixteen(Vec luma, const ChromaTerms& c) {
 // put(row, x, pixels) stores sixteen pixels from column x, put(row, x, pixels, n) the first n of them.
 
 template <class Format, int kRows> struct Interleaved {
+  static constexpr bool kKeepsBytes = Format::kKeepsBytes;
   Vel8u* row[kRows];
   Interleaved(void* dst, int step) {
     for (int r = 0; r < kRows; ++r) row[r] = rowOf(static_cast<Vel8u*>(dst), step, r);
@@ -50,7 +51,7 @@ template <class Format, int kRows> struct Interleaved {
   void put(int r, int x, const Pixels& p, int n) const {
     Vel8u* const at = row[r] + Format::kBytes * x;
     Vel8u whole[16 * Format::kBytes] = {};
-    if (Format::kKeepsBytes) memcpy(whole, at, size_t(n) * Format::kBytes);
+    if (kKeepsBytes) memcpy(whole, at, size_t(n) * Format::kBytes);
     Format::store(whole, p);
     memcpy(at, whole, size_t(n) * Format::kBytes);
   }
@@ -79,6 +80,7 @@ template <int kRows> using BgrC3 = Interleaved<Bytes3<true>, kRows>;
 template <int kRows> using AC4 = Interleaved<Bytes4, kRows>;
 
 template <int kRows> struct P3 {
+  static constexpr bool kKeepsBytes = false;
   Vel8u *red, *green, *blue;
   int step;
   P3(Vel8u* const dst[3], int s) : red(dst[0]), green(dst[1]), blue(dst[2]), step(s) {}

@@ -18,6 +18,10 @@ struct RowPair {
 template <class Layout, class... Count>
 ORV_INLINE void eightBlocks(const RowPair& s, int block, const Layout& out, int x, Count... n) {
   const ChromaTerms c(widenLow8(loadLow(s.u + block)), widenLow8(loadLow(s.v + block)));
+  if (Layout::kKeepsBytes) {  // so many rows at once that processors lose sight of some
+    prefetch(s.y0 + 2 * block, 1024);
+    prefetch(s.y1 + 2 * block, 1024);
+  }
   out.put(0, x, sixteen(load(s.y0 + 2 * block), c), n...);
   out.put(1, x, sixteen(load(s.y1 + 2 * block), c), n...);
 }

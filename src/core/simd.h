@@ -36,8 +36,10 @@ template <int kBytes> ORV_INLINE void storePart(void* p, Vec v) {
 ORV_INLINE void stream(void* p, Vec v) { _mm_stream_si128(static_cast<Vec*>(p), v); }
 ORV_INLINE void streamEnd() { _mm_sfence(); }
 
-// Asks for the cache line at p, which need not be anyone's.
-ORV_INLINE void prefetch(const void* p) { _mm_prefetch(static_cast<const char*>(p), _MM_HINT_T0); }
+// Asks for the cache line that lies `ahead` bytes behind p, whosever it is.
+ORV_INLINE void prefetch(const void* p, ptrdiff_t ahead) {
+  _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<size_t>(p) + size_t(ahead)), _MM_HINT_T0);
+}
 
 // Makes the compiler forget where p points. What it loads through p afterwards it loads again, as an operand; else it
 // would try to keep constants in registers, run out of them and spill.

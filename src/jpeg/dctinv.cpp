@@ -303,10 +303,10 @@ __attribute__((noinline)) VelStatus corner(const Vel16s* coef, Vel8u* dst, int s
 // this block one, another one for each of the blocks that share their cache lines. All of the source, also for those
 // who need half of it: taking turns, this goes faster.
 ORV_INLINE void prefetchNext(const Vel16s* src, const Vel8u* dst, int step) {
-  constexpr int kBlocksAhead = 16;
-  prefetch(src + 64 * kBlocksAhead);
-  prefetch(src + 64 * kBlocksAhead + 32);
-  prefetch(rowOf(dst, step, 8 + int(reinterpret_cast<size_t>(dst) / 8 % 8)));
+  constexpr int kAhead = 16 * 128;
+  prefetch(src, kAhead);
+  prefetch(src, kAhead + int(kLine));
+  prefetch(dst, ptrdiff_t(step) * ptrdiff_t(8 + reinterpret_cast<size_t>(dst) / 8 % 8));
 }
 
 // What all forms begin with.
