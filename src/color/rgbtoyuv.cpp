@@ -109,7 +109,10 @@ template <int kRows> struct C3 {
   void next() {
     for (int r = 0; r < kRows; ++r) row[r] = rowOf(row[r], step, kRows);
   }
-  Pairs at(int r, int pair) const { return pairsC3(row[r] + 6 * pair); }
+  Pairs at(int r, int pair) const {
+    prefetch(row[r] + 6 * pair, 2048);
+    return pairsC3(row[r] + 6 * pair);
+  }
   Pairs at(int r, int pair, int n) const {
     Vel8u some[48] = {};
     memcpy(some, row[r] + 6 * pair, size_t(n) * 6);
