@@ -48,6 +48,7 @@ template <class T> ORV_INLINE void reload(T*& p) { __asm__("" : "+r"(p)); }
 // Makes v be worked out here and as it is written. Else the compiler may take a sum apart and put it together in an order
 // that needs more registers, or lengthens a chain.
 ORV_INLINE void settle(Vec& v) { __asm__("" : "+x"(v)); }
+ORV_INLINE void settle(Vel32u& v) { __asm__("" : "+r"(v)); }
 
 // ---- Constants
 

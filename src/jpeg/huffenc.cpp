@@ -93,11 +93,10 @@ ORV_INLINE Vel32u withExtraBits(Vel32u code, int v, int category) {
   return ((code - Vel32u(sign)) << category) + Vel32u(v + sign);
 }
 
-// The coefficients of a block as saturated bytes, and which AC coefficients are not zero: bit k for zigzag index k. The
-// bytes lie in zigzag order where the path can bring them there. A Place walks them in that order.
+// The coefficients of a block as saturated bytes, in zigzag order where the path can bring them there. scan() tells
+// which AC coefficients are not zero: bit k for zigzag index k. A Place walks the bytes in that order.
 struct Scanned {
   signed char bytes[64];
-  Vel32u low, high;
 };
 ORV_INLINE Vec saturated16(const Vel16s* src) { return _mm_packs_epi16(load(src), load(src + 8)); }
 ORV_INLINE Vel32u nonZero16(Vec bytes) { return Vel32u(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, zero()))) ^ 0xFFFF; }
@@ -135,20 +134,20 @@ ORV_INLINE Vel32u scanQuarter(const Vec natural[4], const ZigzagShuffles*& shuff
   return nonZero16(zigzag);
 }
 // Not inlined: the vectors that it holds would be spilled around what follows.
-__attribute__((noinline)) void scan(const Vel16s* src, Scanned* to) {
+__attribute__((noinline)) Vel64u scan(const Vel16s* src, Scanned* to) {
   const Vec natural[4] = {saturated16(src), saturated16(src + 16), saturated16(src + 32), saturated16(src + 48)};
   const ZigzagShuffles* shuffles = &kZigzagShuffles;
   const Vel32u first = scanQuarter<0>(natural, shuffles, to->bytes);
-  to->low = (first | scanQuarter<1>(natural, shuffles, to->bytes) << 16) & ~1u;
+  const Vel32u low = (first | scanQuarter<1>(natural, shuffles, to->bytes) << 16) & ~1u;
   const Vel32u third = scanQuarter<2>(natural, shuffles, to->bytes);
-  to->high = third | scanQuarter<3>(natural, shuffles, to->bytes) << 16;
+  return Vel64u(third | scanQuarter<3>(natural, shuffles, to->bytes) << 16) << 32 | low;
 }
 
 using Place = const signed char*;
 ORV_INLINE Place placeOf(const Scanned& s, int k) { return s.bytes + k; }
 ORV_INLINE int byteAt(const Scanned&, Place place) { return *place; }
 #else
-__attribute__((noinline)) void scan(const Vel16s* src, Scanned* to) {
+__attribute__((noinline)) Vel64u scan(const Vel16s* src, Scanned* to) {
   Vec bits = zero();
   ORV_UNROLL for (int i = 0; i < 4; ++i) {
     const Vec bytes = saturated16(src + 16 * i);
@@ -157,8 +156,7 @@ __attribute__((noinline)) void scan(const Vel16s* src, Scanned* to) {
     ORV_UNROLL for (int j = 0; j < 4; ++j) bits =
         _mm_or_si128(bits, loadLow(&ownZigzagBits.of[4 * i + j][mask >> 4 * j & 15]));
   }
-  to->low = Vel32u(_mm_cvtsi128_si32(bits)) & ~1u;
-  to->high = Vel32u(_mm_cvtsi128_si32(_mm_srli_si128(bits, 4)));
+  return Vel64u(Vel32u(_mm_cvtsi128_si32(_mm_srli_si128(bits, 4)))) << 32 | (Vel32u(_mm_cvtsi128_si32(bits)) & ~1u);
 }
 
 constexpr Vel8u kZigzag[64] = {ORV_ZIGZAG};
@@ -171,8 +169,8 @@ ORV_INLINE int byteAt(const Scanned& s, Place place) { return s.bytes[*place]; }
 // false where a visit ended it. *last becomes the index of the last one, or the one before `next`.
 template <class Visit> ORV_INLINE bool walk(const Vel16s* src, int next, int* last, const Visit& visit) {
   Scanned s;
-  scan(src, &s);
-  Vel32u bits = next < 32 ? s.low >> next << next : 0;
+  const Vel64u all = scan(src, &s) >> next << next;
+  Vel32u bits = Vel32u(all);
   *last = next - 1;
   for (int base = 0; base < 64; base += 32) {
     for (; bits; bits &= bits - 1) {
@@ -180,7 +178,7 @@ template <class Visit> ORV_INLINE bool walk(const Vel16s* src, int next, int* la
       if (!visit(k - *last - 1, int(src[ownZigzag[k]]))) return false;
       *last = k;
     }
-    bits = next <= 32 ? s.high : s.high >> (next - 32) << (next - 32);
+    bits = Vel32u(all >> 32);
   }
   return true;
 }
@@ -298,13 +296,16 @@ __attribute__((noinline)) int encodeRest(const Vel16s* src, int next, const Veli
   return stuff(start, block, out.dst, out.left());
 }
 
-// One block, from a bit position to another. What its time goes into is the number of operations for a coefficient:
-// two of them share a flush, and one comparison finds both a run of sixteen zeros and a value that a byte may not hold,
-// which encodeRest takes over.
+// One block, from a bit position to another. What its time goes into is the wait for the end of the walk, which no
+// processor predicts: what is walked are bits that fall one by one, and nothing else hangs on one another for long. Two
+// coefficients share a flush, and one comparison finds both a run of sixteen zeros and a value that a byte may not hold;
+// the latter encodeRest takes over.
 ORV_INLINE int encodeBlock(const Vel16s* src, int diff, Vel8u* dst, Vel32u position, const VeliEncodeHuffmanSpec& dc,
                            const VeliEncodeHuffmanSpec& ac) {
   Scanned s;
-  scan(src, &s);
+  const Vel64u nonZero = scan(src, &s);
+  Vel32u bits = Vel32u(nonZero), high = Vel32u(nonZero >> 32);
+  const bool full = high >> 31;
   Writer out(dst, position);
   Vel8u* const block = out.dst;
   const int category = categoryOf(diff);
@@ -313,17 +314,21 @@ ORV_INLINE int encodeBlock(const Vel16s* src, int diff, Vel8u* dst, Vel32u posit
   const Coding* coding = &kCoding;
   const Vel32u* const codes = ac.codes - 16;  // a step is one more than a run
   reload(coding);
-  Place place = placeOf(s, 1);
-  Vel32u bits = s.low, high = s.high;  // whose lowest bit is that of the place before this one
-  const auto symbol = [&](int zeros, int shift) __attribute__((always_inline)) {
-    const int step = __builtin_ctz(bits) + shift;
-    const Coding::Entry* extra = &coding->extra[byteAt(s, place + step - 1) + 128];
+  Place half = placeOf(s, 0);
+  int before = 0;  // sixteen times the index, in this half, of the coefficient before
+  const auto symbol = [&]() __attribute__((always_inline)) {
+    const int k = __builtin_ctz(bits);
+    bits &= bits - 1;
+    settle(bits);
+    const Coding::Entry* extra = &coding->extra[byteAt(s, half + k) + 128];
     reload(extra);
     const Coding::Entry* const size = extra + (coding->category - coding->extra);
-    const int index = (zeros + step) * 16 + int(size->low);
-    if (__builtin_expect(index > 255 + 16, 0)) return false;
-    bits = bits >> (step - shift) & ~1u;
-    place += step;
+    int index = 16 * k - before + int(size->low);
+    if (__builtin_expect(index > 255 + 16, 0)) {
+      if (size->low == kSaturated) return false;
+      for (; index > 255 + 16; index -= 256) putSymbol(out, ac, kSixteenZeros, 0, 0), out.flush(coding);
+    }
+    before = 16 * k;
     const Vec code = _mm_cvtsi32_si128(int(codes[index])), n = loadEntry(size);
     out.append(_mm_or_si128(_mm_sll_epi64(_mm_and_si128(code, loadAligned(coding->lowWord)), n), loadEntry(extra)),
                _mm_add_epi32(_mm_srli_epi32(code, 16), n));
@@ -331,29 +336,25 @@ ORV_INLINE int encodeBlock(const Vel16s* src, int diff, Vel8u* dst, Vel32u posit
   };
   for (;;) {
     while (bits) {
-      if (!symbol(0, 0)) goto rest;
+      if (!symbol()) goto rest;
       out.flush(coding);
       if (!bits) break;
-      if (!symbol(0, 0)) goto rest;
+      if (!symbol()) goto rest;
     }
     if (!high) break;
     out.flush(coding);
-    const int zeros = int(placeOf(s, 32) - place);
-    place = placeOf(s, 32);
     bits = high;
     high = 0;
-    if (!symbol(zeros, 1)) {
-      place -= zeros;
-      goto rest;
-    }
+    half = placeOf(s, 32);
+    before -= 16 * 32;
   }
-  if (place != placeOf(s, 64)) putSymbol(out, ac, kEndOfBlock, 0, 0);
+  if (!full) putSymbol(out, ac, kEndOfBlock, 0, 0);
   out.flush(coding);
   if (__builtin_expect(out.needsZeros(), 0)) return stuff(dst, block, out.dst, out.left());
   return int(out.dst - dst) * 8 + out.left();
 rest:
   out.flush(coding);
-  return encodeRest(src, int(place - placeOf(s, 0)), ac, dst, block, out.dst, out.left());
+  return encodeRest(src, int(half - placeOf(s, 0)) + before / 16 + 1, ac, dst, block, out.dst, out.left());
 }
 
 }  // namespace
