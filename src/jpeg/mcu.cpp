@@ -75,7 +75,7 @@ void convertOneByOne(const Vel16s* pLuma, const Vel16s* pCb, const Vel16s* pCr, 
     }
 }
 
-constexpr int kAhead = 2 * 6 * 128;  // bytes: two MCUs, where all their blocks lie one behind the other
+constexpr int kAhead = 4 * 6 * 128;  // bytes: four MCUs, where all their blocks lie one behind the other
 
 }  // namespace
 
@@ -86,8 +86,10 @@ ORV_KERNEL void ORV_NAME(ownpj_YUV420ToRGB888LS_MCU)(const Vel16s* pLuma, const 
     // What an MCU further on and the one below this one will need, which processors do not foresee. The last bytes of
     // neighbours' rows are nearer than a cache line to each other, so that they meet every line.
     prefetch(pLuma, kAhead + 64 * j);
-    prefetch(pCb, kAhead + 16 * j);
-    prefetch(pCr, kAhead + 16 * j);
+    if (j % 4 == 0) {
+      prefetch(pCb, kAhead + 16 * j);
+      prefetch(pCr, kAhead + 16 * j);
+    }
     prefetch(pDst, ptrdiff_t(dstStep) * (16 + 2 * j) + 47);
     prefetch(pDst, ptrdiff_t(dstStep) * (17 + 2 * j) + 47);
     convertRows(pLuma + j / 4 * 128 + j % 4 * 16, pCb + 8 * j, pCr + 8 * j, rowOf(pDst, dstStep, 2 * j), dstStep,
