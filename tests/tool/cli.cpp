@@ -19,6 +19,7 @@ class Cli : public InDirectory {
     write("bad.jpg", jpeg);
     expectRefusal("decode bad.jpg OUT", 1, "orv: bad.jpg: ");
     expectRefusal("decode bad.jpg OUT", 1, part);
+    if (jpeg[0] == '\xFF') expectRefusal("resize bad.jpg OUT 50%", 1, part);
   }
 };
 
@@ -96,6 +97,7 @@ TEST_F(Cli, BadPpmFiles) {
     write("bad.ppm", c.ppm);
     expectRefusal("encode bad.ppm OUT", 1, "orv: bad.ppm: ");
     expectRefusal("encode --optimize bad.ppm OUT", 1, c.part);
+    if (c.ppm[0] == 'P') expectRefusal("resize bad.ppm OUT 50%", 1, "orv: bad.ppm: ");
   }
   write("bad.ppm", "P6 20000 20000 255 ");
   expectRefusal("encode --optimize bad.ppm OUT", 1, "20000 x 20000 is too large to optimise");
@@ -165,6 +167,55 @@ TEST_F(Cli, BadFilesAndArguments) {
     expectRefusal(arguments, 2, "");
 }
 
+TEST_F(Cli, WhatCannotBeResized) {
+  writePicture("picture", 20, 10);
+  writePicture("line", 70000, 1, 1);
+  std::filesystem::create_directory(at("folder"));
+  write("text", "some text");
+  write("empty", "");
+  const struct {
+    const char* arguments;
+    int code;
+    const char* part;
+  } kCases[] = {
+      {"missing OUT 50%", 1, "missing: cannot read"},
+      {"folder OUT 50%", 1, "folder: cannot read"},
+      {"empty OUT 50%", 1, "empty: the file is empty"},
+      {"text OUT 50%", 1, "text: neither a JPEG nor"},
+      {"picture nowhere/OUT.jpg 50%", 1, "nowhere/OUT.jpg: cannot write"},
+      {"picture folder 50%", 1, "folder: cannot write"},
+      {"picture OUT.png 50%", 2, "OUT.png: only .jpg"},
+      {"picture OUT.pgm 50%", 1, "OUT.pgm: the picture has colours"},
+      {"line OUT.jpg 100%", 1, "OUT.jpg: 70000 x 1 is too large for JPEG"},
+      {"picture OUT.jpg 65501x1", 1, "OUT.jpg: 65501 x 1 is too large for JPEG"},
+      {"picture OUT 20000x20000", 1, "picture: 20 x 10 to 20000 x 20000: more than the 268435456 pixels"},
+      {"picture OUT 100000x", 1, "picture: 20 x 10 to 100000 x 50000: more than"},
+      {"picture OUT 1000000000000%", 1, "picture: 20 x 10 to 1000000000 x 1000000000: more than"},
+      {"--method super picture OUT 21x10", 1, "picture: 20 x 10 to 21 x 10: the method super only reduces"},
+      {"--method super picture OUT 110%", 1, "super only reduces"},
+      {"--method super --antialias picture OUT 50%", 2, "--antialias does not go with super"},
+      {"--method nearest --antialias picture OUT 50%", 2, "--antialias does not go with nearest"},
+      {"--method box picture OUT 50%", 2, "there is no method 'box', only nearest, linear"},
+      {"--quality 0 picture OUT 50%", 2, "--quality takes a number from 1 to 100"},
+      {"--path z1 picture OUT 50%", 2, "no code path 'z1'"},
+      {"picture OUT 0x5", 2, "SIZE's width takes a number from 1 to"},
+      {"picture OUT 5x5x5", 2, "SIZE's height takes a number from 1 to"},
+      {"picture OUT x", 2, "SIZE's width"},
+      {"picture OUT 99999999999x1", 2, "SIZE's width"},
+      {"picture OUT 0", 2, "'0' is no size: give one like"},
+      {"picture OUT 0%", 2, "'0%' is no size"},
+      {"picture OUT %", 2, "'%' is no size"},
+      {"picture OUT ''", 2, "'' is no size"},
+      {"picture OUT 5.5.5", 2, "'5.5.5' is no size"},
+      {"picture OUT 1e9", 2, "'1e9' is no size"},
+      {"picture OUT half", 2, "'half' is no size"},
+      {"picture OUT -- -50%", 2, "'-50%' is no size"},
+      {"picture 50%", 2, "resize takes IN, OUT and a size"},
+      {"picture OUT 50% 50%", 2, "resize takes IN, OUT and a size"},
+  };
+  for (const auto& c : kCases) expectRefusal(std::string("resize ") + c.arguments, c.code, c.part);
+}
+
 TEST_F(Cli, WhatGoesRight) {
   writePicture("picture", 20, 10);
   must(ORV_CJPEG " -outfile a.jpg picture");
@@ -173,7 +224,7 @@ TEST_F(Cli, WhatGoesRight) {
   EXPECT_TRUE(std::regex_match(timed.out, std::regex("w7: [0-9.]+ ms, [0-9.]+ MP/s\n"))) << timed.out;
   EXPECT_TRUE(std::regex_match(orv("encode --time --repeat 2 --path w7 picture").out, std::regex("w7: .*MP/s\n")));
   for (const char* arguments : {"--help", "info --help", "decode --help", "encode --help", "compare --help",
-                                "convert --help", "--version", "info"}) {
+                                "convert --help", "filter --help", "resize --help", "--version", "info"}) {
     const Outcome o = orv(arguments);
     EXPECT_EQ(o.code, 0) << arguments;
     EXPECT_NE(o.out, "") << arguments;

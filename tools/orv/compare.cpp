@@ -5,16 +5,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include "commands.h"
-#include "ppm_file.h"
+#include "paths.h"
+#include "picture_file.h"
 
 namespace {
 
 constexpr char kHelp[] =
-    "usage: orv compare A.ppm B.ppm\n"
+    "usage: orv compare A B\n"
     "\n"
-    "Compares two binary PPM or PGM files of the same size and kind: prints the peak\n"
-    "signal-to-noise ratio in dB over all samples, and the largest difference of two\n"
-    "samples; or that the pictures are the same.\n";
+    "Compares two pictures of the same size, both grey or both in colour: prints the\n"
+    "peak signal-to-noise ratio in dB over all samples, and the largest difference of\n"
+    "two samples; or that the pictures are the same. A and B are JPEG or binary PPM or\n"
+    "PGM files.\n";
 
 }  // namespace
 
@@ -25,8 +27,9 @@ int runCompare(int argc, char** argv) {
     fputs(kHelp, stdout);
     return 0;
   }
-  if (argc - optind != 2) throw UsageError("compare takes A.ppm and B.ppm (see orv compare --help)");
-  PpmReader a(argv[optind]), b(argv[optind + 1]);
+  if (argc - optind != 2) throw UsageError("compare takes two pictures (see orv compare --help)");
+  requireSse2();
+  PictureReader a(argv[optind]), b(argv[optind + 1]);
   if (a.width() != b.width() || a.height() != b.height() || a.channels() != b.channels())
     throw std::runtime_error(std::string(argv[optind]) + " and " + argv[optind + 1] +
                              ": the pictures differ in size or kind");

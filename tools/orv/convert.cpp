@@ -1,26 +1,23 @@
-// orv convert: a PPM file to raw samples in another colour format, and back.
+// orv convert: a picture to raw samples in another colour format, and back.
 #include <getopt.h>
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
-#include <new>
 #include "commands.h"
 #include "orv.h"
 #include "output_file.h"
 #include "paths.h"
-#include "ppm_file.h"
+#include "picture_file.h"
 
 namespace {
 
 constexpr char kHelp[] =
-    "usage: orv convert IN.ppm --to FORMAT OUT.raw\n"
+    "usage: orv convert IN --to FORMAT OUT.raw\n"
     "       orv convert IN.raw --from FORMAT --size WIDTHxHEIGHT OUT.ppm\n"
     "\n"
-    "Converts a binary PPM file to raw samples in another colour format, or such samples\n"
-    "back. Rows have no padding, and planes follow each other.\n"
+    "Converts a JPEG or binary PPM file to raw samples in another colour format, or such\n"
+    "samples back. Rows have no padding, and planes follow each other.\n"
     "\n"
     "  yuv420   planes Y, U, V, with a sample of U and V for a square of four pixels\n"
     "  yuv422   planes Y, U, V, with a sample of U and V for two pixels side by side\n"
@@ -246,8 +243,8 @@ Arguments parse(int argc, char** argv) {
 }
 
 void convertTo(const Arguments& a) {
-  PpmReader reader(a.in);
-  if (reader.channels() != 3) throw std::runtime_error(a.in + ": a grey picture; convert takes colour (PPM)");
+  PictureReader reader(a.in);
+  if (reader.channels() != 3) throw std::runtime_error(a.in + ": a grey picture; convert takes colours");
   const Raw raw(*a.to, reader.width(), reader.height());
   const std::vector<Vel8u> rgb = completed(reader.picture(), raw.whole());
   require(a.to->toRaw(rgb.data(), raw.whole().width * 3, raw.planes(), raw.whole()));
@@ -257,24 +254,19 @@ void convertTo(const Arguments& a) {
 }
 
 void convertFrom(const Arguments& a) {
-  const std::unique_ptr<FILE, int (*)(FILE*)> file(fopen(a.in.c_str(), "rb"), fclose);
-  const auto fail = [&](const std::string& why) { throw std::runtime_error(a.in + ": " + why); };
-  if (!file) fail(std::string("cannot read: ") + strerror(errno));
+  InputFile file(a.in);
   const Raw raw(*a.from, a.width, a.height);
   size_t total = 0;
-  raw.forEachRow([&](Vel8u* row, size_t size) { total += fread(row, 1, size, file.get()), total -= size; });
-  const bool longer = total == 0 && fgetc(file.get()) != EOF;
-  if (ferror(file.get())) fail(std::string("cannot read: ") + strerror(errno));
+  raw.forEachRow([&](Vel8u* row, size_t size) { total += file.read(row, size), total -= size; });
+  const bool longer = total == 0 && file.byte() != EOF;
   if (total != 0 || longer)
-    fail(std::string("the file is ") + (longer ? "longer" : "shorter") + " than a picture of this format and size");
+    file.fail(std::string("the file is ") + (longer ? "longer" : "shorter") +
+              " than a picture of this format and size");
   const int step = raw.whole().width * 3;
   std::vector<Vel8u> rgb(size_t(step) * size_t(raw.whole().height));
   require(a.from->fromRaw(raw.planes(), rgb.data(), step, raw.whole()));
   PpmFile ppm(a.out, a.width, a.height, 3);
-  for (int y = 0; y < a.height; ++y) {
-    memcpy(ppm.rows(y, 1).data, &rgb[size_t(y) * size_t(step)], size_t(a.width) * 3);
-    ppm.done(y, 1);
-  }
+  for (int y = 0; y < a.height; ++y) ppm.write(&rgb[size_t(y) * size_t(step)], 1);
   ppm.commit();
 }
 
@@ -287,10 +279,6 @@ int runConvert(int argc, char** argv) {
     return 0;
   }
   requireSse2();
-  try {
-    a.to ? convertTo(a) : convertFrom(a);
-  } catch (const std::bad_alloc&) {
-    throw std::runtime_error(a.in + ": there is not enough memory for this picture");
-  }
+  workOn(a.in, [&] { a.to ? convertTo(a) : convertFrom(a); });
   return 0;
 }

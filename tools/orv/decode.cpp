@@ -1,15 +1,9 @@
 // orv decode: a JPEG file to a PPM file.
 #include <getopt.h>
-#include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <memory>
-#include <new>
 #include "commands.h"
-#include "jpeg_decoder.h"
 #include "paths.h"
-#include "ppm_file.h"
+#include "picture_file.h"
 #include "timing.h"
 
 namespace {
@@ -29,8 +23,6 @@ constexpr char kHelp[] =
     "  --time          print the median time of decoding in memory\n"
     "  --repeat N      ... of N runs (default 11)\n"
     "  --help          show this\n";
-
-constexpr size_t kLargestFile = size_t(1) << 29;
 
 struct Arguments {
   std::string in, out;  // out may be empty when time is to be taken
@@ -67,21 +59,6 @@ Arguments parse(int argc, char** argv) {
   return a;
 }
 
-std::vector<uint8_t> readFile(const std::string& name) {
-  const auto fail = [&] { throw std::runtime_error(name + ": cannot read: " + strerror(errno)); };
-  const std::unique_ptr<FILE, int (*)(FILE*)> file(fopen(name.c_str(), "rb"), fclose);
-  if (!file) fail();
-  std::vector<uint8_t> data;
-  for (size_t had = 0, got = 1; got > 0; had += got) {
-    if (had > kLargestFile) throw std::runtime_error(name + ": the file is larger than 512 MiB");
-    data.resize(had + std::max(had, size_t(1) << 16));
-    got = fread(data.data() + had, 1, data.size() - had, file.get());
-    if (ferror(file.get())) fail();
-    if (got == 0) data.resize(had);
-  }
-  return data;
-}
-
 // False where the picture is cut short.
 bool decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) {
   jpeg::Decoder decoder(data.data(), data.size(), a.jpeg);
@@ -114,15 +91,11 @@ int runDecode(int argc, char** argv) {
   }
   requireSse2();
   bool whole = true;
-  try {
-    const std::vector<uint8_t> data = readFile(a.in);
+  workOn(a.in, [&] {
+    const std::vector<uint8_t> data = InputFile(a.in).rest();
     if (!a.out.empty()) whole = decodeToFile(data, a);
     if (a.time) whole = timeDecoding(data, a);
-  } catch (const jpeg::Error& e) {
-    throw std::runtime_error(a.in + ": " + e.what());
-  } catch (const std::bad_alloc&) {
-    throw std::runtime_error(a.in + ": there is not enough memory for this picture");
-  }
-  if (!whole) fprintf(stderr, "orv: %s: warning: the picture is cut short, the rest is mid-grey\n", a.in.c_str());
+  });
+  if (!whole) warnOfCut(a.in);
   return 0;
 }

@@ -1,13 +1,9 @@
 // orv encode: a PPM or PGM file to a JPEG file.
 #include <getopt.h>
 #include <cstdio>
-#include <new>
 #include "commands.h"
-#include "jpeg_encoder.h"
-#include "jpeg_reader.h"
-#include "output_file.h"
 #include "paths.h"
-#include "ppm_file.h"
+#include "picture_file.h"
 #include "timing.h"
 
 namespace {
@@ -79,24 +75,19 @@ Arguments parse(int argc, char** argv) {
 }
 
 void encodeToFile(const Arguments& a) {
-  struct Sink : jpeg::ByteSink {
-    OutputFile file;
-    explicit Sink(const std::string& name) : file(name) {}
-    void write(const uint8_t* data, size_t size) override { file.write(data, size); }
-  };
   PpmReader picture(a.in);
   jpeg::Encoder encoder(picture.width(), picture.height(), picture.channels(), a.jpeg);
-  Sink sink(a.out);
-  encoder.encode(picture, sink);
-  sink.file.commit();
+  JpegFile file(a.out);
+  encoder.encode(picture, file);
+  file.commit();
 }
 
 void timeEncoding(const Arguments& a) {
-  const Picture picture = PpmReader(a.in).picture();
+  const Picture picture = PictureReader(a.in).picture();
   std::vector<uint8_t> data;
   printMedianTime(a.repeat, [&] {
     jpeg::Encoder encoder(picture.width, picture.height, picture.channels, a.jpeg);
-    encodeFrom(encoder, picture.samples.data(), ptrdiff_t(picture.width) * picture.channels, &data);
+    encodeFrom(encoder, picture.samples.data(), ptrdiff_t(picture.step()), &data);
     return 1e-6 * picture.width * picture.height;
   });
 }
@@ -110,13 +101,9 @@ int runEncode(int argc, char** argv) {
     return 0;
   }
   requireSse2();
-  try {
+  workOn(a.in, [&] {
     if (!a.out.empty()) encodeToFile(a);
     if (a.time) timeEncoding(a);
-  } catch (const jpeg::Error& e) {
-    throw std::runtime_error(a.in + ": " + e.what());
-  } catch (const std::bad_alloc&) {
-    throw std::runtime_error(a.in + ": there is not enough memory for this picture");
-  }
+  });
   return 0;
 }

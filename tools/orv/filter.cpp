@@ -2,21 +2,20 @@
 #include <getopt.h>
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <vector>
 #include "commands.h"
 #include "orv.h"
 #include "paths.h"
-#include "ppm_file.h"
+#include "picture_file.h"
 
 namespace {
 
 constexpr char kHelp[] =
-    "usage: orv filter --box WIDTHxHEIGHT [--path NAME] IN.ppm OUT.ppm\n"
+    "usage: orv filter --box WIDTHxHEIGHT [--path NAME] IN OUT\n"
     "\n"
-    "Replaces each pixel of a binary PPM or PGM file by the mean of WIDTH by HEIGHT\n"
-    "pixels around it, rounded to nearest. Beyond its edges the picture goes on with\n"
-    "its outermost pixels.\n"
+    "Replaces each pixel of a picture by the mean of WIDTH by HEIGHT pixels around it,\n"
+    "rounded to nearest. Beyond its edges the picture goes on with its outermost pixels.\n"
+    "IN is a JPEG or a binary PPM or PGM file; OUT is one of these, as its name says.\n"
     "\n"
     "  --box WxH       the size of the box (1 to 9999 a side)\n"
     "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
@@ -50,8 +49,7 @@ struct Bordered {
     const int inside = picture.width * channels;
     for (int y = 0; y < picture.height; ++y) {
       Vel32f* const to = at(y);
-      must(orviConvert_8u32f_C1R(&picture.samples[size_t(y) * size_t(inside)], inside, to, row * int(sizeof *to),
-                                 {inside, 1}));
+      must(orviConvert_8u32f_C1R(picture.row(y), inside, to, row * int(sizeof *to), {inside, 1}));
       for (int i = 1; i <= left; ++i) to[-i] = to[channels - 1 - (i - 1) % channels];
       for (int i = inside; i < row - left; ++i) to[i] = to[i - channels];
     }
@@ -93,18 +91,16 @@ int runFilter(int argc, char** argv) {
     }
   }
   if (argc - optind != 2 || box.width == 0)
-    throw UsageError("filter takes --box WIDTHxHEIGHT, IN.ppm and OUT.ppm (see orv filter --help)");
-  PpmReader reader(argv[optind]);
+    throw UsageError("filter takes --box WIDTHxHEIGHT, IN and OUT (see orv filter --help)");
+  requireSse2();
+  PictureReader reader(argv[optind]);
   if ((double(reader.width()) + box.width) * (double(reader.height()) + box.height) * reader.channels() > kMostSamples)
     throw std::runtime_error(std::string(argv[optind]) + ": the picture or the box is too large to filter in memory");
-  Picture picture = reader.picture();
-  filter(picture, box);
-  PpmFile file(argv[optind + 1], picture.width, picture.height, picture.channels);
-  const size_t row = size_t(picture.width) * size_t(picture.channels);
-  for (int y = 0; y < picture.height; ++y) {
-    memcpy(file.rows(y, 1).data, &picture.samples[size_t(y) * row], row);
-    file.done(y, 1);
-  }
-  file.commit();
+  PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels());
+  workOn(argv[optind], [&] {
+    Picture picture = reader.picture();
+    filter(picture, box);
+    file.write(picture);
+  });
   return 0;
 }

@@ -15,10 +15,11 @@ constexpr char kHelp[] =
     "  orv info                    what the library finds on this machine\n"
     "  orv decode IN.jpg OUT.ppm   decode a baseline JPEG\n"
     "  orv encode IN.ppm OUT.jpg   encode a baseline JPEG\n"
-    "  orv compare A.ppm B.ppm     how far two pictures lie apart\n"
+    "  orv compare A B             how far two pictures lie apart\n"
     "  orv convert ...             convert to raw samples of another colour format, or\n"
     "                              back\n"
     "  orv filter ...              smooth a picture with a box filter\n"
+    "  orv resize IN OUT SIZE      make a picture smaller or larger\n"
     "  orv COMMAND --help          more about a command\n"
     "  orv --help, orv --version\n"
     "\n"
@@ -36,6 +37,7 @@ int run(int argc, char** argv) {
   if (command == "compare") return runCompare(argc - 1, argv + 1);
   if (command == "convert") return runConvert(argc - 1, argv + 1);
   if (command == "filter") return runFilter(argc - 1, argv + 1);
+  if (command == "resize") return runResize(argc - 1, argv + 1);
   throw UsageError("unknown command '" + command + "' (see orv --help)");
 }
 

@@ -1,8 +1,6 @@
 #include "ppm_file.h"
 #include <cctype>
-#include <cerrno>
-#include <cstring>
-#include <stdexcept>
+#include <utility>
 
 // ---- Writing
 
@@ -22,30 +20,26 @@ void PpmFile::done(int, int) { file_.write(strip_.data(), strip_.size()); }
 
 // ---- Reading
 
-PpmReader::PpmReader(const std::string& name) : name_(name), file_(fopen(name.c_str(), "rb"), fclose) {
-  if (!file_) failToRead();
-  const int letter = fgetc(file_.get()), kind = fgetc(file_.get());
-  if (ferror(file_.get())) failToRead();
-  if (letter != 'P' || (kind != '5' && kind != '6')) fail("not a binary PPM (P6) or PGM (P5) file");
+PpmReader::PpmReader(InputFile file) : file_(std::move(file)) {
+  const int letter = file_.byte(), kind = file_.byte();
+  if (letter != 'P' || (kind != '5' && kind != '6')) file_.fail("not a binary PPM (P6) or PGM (P5) file");
   if (!isspace(character())) failInHeader();
   channels_ = kind == '5' ? 1 : 3;
   width_ = number();
   height_ = number();
   const int most = number();
-  if (width_ == 0 || height_ == 0) fail("the picture has no size: width or height is zero");
-  if (most != 255) fail("samples up to " + std::to_string(most) + " are not supported, only up to 255");
+  if (width_ == 0 || height_ == 0) file_.fail("the picture has no size: width or height is zero");
+  if (most != 255) file_.fail("samples up to " + std::to_string(most) + " are not supported, only up to 255");
 }
 
-void PpmReader::fail(const std::string& why) const { throw std::runtime_error(name_ + ": " + why); }
-void PpmReader::failToRead() const { fail(std::string("cannot read: ") + strerror(errno)); }
-void PpmReader::failInHeader() const { fail("not a binary PPM or PGM file: its header is damaged"); }
+void PpmReader::failInHeader() const { file_.fail("not a binary PPM or PGM file: its header is damaged"); }
 
 // A character of the header. A comment counts as the end of its line.
 int PpmReader::character() {
-  int c = fgetc(file_.get());
+  int c = file_.byte();
   if (c == '#')
-    while (c != '\n' && c != EOF) c = fgetc(file_.get());
-  if (c == EOF) fail("the file ends within its header");
+    while (c != '\n' && c != EOF) c = file_.byte();
+  if (c == EOF) file_.fail("the file ends within its header");
   return c;
 }
 
@@ -63,9 +57,7 @@ int PpmReader::number() {
 }
 
 void PpmReader::read(uint8_t* samples, size_t count) {
-  if (fread(samples, 1, count, file_.get()) == count) return;
-  if (ferror(file_.get())) failToRead();
-  fail("the file ends before its picture does");
+  if (file_.read(samples, count) < count) file_.fail("the file ends before its picture does");
 }
 
 jpeg::ConstRows PpmReader::rows(int, int count) {
@@ -73,14 +65,4 @@ jpeg::ConstRows PpmReader::rows(int, int count) {
   strip_.resize(step * size_t(count));
   read(strip_.data(), strip_.size());
   return {strip_.data(), ptrdiff_t(step)};
-}
-
-Picture PpmReader::picture() {
-  const uint64_t pixels = uint64_t(width_) * uint64_t(height_);
-  if (pixels > kMostInMemory)
-    fail(std::to_string(width_) + " x " + std::to_string(height_) + " is more than the " +
-         std::to_string(kMostInMemory) + " pixels that are held in memory");
-  Picture all{width_, height_, channels_, std::vector<uint8_t>(size_t(pixels) * size_t(channels_))};
-  read(all.samples.data(), all.samples.size());
-  return all;
 }

@@ -1,9 +1,8 @@
 // Pictures as binary PPM (P6), or PGM (P5) when they are grey.
 #pragma once
-#include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
+#include "input_file.h"
 #include "jpeg_decoder.h"
 #include "jpeg_encoder.h"
 #include "output_file.h"
@@ -15,6 +14,8 @@ class PpmFile : public jpeg::RowSink {
 
   jpeg::Rows rows(int y, int count) override;
   void done(int y, int count) override;
+  // The next rows, without padding.
+  void write(const uint8_t* samples, int count) { file_.write(samples, size_t(count) * size_t(step_)); }
   void commit() { file_.commit(); }
 
  private:
@@ -23,35 +24,26 @@ class PpmFile : public jpeg::RowSink {
   std::vector<uint8_t> strip_;
 };
 
-// A whole picture in memory, without padding between rows.
-constexpr int kMostInMemory = 1 << 28;  // pixels
-struct Picture {
-  int width, height, channels;
-  std::vector<uint8_t> samples;
-};
-
-// Reads one of 8 bits a sample, row by row or as a whole. What is wrong with the file throws std::runtime_error; that
-// it ends too early shows when the rows are asked for.
+// Reads one of 8 bits a sample, row by row. What is wrong with the file throws std::runtime_error; that it ends too
+// early shows when the rows are asked for.
 class PpmReader : public jpeg::RowSource {
  public:
-  explicit PpmReader(const std::string& name);
+  explicit PpmReader(const std::string& name) : PpmReader(InputFile(name)) {}
+  explicit PpmReader(InputFile file);
 
   int width() const { return width_; }
   int height() const { return height_; }
   int channels() const { return channels_; }
   jpeg::ConstRows rows(int y, int count) override;
-  Picture picture();
+  // The next samples.
+  void read(uint8_t* samples, size_t count);
 
  private:
-  [[noreturn]] void fail(const std::string& why) const;
-  [[noreturn]] void failToRead() const;
   [[noreturn]] void failInHeader() const;
   int character();
   int number();
-  void read(uint8_t* samples, size_t count);
 
-  std::string name_;
-  std::unique_ptr<FILE, int (*)(FILE*)> file_;
+  InputFile file_;
   int width_, height_, channels_;
   std::vector<uint8_t> strip_;
 };

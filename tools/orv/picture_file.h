@@ -1,0 +1,86 @@
+// Pictures in files of any kind that the program knows: JPEG, and binary PPM or PGM.
+#pragma once
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+#include "ppm_file.h"
+
+// A whole picture in memory, without padding between rows.
+struct Picture {
+  int width, height, channels;
+  std::vector<uint8_t> samples;
+
+  size_t step() const { return size_t(width) * size_t(channels); }
+  const uint8_t* row(int y) const { return &samples[size_t(y) * step()]; }
+  uint8_t* row(int y) { return &samples[size_t(y) * step()]; }
+};
+constexpr int kMostInMemory = 1 << 28;  // pixels
+
+// Runs work for a file: what is wrong with its JPEG data, or that memory is short, is said with the file's name.
+template <class Work> void workOn(const std::string& name, const Work& work) {
+  try {
+    work();
+  } catch (const jpeg::Error& e) {
+    throw std::runtime_error(name + ": " + e.what());
+  } catch (const std::bad_alloc&) {
+    throw std::runtime_error(name + ": there is not enough memory for this picture");
+  }
+}
+
+// What is said of a JPEG that is cut short.
+void warnOfCut(const std::string& name);
+
+// Reads a picture of either kind, which the file's first byte tells.
+class PictureReader : public jpeg::RowSource {
+ public:
+  explicit PictureReader(const std::string& name);
+
+  int width() const { return ppm_ ? ppm_->width() : decoder_->width(); }
+  int height() const { return ppm_ ? ppm_->height() : decoder_->height(); }
+  int channels() const { return ppm_ ? ppm_->channels() : decoder_->channels(); }
+  // A JPEG is decoded as a whole when its first rows are asked for.
+  jpeg::ConstRows rows(int y, int count) override;
+  // To be called once, and instead of rows(). False where the picture is cut short; what is missing is mid-grey.
+  bool read(Picture* to);
+  // The same, with a warning.
+  Picture picture();
+
+ private:
+  std::string name_;
+  std::unique_ptr<PpmReader> ppm_;
+  std::vector<uint8_t> data_;
+  std::unique_ptr<jpeg::Decoder> decoder_;
+  Picture decoded_ = {};
+};
+
+// A JPEG file as it is made.
+class JpegFile : public jpeg::ByteSink {
+ public:
+  explicit JpegFile(const std::string& name) : file_(name) {}
+  void write(const uint8_t* data, size_t size) override { file_.write(data, size); }
+  void commit() { file_.commit(); }
+
+ private:
+  OutputFile file_;
+};
+
+// Writes a picture as what the file's name ends in: .jpg or .jpeg; .ppm, .pgm, .pnm or nothing. Throws UsageError where
+// it ends in something else, and before there is a picture where none of this size and kind can be written.
+class PictureFile {
+ public:
+  PictureFile(const std::string& name, int width, int height, int channels, const jpeg::EncoderOptions& options = {});
+
+  // The picture, after which the file is complete.
+  void write(const Picture& picture);
+
+ private:
+  std::string name_;
+  std::unique_ptr<jpeg::Encoder> encoder_;
+  std::unique_ptr<JpegFile> jpeg_;
+  std::unique_ptr<PpmFile> ppm_;
+};
+
+// What a file's name ends in: what follows the last dot, in lower case.
+std::string endingOf(const std::string& name);
