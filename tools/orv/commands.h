@@ -17,6 +17,8 @@ int runCompare(int argc, char** argv);
 int runConvert(int argc, char** argv);
 int runFilter(int argc, char** argv);
 int runResize(int argc, char** argv);
+int runSheet(int argc, char** argv);
+int runThumb(int argc, char** argv);
 
 // What getopt_long stopped at, with opterr = 0 and a leading ':' in the short options: '?' or ':'.
 [[noreturn]] void refuseOption(int result, char** argv);

@@ -20,6 +20,8 @@ constexpr char kHelp[] =
     "                              back\n"
     "  orv filter ...              smooth a picture with a box filter\n"
     "  orv resize IN OUT SIZE      make a picture smaller or larger\n"
+    "  orv sheet IN OUT            every way to resize a picture, side by side\n"
+    "  orv thumb FOLDER OUTFOLDER  make thumbnails of all photos in a folder\n"
     "  orv COMMAND --help          more about a command\n"
     "  orv --help, orv --version\n"
     "\n"
@@ -38,6 +40,8 @@ int run(int argc, char** argv) {
   if (command == "convert") return runConvert(argc - 1, argv + 1);
   if (command == "filter") return runFilter(argc - 1, argv + 1);
   if (command == "resize") return runResize(argc - 1, argv + 1);
+  if (command == "sheet") return runSheet(argc - 1, argv + 1);
+  if (command == "thumb") return runThumb(argc - 1, argv + 1);
   throw UsageError("unknown command '" + command + "' (see orv --help)");
 }
 

@@ -4,9 +4,10 @@
 #include <utility>
 #include "commands.h"
 
-void warnOfCut(const std::string& name) {
-  fprintf(stderr, "orv: %s: warning: the picture is cut short, the rest is mid-grey\n", name.c_str());
+std::string cutWarning(const std::string& name) {
+  return name + ": warning: the picture is cut short, the rest is mid-grey";
 }
+void warnOfCut(const std::string& name) { fprintf(stderr, "orv: %s\n", cutWarning(name).c_str()); }
 
 std::string endingOf(const std::string& name) {
   const size_t start = name.rfind('/') + 1, dot = name.rfind('.');

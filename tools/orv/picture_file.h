@@ -30,6 +30,7 @@ template <class Work> void workOn(const std::string& name, const Work& work) {
 }
 
 // What is said of a JPEG that is cut short.
+std::string cutWarning(const std::string& name);
 void warnOfCut(const std::string& name);
 
 // Reads a picture of either kind, which the file's first byte tells.

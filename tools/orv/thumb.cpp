@@ -1,0 +1,155 @@
+// orv thumb: thumbnails of all photos in a folder.
+#include <dirent.h>
+#include <getopt.h>
+#include <sys/stat.h>
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <set>
+#include "commands.h"
+#include "paths.h"
+#include "progress.h"
+#include "resizer.h"
+
+namespace {
+
+constexpr char kHelp[] =
+    "usage: orv thumb [OPTION]... FOLDER OUTFOLDER\n"
+    "\n"
+    "Makes a thumbnail, a JPEG, of each photo in a folder: of files that are JPEG or binary\n"
+    "PPM or PGM by their name or content. Folders in it are left alone. A thumbnail has its\n"
+    "photo's name, and .jpg behind it where the photo is no JPEG by name. OUTFOLDER is made\n"
+    "where it is missing; thumbnails that are there are replaced. Each pixel is the mean of\n"
+    "the area that it covers. What a camera notes beside the picture, such as which side is\n"
+    "up, is not kept.\n"
+    "\n"
+    "A photo that cannot be read is reported, the others are done, and the exit code is 1.\n"
+    "\n"
+    "  --size N        the longest side in pixels (default 256); smaller photos keep theirs\n"
+    "  --quality N     1 to 100 (default 85)\n"
+    "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --help          show this\n";
+
+struct Arguments {
+  std::string from, to;
+  int size = 256;
+  bool help = false;
+  jpeg::EncoderOptions jpeg;
+};
+
+Arguments parse(int argc, char** argv) {
+  const option options[] = {{"help", no_argument, nullptr, 'h'},
+                            {"path", required_argument, nullptr, 'p'},
+                            {"size", required_argument, nullptr, 's'},
+                            {"quality", required_argument, nullptr, 'q'},
+                            {}};
+  Arguments a;
+  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
+    switch (c) {
+      case 'h': a.help = true; return a;
+      case 'p': selectPath(optarg); break;
+      case 's': a.size = int(optionNumber("--size", optarg, jpeg::kLargestSide)); break;
+      case 'q': a.jpeg.quality = int(optionNumber("--quality", optarg, 100)); break;
+      default: refuseOption(c, argv);
+    }
+  }
+  if (argc - optind != 2) throw UsageError("thumb takes FOLDER and OUTFOLDER (see orv thumb --help)");
+  a.from = argv[optind];
+  a.to = argv[optind + 1];
+  return a;
+}
+
+// ---- Folders
+
+[[noreturn]] void failOn(const std::string& name, const char* what) {
+  throw std::runtime_error(name + ": " + what + ": " + strerror(errno));
+}
+
+bool isJpegByName(const std::string& name) {
+  const std::string ending = endingOf(name);
+  return ending == "jpg" || ending == "jpeg";
+}
+
+bool isPhoto(const std::string& name) {
+  struct stat file;
+  if (stat(name.c_str(), &file) != 0 || !S_ISREG(file.st_mode)) return false;
+  const std::string ending = endingOf(name);
+  if (isJpegByName(name) || ending == "ppm" || ending == "pgm" || ending == "pnm") return true;
+  const std::unique_ptr<FILE, int (*)(FILE*)> opened(fopen(name.c_str(), "rb"), fclose);
+  char head[3] = {};
+  if (!opened || fread(head, 1, sizeof head, opened.get()) < sizeof head) return false;
+  return memcmp(head, "\xFF\xD8\xFF", 3) == 0 || memcmp(head, "P5\n", 3) == 0 || memcmp(head, "P6\n", 3) == 0;
+}
+
+// The names of the photos in a folder, in order.
+std::vector<std::string> photosIn(const std::string& folder) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> opened(opendir(folder.c_str()), closedir);
+  if (!opened) failOn(folder, "cannot read");
+  std::vector<std::string> names;
+  errno = 0;
+  while (const dirent* entry = readdir(opened.get())) {
+    if (isPhoto(folder + "/" + entry->d_name)) names.push_back(entry->d_name);
+    errno = 0;
+  }
+  if (errno != 0) failOn(folder, "cannot read");
+  if (names.empty()) throw std::runtime_error(folder + ": there are no JPEG, PPM or PGM files in this folder");
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// There is to be a folder of this name, and another one than that of the photos, which thumbnails would replace.
+void makeFolder(const std::string& name, const std::string& photos) {
+  struct stat to, from;
+  if (mkdir(name.c_str(), 0777) != 0 && errno != EEXIST) failOn(name, "cannot make this folder");
+  if (stat(name.c_str(), &to) != 0) failOn(name, "cannot write");
+  if (!S_ISDIR(to.st_mode)) throw std::runtime_error(name + ": cannot write: it is there and is not a folder");
+  if (stat(photos.c_str(), &from) == 0 && from.st_dev == to.st_dev && from.st_ino == to.st_ino)
+    throw UsageError(name + ": thumbnails would replace the photos in this folder; give another one");
+}
+
+// ---- Thumbnails
+
+// Gives the size. `memory` is that of the photo before, and is used again.
+VeliSize makeThumbnail(const std::string& from, const std::string& to, const Arguments& a, Picture* memory,
+                       Progress* progress) {
+  PictureReader reader(from);
+  VeliSize size = {reader.width(), reader.height()};
+  const int longest = std::max(size.width, size.height);
+  if (longest > a.size) size = scaled(size, double(a.size) / longest);
+  PictureFile file(to, size.width, size.height, reader.channels(), a.jpeg);
+  if (!reader.read(memory)) progress->complain(cutWarning(from));
+  file.write(longest > a.size ? resized(*memory, size, velInterSuper) : *memory);
+  return size;
+}
+
+}  // namespace
+
+int runThumb(int argc, char** argv) {
+  const Arguments a = parse(argc, argv);
+  if (a.help) return fputs(kHelp, stdout), 0;
+  requireSse2();
+  const std::vector<std::string> names = photosIn(a.from);
+  makeFolder(a.to, a.from);
+  Progress progress(names.size());
+  Picture memory = {};
+  std::set<std::string> made;
+  int code = 0;
+  for (const std::string& name : names) {
+    const std::string from = a.from + "/" + name, thumbnail = name + (isJpegByName(name) ? "" : ".jpg");
+    try {
+      if (!made.insert(thumbnail).second)
+        throw std::runtime_error(from + ": another photo has the thumbnail of this name, " + thumbnail);
+      const std::string to = a.to + "/" + thumbnail;
+      VeliSize size;
+      workOn(from, [&] { size = makeThumbnail(from, to, a, &memory, &progress); });
+      progress.done(from + " -> " + to + ", " + std::to_string(size.width) + " x " + std::to_string(size.height));
+    } catch (const std::exception& e) {
+      progress.complain(e.what());
+      progress.failed();
+      code = 1;
+    }
+  }
+  return code;
+}
