@@ -1,6 +1,7 @@
 #include "resizer.h"
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <stdexcept>
 
 namespace {
@@ -25,6 +26,7 @@ struct Bands {
 };
 
 void must(VelStatus status) {
+  if (status == velStsSizeErr) throw std::bad_alloc();  // a buffer's size that fits no int
   if (status != velStsNoErr) throw std::runtime_error(orvGetStatusString(status));
 }
 
