@@ -69,13 +69,12 @@ TEST_F(Cli, BadPictures) {
 TEST_F(Cli, BadPpmFiles) {
   writePicture("picture", 20, 10);
   const Bytes ppm = read("picture");
-  must(ORV_CJPEG " -outfile a.jpg picture");
   const struct {
     Bytes ppm;
     const char* part;
   } kCases[] = {
-      {"", "not a binary PPM (P6) or PGM (P5) file"},
-      {read("a.jpg"), "not a binary PPM (P6) or PGM (P5) file"},
+      {"", "the file is empty"},
+      {"GIF89a", "neither a JPEG nor a binary PPM (P6) or PGM (P5) file"},
       {"P3 1 1 255 1 2 3\n", "not a binary PPM (P6) or PGM (P5) file"},
       {"P6", "ends within its header"},
       {"P6 3 4 255", "ends within its header"},
@@ -97,7 +96,7 @@ TEST_F(Cli, BadPpmFiles) {
     write("bad.ppm", c.ppm);
     expectRefusal("encode bad.ppm OUT", 1, "orv: bad.ppm: ");
     expectRefusal("encode --optimize bad.ppm OUT", 1, c.part);
-    if (c.ppm[0] == 'P') expectRefusal("resize bad.ppm OUT 50%", 1, "orv: bad.ppm: ");
+    expectRefusal("resize bad.ppm OUT 50%", 1, "orv: bad.ppm: ");
   }
   write("bad.ppm", "P6 20000 20000 255 ");
   expectRefusal("encode --optimize bad.ppm OUT", 1, "20000 x 20000 is too large to optimise");

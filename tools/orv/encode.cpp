@@ -1,4 +1,4 @@
-// orv encode: a PPM or PGM file to a JPEG file.
+// orv encode: a picture to a JPEG file.
 #include <getopt.h>
 #include <cstdio>
 #include "commands.h"
@@ -9,11 +9,11 @@
 namespace {
 
 constexpr char kHelp[] =
-    "usage: orv encode [OPTION]... IN.ppm OUT.jpg\n"
-    "       orv encode --time [OPTION]... IN.ppm [OUT.jpg]\n"
+    "usage: orv encode [OPTION]... IN OUT.jpg\n"
+    "       orv encode --time [OPTION]... IN [OUT.jpg]\n"
     "\n"
-    "Encodes a binary PPM or PGM file of 8 bits a sample to a baseline JPEG (JFIF).\n"
-    "PGM gives a grey JPEG whatever the sampling.\n"
+    "Encodes a binary PPM or PGM file of 8 bits a sample, or another JPEG anew, as a\n"
+    "baseline JPEG (JFIF). Grey pictures give a grey JPEG whatever the sampling.\n"
     "\n"
     "  --quality N     1 to 100 (default 85): scales the usual quantisation tables\n"
     "  --sampling S    444, 422, 420 (default) or grey: one chroma sample for each pixel,\n"
@@ -67,15 +67,14 @@ Arguments parse(int argc, char** argv) {
     }
   }
   const int files = argc - optind;
-  if (files > 2 || files < (a.time ? 1 : 2))
-    throw UsageError("encode takes IN.ppm and OUT.jpg (see orv encode --help)");
+  if (files > 2 || files < (a.time ? 1 : 2)) throw UsageError("encode takes IN and OUT.jpg (see orv encode --help)");
   a.in = argv[optind];
   if (files == 2) a.out = argv[optind + 1];
   return a;
 }
 
 void encodeToFile(const Arguments& a) {
-  PpmReader picture(a.in);
+  PictureReader picture(a.in);
   jpeg::Encoder encoder(picture.width(), picture.height(), picture.channels(), a.jpeg);
   JpegFile file(a.out);
   encoder.encode(picture, file);
