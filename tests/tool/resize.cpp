@@ -109,6 +109,7 @@ TEST_F(Resize, MethodsAndPathsAreTheLibrarys) {
         }
       });
     EXPECT_TRUE(made("in out.ppm 20x13") == made("in out.ppm 20x13 --method catmull --antialias"));
+    EXPECT_TRUE(made("in out.ppm 90x40") == made("in out.ppm 90x40 --method catmull"));
   }
 }
 

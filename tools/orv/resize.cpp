@@ -77,8 +77,8 @@ VeliSize sizeFor(const Size& size, VeliSize from) {
 struct Arguments {
   std::string in, out;
   Size size;
-  const ResizeMethod* method = nullptr;
-  bool help = false, antialias = false;
+  const ResizeMethod* method = nullptr;  // or catmull, antialiased where that makes a difference
+  bool help = false, antialias = false;  // antialias: by a method that is named
   jpeg::EncoderOptions jpeg;
 };
 
@@ -100,10 +100,6 @@ Arguments parse(int argc, char** argv) {
   if (argc - optind != 3) throw UsageError("resize takes IN, OUT and a size (see orv resize --help)");
   if (a.antialias && a.method && !a.method->antialiases)
     throw UsageError(std::string("--antialias does not go with ") + a.method->name);
-  if (!a.method) {
-    a.method = &method("catmull");
-    a.antialias = true;
-  }
   a.in = argv[optind];
   a.out = argv[optind + 1];
   a.size = parseSize(argv[optind + 2]);
@@ -119,10 +115,13 @@ void resize(const Arguments& a) {
   };
   if (to.width > kMostInMemory / to.height)
     fail("more than the " + std::to_string(kMostInMemory) + " pixels that are held in memory");
-  if (a.method->code == velInterSuper && (to.width > from.width || to.height > from.height))
+  const bool reduces = to.width < from.width || to.height < from.height;
+  const bool antialias = a.method ? a.antialias : reduces;
+  const int interpolation = a.method ? a.method->code : velInterCubicCatmullRom;
+  if (interpolation == velInterSuper && (to.width > from.width || to.height > from.height))
     fail("the method super only reduces");
   PictureFile file(a.out, to.width, to.height, reader.channels(), a.jpeg);
-  file.write(resized(reader.picture(), to, a.method->code | (a.antialias ? velFlagAntialiasing : 0)));
+  file.write(resized(reader.picture(), to, interpolation | (antialias ? velFlagAntialiasing : 0)));
 }
 
 }  // namespace
