@@ -108,6 +108,10 @@ TEST_F(Cli, BadPpmFiles) {
   expectRefusal("filter --box 9999x9999 picture OUT", 1, "too large to filter");
   expectRefusal("filter picture OUT", 2, "filter takes --box");
   expectRefusal("filter --box 3 picture OUT", 2, "a size like 9x9");
+  expectRefusal("swap picture OUT", 2, "swap takes --order");
+  expectRefusal("swap --order rgbr picture OUT", 2, "'rgbr' is no order");
+  expectRefusal("swap --order rga picture OUT", 2, "'rga' is no order");
+  expectRefusal("swap --order bgr other OUT", 1, "a grey picture");
   expectRefusal("filter --box 0x3 picture OUT", 2, "a number from 1 to 9999");
 }
 

@@ -3,11 +3,17 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include "orv.h"
 
 // A command line that makes no sense. Exit code 2; other failures have 1.
 struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
+
+// For calls of the library that leave nothing to go wrong.
+inline void must(VelStatus status) {
+  if (status < velStsNoErr) throw std::runtime_error(orvGetStatusString(status));
+}
 
 // Each takes its own name as argv[0] and gives the exit code.
 int runInfo(int argc, char** argv);
@@ -16,6 +22,7 @@ int runEncode(int argc, char** argv);
 int runCompare(int argc, char** argv);
 int runConvert(int argc, char** argv);
 int runFilter(int argc, char** argv);
+int runSwap(int argc, char** argv);
 int runResize(int argc, char** argv);
 int runSheet(int argc, char** argv);
 int runThumb(int argc, char** argv);

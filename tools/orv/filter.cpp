@@ -31,10 +31,6 @@ VeliSize boxSize(const std::string& text) {
           int(optionNumber("--box's height", text.substr(cross + 1).c_str(), kLargestBox))};
 }
 
-void must(VelStatus status) {
-  if (status < 0) throw std::runtime_error(orvGetStatusString(status));
-}
-
 // Floats with a border of repeated pixels all round, which the filter reads.
 struct Bordered {
   int left, top, channels, row;  // row: floats

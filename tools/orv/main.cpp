@@ -19,6 +19,7 @@ constexpr char kHelp[] =
     "  orv convert ...             convert to raw samples of another colour format, or\n"
     "                              back\n"
     "  orv filter ...              smooth a picture with a box filter\n"
+    "  orv swap ...                reorder the channels of a picture\n"
     "  orv resize IN OUT SIZE      make a picture smaller or larger\n"
     "  orv sheet IN OUT            every way to resize a picture, side by side\n"
     "  orv thumb FOLDER OUTFOLDER  make thumbnails of all photos in a folder\n"
@@ -39,6 +40,7 @@ int run(int argc, char** argv) {
   if (command == "compare") return runCompare(argc - 1, argv + 1);
   if (command == "convert") return runConvert(argc - 1, argv + 1);
   if (command == "filter") return runFilter(argc - 1, argv + 1);
+  if (command == "swap") return runSwap(argc - 1, argv + 1);
   if (command == "resize") return runResize(argc - 1, argv + 1);
   if (command == "sheet") return runSheet(argc - 1, argv + 1);
   if (command == "thumb") return runThumb(argc - 1, argv + 1);
