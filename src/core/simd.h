@@ -18,19 +18,25 @@ ORV_INLINE void store(void* p, Vec v) { _mm_storeu_si128(static_cast<Vec*>(p), v
 // As doubles: what gcc makes of the integer form goes through general registers in 32-bit.
 ORV_INLINE void storeLow(void* p, Vec v) { _mm_storel_pd(static_cast<double*>(p), _mm_castsi128_pd(v)); }
 ORV_INLINE void storeHigh(void* p, Vec v) { _mm_storeh_pd(static_cast<double*>(p), _mm_castsi128_pd(v)); }
+template <class T> ORV_INLINE Vec loadAs(const void* p) {
+  T some;
+  memcpy(&some, p, sizeof some);
+  return _mm_cvtsi32_si128(int(some));
+}
+template <class T> ORV_INLINE void storeAs(void* p, Vec v) {
+  const T some = T(_mm_cvtsi128_si32(v));
+  memcpy(p, &some, sizeof some);
+}
 // The first kBytes of a vector: 16, 8, 4, 2 or 1. What a load does not fill is zero.
 template <int kBytes> ORV_INLINE Vec loadPart(const void* p) {
   if (kBytes == 16) return load(p);
   if (kBytes == 8) return loadLow(p);
-  unsigned some = 0;
-  memcpy(&some, p, size_t(kBytes) % 8);
-  return _mm_cvtsi32_si128(int(some));
+  return kBytes == 4 ? loadAs<Vel32u>(p) : kBytes == 2 ? loadAs<Vel16u>(p) : loadAs<Vel8u>(p);
 }
 template <int kBytes> ORV_INLINE void storePart(void* p, Vec v) {
   if (kBytes == 16) return store(p, v);
   if (kBytes == 8) return storeLow(p, v);
-  const int some = _mm_cvtsi128_si32(v);
-  memcpy(p, &some, size_t(kBytes) % 8);
+  return kBytes == 4 ? storeAs<Vel32u>(p, v) : kBytes == 2 ? storeAs<Vel16u>(p, v) : storeAs<Vel8u>(p, v);
 }
 // Past the caches; p at a multiple of 16. streamEnd orders such stores before what follows.
 ORV_INLINE void stream(void* p, Vec v) { _mm_stream_si128(static_cast<Vec*>(p), v); }
@@ -86,11 +92,12 @@ ORV_INLINE Vec magnitude16(Vec v) { return withSignOf16(v, v); }
 // ---- Cache
 
 // Whether a call that touches so many bytes should write past the caches: past half a megabyte, and not less than the
-// largest cache, where that is known.
-ORV_INLINE bool exceedsCaches(double bytes) {
+// largest cache, or than `unknown` bytes where its size is not known.
+ORV_INLINE bool exceedsCaches(double bytes, double unknown) {
   int cache;
-  return bytes > 524288 && velGetMaxCacheSizeB(&cache) == velStsNoErr && bytes >= cache;
+  return bytes > 524288 && bytes >= (velGetMaxCacheSizeB(&cache) == velStsNoErr ? cache : unknown);
 }
+constexpr double kCacheIfUnknown = 8 << 20;  // stores of either kind were seen to be equally fast there
 // Images of more bytes than these are moved past the caches, whatever their size.
 constexpr double kMovedPastCaches = 1048576;
 constexpr size_t kLine = 64;  // of a cache, in bytes

@@ -204,7 +204,7 @@ template <class Conversion> ORV_INLINE VelStatus widen(const Vel8u* pSrc, int sr
   ORV_CHECK(check(pSrc, srcStep, pDst, dstStep, size));
   const double touched = double(sizeof *pSrc + sizeof *pDst) * channels * size.width * size.height;
   convertRows<Conversion>(pSrc, srcStep, pDst, dstStep, size_t(size.width) * size_t(channels), size.height,
-                          Conversion::kMayStream && exceedsCaches(touched));
+                          Conversion::kMayStream && exceedsCaches(touched, __builtin_inf()));
   return velStsNoErr;
 }
 

@@ -1,6 +1,6 @@
 // Copying a region, and replicating its border.
 #include "image/checks.h"
-#include "image/fill.h"
+#include "signal/fill.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ ORV_INLINE VelStatus copy(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstSt
     if (streams)
       fillPastCaches(source, rowOf(pDst, dstStep, y), row);
     else
-      fill(source, rowOf(pDst, dstStep, y), row);
+      fillHere(source, rowOf(pDst, dstStep, y), row);
   }
   if (streams) streamEnd();
   return velStsNoErr;
@@ -54,21 +54,21 @@ void extendRows(Side left, Side right, int step, int rows) {
   if (are(16, 16))
     each([](Vec v, Vel8u* dst, size_t) { store(dst, v); });
   else if (are(16, 32))
-    each([](Vec v, Vel8u* dst, size_t width) { fillEnds<16>(Repeated{v}, dst, width); });
+    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<16>(Repeated{v}, dst, width); });
   else if (are(8, 16))
-    each([](Vec v, Vel8u* dst, size_t width) { fillEnds<8>(Repeated{v}, dst, width); });
+    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<8>(Repeated{v}, dst, width); });
   else if (are(4, 8))
-    each([](Vec v, Vel8u* dst, size_t width) { fillEnds<4>(Repeated{v}, dst, width); });
+    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<4>(Repeated{v}, dst, width); });
   else if (are(2, 4))
-    each([](Vec v, Vel8u* dst, size_t width) { fillEnds<2>(Repeated{v}, dst, width); });
+    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<2>(Repeated{v}, dst, width); });
   else if (are(1, 2))
-    each([](Vec v, Vel8u* dst, size_t width) { fillEnds<1>(Repeated{v}, dst, width); });
+    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<1>(Repeated{v}, dst, width); });
   else
-    each([](Vec v, Vel8u* dst, size_t width) { fill(Repeated{v}, dst, width); });
+    each([](Vec v, Vel8u* dst, size_t width) { fillHere(Repeated{v}, dst, width); });
 }
 
 void copyToRows(const Vel8u* src, Vel8u* dst, int step, size_t width, int rows) {
-  for (; rows > 0; --rows, dst += step) fill(Copied{src}, dst, width);
+  for (; rows > 0; --rows, dst += step) fillHere(Copied{src}, dst, width);
 }
 
 }  // namespace

@@ -179,13 +179,9 @@ template <bool kStream> ORV_INLINE void sixteen(const Vel8u* src, Vel32f* dst) {
 
 // ---- Vectors
 
-// Whether a call writes past the caches: when it writes more than it reads, and touches so many bytes for each of n
-// elements that they exceed the largest cache, or four megabytes where that is not known.
+// Whether a call writes past the caches: only when it writes more than it reads.
 template <class Src, class Dst> ORV_INLINE bool streams(size_t n) {
-  constexpr size_t kBytes = sizeof(Src) + sizeof(Dst);
-  if (sizeof(Src) > sizeof(Dst) || n <= 524288 / kBytes) return false;
-  int cache;
-  return n >= (velGetMaxCacheSizeB(&cache) == velStsNoErr ? size_t(cache) : 4 << 20) / kBytes;
+  return sizeof(Src) < sizeof(Dst) && exceedsCaches(double(sizeof(Src) + sizeof(Dst)) * double(n), kCacheIfUnknown);
 }
 
 // Goes on while there are sixteen left.

@@ -4,34 +4,14 @@
 
 namespace {
 
-struct Copy {
-  static constexpr size_t kWhole = kWide, kElement = 1;
-  static constexpr int kReads = 1;
-  const Vel8u* src;
-  bool reads(const Vel8u* p) const { return p == src; }
-  template <size_t kBytes> auto at(size_t i) const { return loadPiece<kBytes>(src + i); }
-};
-
-struct Zero {
-  static constexpr size_t kWhole = kWide, kElement = 1;
-  static constexpr int kReads = 0;
-  bool reads(const Vel8u*) const { return false; }
-  template <size_t kBytes> auto at(size_t) const {
-    if constexpr (kBytes > 16)
-      return zeroWide();
-    else
-      return zero();
-  }
-};
-
 template <class T> ORV_INLINE VelStatus copy(const T* pSrc, T* pDst, int len) {
   const VelStatus status = checkVectors(len, pSrc, pDst);
-  return status != velStsNoErr ? status : fill(Copy{bytesOf(pSrc)}, bytesOf(pDst), size_t(len) * sizeof(T));
+  return status != velStsNoErr ? status : fill(Copied{bytesOf(pSrc)}, bytesOf(pDst), size_t(len) * sizeof(T));
 }
 
 template <class T> ORV_INLINE VelStatus clear(T* pDst, int len) {
   const VelStatus status = checkVectors(len, pDst);
-  return status != velStsNoErr ? status : fill(Zero{}, bytesOf(pDst), size_t(len) * sizeof(T));
+  return status != velStsNoErr ? status : fill(Repeated{zero()}, bytesOf(pDst), size_t(len) * sizeof(T));
 }
 
 }  // namespace
