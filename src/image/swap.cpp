@@ -127,6 +127,52 @@ template <class F> class Blocks {
 
 #else
 
+// Channels of four bytes in an order that takes each of three once: an instruction for a pixel. Of a vector that holds a
+// pixel and what follows it:
+template <int kOrder> ORV_INLINE Vec reordered(const Vel8u* src) { return _mm_shuffle_epi32(load(src), kOrder | 0xC0); }
+ORV_INLINE void storeThree(Vel8u* dst, Vec v) {
+  storeLow(dst, v);
+  storeAs<Vel32u>(dst + 8, _mm_unpackhi_epi64(v, v));
+}
+template <int kOrder> ORV_INLINE void reorder3(const Vel8u* src, Vel8u* dst, size_t pixels) {
+  Vec v = reordered<kOrder>(src);
+  while (--pixels) {
+    src += 12;
+    const Vec next = reordered<kOrder>(src);  // before a store reaches into that pixel, in place
+    store(dst, v);
+    dst += 12;
+    v = next;
+  }
+  storeThree(dst, v);
+}
+template <int kOrder> ORV_INLINE void reorder4(const Vel8u* src, Vel8u* dst, size_t pixels) {
+  for (; pixels; --pixels, src += 16, dst += 16) storeThree(dst, reordered<kOrder>(src));
+}
+template <class F, int kOrder> ORV_INLINE bool reorder(const Vel8u* src, Vel8u* dst, size_t pixels) {
+  if (F::kTo == 3)
+    reorder3<kOrder>(src, dst, pixels);
+  else
+    reorder4<kOrder>(src, dst, pixels);
+  return true;
+}
+
+constexpr int orderOf(int a, int b, int c) { return a | b << 2 | c << 4; }
+// False where this is not for such an order.
+template <class F> bool reorder(int order, const Vel8u* src, Vel8u* dst, size_t pixels) {
+  if (F::kBytes != 4) return false;
+  constexpr int k012 = orderOf(0, 1, 2), k021 = orderOf(0, 2, 1), k102 = orderOf(1, 0, 2);
+  constexpr int k120 = orderOf(1, 2, 0), k201 = orderOf(2, 0, 1), k210 = orderOf(2, 1, 0);
+  switch (order) {
+    case k012: return reorder<F, k012>(src, dst, pixels);
+    case k021: return reorder<F, k021>(src, dst, pixels);
+    case k102: return reorder<F, k102>(src, dst, pixels);
+    case k120: return reorder<F, k120>(src, dst, pixels);
+    case k201: return reorder<F, k201>(src, dst, pixels);
+    case k210: return reorder<F, k210>(src, dst, pixels);
+  }
+  return false;
+}
+
 // Four channels: channel c becomes channel c ^ x, so pixels are taken with their channels exchanged in each of these four
 // ways, and masked. kPairs: x is 0 or 2 for all.
 template <int kBytes, int x> ORV_INLINE Vec exchanged(Vec v) {
@@ -177,8 +223,10 @@ template <class F> class Blocks {
   static constexpr int kMargin = 0;
   static constexpr bool kMayStream = false;  // it would gain nothing: the instructions take as long as memory does
 
-  explicit Blocks(const Selection& s) : exchange_(s), pairs_(exchange_.pairs()) {}
+  explicit Blocks(const Selection& s)
+      : exchange_(s), pairs_(exchange_.pairs()), order_(orderOf(s.channel[0], s.channel[1], s.channel[2])) {}
   template <bool> void swap(const Vel8u* src, Vel8u* dst, size_t count) const {
+    if (reorder<F>(order_, src, dst, count * F::kPixels)) return;
     if (pairs_)
       blocks<true>(src, dst, count);
     else
@@ -225,6 +273,7 @@ template <class F> class Blocks {
 
   Exchange<F> exchange_;
   bool pairs_;
+  int order_;
 };
 
 // Three channels to three: what belongs in channel c stands a fixed way off, and is loaded from there. Loads so reach into
@@ -234,7 +283,7 @@ template <int kBytes> class Blocks<Form<3, 3, kBytes, false>> {
   static constexpr int kMargin = 1;
   static constexpr bool kMayStream = true;
 
-  explicit Blocks(const Selection& s) {
+  explicit Blocks(const Selection& s) : order_(orderOf(s.channel[0], s.channel[1], s.channel[2])) {
     for (int c = 0; c < 3; ++c) {
       way_[c] = (s.channel[c] - c) * kBytes;
       Vel8u mask[16];
@@ -245,6 +294,7 @@ template <int kBytes> class Blocks<Form<3, 3, kBytes, false>> {
   // The last vector of a block is stored after the next has been loaded from: in place, that load would wait for it.
   template <bool kStreams> void swap(const Vel8u* src, Vel8u* dst, size_t count) const {
     if (!count) return;
+    if (!kStreams && reorder<Form<3, 3, kBytes, false>>(order_, src, dst, count * (16 / kBytes))) return;
     const Blocks masks = *this;  // which the stores cannot reach
     Vec a = masks.swapped<0>(src);
     for (;;) {
@@ -270,6 +320,7 @@ template <int kBytes> class Blocks<Form<3, 3, kBytes, false>> {
 
   ptrdiff_t way_[3];
   Vec third_[3];
+  int order_;
 };
 
 #endif
