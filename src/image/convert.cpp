@@ -107,16 +107,19 @@ enum Rounding { kTowardsZero, kNearestEven, kAwayFromZero };
 template <Rounding kRounding, bool kKeeps> struct ToBytes {
   using Src = Vel32f;
   using Dst = Vel8u;
-  static constexpr bool kKeepsAlpha = kKeeps, kMayStream = false;
+  static constexpr bool kKeepsAlpha = kKeeps, kMayStream = !kKeeps;
 
-  template <int n, bool> ORV_INLINE void piece(const Src* src, Dst* dst) {
+  template <int n, bool kStreams> ORV_INLINE void piece(const Src* src, Dst* dst) {
     Vec low;  // eight words
     if constexpr (n >= 8)
       low = words(src);
     else
       low = words(loadPart<4 * n>(src), zero());
     const Vec v = _mm_packus_epi16(low, n == 16 ? words(src + 8) : low);
-    storePart<n>(dst, kKeeps ? withAlpha(v, loadPart<n>(dst)) : v);
+    if (kStreams)
+      stream(dst, v);
+    else
+      storePart<n>(dst, kKeeps ? withAlpha(v, loadPart<n>(dst)) : v);
   }
 
   ORV_INLINE Vec withAlpha(Vec v, Vec old) {
@@ -166,8 +169,14 @@ ORV_INLINE void convertRow(const typename Conversion::Src* src, typename Convers
   }
   const size_t end = len - kPiece, past = reinterpret_cast<uintptr_t>(dst) % kWide / sizeof *dst % kPiece;
   Conversion::template piece<kPiece, false>(src, dst);
-  for (size_t i = kPiece - (Conversion::kKeepsAlpha ? 0 : past); i < end; i += kPiece)
-    Conversion::template piece<kPiece, kStreams>(src + i, dst + i);
+  size_t i = kPiece - (Conversion::kKeepsAlpha ? 0 : past);
+  // A loop of one may lie within a line of the instruction cache, and some processors then store only once in a cycle.
+  constexpr size_t kTurn = 4 * kPiece;
+  for (; i + kTurn <= end; i += kTurn) {
+    ORV_UNROLL for (size_t k = 0; k < kTurn; k += kPiece)
+      Conversion::template piece<kPiece, kStreams>(src + i + k, dst + i + k);
+  }
+  for (; i < end; i += kPiece) Conversion::template piece<kPiece, kStreams>(src + i, dst + i);
   Conversion::template piece<kPiece, false>(src + end, dst + end);
 }
 
@@ -227,14 +236,16 @@ template <bool kKeepsAlpha> ORV_INLINE VelStatus narrow(const Vel32f* pSrc, int 
                                                         VeliSize size, int channels, int roundMode) {
   ORV_CHECK(check(pSrc, srcStep, pDst, dstStep, size));
   const size_t len = size_t(size.width) * size_t(channels);
+  const double touched = double(sizeof *pSrc + sizeof *pDst) * double(len) * size.height;
+  const bool streams = !kKeepsAlpha && exceedsCaches(touched, kCacheIfUnknown);
   if (roundMode == 0) {  // the instruction truncates in any mode
-    convertRows<ToBytes<kTowardsZero, kKeepsAlpha>>(pSrc, srcStep, pDst, dstStep, len, size.height);
+    convertRows<ToBytes<kTowardsZero, kKeepsAlpha>>(pSrc, srcStep, pDst, dstStep, len, size.height, streams);
   } else if (roundMode == 1) {
     const RoundingMode mode(RoundingMode::kNearest);
-    convertRows<ToBytes<kNearestEven, kKeepsAlpha>>(pSrc, srcStep, pDst, dstStep, len, size.height);
+    convertRows<ToBytes<kNearestEven, kKeepsAlpha>>(pSrc, srcStep, pDst, dstStep, len, size.height, streams);
   } else {  // nor may the sum of 0.5 and the greatest number below it be rounded up to 1
     const RoundingMode mode(RoundingMode::kZero);
-    convertRows<ToBytes<kAwayFromZero, kKeepsAlpha>>(pSrc, srcStep, pDst, dstStep, len, size.height);
+    convertRows<ToBytes<kAwayFromZero, kKeepsAlpha>>(pSrc, srcStep, pDst, dstStep, len, size.height, streams);
   }
   return velStsNoErr;
 }
