@@ -28,14 +28,23 @@ ORV_INLINE Vec codesOf(const Eight& a, const Eight& b) {
   const Vec great = _mm_packus_epi16(_mm_srai_epi16(a.magnitude, 3), _mm_srai_epi16(b.magnitude, 3));
   // Or 4080 to 4095, which have the same code either way.
   const Vec isGreat = _mm_cmpeq_epi8(small, all8(255));
+#if ORV_HAS_BLEND
+  const Vec line0 = _mm_blendv_epi8(small, great, isGreat);
+#else
   const Vec line0 = _mm_andnot_si128(_mm_andnot_si128(great, isGreat), small);
+#endif
   const Vec line1 = _mm_avg_epu8(line0, all8(31));
   const Vec line2 = _mm_avg_epu8(line1, all8(47));
   const Vec line3 = _mm_avg_epu8(line2, all8(63));
   const Vec least = _mm_min_epu8(_mm_min_epu8(line0, line1), _mm_min_epu8(line2, line3));
   const Vec code = _mm_add_epi8(least, _mm_and_si128(isGreat, all8(48)));
-  const Vec sign = _mm_and_si128(_mm_packs_epi16(a.sign, b.sign), all8(0x80));
-  return _mm_xor_si128(code, _mm_xor_si128(sign, all8(0x80 ^ 0x55)));
+  const Vec negative = _mm_packs_epi16(a.sign, b.sign);
+#if ORV_HAS_BLEND
+  const Vec inverted = _mm_blendv_epi8(all8(0x80 ^ 0x55), all8(0x55), negative);
+#else
+  const Vec inverted = _mm_xor_si128(_mm_and_si128(negative, all8(0x80)), all8(0x80 ^ 0x55));
+#endif
+  return _mm_xor_si128(code, inverted);
 }
 
 // The magnitude of a negative word s is -s - 1.
