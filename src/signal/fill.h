@@ -133,6 +133,7 @@ template <class Source> ORV_INLINE void fillMany(const Source& source, Vel8u* ds
   constexpr size_t kTurn = 8 * kWhole;
   size_t i = toAligned<kWhole>(source, dst);
   for (; i + kTurn <= end; i += kTurn) fillTurn<kTurn, false>(source, dst, i);
+  for (; i + kLine <= end; i += kLine) fillTurn<kLine, false>(source, dst, i);
   for (; i < end; i += kWhole) storePiece<kWhole>(dst + i, source.template at<kWhole>(i));
   storePiece<kWhole>(dst, first);
   storePiece<kWhole>(dst + end, last);
