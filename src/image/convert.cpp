@@ -174,7 +174,7 @@ ORV_INLINE void convertRow(const typename Conversion::Src* src, typename Convers
   constexpr size_t kTurn = 4 * kPiece;
   for (; i + kTurn <= end; i += kTurn) {
     ORV_UNROLL for (size_t k = 0; k < kTurn; k += kPiece)
-      Conversion::template piece<kPiece, kStreams>(src + i + k, dst + i + k);
+        Conversion::template piece<kPiece, kStreams>(src + i + k, dst + i + k);
   }
   for (; i < end; i += kPiece) Conversion::template piece<kPiece, kStreams>(src + i, dst + i);
   Conversion::template piece<kPiece, false>(src + end, dst + end);

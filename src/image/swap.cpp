@@ -134,19 +134,25 @@ ORV_INLINE void storeThree(Vel8u* dst, Vec v) {
   storeLow(dst, v);
   storeAs<Vel32u>(dst + 8, _mm_unpackhi_epi64(v, v));
 }
+// Four pixels or a multiple of them, so many in a turn: a loop within one line of the instruction cache may store only once
+// in a cycle. A pixel is loaded before a store reaches into it, in place.
 template <int kOrder> ORV_INLINE void reorder3(const Vel8u* src, Vel8u* dst, size_t pixels) {
   Vec v = reordered<kOrder>(src);
-  while (--pixels) {
-    src += 12;
-    const Vec next = reordered<kOrder>(src);  // before a store reaches into that pixel, in place
-    store(dst, v);
-    dst += 12;
+  const auto step = [&v](const Vel8u* from, Vel8u* to) __attribute__((always_inline)) {
+    const Vec next = reordered<kOrder>(from + 12);
+    store(to, v);
     v = next;
+  };
+  for (; pixels > 4; pixels -= 4, src += 48, dst += 48) {
+    ORV_UNROLL for (int i = 0; i < 48; i += 12) step(src + i, dst + i);
   }
-  storeThree(dst, v);
+  ORV_UNROLL for (int i = 0; i < 36; i += 12) step(src + i, dst + i);
+  storeThree(dst + 36, v);
 }
 template <int kOrder> ORV_INLINE void reorder4(const Vel8u* src, Vel8u* dst, size_t pixels) {
-  for (; pixels; --pixels, src += 16, dst += 16) storeThree(dst, reordered<kOrder>(src));
+  for (; pixels; pixels -= 4, src += 64, dst += 64) {
+    ORV_UNROLL for (int i = 0; i < 64; i += 16) storeThree(dst + i, reordered<kOrder>(src + i));
+  }
 }
 template <class F, int kOrder> ORV_INLINE bool reorder(const Vel8u* src, Vel8u* dst, size_t pixels) {
   if (F::kTo == 3)
