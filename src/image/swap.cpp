@@ -85,20 +85,14 @@ template <class F> class Blocks {
   static constexpr bool kMayStream = !F::kKeeps;
 
   explicit Blocks(const Selection& s) : Blocks(s, codes(s)) {}
+  // Two in a turn: a loop within one line of the instruction cache may store only once in a cycle.
   template <bool kStreams> void swap(const Vel8u* src, Vel8u* dst, size_t count) const {
     const Blocks masks = *this;  // which the stores cannot reach
-    for (; count; --count, src += 4 * F::kFromGroup, dst += 4 * F::kToGroup) {
-      if constexpr (F::kTo == 3) {
-        const Vec a = masks.group(src, 0), b = masks.group(src, 1), c = masks.group(src, 2), d = masks.group(src, 3);
-        putVec<kStreams>(dst, _mm_alignr_epi8(b, a, 4));
-        putVec<kStreams>(dst + 16, _mm_alignr_epi8(c, b, 8));
-        putVec<kStreams>(dst + 32, _mm_alignr_epi8(d, c, 12));
-      } else {
-        ORV_UNROLL
-        for (int i = 0; i < 4; i += 2)
-          masks.rest_.template putTwo<kStreams>(dst + 16 * i, masks.group(src, i), masks.group(src, i + 1));
-      }
+    for (; count > 1; count -= 2, src += 8 * F::kFromGroup, dst += 8 * F::kToGroup) {
+      masks.block<kStreams>(src, dst);
+      masks.block<kStreams>(src + 4 * F::kFromGroup, dst + 4 * F::kToGroup);
     }
+    if (count) masks.block<kStreams>(src, dst);
   }
 
  private:
@@ -107,6 +101,17 @@ template <class F> class Blocks {
         early_(F::kTo == 3 ? _mm_shuffle_epi32(codes, 0x90) : codes),
         late_(F::kTo == 3 ? _mm_shuffle_epi32(codes, 0xA4) : codes),
         last_(_mm_add_epi8(late_, all8(16 - F::kFromGroup))) {}
+  template <bool kStreams> __attribute__((always_inline)) void block(const Vel8u* src, Vel8u* dst) const {
+    if constexpr (F::kTo == 3) {
+      const Vec a = group(src, 0), b = group(src, 1), c = group(src, 2), d = group(src, 3);
+      putVec<kStreams>(dst, _mm_alignr_epi8(b, a, 4));
+      putVec<kStreams>(dst + 16, _mm_alignr_epi8(c, b, 8));
+      putVec<kStreams>(dst + 32, _mm_alignr_epi8(d, c, 12));
+    } else {
+      ORV_UNROLL
+      for (int i = 0; i < 4; i += 2) rest_.template putTwo<kStreams>(dst + 16 * i, group(src, i), group(src, i + 1));
+    }
+  }
   // The i-th of a block. Of three channels, the last one stands at the end of its vector.
   Vec group(const Vel8u* src, int i) const {
     const Vec mask = i == 3 ? last_ : i == 2 ? late_ : early_;
