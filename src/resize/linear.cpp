@@ -24,28 +24,57 @@ ORV_INLINE Neighbours neighboursOf(const Axis& axis, int i) {
 // ---- Horizontal pass
 //
 // A group is as many columns as give eight bytes or a little less: eight of one channel, two of three or four. Its bytes
-// and their right neighbours are brought together in pairs; a multiply-add weighs them.
+// and their right neighbours are brought together in pairs and weighed.
 
-// The two roundings of the weighted sums: for the vertical pass, with six fractional bits, and for rows that need none.
-struct ForBlend {
-  static constexpr int kRound = 128, kShift = 8;
-};
-struct Alone {
-  static constexpr int kRound = kOne / 2, kShift = 14;
-};
+template <int kPixel> constexpr int kColumns = kPixel == 1 ? 8 : 2;
 
+// What a pixel of 255 is 255 times of in the sums: for the vertical pass with six fractional bits, and for rows that need
+// none.
+constexpr int kForBlend = 64, kAlone = 1;
+
+#if ORV_HAS_SHUFFLE
+// The sums are left + weight (right - left), where a rounding multiplication makes the second term of
+// scale (left - right) and -2 weight. Its 16 bits are enough: (64 * 255) and (-2 * 16384).
+template <int kPixel> struct Weights {
+  Vel16s of[8];
+  void set(int column, int weight) {
+    for (int c = 0; c < kPixel; ++c) of[column * kPixel + c] = Vel16s(-2 * weight);
+  }
+  Vec all() const { return load(of); }
+};
+template <> struct Weights<4> {  // of AC4 the buffer has no room for more
+  Vel16s of[4];
+  void set(int column, int weight) { of[2 * column] = of[2 * column + 1] = Vel16s(-2 * weight); }
+  Vec all() const { return _mm_shuffle_epi32(loadLow(of), 0x50); }
+};
+template <int kScale, int kPixel> ORV_INLINE Vec weighted(Vec pairs, const Weights<kPixel>& weights) {
+  const Vec left = _mm_maddubs_epi16(pairs, all16(kScale));
+  const Vec difference = _mm_maddubs_epi16(pairs, all16(kScale - (kScale << 8)));
+  return _mm_add_epi16(left, _mm_mulhrs_epi16(difference, weights.all()));
+}
+#else
 // The pairs of weights of a group, as the sums of its eight pairs of bytes take them.
 template <int kPixel> struct Weights {
   Vel32u of[2];
+  void set(int column, int weight) { of[column] = Vel32u(kOne - weight) | Vel32u(weight) << 16; }
   Vec low() const { return _mm_shuffle_epi32(loadLow(of), kPixel == 3 ? 0x40 : 0x00); }
   Vec high() const { return _mm_shuffle_epi32(loadLow(of), 0x55); }
 };
 template <> struct Weights<1> {
   Vel32u of[8];
+  void set(int column, int weight) { of[column] = Vel32u(kOne - weight) | Vel32u(weight) << 16; }
   Vec low() const { return load(of); }
   Vec high() const { return load(of + 4); }
 };
-template <int kPixel> constexpr int kColumns = kPixel == 1 ? 8 : 2;
+template <int kScale, int kPixel> ORV_INLINE Vec weighted(Vec pairs, const Weights<kPixel>& weights) {
+  constexpr int kDivisor = kOne / kScale, kShift = kScale == 1 ? 14 : 8;
+  static_assert(kDivisor == 1 << kShift, "");
+  const auto sums = [](Vec four, Vec by) {
+    return _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(four, by), all32(kDivisor / 2)), kShift);
+  };
+  return _mm_packs_epi32(sums(widenLow8(pairs), weights.low()), sums(widenHigh8(pairs), weights.high()));
+}
+#endif
 
 // Groups whose pairs are loaded one by one.
 template <int kPixel> struct Gathered {
@@ -113,14 +142,6 @@ template <int kPixel> struct Shuffled {
 };
 #endif
 
-template <class Rounding, class G> ORV_INLINE Vec weighted(const Vel8u* row, const G& group) {
-  const Vec pairs = group.pairs(row);
-  const auto sums = [](Vec four, Vec weights) {
-    return _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(four, weights), all32(Rounding::kRound)), Rounding::kShift);
-  };
-  return _mm_packs_epi32(sums(widenLow8(pairs), group.weights.low()), sums(widenHigh8(pairs), group.weights.high()));
-}
-
 constexpr int kSlack = 16;  // words that a row of sums has behind its own: the vertical pass takes sixteen at a time
 
 // The horizontal pass for all rows.
@@ -141,20 +162,21 @@ template <template <int> class Group, int kPixel> struct Horizontal {
         const int column = g * kColumns<kPixel> + i;
         const Neighbours n = neighboursOf(axis, column < columns ? column : columns - 1);
         firsts[i] = n.first;
-        groups[g].weights.of[i] = Vel32u(kOne - n.weight) | Vel32u(n.weight) << 16;
+        groups[g].weights.set(i, n.weight);
       }
       if (!groups[g].build(firsts, axis.count * kPixel)) return false;
     }
     return true;
   }
-  template <class Rounding> void run(const Vel8u* row, Vel16u* sums) const {
+  template <int kScale> void run(const Vel8u* row, Vel16u* sums) const {
     Vel8u twice[2 * kPixel];
     if (isNarrow) {
       memcpy(twice, row, kPixel);
       memcpy(twice + kPixel, row, kPixel);
       row = twice;
     }
-    for (int g = 0; g < count; ++g) store(sums + g * kElements, weighted<Rounding>(row, groups[g]));
+    for (int g = 0; g < count; ++g)
+      store(sums + g * kElements, weighted<kScale>(groups[g].pairs(row), groups[g].weights));
   }
 };
 
@@ -179,15 +201,21 @@ template <bool kKeepsFourth, class Blend> ORV_INLINE void storeBytes(Vel8u* dst,
   memcpy(dst + i, last, size_t(bytes - i));
 }
 
+// upper + weight (lower - upper), whose second term is cut off downwards: the whole part of a sum is the same with the
+// fraction of one term as without. Then six bits are rounded off.
 struct BlendRows {
   const Vel16u *upper, *lower;
-  Vec weights;  // of upper and lower
+  Vec weight;  // -2 times the lower row's
+
+  BlendRows(const Vel16u* a, const Vel16u* b, int w) : upper(a), lower(b), weight(all16(-2 * w)) {}
   Vec eight(int i) const {
-    const Vec a = load(upper + i), b = load(lower + i);
-    const auto sums = [this](Vec pairs) {
-      return _mm_srai_epi32(_mm_add_epi32(_mm_madd_epi16(pairs, weights), all32(0x80000)), 20);
-    };
-    return _mm_packs_epi32(sums(_mm_unpacklo_epi16(a, b)), sums(_mm_unpackhi_epi16(a, b)));
+    const Vec a = load(upper + i), difference = _mm_sub_epi16(a, load(lower + i));
+    const Vec sum = _mm_add_epi16(a, _mm_mulhi_epi16(_mm_add_epi16(difference, difference), weight));
+#if ORV_HAS_SHUFFLE
+    return _mm_mulhrs_epi16(sum, all16(512));
+#else
+    return _mm_srli_epi16(_mm_add_epi16(sum, all16(32)), 6);
+#endif
   }
   Vec operator()(int i) const { return _mm_packus_epi16(eight(i), eight(i + 8)); }
 };
@@ -228,16 +256,15 @@ ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images) {
       const int row = p.index < 0 ? 0 : axis.count - 1;
       const Vel16u* const alone = sums.upper;
       sums.upperRow = -1;
-      horizontal.template run<Alone>(rowOf(images.src, images.srcStep, row), sums.upper);
+      horizontal.template run<kAlone>(rowOf(images.src, images.srcStep, row), sums.upper);
       storeBytes<kKeepsFourth>(dst, bytes,
                                [&](int i) { return _mm_packus_epi16(load(alone + i), load(alone + i + 8)); });
       continue;
     }
     sums.provide(p.index, [&](int row, Vel16u* to) {
-      horizontal.template run<ForBlend>(rowOf(images.src, images.srcStep, row), to);
+      horizontal.template run<kForBlend>(rowOf(images.src, images.srcStep, row), to);
     });
-    const int weight = weightOf(p.fraction);
-    storeBytes<kKeepsFourth>(dst, bytes, BlendRows{sums.upper, sums.lower, all32((kOne - weight) | weight << 16)});
+    storeBytes<kKeepsFourth>(dst, bytes, BlendRows(sums.upper, sums.lower, weightOf(p.fraction)));
   }
   return true;
 }
