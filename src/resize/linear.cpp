@@ -118,6 +118,7 @@ template <int kPixel> struct Gathered {
     return _mm_insert_epi16(v, at(7), 7);
   }
   Vec pairs(const Vel8u* row) const { return pairs(row, from); }
+  int place() const { return from[0]; }
 };
 
 #if ORV_HAS_SHUFFLE
@@ -138,6 +139,7 @@ template <int kPixel> struct Shuffled {
     }
     return true;
   }
+  int place() const { return from; }
   Vec pairs(const Vel8u* row) const { return _mm_shuffle_epi8(load(row + from), load(at)); }
 };
 #endif
@@ -182,18 +184,26 @@ template <template <int> class Group, int kPixel> struct Horizontal {
 
 // ---- Vertical pass
 
-// Bytes of a destination row, sixteen at a time: blend(i) gives those from element i on. A fourth channel can be kept.
-template <bool kKeepsFourth, class Blend> ORV_INLINE void storeBytes(Vel8u* dst, int bytes, const Blend& blend) {
-  const auto put = [&](Vel8u* to, int i) {
+// Bytes of a destination row, sixteen at a time, or twelve as two sixes in the halves of a vector: blend(i) gives those
+// from element i on. A fourth channel can be kept.
+template <bool kKeepsFourth, int kBytes = 16, class Blend>
+ORV_INLINE void storeBytes(Vel8u* dst, int bytes, Blend blend) {
+  const auto put = [&](Vel8u * to, int i) __attribute__((always_inline)) {
     Vec v = blend(i);
+    if (kBytes == 12) {
+      storeLow(to, v);
+      storeHigh(to + 6, v);
+      return;
+    }
     if (kKeepsFourth) {
       const Vec fourth = all32(int(0xFF000000));
       v = _mm_or_si128(_mm_andnot_si128(fourth, v), _mm_and_si128(fourth, load(to)));
     }
     store(to, v);
   };
+  constexpr int kWritten = kBytes == 12 ? 14 : 16;
   int i = 0;
-  for (; i + 16 <= bytes; i += 16) put(dst + i, i);
+  for (; i + kWritten <= bytes; i += kBytes) put(dst + i, i);
   if (i == bytes) return;
   Vel8u last[16] = {};
   memcpy(last, dst + i, size_t(bytes - i));
@@ -203,21 +213,50 @@ template <bool kKeepsFourth, class Blend> ORV_INLINE void storeBytes(Vel8u* dst,
 
 // upper + weight (lower - upper), whose second term is cut off downwards: the whole part of a sum is the same with the
 // fraction of one term as without. Then six bits are rounded off.
-struct BlendRows {
-  const Vel16u *upper, *lower;
+struct RowWeight {
   Vec weight;  // -2 times the lower row's
 
-  BlendRows(const Vel16u* a, const Vel16u* b, int w) : upper(a), lower(b), weight(all16(-2 * w)) {}
-  Vec eight(int i) const {
-    const Vec a = load(upper + i), difference = _mm_sub_epi16(a, load(lower + i));
-    const Vec sum = _mm_add_epi16(a, _mm_mulhi_epi16(_mm_add_epi16(difference, difference), weight));
+  explicit RowWeight(int w) : weight(all16(-2 * w)) {}
+  Vec blend(Vec upper, Vec lower) const {
+    const Vec difference = _mm_sub_epi16(upper, lower);
+    const Vec sum = _mm_add_epi16(upper, _mm_mulhi_epi16(_mm_add_epi16(difference, difference), weight));
 #if ORV_HAS_SHUFFLE
     return _mm_mulhrs_epi16(sum, all16(512));
 #else
     return _mm_srli_epi16(_mm_add_epi16(sum, all16(32)), 6);
 #endif
   }
+};
+struct BlendRows {
+  const Vel16u *upper, *lower;
+  RowWeight weight;
+  Vec eight(int i) const { return weight.blend(load(upper + i), load(lower + i)); }
   Vec operator()(int i) const { return _mm_packus_epi16(eight(i), eight(i + 8)); }
+};
+// Two source rows of which no sums are held: the lower one's are kept, the upper one's needed here only. Called for the
+// groups of a row in their order, two at a time.
+template <class G, int kElements> struct FilterAndBlend {
+  const G* group;
+  const Vel8u* upper;
+  int step;
+  Vel16u* kept;
+  RowWeight weight;
+  __attribute__((always_inline)) Vec eight() {
+    const Vel8u* const lower = upper + step;
+    const Vec below = weighted<kForBlend>(group->pairs(lower), group->weights);
+    const Vec above = weighted<kForBlend>(group->pairs(upper), group->weights);
+    store(kept, below);
+    ++group, kept += kElements;
+    return weight.blend(above, below);
+  }
+  __attribute__((always_inline)) Vec operator()(int) {
+    // Of two rows at once the processor does not foresee the next ones.
+    const Vel8u* const next = upper + group->place() + 2 * step;
+    _mm_prefetch(reinterpret_cast<const char*>(next), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(next + step), _MM_HINT_T0);
+    const Vec low = eight();
+    return _mm_packus_epi16(low, eight());
+  }
 };
 
 // ---- The image
@@ -227,6 +266,7 @@ struct SumsOfTwo {
   Vel16u *upper, *lower;
   int upperRow = -1, lowerRow = -1;
 
+  bool hasNeither(int row) const { return lowerRow != row && upperRow != row && lowerRow != row + 1; }
   template <class Run> void provide(int row, const Run& run) {
     if (lowerRow == row) {
       Vel16u* const sums = upper;
@@ -243,8 +283,8 @@ struct SumsOfTwo {
 template <template <int> class Group, int kPixel, bool kKeepsFourth>
 ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images) {
   Horizontal<Group, kPixel> horizontal = {reinterpret_cast<Group<kPixel>*>(images.buffer),
-                                          (plan.dstWidth + kColumns<kPixel> - 1) / kColumns<kPixel>, plan.dstWidth,
-                                          false};
+                                          (plan.dstWidth + 2 * kColumns<kPixel> - 1) / (2 * kColumns<kPixel>)*2,
+                                          plan.dstWidth, false};
   if (!horizontal.build(columns(plan, images))) return false;
   SumsOfTwo sums = {horizontal.rowsOfSums(), horizontal.rowsOfSums() + horizontal.rowWords()};
   const Axis axis = rows(plan, images);
@@ -261,10 +301,20 @@ ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images) {
                                [&](int i) { return _mm_packus_epi16(load(alone + i), load(alone + i + 8)); });
       continue;
     }
+    const RowWeight weight(weightOf(p.fraction));
+    if (axis.inverse >= 1 && sums.hasNeither(p.index) && !horizontal.isNarrow) {
+      constexpr int kElements = Horizontal<Group, kPixel>::kElements;
+      const Vel8u* const src = rowOf(images.src, images.srcStep, p.index);
+      storeBytes<kKeepsFourth, 2 * kElements>(
+          dst, bytes,
+          FilterAndBlend<Group<kPixel>, kElements>{horizontal.groups, src, images.srcStep, sums.lower, weight});
+      sums.upperRow = -1, sums.lowerRow = p.index + 1;
+      continue;
+    }
     sums.provide(p.index, [&](int row, Vel16u* to) {
       horizontal.template run<kForBlend>(rowOf(images.src, images.srcStep, row), to);
     });
-    storeBytes<kKeepsFourth>(dst, bytes, BlendRows(sums.upper, sums.lower, weightOf(p.fraction)));
+    storeBytes<kKeepsFourth>(dst, bytes, BlendRows{sums.upper, sums.lower, weight});
   }
   return true;
 }
