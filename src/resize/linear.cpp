@@ -85,22 +85,17 @@ template <int kPixel> struct Gathered {
     for (int i = 0; i < kColumns<kPixel>; ++i) from[i] = firsts[i] * kPixel;
     return true;
   }
-  // A pixel and its right neighbour.
-  static Vec pair(const Vel8u* p) {
-    if (kPixel == 4) {
-      const Vec both = loadLow(p);
-      return _mm_unpacklo_epi8(both, _mm_srli_epi64(both, 32));
-    }
-    Vel32s left, right;  // of three channels the second load begins with the first pixel's last one
-    memcpy(&left, p, 4);
-    memcpy(&right, p + 2, 4);
-    return _mm_unpacklo_epi8(_mm_cvtsi32_si128(left), _mm_srli_epi32(_mm_cvtsi32_si128(right), 8));
-  }
   static Vec pairs(const Vel8u* row, const Vel32s (&from)[2]) {
-    const Vec a = pair(row + from[0]), b = pair(row + from[1]);
-    // Six sums in a row: the fourth pair of three channels is nobody's.
-    return kPixel == 4 ? _mm_unpacklo_epi64(a, b)
-                       : _mm_or_si128(_mm_and_si128(a, _mm_setr_epi32(-1, 0xFFFF, 0, 0)), _mm_slli_si128(b, 6));
+    const Vel8u *const p = row + from[0], *const q = row + from[1];
+    if (kPixel == 4) {
+      const auto pair = [](Vec both) { return _mm_unpacklo_epi8(both, _mm_srli_epi64(both, 32)); };
+      return _mm_unpacklo_epi64(pair(loadLow(p)), pair(loadLow(q)));
+    }
+    // Of three channels the second load begins with the first pixel's last one: of p that is the end of something that
+    // is nobody's pair, ahead of the three pairs.
+    const Vec ahead = _mm_unpacklo_epi8(_mm_slli_epi32(loadPart<4>(p), 8), loadPart<4>(p + 2));
+    const Vec behind = _mm_unpacklo_epi8(loadPart<4>(q), _mm_srli_epi32(loadPart<4>(q + 2), 8));
+    return _mm_srli_si128(_mm_unpacklo_epi64(ahead, behind), 2);
   }
   static Vec pairs(const Vel8u* row, const Vel32s (&from)[8]) {
     const auto at = [&](int i) {
