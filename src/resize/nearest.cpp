@@ -47,6 +47,15 @@ ORV_INLINE void copyPixels(const Vel8u* src, const Columns& columns, Vel8u* dst)
     const int last = columns.before < columns.count ? columns.before : columns.count - 1;
     for (; x < last; ++x) store4(dst + 3 * x, load4(src + offset[x]));
   } else {
+    for (; x + 4 <= columns.count; x += 4) {
+      const auto at = [&](int i) { return loadPart<4>(src + offset[x + i]); };
+      Vec four = _mm_unpacklo_epi64(_mm_unpacklo_epi32(at(0), at(1)), _mm_unpacklo_epi32(at(2), at(3)));
+      if (kKeepsFourth) {
+        const Vec fourth = all32(int(0xFF000000));
+        four = _mm_or_si128(_mm_andnot_si128(fourth, four), _mm_and_si128(fourth, load(dst + 4 * x)));
+      }
+      store(dst + 4 * x, four);
+    }
     for (; x < columns.count; ++x) {
       const Vel32u pixel = load4(src + offset[x]);
       store4(dst + 4 * x, kKeepsFourth ? (pixel & 0xFFFFFF) | (load4(dst + 4 * x) & 0xFF000000) : pixel);
