@@ -83,8 +83,13 @@ struct Rows {
 
   static void addWeighed(Vec bytes, float weight, Wide (&sums)[kWidesOf16]) {
     Wide floats[kWidesOf16];
-    wordsToFloats(widenLow8(bytes), widenHigh8(bytes), floats);
+    bytesToFloats(bytes, floats);
     ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) sums[k] = addWide(sums[k], mulWide(floats[k], allWide(weight)));
+  }
+  // Rows of a strip are too short for the processor to foresee the next ones.
+  __attribute__((always_inline)) void foresee(int i) const {
+    _mm_prefetch(reinterpret_cast<const char*>(rowOf(last, step, 1) + i), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(rowOf(last, step, 2) + i), _MM_HINT_T0);
   }
   template <class Load> void sum(int i, const Load& load, float* to) const {
     constexpr int kMost = 256;  // bytes that a word holds the sum of
@@ -102,14 +107,39 @@ struct Rows {
       wordsToFloats(low, high, floats);
       ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) sums[k] = addWide(sums[k], floats[k]);
     }
-    // Rows of a strip are too short for the processor to foresee the next ones.
-    _mm_prefetch(reinterpret_cast<const char*>(rowOf(last, step, 1) + i), _MM_HINT_T0);
-    _mm_prefetch(reinterpret_cast<const char*>(rowOf(last, step, 2) + i), _MM_HINT_T0);
+    foresee(i);
     if (head) addWeighed(load(head + i), headWeight, sums);
     if (tail) addWeighed(load(tail + i), tailWeight, sums);
     ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) storeWide(to + i + k * kLanesOfWide, sums[k]);
   }
+  // The same of two or three rows, of which no more than one is whole: it comes first, with a weight of 1.
+  template <int kRows> void sumFew(int samples, float* to) const {
+    const Vel8u* row[kRows];
+    float weight[kRows];
+    int count = 0;
+    const auto add = [&](const Vel8u* p, float w) { row[count] = p, weight[count++] = w; };
+    if (wholes == 1) add(whole, 1);
+    if (head) add(head, headWeight);
+    if (tail) add(tail, tailWeight);
+    for (int place = 0; place < samples; place += 16) {
+      const int i = place + 16 <= samples ? place : samples - 16;
+      Wide sums[kWidesOf16];
+      ORV_UNROLL for (int r = 0; r < kRows; ++r) {
+        Wide floats[kWidesOf16];
+        bytesToFloats(load(row[r] + i), floats);
+        ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) {
+          const Wide product = mulWide(floats[k], allWide(weight[r]));
+          sums[k] = r == 0 ? product : addWide(sums[k], product);
+        }
+      }
+      foresee(i);
+      ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) storeWide(to + i + k * kLanesOfWide, sums[k]);
+    }
+  }
   void sum(int samples, float* to) const {
+    const int few = samples >= 16 && wholes <= 1 ? wholes + (head != nullptr) + (tail != nullptr) : 0;
+    if (few == 2) return sumFew<2>(samples, to);
+    if (few == 3) return sumFew<3>(samples, to);
     bySixteen(samples, [&](int i, const auto& load) { sum(i, load, to); });
   }
 };
@@ -134,46 +164,79 @@ ORV_INLINE Vec rounded(__m128 sums, __m128 inverses) {
   return _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(sums, inverses), _mm_set1_ps(kHalf)));
 }
 
-// Of one channel: four sources of a column at once, and four columns.
+// Of one channel: four sources of a column at once, and as many columns as a wide vector has lanes.
 struct PlaneColumns {
   int from[kStrip], groups[kStrip];        // of four sources
   float head[kStrip][4], tail[kStrip][4];  // weights of the first and the last group; those between weigh 1
   float inverse[kStrip];
   bool isNarrow;  // one group each
 
-  static float weightOf(const Span& span, int i) {
-    return i == 0 ? span.head : i + 1 < span.count ? 1 : i + 1 == span.count ? span.tail : 0;
-  }
+  static constexpr int kColumns = kLanesOfWide, kHalves = kLanesOfWide / 4;
+  // Where a column's weights are: those of a half's columns are next to those of the other half's.
+  static int placeOf(int x) { return x / kColumns * kColumns + x % 4 * kHalves + x % kColumns / 4; }
+
   void set(int x, const Span& span, int base) {
+    static const float kOnes[] = {1, 1, 1, 1, 0, 0, 0, 0};
     from[x] = span.first - base;
     groups[x] = (span.count + 3) / 4;
     inverse[x] = span.inverse;
-    for (int i = 0; i < 4; ++i) {
-      head[x][i] = weightOf(span, i);
-      tail[x][i] = weightOf(span, 4 * groups[x] - 4 + i);
-    }
     isNarrow = groups[x] == 1 && (x == 0 || isNarrow);
+    float *const first = head[placeOf(x)], *const last = groups[x] == 1 ? first : tail[placeOf(x)];
+    const int used = span.count - 4 * (groups[x] - 1);  // of the last group
+    _mm_storeu_ps(first, _mm_loadu_ps(kOnes));
+    _mm_storeu_ps(last, _mm_loadu_ps(kOnes + 4 - used));
+    last[used - 1] = span.tail;
+    first[0] = span.head;
   }
   __m128 lanesOf(int x, const float* sums) const {
     const float* const p = sums + from[x];
-    const __m128 first = _mm_mul_ps(_mm_loadu_ps(p), _mm_loadu_ps(head[x]));
-    if (isNarrow || groups[x] == 1) return first;
+    const __m128 first = _mm_mul_ps(_mm_loadu_ps(p), _mm_loadu_ps(head[placeOf(x)]));
+    if (groups[x] == 1) return first;
     const float* const last = p + 4 * groups[x] - 4;
     const __m128 between = sumOf(groups[x] - 2, [p](int i) { return _mm_loadu_ps(p + 4 * i + 4); });
-    return _mm_add_ps(_mm_add_ps(first, between), _mm_mul_ps(_mm_loadu_ps(last), _mm_loadu_ps(tail[x])));
+    return _mm_add_ps(_mm_add_ps(first, between), _mm_mul_ps(_mm_loadu_ps(last), _mm_loadu_ps(tail[placeOf(x)])));
+  }
+  // Of column x + i, and the one four columns on; x is a multiple of kColumns.
+  Wide narrowLanesOf(int x, int i, const float* sums) const {
+#if ORV_HAS_WIDE_FLOAT
+    const Wide sources = _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(sums + from[x + i])),
+                                              _mm_loadu_ps(sums + from[x + i + 4]), 1);
+#else
+    const Wide sources = _mm_loadu_ps(sums + from[x + i]);
+#endif
+    return mulWide(sources, loadWide(head[x + i * kHalves]));
+  }
+  Wide wideLanesOf(int x, const float* sums) const {
+#if ORV_HAS_WIDE_FLOAT
+    return _mm256_insertf128_ps(_mm256_castps128_ps256(lanesOf(x, sums)), lanesOf(x + 4, sums), 1);
+#else
+    return lanesOf(x, sums);
+#endif
+  }
+  template <bool kNarrow> void store(const float* sums, float rowInverse, int n, Vel8u* dst) const {
+    for (int x = 0; x < n; x += kColumns) {
+      Wide lanes[4];
+      ORV_UNROLL for (int i = 0; i < 4; ++i) lanes[i] = kNarrow ? narrowLanesOf(x, i, sums) : wideLanesOf(x + i, sums);
+      const Wide means = mulWide(laneSums(lanes), mulWide(loadWide(inverse + x), allWide(rowInverse)));
+      const Wide rounded = addWide(means, allWide(kHalf));
+#if ORV_HAS_WIDE_FLOAT
+      const __m256i eight = _mm256_cvttps_epi32(rounded);
+      const Vec words = _mm_packs_epi32(_mm256_castsi256_si128(eight), _mm256_extractf128_si256(eight, 1));
+#else
+      const Vec four = _mm_cvttps_epi32(rounded), words = _mm_packs_epi32(four, four);
+#endif
+      const Vec bytes = _mm_packus_epi16(words, words);
+      if (x + kColumns <= n) {
+        storePart<kColumns>(dst + x, bytes);
+      } else {
+        Vel8u last[8];
+        storeLow(last, bytes);
+        memcpy(dst + x, last, size_t(n - x));
+      }
+    }
   }
   void store(const float* sums, float rowInverse, int n, Vel8u* dst) const {
-    for (int x = 0; x < n; x += 4) {
-      __m128 lanes[4];
-      ORV_UNROLL for (int i = 0; i < 4; ++i) lanes[i] = lanesOf(x + i, sums);
-      const Vec four = rounded(laneSums(lanes), _mm_mul_ps(_mm_loadu_ps(inverse + x), _mm_set1_ps(rowInverse)));
-      const Vec words = _mm_packs_epi32(four, four);
-      const int bytes = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
-      if (x + 4 <= n)
-        memcpy(dst + x, &bytes, 4);
-      else
-        memcpy(dst + x, &bytes, size_t(n - x));
-    }
+    isNarrow ? store<true>(sums, rowInverse, n, dst) : store<false>(sums, rowInverse, n, dst);
   }
 };
 
@@ -212,7 +275,7 @@ ORV_INLINE VelStatus decimate(const ResizePlan& plan, const ResizeImages& images
     const int n = plan.dstWidth - x < kStrip ? plan.dstWidth - x : kStrip;
     const int base = spanOf(horizontal, x).first;
     const Span last = spanOf(horizontal, x + n - 1);
-    for (int i = 0; i < (n + 3) / 4 * 4; ++i) table.set(i, i < n ? spanOf(horizontal, x + i) : last, base);
+    for (int i = 0; i < (n + 7) / 8 * 8; ++i) table.set(i, i < n ? spanOf(horizontal, x + i) : last, base);
     const int samples = (last.first + last.count - base) * kPixel;
     for (int i = 0; i < 16; i += 4) _mm_storeu_ps(sums + (samples < 16 ? 16 : samples) + i, _mm_setzero_ps());
     for (int y = 0; y < plan.dstHeight; ++y) {
