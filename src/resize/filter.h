@@ -91,24 +91,24 @@ template <int kTaps> struct Group<kTaps, 1> {  // of single samples
     for (int t = 0; t < kTaps; ++t) weights[t][i] = w[t];
   }
   __attribute__((always_inline)) Wide filtered(const Vel8u* row) const {
+    const auto two = [&](int i) {
+      return _mm_unpacklo_epi8(loadPart<kBytes>(row + from[i]), loadPart<kBytes>(row + from[i + 1]));
+    };
+    Vec bytes[2][kLanes / 4];  // of four taps, for four columns each
+    ORV_UNROLL for (int q = 0; q < kLanes / 4; ++q) {
+      const Vec ab = two(4 * q), cd = two(4 * q + 2);
+      bytes[0][q] = _mm_unpacklo_epi16(ab, cd);
+      bytes[1][q] = _mm_unpackhi_epi16(ab, cd);
+    }
     Wide sum = zeroWide();
-    ORV_UNROLL for (int t = 0; t < kTaps; t += 4) {
-      Vec words[2][kLanes / 4];  // of two taps, for four columns each
+    ORV_UNROLL for (int t = 0; t < kTaps; ++t) {
+      Vec quads[kLanes / 4];
       ORV_UNROLL for (int q = 0; q < kLanes / 4; ++q) {
-        const Vec ab = _mm_unpacklo_epi8(load4(row + from[4 * q] + t), load4(row + from[4 * q + 1] + t));
-        const Vec cd = _mm_unpacklo_epi8(load4(row + from[4 * q + 2] + t), load4(row + from[4 * q + 3] + t));
-        const Vec bytes = _mm_unpacklo_epi16(ab, cd);
-        words[0][q] = widenLow8(bytes);
-        words[1][q] = widenHigh8(bytes);
+        const Vec words = t % 4 < 2 ? widenLow8(bytes[t / 4][q]) : widenHigh8(bytes[t / 4][q]);
+        quads[q] = t % 2 ? _mm_unpackhi_epi16(words, zero()) : _mm_unpacklo_epi16(words, zero());
       }
-      ORV_UNROLL for (int k = 0; k < 4; ++k) {
-        if (t + k >= kTaps) break;
-        Vec quads[kLanes / 4];
-        ORV_UNROLL for (int q = 0; q < kLanes / 4; ++q) quads[q] =
-            k % 2 ? _mm_unpackhi_epi16(words[k / 2][q], zero()) : _mm_unpacklo_epi16(words[k / 2][q], zero());
-        const Wide product = mulWide(toFloats(quads), loadWide(weights[t + k]));
-        sum = t + k == 0 ? product : addWide(sum, product);
-      }
+      const Wide product = mulWide(toFloats(quads), loadWide(weights[t]));
+      sum = t == 0 ? product : addWide(sum, product);
     }
     return sum;
   }
