@@ -208,24 +208,26 @@ ORV_INLINE void storeBytes(Vel8u* dst, int bytes, Blend blend) {
 
 // upper + weight (lower - upper), whose second term is cut off downwards: the whole part of a sum is the same with the
 // fraction of one term as without. Then six bits are rounded off.
-struct RowWeight {
-  Vec weight;  // -2 times the lower row's
-
-  explicit RowWeight(int w) : weight(all16(-2 * w)) {}
-  Vec blend(Vec upper, Vec lower) const {
-    const Vec difference = _mm_sub_epi16(upper, lower);
-    const Vec sum = _mm_add_epi16(upper, _mm_mulhi_epi16(_mm_add_epi16(difference, difference), weight));
+ORV_INLINE Vec roundedOff(Vec sums) {
 #if ORV_HAS_SHUFFLE
-    return _mm_mulhrs_epi16(sum, all16(512));
+  return _mm_mulhrs_epi16(sums, all16(512));
 #else
-    return _mm_srli_epi16(_mm_add_epi16(sum, all16(32)), 6);
+  return _mm_srli_epi16(_mm_add_epi16(sums, all16(32)), 6);
 #endif
-  }
-};
+}
+// Seen from the nearer row, the other one weighs half at most: -4 times its weight are 16 bits.
 struct BlendRows {
-  const Vel16u *upper, *lower;
-  RowWeight weight;
-  Vec eight(int i) const { return weight.blend(load(upper + i), load(lower + i)); }
+  const Vel16u *nearer, *farther;
+  Vec weight;
+
+  BlendRows(const Vel16u* upper, const Vel16u* lower, int w)
+      : nearer(w > kOne / 2 ? lower : upper),
+        farther(w > kOne / 2 ? upper : lower),
+        weight(all16(-4 * (w > kOne / 2 ? kOne - w : w))) {}
+  Vec eight(int i) const {
+    const Vec a = load(nearer + i);
+    return roundedOff(_mm_add_epi16(a, _mm_mulhi_epi16(_mm_sub_epi16(a, load(farther + i)), weight)));
+  }
   Vec operator()(int i) const { return _mm_packus_epi16(eight(i), eight(i + 8)); }
 };
 // Two source rows of which no sums are held: the lower one's are kept, the upper one's needed here only. Called for the
@@ -235,14 +237,15 @@ template <class G, int kElements> struct FilterAndBlend {
   const Vel8u* upper;
   int step;
   Vel16u* kept;
-  RowWeight weight;
+  Vec weight;  // -2 times the lower row's
   __attribute__((always_inline)) Vec eight() {
     const Vel8u* const lower = upper + step;
     const Vec below = weighted<kForBlend>(group->pairs(lower), group->weights);
     const Vec above = weighted<kForBlend>(group->pairs(upper), group->weights);
     store(kept, below);
     ++group, kept += kElements;
-    return weight.blend(above, below);
+    const Vec difference = _mm_sub_epi16(above, below);
+    return roundedOff(_mm_add_epi16(above, _mm_mulhi_epi16(_mm_add_epi16(difference, difference), weight)));
   }
   __attribute__((always_inline)) Vec operator()(int) {
     // Of two rows at once the processor does not foresee the next ones.
@@ -296,20 +299,21 @@ ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images) {
                                [&](int i) { return _mm_packus_epi16(load(alone + i), load(alone + i + 8)); });
       continue;
     }
-    const RowWeight weight(weightOf(p.fraction));
+    const int weight = weightOf(p.fraction);
     if (axis.inverse >= 1 && sums.hasNeither(p.index) && !horizontal.isNarrow) {
       constexpr int kElements = Horizontal<Group, kPixel>::kElements;
       const Vel8u* const src = rowOf(images.src, images.srcStep, p.index);
       storeBytes<kKeepsFourth, 2 * kElements>(
           dst, bytes,
-          FilterAndBlend<Group<kPixel>, kElements>{horizontal.groups, src, images.srcStep, sums.lower, weight});
+          FilterAndBlend<Group<kPixel>, kElements>{horizontal.groups, src, images.srcStep, sums.lower,
+                                                   all16(-2 * weight)});
       sums.upperRow = -1, sums.lowerRow = p.index + 1;
       continue;
     }
     sums.provide(p.index, [&](int row, Vel16u* to) {
       horizontal.template run<kForBlend>(rowOf(images.src, images.srcStep, row), to);
     });
-    storeBytes<kKeepsFourth>(dst, bytes, BlendRows{sums.upper, sums.lower, weight});
+    storeBytes<kKeepsFourth>(dst, bytes, BlendRows(sums.upper, sums.lower, weight));
   }
   return true;
 }
