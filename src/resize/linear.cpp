@@ -28,13 +28,12 @@ ORV_INLINE Neighbours neighboursOf(const Axis& axis, int i) {
 
 template <int kPixel> constexpr int kColumns = kPixel == 1 ? 8 : 2;
 
-// What a pixel of 255 is 255 times of in the sums: for the vertical pass with six fractional bits, and for rows that need
-// none.
+// What 1 is in the sums: they have six fractional bits for the vertical pass, and none where there is no such pass.
 constexpr int kForBlend = 64, kAlone = 1;
 
 #if ORV_HAS_SHUFFLE
-// The sums are left + weight (right - left), where a rounding multiplication makes the second term of
-// scale (left - right) and -2 weight. Its 16 bits are enough: (64 * 255) and (-2 * 16384).
+// The sums are left + weight (right - left): a rounding multiplication makes the second term of left - right and
+// -2 weight. Both fit 16 bits, even 64 * 255 and -2 * 16384.
 template <int kPixel> struct Weights {
   Vel16s of[8];
   void set(int column, int weight) {
@@ -206,8 +205,7 @@ ORV_INLINE void storeBytes(Vel8u* dst, int bytes, Blend blend) {
   memcpy(dst + i, last, size_t(bytes - i));
 }
 
-// upper + weight (lower - upper), whose second term is cut off downwards: the whole part of a sum is the same with the
-// fraction of one term as without. Then six bits are rounded off.
+// Without the six fractional bits.
 ORV_INLINE Vec roundedOff(Vec sums) {
 #if ORV_HAS_SHUFFLE
   return _mm_mulhrs_epi16(sums, all16(512));
@@ -215,7 +213,8 @@ ORV_INLINE Vec roundedOff(Vec sums) {
   return _mm_srli_epi16(_mm_add_epi16(sums, all16(32)), 6);
 #endif
 }
-// Seen from the nearer row, the other one weighs half at most: -4 times its weight are 16 bits.
+// upper + weight (lower - upper), whose second term is cut off downwards: a fraction of what is rounded off then
+// changes nothing. Seen from the nearer row, the other one weighs half at most: -4 times that fits 16 bits.
 struct BlendRows {
   const Vel16u *nearer, *farther;
   Vec weight;
@@ -235,7 +234,7 @@ struct BlendRows {
 template <class G, int kElements> struct FilterAndBlend {
   const G* group;
   const Vel8u* upper;
-  int step;
+  ptrdiff_t step;
   Vel16u* kept;
   Vec weight;  // -2 times the lower row's
   __attribute__((always_inline)) Vec eight() {
@@ -280,9 +279,10 @@ struct SumsOfTwo {
 
 template <template <int> class Group, int kPixel, bool kKeepsFourth>
 ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images) {
+  constexpr int kColumnsOfTwo = 2 * kColumns<kPixel>;  // groups come in twos
   Horizontal<Group, kPixel> horizontal = {reinterpret_cast<Group<kPixel>*>(images.buffer),
-                                          (plan.dstWidth + 2 * kColumns<kPixel> - 1) / (2 * kColumns<kPixel>)*2,
-                                          plan.dstWidth, false};
+                                          (plan.dstWidth + kColumnsOfTwo - 1) / kColumnsOfTwo * 2, plan.dstWidth,
+                                          false};
   if (!horizontal.build(columns(plan, images))) return false;
   SumsOfTwo sums = {horizontal.rowsOfSums(), horizontal.rowsOfSums() + horizontal.rowWords()};
   const Axis axis = rows(plan, images);
