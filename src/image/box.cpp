@@ -123,7 +123,7 @@ template <class Layout> ORV_INLINE void loadColumns(const Filter& f, int y, int 
       t.v[r] = sum;
       if (r >= moves) continue;
       sum = subWide(addWide(sum, load(in)), load(out));
-      _mm_prefetch(reinterpret_cast<const char*>(in + kChunk), _MM_HINT_T0);
+      prefetch(in, kChunk * ptrdiff_t(sizeof *in));
       in = rowOf(in, step, 1);
       out = rowOf(out, step, 1);
     }

@@ -248,9 +248,8 @@ template <class G, int kElements> struct FilterAndBlend {
   }
   __attribute__((always_inline)) Vec operator()(int) {
     // Of two rows at once the processor does not foresee the next ones.
-    const Vel8u* const next = upper + group->place() + 2 * step;
-    _mm_prefetch(reinterpret_cast<const char*>(next), _MM_HINT_T0);
-    _mm_prefetch(reinterpret_cast<const char*>(next + step), _MM_HINT_T0);
+    prefetch(upper, group->place() + 2 * step);
+    prefetch(upper, group->place() + 3 * step);
     const Vec low = eight();
     return _mm_packus_epi16(low, eight());
   }

@@ -88,8 +88,8 @@ struct Rows {
   }
   // Rows of a strip are too short for the processor to foresee the next ones.
   __attribute__((always_inline)) void foresee(int i) const {
-    _mm_prefetch(reinterpret_cast<const char*>(rowOf(last, step, 1) + i), _MM_HINT_T0);
-    _mm_prefetch(reinterpret_cast<const char*>(rowOf(last, step, 2) + i), _MM_HINT_T0);
+    prefetch(last + i, ptrdiff_t(step));
+    prefetch(last + i, ptrdiff_t(step) * 2);
   }
   template <class Load> void sum(int i, const Load& load, float* to) const {
     constexpr int kMost = 256;  // bytes that a word holds the sum of
