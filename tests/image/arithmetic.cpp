@@ -65,8 +65,6 @@ Bits sample(std::mt19937& random) {
   return kSpecial[choice / 4 % (sizeof kSpecial / sizeof *kSpecial)] | (choice / 2 % 2) << 31;
 }
 
-constexpr int kChannels = 4;  // at most
-
 struct Picture {
   Picture(const Form& f, VeliSize s, Layout layout, std::mt19937& random)
       : form(f),
