@@ -81,9 +81,10 @@ struct Image {
   Block from(size_t i) const { return {row + i}; }
 };
 
-// kPeriod elements again and again.
+// kPeriod elements again and again. A loop over fewer vectors may lie within a line of the instruction cache, and some
+// processors then store only once in a cycle.
 template <int kPeriod> struct Pattern {
-  static constexpr int kVectors = kPeriod == 3 ? 3 : 1, kBlock = kPeriod == 3 ? 3 : 4;
+  static constexpr int kVectors = kPeriod == 3 ? 3 : 1, kBlock = kPeriod == 3 ? 6 : 8;
   Vel32u elements[kLanes + kPeriod - 1];
 
   explicit Pattern(const void* value) {
