@@ -226,6 +226,8 @@ TEST_F(Cli, WhatGoesRight) {
   const Outcome timed = orv("decode --time --repeat 3 --path w7 a.jpg");
   EXPECT_TRUE(std::regex_match(timed.out, std::regex("w7: [0-9.]+ ms, [0-9.]+ MP/s\n"))) << timed.out;
   EXPECT_TRUE(std::regex_match(orv("encode --time --repeat 2 --path w7 picture").out, std::regex("w7: .*MP/s\n")));
+  EXPECT_TRUE(
+      std::regex_match(orv("resize --time --repeat 2 --path w7 picture out 50").out, std::regex("w7: .*MP/s\n")));
   for (const char* arguments :
        {"--help", "info --help", "decode --help", "encode --help", "compare --help", "convert --help", "filter --help",
         "resize --help", "sheet --help", "thumb --help", "--version", "info"}) {
