@@ -1,6 +1,7 @@
 #include "resizer.h"
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <new>
 #include <stdexcept>
 
@@ -47,14 +48,16 @@ Picture resized(const Picture& from, VeliSize size, int interpolation) {
     rows = std::max(rows / 2, kBand);
   must(status);
 
-  std::vector<Vel8u> buffer;
+  // Most of it may never be used, so nothing is written to it here.
+  std::unique_ptr<Vel8u[]> buffer;
+  int had = 0;
   const auto resize = from.channels == 1 ? orviResizeSqrPixel_8u_C1R : orviResizeSqrPixel_8u_C3R;
   for (int y = 0; y < size.height; y += rows) {
     const VeliRect destination = bands.destination(y, rows), source = bands.source(destination);
     must(orviResizeGetBufSize(source, destination, from.channels, interpolation, &needed));
-    buffer.resize(std::max(buffer.size(), size_t(needed)));
+    if (needed > had) buffer.reset(new Vel8u[size_t(had = needed)]);
     must(resize(from.samples.data(), {from.width, from.height}, int(from.step()), source, to.samples.data(),
-                int(to.step()), destination, xFactor, yFactor, 0, 0, interpolation, buffer.data()));
+                int(to.step()), destination, xFactor, yFactor, 0, 0, interpolation, buffer.get()));
   }
   return to;
 }
