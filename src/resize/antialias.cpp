@@ -83,11 +83,6 @@ struct Lists {
 // ---- Horizontal pass
 
 ORV_INLINE __m128 fourFloats(Vec bytes) { return _mm_cvtepi32_ps(_mm_unpacklo_epi16(widenLow8(bytes), zero())); }
-ORV_INLINE Vec fourBytes(const Vel8u* p) {
-  Vel32s four;
-  memcpy(&four, p, 4);
-  return _mm_cvtsi32_si128(four);
-}
 ORV_INLINE Vec fewerBytes(const Vel8u* p, int n) {
   Vel32u bytes = p[0];
   if (n > 1) bytes |= Vel32u(p[1]) << 8;
@@ -95,46 +90,99 @@ ORV_INLINE Vec fewerBytes(const Vel8u* p, int n) {
   return _mm_cvtsi32_si128(int(bytes));
 }
 
-// Of one channel: lane i sums taps i, i + 4, ..., and the lanes of four columns are summed together.
-ORV_INLINE __m128 lanesOf(const Taps& taps, const Vel8u* row, int width) {
-  const Vel8u* p = row + taps.first;
-  const Vel32f* weights = taps.weights();
-  __m128 sum = _mm_setzero_ps();
-  const auto add = [&](Vec bytes) {
-    sum = _mm_add_ps(sum, _mm_mul_ps(fourFloats(bytes), _mm_loadu_ps(weights)));
-    weights += 4, p += 4;
-  };
-  int inside = width - taps.first, left = taps.count;
-  for (; left > 0 && inside >= 4; left -= 4, inside -= 4) add(fourBytes(p));
-  if (left > 0) add(fewerBytes(p, left));
-  return sum;
-}
-ORV_INLINE void filterPlaneRow(const Lists& columns, const Vel8u* row, int width, float* to) {
-  const Taps* taps = columns.first;
-  for (int x = 0; x < columns.count; x += 4) {
-    __m128 lanes[4];
-    for (int i = 0; i < 4; ++i) {
-      lanes[i] = _mm_setzero_ps();
-      if (x + i < columns.count) lanes[i] = lanesOf(*taps, row, width), taps = taps->next();
-    }
-    float sums[4];
-    _mm_storeu_ps(sums, laneSums(lanes));
-    memcpy(to + x, sums, x + 4 <= columns.count ? sizeof sums : size_t(columns.count - x) * sizeof(float));
+// Of one channel, one row or two, as the lists cannot be walked fast: their lengths tell where the next ones are. Lane i
+// sums taps i, i + 4, ..., and the lanes of four columns are summed together. Where a wide vector has room for two rows,
+// one row fills it twice.
+template <int kRows> struct PlaneRows {
+  static constexpr int kVectors = kRows * 4 > kLanesOfWide ? kRows * 4 / kLanesOfWide : 1;
+  const Vel8u* rows[2];
+  float* to[2];
+
+  // Up to four bytes of each row.
+  template <class Load> void floats(const Load& loadFrom, Wide (&v)[kVectors]) const {
+    const auto quad = [&](int r) { return _mm_unpacklo_epi16(widenLow8(loadFrom(rows[r])), zero()); };
+#if ORV_HAS_WIDE_FLOAT
+    v[0] = _mm256_cvtepi32_ps(_mm256_insertf128_si256(_mm256_castsi128_si256(quad(0)), quad(1), 1));
+#else
+    ORV_UNROLL for (int r = 0; r < kRows; ++r) v[r] = _mm_cvtepi32_ps(quad(r));
+#endif
   }
-}
+  void lanesOf(const Taps& taps, int width, Wide (&sums)[kVectors]) const {
+    const Vel32f* weights = taps.weights();
+    for (Wide& sum : sums) sum = zeroWide();
+    int at = taps.first, left = taps.count;
+    const auto add = [&](const auto& loadFrom) __attribute__((always_inline)) {
+      Wide v[kVectors];
+      floats(loadFrom, v);
+      const Wide four = repeatWide(load(weights));
+      ORV_UNROLL for (int k = 0; k < kVectors; ++k) sums[k] = addWide(sums[k], mulWide(v[k], four));
+    };
+    for (; left > 0 && width - at >= 4; left -= 4, at += 4, weights += 4)
+      add([at](const Vel8u* row) { return loadPart<4>(row + at); });
+    if (left > 0) add([=](const Vel8u* row) { return fewerBytes(row + at, left); });
+  }
+  void filter(const Lists& columns, int width) const {
+    const Taps* taps = columns.first;
+    for (int x = 0; x < columns.count; x += 4) {
+      Wide lanes[4][kVectors];
+      for (int i = 0; i < 4; ++i) {
+        if (x + i < columns.count) {
+          lanesOf(*taps, width, lanes[i]), taps = taps->next();
+        } else {
+          for (Wide& v : lanes[i]) v = zeroWide();
+        }
+      }
+      float sums[2 * 4];
+      ORV_UNROLL for (int k = 0; k < kVectors; ++k) {
+        const Wide quad[4] = {lanes[0][k], lanes[1][k], lanes[2][k], lanes[3][k]};
+        storeWide(sums + k * kLanesOfWide, laneSums(quad));
+      }
+      const size_t n = x + 4 <= columns.count ? 4 : size_t(columns.count - x);
+      for (int r = 0; r < kRows; ++r) memcpy(to[r] + x, sums + 4 * r, n * sizeof *sums);
+    }
+  }
+};
 
 // Of interleaved pixels: a lane for each channel.
+
+// Four pixels that follow one another. Of three channels the fourth lane is whatever comes next.
+template <int kPixel> struct FourPixels {
+  Vec bytes;
+  explicit FourPixels(const Vel8u* p) : bytes(kPixel == 4 ? load(p) : loadHalves(p, p + 4)) {}
+  template <int i> __m128 floats() const {
+    constexpr int kAt = kPixel == 4 ? 4 * i : i < 2 ? 3 * i : 3 * i + 4;
+#if ORV_HAS_SHUFFLE
+#define AT(c) (kAt + c < 16 ? kAt + c : -1), -1, -1, -1
+    return _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, _mm_setr_epi8(AT(0), AT(1), AT(2), AT(3))));
+#undef AT
+#else
+    return fourFloats(_mm_srli_si128(bytes, kAt));
+#endif
+  }
+};
 template <int kPixel, int kChannels>
-ORV_INLINE void filterPixelRow(const Lists& columns, const Vel8u* row, int, float* to) {
+ORV_INLINE void filterPixelRow(const Lists& columns, const Vel8u* row, int width, float* to) {
   const Taps* taps = columns.first;
   for (int x = 0; x < columns.count; ++x, taps = taps->next(), to += kChannels) {
     const Vel8u* p = row + ptrdiff_t(taps->first) * kPixel;
-    const Vel32f *weight = taps->weights(), *const last = weight + taps->count - 1;
-    __m128 sum = _mm_setzero_ps();
-    for (; weight < last; ++weight, p += kPixel)
-      sum = _mm_add_ps(sum, _mm_mul_ps(fourFloats(fourBytes(p)), _mm_set1_ps(*weight)));
-    const Vec pixel = kPixel == 4 ? fourBytes(p) : fewerBytes(p, 3);  // behind the last one may be nothing
-    sum = _mm_add_ps(sum, _mm_mul_ps(fourFloats(pixel), _mm_set1_ps(*weight)));
+    const Vel32f* weights = taps->weights();
+    __m128 sums[4] = {_mm_setzero_ps(), _mm_setzero_ps(), _mm_setzero_ps(), _mm_setzero_ps()};  // of every fourth tap
+    int left = taps->count;
+    const Vel8u* const end = row + ptrdiff_t(width - 3) * kPixel;
+    for (; left > 0 && p < end; left -= 4, weights += 4, p += 4 * kPixel) {
+      const FourPixels<kPixel> pixels(p);
+      const __m128 w = _mm_loadu_ps(weights);
+      sums[0] = _mm_add_ps(sums[0], _mm_mul_ps(pixels.template floats<0>(), _mm_shuffle_ps(w, w, 0x00)));
+      sums[1] = _mm_add_ps(sums[1], _mm_mul_ps(pixels.template floats<1>(), _mm_shuffle_ps(w, w, 0x55)));
+      sums[2] = _mm_add_ps(sums[2], _mm_mul_ps(pixels.template floats<2>(), _mm_shuffle_ps(w, w, 0xAA)));
+      sums[3] = _mm_add_ps(sums[3], _mm_mul_ps(pixels.template floats<3>(), _mm_shuffle_ps(w, w, 0xFF)));
+    }
+    ORV_UNROLL for (int i = 0; i < 3; ++i) {  // fewer are left in the row
+      if (i >= left) continue;
+      const Vec pixel = kPixel == 4 ? loadPart<4>(p + 4 * i) : fewerBytes(p + 3 * i, 3);
+      sums[i] = _mm_add_ps(sums[i], _mm_mul_ps(fourFloats(pixel), _mm_set1_ps(weights[i])));
+    }
+    const __m128 sum = _mm_add_ps(_mm_add_ps(sums[0], sums[2]), _mm_add_ps(sums[1], sums[3]));
     if (kChannels == 4 || x + 1 < columns.count) {
       _mm_storeu_ps(to, sum);
     } else {
@@ -143,13 +191,6 @@ ORV_INLINE void filterPixelRow(const Lists& columns, const Vel8u* row, int, floa
       memcpy(to, three, 3 * sizeof(float));
     }
   }
-}
-template <int kPixel, int kChannels>
-ORV_INLINE void filterRow(const Lists& columns, const Vel8u* row, int width, float* to) {
-  if (kPixel == 1)
-    filterPlaneRow(columns, row, width, to);
-  else
-    filterPixelRow<kPixel, kChannels>(columns, row, width, to);
 }
 
 // ---- Vertical pass
@@ -203,6 +244,23 @@ struct Ring {
   }
 };
 
+// Filters a source row before `end`, or two; gives how many.
+template <int kPixel, int kChannels>
+ORV_INLINE int filterRows(const Lists& columns, const ResizeImages& images, int y, int end, const Ring& ring) {
+  const Vel8u* const row = rowOf(images.src, images.srcStep, y);
+  const int width = images.region.width;
+  if (kPixel > 1) {
+    filterPixelRow<kPixel, kChannels>(columns, row, width, ring.row(y));
+    return 1;
+  }
+  if (y + 1 == end) {
+    PlaneRows<1>{{row, row}, {ring.row(y), nullptr}}.filter(columns, width);
+    return 1;
+  }
+  PlaneRows<2>{{row, rowOf(row, images.srcStep, 1)}, {ring.row(y), ring.row(y + 1)}}.filter(columns, width);
+  return 2;
+}
+
 template <int kPixel, int kChannels = kPixel>
 ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) {
   const Kernel kernel = {plan.method};
@@ -213,9 +271,8 @@ ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) 
   int filtered = 0;  // source rows before this one need no more work
   for (int y = 0; y < plan.dstHeight; ++y, taps = taps->next()) {
     if (filtered < taps->first) filtered = taps->first;
-    for (; filtered < taps->first + taps->count; ++filtered)
-      filterRow<kPixel, kChannels>(horizontal, rowOf(images.src, images.srcStep, filtered), images.region.width,
-                                   ring.row(filtered));
+    const int end = taps->first + taps->count;
+    while (filtered < end) filtered += filterRows<kPixel, kChannels>(horizontal, images, filtered, end, ring);
     ring.store<kChannels != kPixel>(*taps, rowOf(images.dst, images.dstStep, y));
   }
   return velStsNoErr;
