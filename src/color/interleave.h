@@ -118,7 +118,7 @@ ORV_INLINE void storeAC4(Vel8u* dst, const Rgb16<kSplit>& p) {
   const Vec even[2] = {_mm_unpacklo_epi16(rgEven, bEven), _mm_unpackhi_epi16(rgEven, bEven)};
   const Vec odd[2] = {_mm_unpacklo_epi16(rgOdd, bOdd), _mm_unpackhi_epi16(rgOdd, bOdd)};
   const Vec alpha = all32(int(0xFF000000));
-  prefetch(dst, 2048);  // loads wait for their lines as stores do not
+  prefetch(dst, kRowAhead);  // loads wait for their lines as stores do not
   for (int i = 0; i < 2; ++i) {
     Vel8u* d = dst + 32 * i;
     store(d, _mm_or_si128(_mm_unpacklo_epi32(even[i], odd[i]), _mm_and_si128(load(d), alpha)));

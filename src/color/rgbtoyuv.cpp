@@ -110,7 +110,7 @@ template <int kRows> struct C3 {
     for (int r = 0; r < kRows; ++r) row[r] = rowOf(row[r], step, kRows);
   }
   Pairs at(int r, int pair) const {
-    prefetch(row[r] + 6 * pair, 2048);
+    prefetch(row[r] + 6 * pair, kRowAhead);  // processors lose sight of rows read by 48 bytes
     return pairsC3(row[r] + 6 * pair);
   }
   Pairs at(int r, int pair, int n) const {

@@ -47,6 +47,9 @@ ORV_INLINE void prefetch(const void* p, ptrdiff_t ahead) {
   _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<size_t>(p) + size_t(ahead)), _MM_HINT_T0);
 }
 
+// How far along a row to ask, in bytes: of 512 to 4096, what gained most where 4:2:0 becomes pixels with alpha.
+constexpr ptrdiff_t kRowAhead = 2048;
+
 // Makes the compiler forget where p points. What it loads through p afterwards it loads again, as an operand; else it
 // would try to keep constants in registers, run out of them and spill.
 template <class T> ORV_INLINE void reload(T*& p) { __asm__("" : "+r"(p)); }

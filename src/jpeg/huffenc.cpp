@@ -296,10 +296,10 @@ __attribute__((noinline)) int encodeRest(const Vel16s* src, int next, const Veli
   return stuff(start, block, out.dst, out.left());
 }
 
-// One block, from a bit position to another. What its time goes into is the wait for the end of the walk, which no
-// processor predicts: what is walked are bits that fall one by one, and nothing else hangs on one another for long. Two
-// coefficients share a flush, and one comparison finds both a run of sixteen zeros and a value that a byte may not hold;
-// the latter encodeRest takes over.
+// One block, from a bit position to another. Its time goes into the number of operations, those of a block as much as
+// those of its coefficients, and into the ends of the walk, which no processor predicts. Two coefficients share a flush,
+// and one comparison finds both a run of sixteen zeros and a value that a byte may not hold; the latter encodeRest takes
+// over.
 ORV_INLINE int encodeBlock(const Vel16s* src, int diff, Vel8u* dst, Vel32u position, const VeliEncodeHuffmanSpec& dc,
                            const VeliEncodeHuffmanSpec& ac) {
   Scanned s;

@@ -5,6 +5,7 @@
 #include <numeric>
 #include <random>
 #include <vector>
+#include "support/caches.h"
 #include "support/guarded.h"
 #include "support/paths.h"
 
@@ -152,9 +153,7 @@ TEST_P(ALaw, ConvertsEveryLength) {
 
 // What exceeds the caches, to a destination that can be aligned and to one that cannot.
 TEST_P(ALaw, ConvertsLongVectors) {
-  int cache = 0;
-  velGetMaxCacheSizeB(&cache);
-  Bytes codes(size_t(std::max(cache, 4 << 20)) / 3 + 37);
+  Bytes codes(beyondCaches() / 3 + 37);
   for (size_t i = 0; i < codes.size(); ++i) codes[i] = Vel8u(i * i >> 5);
   for (const Form* form : {&kDecodeToWords, &kDecodeToFloats}) {
     const Bytes wanted = expected(*form, codes);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <random>
 #include <vector>
+#include "support/caches.h"
 #include "support/guarded.h"
 #include "support/paths.h"
 
@@ -53,9 +54,3 @@ class Vectors {
   Guarded rooms_[2][3] = {{{kRoom, Guard::kBefore}, {kRoom, Guard::kBefore}, {kRoom, Guard::kBefore}},
                           {{kRoom, Guard::kBehind}, {kRoom, Guard::kBehind}, {kRoom, Guard::kBehind}}};
 };
-
-// A size that is written past the caches, where the destination is not read, when that many bytes are touched twice.
-inline size_t beyondCaches() {
-  int cache = 0;
-  return size_t(velGetMaxCacheSizeB(&cache) == velStsNoErr ? std::max(cache, 1 << 20) : 8 << 20) / 2 + 1;
-}

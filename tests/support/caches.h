@@ -1,0 +1,11 @@
+// How much work it takes until the library writes past the caches.
+#pragma once
+#include <algorithm>
+#include <cstddef>
+#include "orv.h"
+
+// Bytes that a call has to touch, where it is free to choose.
+inline size_t beyondCaches() {
+  int cache = 0;
+  return size_t(velGetMaxCacheSizeB(&cache) == velStsNoErr ? std::max(cache, 1 << 20) : 8 << 20) + 1;
+}
