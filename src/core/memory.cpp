@@ -2,6 +2,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include "orv.h"
+#include "stack.h"
 
 extern "C" {
 void* (*i_malloc)(size_t) = malloc;
@@ -31,10 +32,6 @@ Raw rawOf(const void* p) {
 }
 
 constexpr size_t kAlign = 32;
-
-// An allocator may expect the stack to be aligned to 16 bytes; 32-bit callers, the library's own bodies among them, may
-// not have it so.
-#define ALIGN_STACK __attribute__((force_align_arg_pointer))
 
 }  // namespace
 
