@@ -1204,8 +1204,9 @@ ORV_API VelStatus orviDecodeHuffmanStateFree_JPEG_8u(VeliDecodeHuffmanState* pDe
  *   pLastDC                  the DC of the component's previous block
  *   pMarker                  the code of a marker that the decoder met (0xD9 for FF D9), else 0. While it is positive
  *                            nothing more is read; the byte position is then just behind the marker
- * The stream must end in a marker: nothing behind a marker's two bytes is read. Bytes are taken while fewer than 25
- * bits are in store: before every code, and before extra bits that the store does not hold. FF 00 stands for a byte FF.
+ * The stream must end in a marker or hold all bytes that its blocks take: no others are read. Bytes are taken while
+ * fewer than 25 bits are in store: before every code, and before extra bits that the store does not hold. FF 00 stands
+ * for a byte FF.
  *   velStsNullPtrErr        pSrc or pSrcBitsLen is null
  *   velStsBadArgErr         *pSrcBitsLen below 0
  *   velStsNullPtrErr        pDst, pLastDC, pMarker, pPrefetchedBits or pNumValidPrefetchedBits is null

@@ -144,9 +144,10 @@ VelStatus decodeBlock(Reader& in, Vel16s* dst, Vel16s* lastDC, const VeliDecodeH
 
 // ---- The fast path
 //
-// Takes the same bytes as the careful one, two at a time where neither is FF, and leaves the same state; false, with
-// nothing but the block changed, where anything but plain codes comes up: a marker, fill bytes, an invalid code, a run
-// past the end. Two bytes may always be read: the careful path would read both, or meet FF in the first and read on.
+// Takes the same bytes as the careful one, in front of a code two at a time where neither is FF, and leaves the same
+// state; false, with nothing but the block changed, where anything but plain codes comes up: a marker, fill bytes, an
+// invalid code, a run past the end. It reads nothing that the careful path would not read: with 16 bits or fewer in
+// front of a code that one takes two bytes at least, or meets FF in the first and reads on.
 
 // Appends one byte to the store; false at anything but data.
 ORV_INLINE bool appendByte(const Vel8u*& src, Vel32u& window, int& valid) {
@@ -217,13 +218,14 @@ struct Fast : State {
     if (__builtin_expect(*entry == 0, 0)) *entry = longCode(spec, window);
     return *entry != 0;
   }
-  // Takes a code of `length` bits and `size` (1 to 15) extra bits: their value.
+  // Takes a code of `length` bits and `size` (1 to 15) extra bits: their value. For the last ones of a block a single
+  // byte more may be all that there is to read.
   bool take(int length, int size, int* value) {
     window <<= length;
     valid -= length + size;
-    if (__builtin_expect(valid < 0, 0)) {
+    while (__builtin_expect(valid < 0, 0)) {
       valid += size;
-      if (!appendTwo(src, window, valid)) return false;
+      if (!appendByte(src, window, valid)) return false;
       valid -= size;
     }
     *value = extend(window, size);

@@ -208,6 +208,37 @@ TEST_P(JpegHuffDec, SurvivesGarbage) {
   EXPECT_EQ(seen, (std::set<VelStatus>{velStsJPEGOutOfBufErr, velStsJPEGDCTRangeErr, velStsNoErr}));
 }
 
+// A block whose extra bits end at index 63 needs no more bytes than those bits do; no marker need follow. All numbers of
+// bits in store, code lengths and sizes; three codes of a bit skip to the last coefficient.
+TEST_P(JpegHuffDec, ReadsNoFurtherThanTheLastBits) {
+  for (int length = 2; length <= 16; ++length)
+    for (int size = 1; size <= 15; ++size) {
+      Codes dc, ac;
+      dc.bits[0] = ac.bits[0] = ac.bits[size_t(length) - 1] = 1;
+      dc.values = {0}, ac.values = {0xF0, Vel8u(0xE0 + size)};
+      dc.assign(), ac.assign();
+      const Tables tables(dc, ac);
+      for (int count = 0; count <= 32 && !HasFailure(); ++count) {
+        Writer out;
+        State start;
+        start.count = count;
+        for (int i = 0; i < 128; ++i) {
+          const int bit = i < 4 + length ? i == 4 : random() % 8 != 0;
+          if (i < count)
+            start.store = start.store * 2 + Vel64u(bit);
+          else
+            out.put(bit, 1);
+        }
+        Model model{out.bytes, start};
+        Block block;
+        ASSERT_EQ(model.decode(&block, dc, ac), velStsNoErr);
+        out.bytes.resize(model.s.position);
+        decodeAll(out.bytes, tables, 1, start);
+      }
+      ASSERT_FALSE(HasFailure()) << "a code of " << length << " bits, " << size << " extra bits";
+    }
+}
+
 TEST_P(JpegHuffDec, BuildsTables) {
   for (int symbols : {1, 2, 12, 100, 255, 256})
     for (Guard guard : {Guard::kBefore, Guard::kBehind}) {
