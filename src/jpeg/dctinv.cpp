@@ -8,6 +8,7 @@
 #include "jpeg/dctinv.h"
 #include "image/checks.h"
 #include "jpeg/dct.h"
+#include "jpeg/value.h"
 
 namespace {
 
@@ -361,7 +362,7 @@ ORV_BODY_B(veliDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R)
 ORV_BODY_B(veliDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R)
 (const Vel16s* pSrc, Vel8u* pDst, int dstStep, const Vel16u* pQuantInvTable) {
   ORV_CHECK(check(pSrc, pDst, dstStep, pQuantInvTable));
-  const int level = Vel16s((pSrc[0] * pQuantInvTable[0] >> 3) + 128);
+  const int level = Vel16s((valueAt(pSrc) * valueAt(pQuantInvTable) >> 3) + 128);
   const Vec samples = all8(level < 0 ? 0 : level > 255 ? 255 : level);
   for (int y = 0; y < 8; y += 2) storeRows(rowOf(pDst, dstStep, y), dstStep, samples);
   return velStsNoErr;

@@ -185,24 +185,25 @@ template <class Visit> ORV_INLINE bool walk(const Vel16s* src, int next, int* la
 
 // ---- The stream
 
-// What the coder wants next to each other: masks, and by value as a byte (-128 at index 0) the category and the extra
-// bits, the value's own low ones, or where it is negative, those of one less.
+// What the coder wants next to each other: masks, and by value as a byte (-128 at index 0) the extra bits, the value's
+// own low ones, or where it is negative, those of one less; kCategories further on its category.
+constexpr int kCategories = 256;
 constexpr int kSaturated = 256;  // the category of a byte that may have been saturated: more than any symbol
 struct alignas(16) Coding {
   Vel32u lowWord[4], seven[4];
   Vel8u swap[16];
   struct Entry {
     Vel32u low, high;
-  } extra[256], category[256], end;  // whole vectors are loaded from an entry; only its eight bytes count
+  } entries[2 * kCategories + 1];  // whole vectors are loaded from an entry; only its eight bytes count
 };
 constexpr Coding makeCoding() {
-  Coding table = {{0xFFFF}, {7}, {7, 6, 5, 4, 3, 2, 1, 0, 128, 128, 128, 128, 128, 128, 128, 128}, {}, {}, {}};
-  for (int i = 0; i < 256; ++i) {
+  Coding table = {{0xFFFF}, {7}, {7, 6, 5, 4, 3, 2, 1, 0, 128, 128, 128, 128, 128, 128, 128, 128}, {}};
+  for (int i = 0; i < kCategories; ++i) {
     const int v = i - 128;
     Vel32u category = 0;
     while ((v < 0 ? -v : v) >> category) ++category;
-    table.category[i].low = v == -128 || v == 127 ? kSaturated : category;
-    table.extra[i].low = Vel32u(v < 0 ? v - 1 : v) & ((1u << category) - 1);
+    table.entries[kCategories + i].low = v == -128 || v == 127 ? kSaturated : category;
+    table.entries[i].low = Vel32u(v < 0 ? v - 1 : v) & ((1u << category) - 1);
   }
   return table;
 }
@@ -312,7 +313,6 @@ ORV_INLINE int encodeBlock(const Vel16s* src, int diff, Vel8u* dst, Vel32u posit
   putSymbol(out, dc, category, diff, category);  // with a first small coefficient, at most 7 + 31 + 23 bits
 
   const Coding* coding = &kCoding;
-  const Vel32u* const codes = ac.codes - 16;  // a step is one more than a run
   reload(coding);
   Place half = placeOf(s, 0);
   int before = 0;  // sixteen times the index, in this half, of the coefficient before
@@ -320,16 +320,16 @@ ORV_INLINE int encodeBlock(const Vel16s* src, int diff, Vel8u* dst, Vel32u posit
     const int k = __builtin_ctz(bits);
     bits &= bits - 1;
     settle(bits);
-    const Coding::Entry* extra = &coding->extra[byteAt(s, half + k) + 128];
+    const Coding::Entry* extra = &coding->entries[byteAt(s, half + k) + 128];
     reload(extra);
-    const Coding::Entry* const size = extra + (coding->category - coding->extra);
+    const Coding::Entry* const size = extra + kCategories;
     int index = 16 * k - before + int(size->low);
     if (__builtin_expect(index > 255 + 16, 0)) {
       if (size->low == kSaturated) return false;
       for (; index > 255 + 16; index -= 256) putSymbol(out, ac, kSixteenZeros, 0, 0), out.flush(coding);
     }
     before = 16 * k;
-    const Vec code = _mm_cvtsi32_si128(int(codes[index])), n = loadEntry(size);
+    const Vec code = _mm_cvtsi32_si128(int(ac.codes[index - 16])), n = loadEntry(size);  // a neighbour is a run of none
     out.append(_mm_or_si128(_mm_sll_epi64(_mm_and_si128(code, loadAligned(coding->lowWord)), n), loadEntry(extra)),
                _mm_add_epi32(_mm_srli_epi32(code, 16), n));
     return true;
@@ -358,6 +358,11 @@ rest:
 }
 
 }  // namespace
+
+// Clears a state.
+ORV_KERNEL_A VelStatus ORV_NAME(ownpj_EncodeHuffmanStateInit)(VeliEncodeHuffmanState* pEncHuffState) {
+  return ORV_NAME(velsZero_8u)(reinterpret_cast<Vel8u*>(pEncHuffState), sizeof *pEncHuffState);
+}
 
 // ---- Bodies
 
@@ -394,10 +399,11 @@ ORV_BODY_A(veliEncodeHuffmanSpecFree_JPEG_8u)(VeliEncodeHuffmanSpec* pEncHuffSpe
 
 ORV_BODY_A(veliEncodeHuffmanStateInitAlloc_JPEG_8u)(VeliEncodeHuffmanState** ppEncHuffState) {
   ORV_CHECK(checkPointers(ppEncHuffState));
-  Vel8u* const memory = ORV_NAME(velsMalloc_8u)(sizeof **ppEncHuffState);
-  ORV_CHECK(checkPointers(memory));
-  *ppEncHuffState = reinterpret_cast<VeliEncodeHuffmanState*>(memory);
-  return ORV_NAME(velsZero_8u)(memory, sizeof **ppEncHuffState);
+  auto* const state =
+      reinterpret_cast<VeliEncodeHuffmanState*>(ORV_NAME(velsMalloc_8u)(sizeof(VeliEncodeHuffmanState)));
+  ORV_CHECK(checkPointers(state));
+  *ppEncHuffState = state;
+  return ORV_NAME(ownpj_EncodeHuffmanStateInit)(state);
 }
 
 ORV_BODY_A(veliEncodeHuffmanStateFree_JPEG_8u)(VeliEncodeHuffmanState* pEncHuffState) {

@@ -7,6 +7,7 @@
 #include "jpeg/mcu.h"
 #include "color/interleave.h"
 #include "image/checks.h"
+#include "jpeg/value.h"
 
 namespace {
 
@@ -68,10 +69,9 @@ ORV_INLINE void convertRows(const Vel16s* left, const Vel16s* cb, const Vel16s* 
 void convertOneByOne(const Vel16s* pLuma, const Vel16s* pCb, const Vel16s* pCr, Vel8u* pDst, int dstStep) {
   for (int y = 0; y < 16; ++y)
     for (int x = 0; x < 16; ++x) {
-      const Vel16s* block = pLuma + 64 * (y / 8 * 2 + x / 8);
-      const int c = y / 2 * 8 + x / 2;
+      const int l = y / 8 * 128 + x / 8 * 64 + y % 8 * 8 + x % 8, c = y / 2 * 8 + x / 2;
       Vel8u* const p = rowOf(pDst, dstStep, y) + 3 * x;
-      computeRGBFromYUV_JPEG_F32_U8(block[y % 8 * 8 + x % 8], pCb[c], pCr[c], p, p + 1, p + 2);
+      computeRGBFromYUV_JPEG_F32_U8(valueAt(pLuma + l), valueAt(pCb + c), valueAt(pCr + c), p, p + 1, p + 2);
     }
 }
 

@@ -23,7 +23,7 @@ KERNELS = """velsCopy_8u velsCopy_16s velsCopy_32s velsZero_8u velsZero_16s vels
     ownDecimate8plSP ownDecimate8pxSP ownpiResizeAA ownpi_SmoothDstBorder8pl ownpi_SmoothDstBorder8px
     ownpi_SmoothDstBorder8px4 ownpi_SmoothDstBorder8px4a ownpi_SubpixDstBorder8pl ownpi_SubpixDstBorder8px
     ownpi_SubpixDstBorder8px4 ownpi_SubpixDstBorder8px4a""".split()
-KERNELS_A = ["veliZigzagInv8x8_16s_C1"]
+KERNELS_A = ["veliZigzagInv8x8_16s_C1", "ownpj_EncodeHuffmanStateInit"]
 
 
 def output(*command, stdin=None):

@@ -77,7 +77,7 @@ TEST_P(JpegEncode, WritesBlocks) {
     }
     if (writer.bitCount % 8 == 0) writer.stuff();
     const Guarded dst(writer.bytes.size() + 8, Guard::kBehind);
-    memcpy(dst.data(), head.data(), head.size());
+    std::copy(head.begin(), head.end(), dst.data());
     int position = begin;
     Vel16s last = 0;
     for (size_t i = 0; i < blocks.size(); ++i) {

@@ -52,11 +52,11 @@ TEST_P(JpegQuant, ReordersWords) {
   ASSERT_EQ(reorder != nullptr, hasOne);
   if (!hasOne) return;
   const auto zigzag = zigzagOrder();
-  Guarded src(128, Guard::kBehind), dst(129, Guard::kBehind);
+  Guarded src(128, Guard::kBehind), dst(130, Guard::kBehind);
   for (int k = 0; k < 64; ++k) src.as<Vel16s>()[k] = Vel16s(k * 1009 - 32768);
   EXPECT_EQ(reorder(src.as<Vel16s>(), dst.as<Vel16s>()), velStsNoErr);
   for (int k = 0; k < 64; ++k) EXPECT_EQ(memcmp(src.as<Vel16s>() + k, dst.as<Vel16s>() + zigzag[size_t(k)], 2), 0) << k;
-  EXPECT_TRUE(dst.intact() && dst[128] == 0);
+  EXPECT_TRUE(dst.intact() && dst[128] == 0 && dst[129] == 0);
   EXPECT_EQ(reorder(nullptr, dst.as<Vel16s>()), velStsNullPtrErr);
   EXPECT_EQ(reorder(src.as<Vel16s>(), nullptr), velStsNullPtrErr);
 }
