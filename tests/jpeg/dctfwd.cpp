@@ -1,5 +1,5 @@
-// The forward DCT against the exact one, and its quantisation against exact division.
-#include "jpeg/support.h"
+// The forward DCT against the exact one and against its fixed point, and its quantisation against exact division.
+#include "jpeg/transforms.h"
 
 namespace {
 
@@ -14,23 +14,28 @@ double exact(const Bytes& samples, size_t step, int v, int u) {
   return sum * (u ? 1 : std::sqrt(0.5)) * (v ? 1 : std::sqrt(0.5)) / 4;
 }
 
-// Noise over all values, noise of the two ends only, little noise, and a flat block.
-Bytes randomSamples(size_t count, int kind, std::mt19937& random) {
+// Noise over all values, noise of the two ends only, little noise, a flat block; and what makes one coefficient as large
+// as it can be: the ends, by the sign of its basis.
+Bytes randomSamples(size_t count, size_t step, unsigned kind, std::mt19937& random) {
   Bytes samples(count);
   for (Vel8u& s : samples)
     s = Vel8u(kind == 0 ? random() : kind == 1 ? random() % 2 * 255 : kind == 2 ? 90 + random() % 9 : 255);
+  const unsigned u = random() % 8, v = random() % 8, end = random() % 2;
+  const auto cosine = [](unsigned x, unsigned k) { return std::cos((2 * x + 1) * k * M_PI / 16); };
+  for (unsigned i = 0; kind == 4 && i < 64; ++i)
+    samples[i / 8 * step + i % 8] = Vel8u((cosine(i % 8, u) * cosine(i / 8, v) > 0) == end ? 255 : 0);
   return samples;
 }
 
 class JpegForward : public OnEveryPath {};
 ORV_ON_EVERY_PATH(JpegForward);
 
-TEST_P(JpegForward, IsWithinAUnitAndQuantisesExactly) {
+TEST_P(JpegForward, IsItsFixedPointWithinAUnitAndQuantisesExactly) {
   std::mt19937 random(5);
   for (int round = 0; round < 400; ++round) {
     for (const Guard end : {Guard::kBefore, Guard::kBehind}) {
       const size_t step = 8 + random() % 20, odd = random() % 2;
-      const Bytes samples = randomSamples(7 * step + 8, round % 4, random);
+      const Bytes samples = randomSamples(7 * step + 8, step, unsigned(round) % 5, random);
       const Guarded src(samples.size(), end), ones(128 + odd, end), table(128 + odd, end), dst(128 + odd, end);
       memcpy(src.data(), samples.data(), samples.size());
       const size_t skip = end == Guard::kBehind ? 0 : odd;
@@ -44,6 +49,7 @@ TEST_P(JpegForward, IsWithinAUnitAndQuantisesExactly) {
       ASSERT_EQ(orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R(src.data(), int(step), out, steps1), 0);
       Block plain, quantised;
       memcpy(plain.data(), out, 128);
+      ASSERT_EQ(plain, transforms::forward(samples, step)) << "block " << round;
       for (int i = 0; i < 64; ++i)
         ASSERT_NEAR(plain[size_t(i)], exact(samples, step, i / 8, i % 8), 1.0) << "coefficient " << i;
       ASSERT_EQ(veliDCTQuantFwd8x8LS_JPEG_8u16s_C1R(src.data(), int(step), out, steps), 0);

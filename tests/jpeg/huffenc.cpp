@@ -147,11 +147,19 @@ std::map<int, int> lengthsOf(const std::vector<int>& counts) {
   return lengths;
 }
 
+// Counts whose tree has so many levels: every symbol is as frequent as the two before it.
+std::vector<int> chainOf(int levels) {
+  std::vector<int> counts(256);
+  int next = 2;
+  for (int i = 0, count = 1; i < levels; ++i, std::swap(count, next), next += count) counts[size_t(i)] = count;
+  return counts;
+}
+
 TEST_P(JpegEncode, FindsTheBestCode) {
   std::mt19937 random(13);
   for (int round = 0; round < 60; ++round) {
-    std::vector<int> counts(256);
-    const int used = round == 0 ? 1 : 1 + int(random() % 256);
+    std::vector<int> counts = round < 3 ? chainOf(30 + round) : std::vector<int>(256);
+    const int used = round < 4 ? round / 3 : 1 + int(random() % 256);
     for (int i = 0; i < used; ++i) counts[random() % 256] = round % 3 ? 1 + int(random() % 1000) : 1 << (random() % 21);
     Bytes bits(16, 0xCC), values(256, 0xCC);
     ASSERT_EQ(orviEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), bits.data(), values.data()), 0);
@@ -176,11 +184,12 @@ TEST_P(JpegEncode, FindsTheBestCode) {
     ASSERT_EQ(Bytes(values.begin(), values.begin() + long(expected.size())), expected);
     ASSERT_TRUE(expected.size() == 256 || values[expected.size()] == 0xCC);
   }
-  std::vector<int> fibonacci(256);  // a tree deeper than 32 levels
-  for (size_t i = 0, a = 1, b = 2; i < 40; ++i, std::swap(a, b), b += a) fibonacci[i] = int(a);
-  Bytes bits(16), values(256);
-  EXPECT_EQ(orviEncodeHuffmanRawTableInit_JPEG_8u(fibonacci.data(), bits.data(), values.data()),
-            velStsJPEGHuffTableErr);
+  for (int levels : {33, 40}) {
+    Bytes bits(16), values(256);
+    EXPECT_EQ(orviEncodeHuffmanRawTableInit_JPEG_8u(chainOf(levels).data(), bits.data(), values.data()),
+              velStsJPEGHuffTableErr)
+        << levels << " levels";
+  }
 }
 
 TEST_P(JpegEncode, BuildsTables) {
