@@ -2,6 +2,7 @@
 // layer.
 #include <stdlib.h>
 #include "core/dispatch.h"
+#include "core/stack.h"
 #include "jpeg/mcu.h"
 #include "orv.h"
 
@@ -38,11 +39,11 @@ VelStatus orvizkDecodeHuffmanSpecFree_JPEG_8u(VeliDecodeHuffmanSpec* pDecHuffSpe
   return orvzkFreeAligned(pDecHuffSpec);
 }
 
-VelStatus orvizkQuantInvTableAlloc(Vel16u** ppQuantInvTable) {
+ALIGN_STACK VelStatus orvizkQuantInvTableAlloc(Vel16u** ppQuantInvTable) {
   *ppQuantInvTable = static_cast<Vel16u*>(malloc(kBlockSamples * sizeof(Vel16u)));
   return *ppQuantInvTable ? velStsNoErr : velStsErr;
 }
-VelStatus orvizkQuantInvTableFree(Vel16u* pQuantInvTable) {
+ALIGN_STACK VelStatus orvizkQuantInvTableFree(Vel16u* pQuantInvTable) {
   free(pQuantInvTable);
   return velStsNoErr;
 }
