@@ -1074,10 +1074,11 @@ ORV_API VelStatus orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const Vel8u* pSrc, int src
 /* ---- JPEG: inverse DCT -------------------------------------------------------------------------------------- */
 
 /* 64 quantised coefficients in natural order to a block of 8 by 8 samples: dequantise (the low 16 bits of each
- * product), inverse DCT (ITU-T T.81, A.3.3) in 16-bit fixed point, add 128, clamp to 0..255. Within one unit of the
- * exact transform, rounded. The reduced forms read only the 4x4, 2x2 or 1x1 coefficients of lowest frequency, take the
- * others as zero, and write all 8 by 8 samples. 4x4 and 2x2 give the very samples that the full form gives for such a
- * block; 1x1 gives the dequantised DC >> 3 (32-bit product, arithmetic shift, no rounding) plus 128.
+ * product), inverse DCT (ITU-T T.81, A.3.3) in 16-bit fixed point, add 128, clamp to 0..255. Sums on the way saturate;
+ * where none does, the result is within one unit of the exact transform, rounded. The reduced forms read only the 4x4,
+ * 2x2 or 1x1 coefficients of lowest frequency, take the others as zero, and write all 8 by 8 samples. 4x4 and 2x2 give
+ * the very samples that the full form gives for such a block; 1x1 gives the dequantised DC >> 3 (32-bit product,
+ * arithmetic shift, no rounding) plus 128.
  *   velStsNullPtrErr   pSrc or pDst is null
  *   velStsStepErr      dstStep below 1
  *   velStsNullPtrErr   pQuantInvTable is null */
@@ -1114,8 +1115,8 @@ ORV_API VelStatus orviEncodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
  * many symbols as they add up to, by increasing code length (ITU-T T.81, annex C); of a symbol given twice the later
  * code counts. InitAlloc allocates the table, too (released with SpecFree, through the allocation hooks).
  *   velStsNullPtrErr         a pointer is null, or the table could not be allocated
- *   velStsJPEGHuffTableErr   more than 256 codes, or more codes of a length than it has room for; the caller's table is
- *                            cleared; InitAlloc leaves *ppEncHuffSpec as it was */
+ *   velStsJPEGHuffTableErr   more than 256 codes, more codes of a length than it has room for, or a code that is all
+ *                            ones; the caller's table is cleared; InitAlloc leaves *ppEncHuffSpec as it was */
 ORV_API VelStatus veliEncodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
                                                     VeliEncodeHuffmanSpec* pEncHuffSpec);
 ORV_API VelStatus orviEncodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
@@ -1179,8 +1180,8 @@ ORV_API VelStatus orviDecodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
 /* Builds a decoder table from what a DHT segment carries: the number of codes of each length 1..16 (16 bytes), and as
  * many symbols as they add up to, by increasing code length (ITU-T T.81, annex C).
  *   velStsNullPtrErr         a pointer is null
- *   velStsJPEGHuffTableErr   more than 256 codes, or more codes of a length than it has room for; the table is
- *                            cleared */
+ *   velStsJPEGHuffTableErr   more than 256 codes, more codes of a length than it has room for, or a code that is all
+ *                            ones; the table is cleared */
 ORV_API VelStatus veliDecodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
                                                     VeliDecodeHuffmanSpec* pDecHuffSpec);
 ORV_API VelStatus orviDecodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
