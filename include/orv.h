@@ -911,11 +911,10 @@ ORV_API VelStatus orviYCbCrToBGR444_8u16u_C3R(const Vel8u* pSrc, int srcStep, Ve
 /* RGB to YUV. In integers, with shifts that round down:
  *   y = (19596 R >> 8) + (38470 G >> 8) + (7472 B >> 8)       256 times 0.299 R + 0.587 G + 0.114 B
  *   Y = (y + 2) >> 8
- * and from the means of a pair or block
- *   U = 128 + ((128 mean(B) - (mean(y) >> 1)) * 16121 >> 22)
- *   V = 128 + ((128 mean(R) - (mean(y) >> 1)) * 28737 >> 22), clamped to 0..255
- * The means of B and R are exact. That of y is (a + b + 1) >> 1 of a pair; of a block, the same of its pairs' means. A
- * grey gives itself, and U = V = 128. The last pixel of an odd 4:2:2 width gives
+ * and for a pair or block of n pixels, from sums over them, of Y as it is stored,
+ *   U = 128 + floor((sum of B - sum of Y) * 16121 / (n * 32768)), which lies in 17..239
+ *   V = 128 + floor((sum of R - sum of Y) * 28737 / (n * 32768)), clamped to 0..255
+ * A grey gives itself, and U = V = 128. The last pixel of an odd 4:2:2 width gives
  *   S = 9798 R + 19235 G + 3736 B       Y = S >> 15
  *   U = 128 + (((32768 B - S) >> 15) * 16121 >> 15)
  *   V = 128 + (((32768 R - S) >> 15) * 28737 >> 15), clamped to 0..255
