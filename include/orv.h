@@ -533,7 +533,7 @@ ORV_API VelStatus orviSwapChannels_8u_C3C4R(const Vel8u* pSrc, int srcStep, Vel8
  *                 (sum + column that comes in) - column that leaves
  *   result        norm times sum, with norm = 1 / n, n the exact number of pixels in the mask as a float
  * So rounding adds up along rows and columns, with a mask of 1 by 1 too, and a NaN or an infinity spoils the results to
- * its right and below it. Where two NaNs meet, it is open which of them stays.
+ * its right and below it. Of two NaNs that meet, the one that is in the sum already stays.
  * C4 with a mask of 3 by 3, wherever its anchor is, takes another way: h = (left + centre + right) in each row, then
  * (h above + h + h below) times 0x3DE38E39 (1/9), added from the left.
  * Time does not depend on the mask's size. Scratch comes through the hooks above: a row of column sums, and for up to 8
