@@ -39,14 +39,27 @@ ORV_INLINE void storeSome(float* p, __m128 v, int n) {
   if (n == 3) _mm_store_ss(p + 2, _mm_movehl_ps(v, v));
 }
 
+// What stands in the window: aligned to 16 bytes, so that instructions take it from there.
+#if ORV_HAS_WIDE_FLOAT
+using InWindow = __m256_u;
+#else
+using InWindow = __m128;
+#endif
+ORV_INLINE const InWindow& inWindow(const float* p) { return *reinterpret_cast<const InWindow*>(p); }
+
 // sum + x. Of two NaNs an instruction gives its first operand, so that here the one in the sum stays. Compilers think that
 // the operands of an addition may change places, hence the instruction itself.
-ORV_INLINE Wide added(Wide sum, Wide x) {
 #if ORV_HAS_WIDE_FLOAT
-  __asm__("vaddps %2, %1, %0" : "=x"(sum) : "x"(sum), "x"(x));
+#define ORV_ADD(sum, where, x) __asm__("vaddps %2, %1, %0" : "=x"(sum) : "x"(sum), where(x))
 #else
-  __asm__("addps %1, %0" : "+x"(sum) : "x"(x));
+#define ORV_ADD(sum, where, x) __asm__("addps %1, %0" : "+x"(sum) : where(x))
 #endif
+ORV_INLINE Wide added(Wide sum, Wide x) {
+  ORV_ADD(sum, "x", x);
+  return sum;
+}
+ORV_INLINE Wide addedInWindow(Wide sum, const float* p) {
+  ORV_ADD(sum, "m", inWindow(p));
   return sum;
 }
 
@@ -177,7 +190,7 @@ template <class Layout> ORV_INLINE Wide move(Sums<Layout>& s, int i, const Run& 
   Wide& sum = s.v[i % s.kVectors];
   const float* const leaves = run.at + i * kLanes;
   const Wide mean = mulWide(run.norm, sum);
-  sum = subWide(added(sum, loadWide(leaves + run.lag)), loadWide(leaves));
+  sum = subWide(addedInWindow(sum, leaves + run.lag), inWindow(leaves));
   return mean;
 }
 
