@@ -12,6 +12,9 @@
  *   - Results are the same, bit for bit, on every code path and in both word sizes.
  *   - Functions keep no state. Calls on disjoint destinations may run on any number of threads at once; what the
  *     sections "Code path" and "Memory" can change is to be changed before other threads start.
+ *   - In the layout AC4 a pixel has four channels, of which the first three are worked on. The destination's fourth,
+ *     alpha, keeps its value, but is part of the destination: it is read and written back, so that what another thread
+ *     writes there during the call may be lost.
  */
 #ifndef ORV_H
 #define ORV_H
@@ -417,7 +420,7 @@ ORV_API VelStatus orvsNorm_L2_16s32f(const Vel16s* pSrc, int len, Vel32f* pNorm)
 
 /* ---- Images: copy, border, channel swap --------------------------------------------------------------------- */
 
-/* Copies a region. Regions of more than 1048576 bytes are written past the caches.
+/* Copies a region; source and destination do not overlap. Regions of more than 1048576 bytes are written past the caches.
  *   velStsNullPtrErr   pSrc or pDst is null
  *   velStsSizeErr      width or height below 1
  * Steps are not checked: a negative one walks upwards. */
@@ -628,7 +631,7 @@ ORV_API VelStatus orviMulC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int
 /* ---- Image: depth conversion -------------------------------------------------------------------------------- */
 
 /* Bytes to floats of the same value. C1, C3, C4: every channel; AC4: three channels of four, the fourth float of a
- * destination pixel keeps its value.
+ * destination pixel keeps its value. Source and destination do not overlap.
  *   velStsNullPtrErr   pSrc or pDst is null
  *   velStsSizeErr      width or height below 1
  *   velStsStepErr      a step below 1 */
@@ -642,7 +645,8 @@ ORV_API VelStatus veliConvert_8u32f_AC4R(const Vel8u* pSrc, int srcStep, Vel32f*
 ORV_API VelStatus orviConvert_8u32f_AC4R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
 
 /* Floats to bytes: limited to 0..255 and rounded as roundMode says, whatever rounding mode the caller has set, which is
- * the same again afterwards. A NaN gives 255. Layouts as above; in AC4 the fourth byte keeps its value.
+ * the same again afterwards. A NaN gives 255. Layouts as above; in AC4 the fourth byte keeps its value. Source and
+ * destination do not overlap.
  *   0       towards zero
  *   1       to the nearest integer, halves to the even one
  *   other   to the nearest integer, halves away from zero
