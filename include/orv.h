@@ -12,6 +12,9 @@
  *   - Results are the same, bit for bit, on every code path and in both word sizes.
  *   - Functions keep no state. Calls on disjoint destinations may run on any number of threads at once; what the
  *     sections "Code path" and "Memory" can change is to be changed before other threads start.
+ *   - In the layout AC4 a pixel has four channels, of which the first three are worked on. The destination's fourth,
+ *     alpha, keeps its value, but is part of the destination: it is read and written back, so that what another thread
+ *     writes there during the call may be lost.
  */
 #ifndef ORV_H
 #define ORV_H
@@ -417,7 +420,7 @@ ORV_API VelStatus orvsNorm_L2_16s32f(const Vel16s* pSrc, int len, Vel32f* pNorm)
 
 /* ---- Images: copy, border, channel swap --------------------------------------------------------------------- */
 
-/* Copies a region. Regions of more than 1048576 bytes are written past the caches.
+/* Copies a region; source and destination do not overlap. Regions of more than 1048576 bytes are written past the caches.
  *   velStsNullPtrErr   pSrc or pDst is null
  *   velStsSizeErr      width or height below 1
  * Steps are not checked: a negative one walks upwards. */
@@ -533,7 +536,7 @@ ORV_API VelStatus orviSwapChannels_8u_C3C4R(const Vel8u* pSrc, int srcStep, Vel8
  *                 (sum + column that comes in) - column that leaves
  *   result        norm times sum, with norm = 1 / n, n the exact number of pixels in the mask as a float
  * So rounding adds up along rows and columns, with a mask of 1 by 1 too, and a NaN or an infinity spoils the results to
- * its right and below it. Where two NaNs meet, it is open which of them stays.
+ * its right and below it. Of two NaNs that meet, the one that is in the sum already stays.
  * C4 with a mask of 3 by 3, wherever its anchor is, takes another way: h = (left + centre + right) in each row, then
  * (h above + h + h below) times 0x3DE38E39 (1/9), added from the left.
  * Time does not depend on the mask's size. Scratch comes through the hooks above: a row of column sums, and for up to 8
@@ -628,7 +631,7 @@ ORV_API VelStatus orviMulC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int
 /* ---- Image: depth conversion -------------------------------------------------------------------------------- */
 
 /* Bytes to floats of the same value. C1, C3, C4: every channel; AC4: three channels of four, the fourth float of a
- * destination pixel keeps its value.
+ * destination pixel keeps its value. Source and destination do not overlap.
  *   velStsNullPtrErr   pSrc or pDst is null
  *   velStsSizeErr      width or height below 1
  *   velStsStepErr      a step below 1 */
@@ -642,7 +645,8 @@ ORV_API VelStatus veliConvert_8u32f_AC4R(const Vel8u* pSrc, int srcStep, Vel32f*
 ORV_API VelStatus orviConvert_8u32f_AC4R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
 
 /* Floats to bytes: limited to 0..255 and rounded as roundMode says, whatever rounding mode the caller has set, which is
- * the same again afterwards. A NaN gives 255. Layouts as above; in AC4 the fourth byte keeps its value.
+ * the same again afterwards. A NaN gives 255. Layouts as above; in AC4 the fourth byte keeps its value. Source and
+ * destination do not overlap.
  *   0       towards zero
  *   1       to the nearest integer, halves to the even one
  *   other   to the nearest integer, halves away from zero
@@ -911,11 +915,10 @@ ORV_API VelStatus orviYCbCrToBGR444_8u16u_C3R(const Vel8u* pSrc, int srcStep, Ve
 /* RGB to YUV. In integers, with shifts that round down:
  *   y = (19596 R >> 8) + (38470 G >> 8) + (7472 B >> 8)       256 times 0.299 R + 0.587 G + 0.114 B
  *   Y = (y + 2) >> 8
- * and from the means of a pair or block
- *   U = 128 + ((128 mean(B) - (mean(y) >> 1)) * 16121 >> 22)
- *   V = 128 + ((128 mean(R) - (mean(y) >> 1)) * 28737 >> 22), clamped to 0..255
- * The means of B and R are exact. That of y is (a + b + 1) >> 1 of a pair; of a block, the same of its pairs' means. A
- * grey gives itself, and U = V = 128. The last pixel of an odd 4:2:2 width gives
+ * and for a pair or block of n pixels, from sums over them, of Y as it is stored,
+ *   U = 128 + floor((sum of B - sum of Y) * 16121 / (n * 32768)), which lies in 17..239
+ *   V = 128 + floor((sum of R - sum of Y) * 28737 / (n * 32768)), clamped to 0..255
+ * A grey gives itself, and U = V = 128. The last pixel of an odd 4:2:2 width gives
  *   S = 9798 R + 19235 G + 3736 B       Y = S >> 15
  *   U = 128 + (((32768 B - S) >> 15) * 16121 >> 15)
  *   V = 128 + (((32768 R - S) >> 15) * 28737 >> 15), clamped to 0..255

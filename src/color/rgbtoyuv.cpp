@@ -18,46 +18,49 @@ struct Pairs {
 ORV_INLINE Vec lowBytes(Vec v) { return _mm_slli_epi16(v, 8); }
 ORV_INLINE Vec highBytes(Vec v) { return _mm_and_si128(v, all16(-256)); }
 
-ORV_INLINE Channel lumaOf(const Pairs& p) {
+// The bytes of luma: those of even pixels in the low halves of words, those of odd ones in the high halves.
+struct Luma {
+  Vec even, odd;
+};
+ORV_INLINE Luma lumaOf(const Pairs& p) {
+  // 2 is what rounding three products down can take from a grey.
   const auto weigh = [](Vec r, Vec g, Vec b) {
     const Vec red = _mm_mulhi_epu16(r, all16(2 * 9798)), green = _mm_mulhi_epu16(g, all16(2 * 19235));
-    return _mm_add_epi16(_mm_add_epi16(red, green), _mm_mulhi_epu16(b, all16(2 * 3736)));
+    const Vec sum = _mm_add_epi16(_mm_add_epi16(red, green), _mm_mulhi_epu16(b, all16(2 * 3736)));
+    return _mm_add_epi16(sum, all16(2));
   };
-  return {weigh(p.r.even, p.g.even, p.b.even), weigh(p.r.odd, p.g.odd, p.b.odd)};
+  return {_mm_srli_epi16(weigh(p.r.even, p.g.even, p.b.even), 8), highBytes(weigh(p.r.odd, p.g.odd, p.b.odd))};
 }
-// 2 is what rounding three products down can take from a grey.
-ORV_INLINE Channel rounded(const Channel& luma) {
-  return {_mm_add_epi16(luma.even, all16(2)), _mm_add_epi16(luma.odd, all16(2))};
-}
-ORV_INLINE Vec bytes(const Channel& luma) {
-  const Channel l = rounded(luma);
-  return _mm_or_si128(_mm_srli_epi16(l.even, 8), highBytes(l.odd));
-}
+ORV_INLINE Vec bytes(const Luma& luma) { return _mm_or_si128(luma.even, luma.odd); }
 // The eight even ones first.
-ORV_INLINE Vec splitBytes(const Channel& luma) {
-  const Channel l = rounded(luma);
-  return _mm_packus_epi16(_mm_srli_epi16(l.even, 8), _mm_srli_epi16(l.odd, 8));
-}
+ORV_INLINE Vec splitBytes(const Luma& luma) { return _mm_packus_epi16(luma.even, _mm_srli_epi16(luma.odd, 8)); }
 
-// What the chroma of eight pairs or blocks follows from, 256 times. Luma as it is, without the 2: else a grey's
-// differences from it would round down to less than 0.
-struct Means {
+// What the chroma of eight pairs or blocks follows from: 256 times the means of red and blue, which is exact in words, and
+// the sums of luma.
+struct Shared {
   Vec r, b, luma;
 };
 ORV_INLINE Vec mean(const Channel& c) { return _mm_avg_epu16(c.even, c.odd); }
-ORV_INLINE Means meansOf(const Pairs& p, const Channel& luma) { return {mean(p.r), mean(p.b), mean(luma)}; }
-ORV_INLINE Means mean(const Means& a, const Means& b) {
-  return {_mm_avg_epu16(a.r, b.r), _mm_avg_epu16(a.b, b.b), _mm_avg_epu16(a.luma, b.luma)};
+ORV_INLINE Vec sum(const Luma& luma) {
+#if ORV_HAS_SHUFFLE
+  return _mm_maddubs_epi16(bytes(luma), all8(1));
+#else
+  return _mm_add_epi16(luma.even, _mm_srli_epi16(luma.odd, 8));
+#endif
+}
+ORV_INLINE Shared ofBoth(const Shared& a, const Shared& b) {
+  return {_mm_avg_epu16(a.r, b.r), _mm_avg_epu16(a.b, b.b), _mm_add_epi16(a.luma, b.luma)};
 }
 
-// Eight U bytes, then eight V bytes: 128 times a difference times 32768 times its coefficient, divided by both.
-ORV_INLINE Vec chromaOf(const Means& m) {
-  const Vec luma = _mm_srli_epi16(m.luma, 1);
-  const auto weigh = [=](Vec channel, int weight) {
-    const Vec difference = _mm_sub_epi16(_mm_srli_epi16(channel, 1), luma);
-    return _mm_srai_epi16(_mm_mulhi_epi16(difference, all16(weight)), 6);
+// Eight U bytes, then eight V bytes. Where D is the difference of the sums over a pair, D * weight / (2 * 32768) is the
+// high word of a product, and over a block of two rows half of that: exactly, rounded down. It lies in -224..223 and is
+// clamped as a signed byte; then 128 is added.
+template <int kRows> ORV_INLINE Vec chromaOf(const Shared& s) {
+  const auto weigh = [&](Vec channel, int weight) {
+    const Vec difference = _mm_sub_epi16(_mm_srli_epi16(channel, 8 - kRows), s.luma);
+    return _mm_srai_epi16(_mm_mulhi_epi16(difference, all16(weight)), kRows - 1);
   };
-  return _mm_xor_si128(_mm_packs_epi16(weigh(m.b, 16121), weigh(m.r, 28737)), all8(128));
+  return _mm_xor_si128(_mm_packs_epi16(weigh(s.b, 16121), weigh(s.r, 28737)), all8(128));
 }
 
 // ---- One pixel, the last of an odd width, in 32-bit integers.
@@ -162,8 +165,8 @@ template <int kRows, bool kOwnChroma> struct Planar {
     u = rowOf(u, step[1], 1);
     v = rowOf(v, step[2], 1);
   }
-  void putLuma(int r, int pair, const Channel& luma) const { store(y[r] + 2 * pair, bytes(luma)); }
-  void putLuma(int r, int pair, const Channel& luma, int n) const {
+  void putLuma(int r, int pair, const Luma& luma) const { store(y[r] + 2 * pair, bytes(luma)); }
+  void putLuma(int r, int pair, const Luma& luma, int n) const {
     Vel8u whole[16];
     store(whole, bytes(luma));
     memcpy(y[r] + 2 * pair, whole, size_t(n) * 2);
@@ -178,7 +181,7 @@ template <int kRows, bool kOwnChroma> struct Planar {
     memcpy(u + pair, whole, size_t(n));
     memcpy(v + pair, whole + 8, size_t(n));
   }
-  template <class... Count> void put(int pair, const Channel& luma, Vec chroma, Count... n) const {
+  template <class... Count> void put(int pair, const Luma& luma, Vec chroma, Count... n) const {
     putLuma(0, pair, luma, n...);
     putChroma(pair, chroma, n...);
   }
@@ -195,14 +198,14 @@ struct Packed {
   int step;
   Packed(Vel8u* dst, int s) : row(dst), step(s) {}
   void next() { row = rowOf(row, step, 1); }
-  static void store32(Vel8u* dst, const Channel& luma, Vec chroma) {
+  static void store32(Vel8u* dst, const Luma& luma, Vec chroma) {
     const Vec y = splitBytes(luma);
     const Vec yu = _mm_unpacklo_epi8(y, chroma), yv = _mm_unpackhi_epi8(y, chroma);
     store(dst, _mm_unpacklo_epi16(yu, yv));
     store(dst + 16, _mm_unpackhi_epi16(yu, yv));
   }
-  void put(int pair, const Channel& luma, Vec chroma) const { store32(row + 4 * pair, luma, chroma); }
-  void put(int pair, const Channel& luma, Vec chroma, int n) const {
+  void put(int pair, const Luma& luma, Vec chroma) const { store32(row + 4 * pair, luma, chroma); }
+  void put(int pair, const Luma& luma, Vec chroma, int n) const {
     Vel8u whole[32];
     store32(whole, luma, chroma);
     memcpy(row + 4 * pair, whole, size_t(n) * 4);
@@ -218,20 +221,22 @@ struct Packed {
 template <template <int> class Source, class Layout, class... Count>
 ORV_INLINE void eight(const Source<1>& in, const Layout& out, int pair, Count... n) {
   const Pairs p = in.at(0, pair, n...);
-  const Channel luma = lumaOf(p);
-  out.put(pair, luma, chromaOf(meansOf(p, luma)), n...);
+  const Vec r = mean(p.r), b = mean(p.b);  // before luma: fewer registers are in use at once
+  const Luma luma = lumaOf(p);
+  out.put(pair, luma, chromaOf<1>({r, b, sum(luma)}), n...);
 }
 template <template <int> class Source, class Layout, class... Count>
 ORV_INLINE void eight(const Source<2>& in, const Layout& out, int pair, Count... n) {
-  Means means[2];
+  Shared rows[2];
   ORV_UNROLL
   for (int r = 0; r < 2; ++r) {
     const Pairs p = in.at(r, pair, n...);
-    const Channel luma = lumaOf(p);
+    rows[r].r = mean(p.r), rows[r].b = mean(p.b);  // as above
+    const Luma luma = lumaOf(p);
+    rows[r].luma = sum(luma);
     out.putLuma(r, pair, luma, n...);
-    means[r] = meansOf(p, luma);
   }
-  out.putChroma(pair, chromaOf(mean(means[0], means[1])), n...);
+  out.putChroma(pair, chromaOf<2>(ofBoth(rows[0], rows[1])), n...);
 }
 
 template <class Source, class Layout> ORV_INLINE void convertRow(const Source& in, const Layout& out, int pairs) {

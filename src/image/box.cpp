@@ -39,6 +39,30 @@ ORV_INLINE void storeSome(float* p, __m128 v, int n) {
   if (n == 3) _mm_store_ss(p + 2, _mm_movehl_ps(v, v));
 }
 
+// What stands in the window: aligned to 16 bytes, so that instructions take it from there.
+#if ORV_HAS_WIDE_FLOAT
+using InWindow = __m256_u;
+#else
+using InWindow = __m128;
+#endif
+ORV_INLINE const InWindow& inWindow(const float* p) { return *reinterpret_cast<const InWindow*>(p); }
+
+// sum + x. Of two NaNs an instruction gives its first operand, so that here the one in the sum stays. Compilers think that
+// the operands of an addition may change places, hence the instruction itself.
+#if ORV_HAS_WIDE_FLOAT
+#define ORV_ADD(sum, where, x) __asm__("vaddps %2, %1, %0" : "=x"(sum) : "x"(sum), where(x))
+#else
+#define ORV_ADD(sum, where, x) __asm__("addps %1, %0" : "+x"(sum) : where(x))
+#endif
+ORV_INLINE Wide added(Wide sum, Wide x) {
+  ORV_ADD(sum, "x", x);
+  return sum;
+}
+ORV_INLINE Wide addedInWindow(Wide sum, const float* p) {
+  ORV_ADD(sum, "m", inWindow(p));
+  return sum;
+}
+
 // Four vectors: matrices of four by four.
 struct Tile {
   Wide v[4];
@@ -102,7 +126,7 @@ ORV_INLINE void sumColumns(const Filter& f) {
   for (int y = 1; y < f.mask.height; ++y) {
     const Vel32f* const row = rowOf(f.frame, f.srcStep, y);
     eachVector(0, f.columns,
-               [&](int x, auto load) { storeWide(f.sums + x, addWide(loadWide(f.sums + x), load(row + x))); });
+               [&](int x, auto load) { storeWide(f.sums + x, added(loadWide(f.sums + x), load(row + x))); });
   }
 }
 
@@ -122,7 +146,7 @@ template <class Layout> ORV_INLINE void loadColumns(const Filter& f, int y, int 
     for (int r = 0; r < 4; ++r) {
       t.v[r] = sum;
       if (r >= moves) continue;
-      sum = subWide(addWide(sum, load(in)), load(out));
+      sum = subWide(added(sum, load(in)), load(out));
       prefetch(in, kChunk * ptrdiff_t(sizeof *in));
       in = rowOf(in, step, 1);
       out = rowOf(out, step, 1);
@@ -146,7 +170,7 @@ template <class Layout> ORV_INLINE Sums<Layout> sumFirst(const float* at, int co
   Sums<Layout> s;
   memcpy(s.v, at, sizeof s.v);
   for (int x = Layout::kChannels; x < columns; x += Layout::kChannels)
-    for (int i = 0; i < s.kVectors; ++i) s.v[i] = addWide(s.v[i], loadWide(at + x * Layout::kRows + i * kLanes));
+    for (int i = 0; i < s.kVectors; ++i) s.v[i] = added(s.v[i], loadWide(at + x * Layout::kRows + i * kLanes));
   return s;
 }
 
@@ -166,7 +190,7 @@ template <class Layout> ORV_INLINE Wide move(Sums<Layout>& s, int i, const Run& 
   Wide& sum = s.v[i % s.kVectors];
   const float* const leaves = run.at + i * kLanes;
   const Wide mean = mulWide(run.norm, sum);
-  sum = subWide(addWide(sum, loadWide(leaves + run.lag)), loadWide(leaves));
+  sum = subWide(addedInWindow(sum, leaves + run.lag), inWindow(leaves));
   return mean;
 }
 
@@ -320,7 +344,7 @@ template <class Layout, class Last = Layout> ORV_INLINE VelStatus filter(const V
 // ---- Four channels under a mask of 3 by 3: sums along rows, then of three rows
 
 template <class Load> ORV_INLINE Wide sumOfThree(const Load& load, const Vel32f* p) {
-  return addWide(addWide(load(p), load(p + 4)), load(p + 8));
+  return added(added(load(p), load(p + 4)), load(p + 8));
 }
 
 ORV_INLINE VelStatus filter3x3(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize size,
@@ -342,7 +366,7 @@ ORV_INLINE VelStatus filter3x3(const Vel32f* pSrc, int srcStep, Vel32f* pDst, in
   for (int y = 0; y < size.height; ++y) {
     eachVector(0, n, [&](int x, auto load) {
       const Wide newest = sumOfThree(load, src + x);
-      const Wide mean = mulWide(addWide(addWide(loadWide(older + x), loadWide(newer + x)), newest), ninth);
+      const Wide mean = mulWide(added(added(loadWide(older + x), loadWide(newer + x)), newest), ninth);
       storeWide(older + x, newest);
       if (x + kLanes <= n)
         storeWide(pDst + x, mean);

@@ -1,8 +1,17 @@
 // Copying a region, and replicating its border.
 #include "image/checks.h"
 #include "signal/fill.h"
+#include "signal/memory.h"
 
 namespace {
+
+// Short rows are copied here: they may be few, and a call would take as long.
+ORV_INLINE void copyRows(const Vel8u* src, int srcStep, Vel8u* dst, int dstStep, size_t n, int rows,
+                         bool isPastCaches = false) {
+  if (n > kMany || isPastCaches) return ORV_NAME(ownsCopy_8u)(src, srcStep, dst, dstStep, n, rows, isPastCaches);
+  for (; rows > 0; --rows, src = rowOf(src, srcStep, 1), dst = rowOf(dst, dstStep, 1))
+    fillShortOrFew(Copied{src}, dst, n);
+}
 
 template <int kChannels>
 ORV_INLINE VelStatus copy(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize size) {
@@ -15,13 +24,7 @@ ORV_INLINE VelStatus copy(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstSt
     row *= size_t(rows);
     rows = 1;
   }
-  for (int y = 0; y < rows; ++y) {
-    const Copied source{rowOf(pSrc, srcStep, y)};
-    if (streams)
-      fillPastCaches(source, rowOf(pDst, dstStep, y), row);
-    else
-      fillHere(source, rowOf(pDst, dstStep, y), row);
-  }
+  copyRows(pSrc, srcStep, pDst, dstStep, row, rows, streams);
   if (streams) streamEnd();
   return velStsNoErr;
 }
@@ -67,10 +70,6 @@ void extendRows(Side left, Side right, int step, int rows) {
     each([](Vec v, Vel8u* dst, size_t width) { fillHere(Repeated{v}, dst, width); });
 }
 
-void copyToRows(const Vel8u* src, Vel8u* dst, int step, size_t width, int rows) {
-  for (; rows > 0; --rows, dst += step) fillHere(Copied{src}, dst, width);
-}
-
 }  // namespace
 
 // ---- Bodies
@@ -106,9 +105,9 @@ ORV_BODY_A(veliCopyReplicateBorder_8u_C1IR)
                {end - 1, end, size_t(right - leftBorderWidth)}, srcDstStep, rows);
   };
   extend(0, 1);
-  copyToRows(top, rowOf(top, srcDstStep, -topBorderHeight), srcDstStep, width, topBorderHeight);
+  copyRows(top, 0, rowOf(top, srcDstStep, -topBorderHeight), srcDstStep, width, topBorderHeight);
   extend(1, srcRoiSize.height - 1);
   Vel8u* const last = rowOf(top, srcDstStep, srcRoiSize.height - 1);
-  copyToRows(last, last + srcDstStep, srcDstStep, width, bottom - topBorderHeight);
+  copyRows(last, 0, last + srcDstStep, srcDstStep, width, bottom - topBorderHeight);
   return velStsNoErr;
 }

@@ -167,12 +167,13 @@ template <class F, int kOrder> ORV_INLINE bool reorder(const Vel8u* src, Vel8u* 
   return true;
 }
 
-constexpr int orderOf(int a, int b, int c) { return a | b << 2 | c << 4; }
+// Unlike any of three channels where one is kValue or kKept.
+constexpr Vel32u orderOf(int a, int b, int c) { return Vel32u(a) | Vel32u(b) << 2 | Vel32u(c) << 4; }
 // False where this is not for such an order.
-template <class F> bool reorder(int order, const Vel8u* src, Vel8u* dst, size_t pixels) {
+template <class F> bool reorder(Vel32u order, const Vel8u* src, Vel8u* dst, size_t pixels) {
   if (F::kBytes != 4) return false;
-  constexpr int k012 = orderOf(0, 1, 2), k021 = orderOf(0, 2, 1), k102 = orderOf(1, 0, 2);
-  constexpr int k120 = orderOf(1, 2, 0), k201 = orderOf(2, 0, 1), k210 = orderOf(2, 1, 0);
+  constexpr Vel32u k012 = orderOf(0, 1, 2), k021 = orderOf(0, 2, 1), k102 = orderOf(1, 0, 2);
+  constexpr Vel32u k120 = orderOf(1, 2, 0), k201 = orderOf(2, 0, 1), k210 = orderOf(2, 1, 0);
   switch (order) {
     case k012: return reorder<F, k012>(src, dst, pixels);
     case k021: return reorder<F, k021>(src, dst, pixels);
@@ -284,7 +285,7 @@ template <class F> class Blocks {
 
   Exchange<F> exchange_;
   bool pairs_;
-  int order_;
+  Vel32u order_;
 };
 
 // Three channels to three: what belongs in channel c stands a fixed way off, and is loaded from there. Loads so reach into
@@ -331,7 +332,7 @@ template <int kBytes> class Blocks<Form<3, 3, kBytes, false>> {
 
   ptrdiff_t way_[3];
   Vec third_[3];
-  int order_;
+  Vel32u order_;
 };
 
 #endif

@@ -4,9 +4,20 @@
 
 namespace {
 
+// So many that the call of a kernel does not count.
+constexpr size_t kLong = 1 << 15;
+__attribute__((noinline)) VelStatus copyLong(const Vel8u* src, Vel8u* dst, size_t n) {
+  const bool isPastCaches = n > 1 << 17 && src != dst && exceedsCaches(2.0 * double(n), kCacheIfUnknown);
+  ORV_NAME(ownsCopy_8u)(src, 0, dst, 0, n, 1, isPastCaches);
+  if (isPastCaches) streamEnd();
+  return velStsNoErr;
+}
 template <class T> ORV_INLINE VelStatus copy(const T* pSrc, T* pDst, int len) {
   const VelStatus status = checkVectors(len, pSrc, pDst);
-  return status != velStsNoErr ? status : fill(Copied{bytesOf(pSrc)}, bytesOf(pDst), size_t(len) * sizeof(T));
+  if (status != velStsNoErr) return status;
+  const size_t n = size_t(len) * sizeof(T);
+  if (__builtin_expect(n > kLong, 0)) return copyLong(bytesOf(pSrc), bytesOf(pDst), n);
+  return fill(Copied{bytesOf(pSrc)}, bytesOf(pDst), n);
 }
 
 template <class T> ORV_INLINE VelStatus clear(T* pDst, int len) {
@@ -15,6 +26,20 @@ template <class T> ORV_INLINE VelStatus clear(T* pDst, int len) {
 }
 
 }  // namespace
+
+// Not to be inlined: a profile is to show it.
+ORV_KERNEL __attribute__((noinline)) void ORV_NAME(ownsCopy_8u)(const Vel8u* pSrc, int srcStep, Vel8u* pDst,
+                                                                int dstStep, size_t len, int rows, bool isPastCaches) {
+  const auto each = [&](const auto& copyRow) {
+    for (; rows > 0; --rows, pSrc += srcStep, pDst += dstStep) copyRow(Copied{pSrc}, pDst);
+  };
+  if (isPastCaches)
+    each([=](Copied src, Vel8u* dst) { fillPastCaches(src, dst, len); });
+  else if (len <= kMany)
+    each([=](Copied src, Vel8u* dst) { fillShortOrFew(src, dst, len); });
+  else
+    each([=](Copied src, Vel8u* dst) { fillMany(src, dst, len); });
+}
 
 ORV_KERNEL VelStatus ORV_NAME(velsCopy_8u)(const Vel8u* pSrc, Vel8u* pDst, int len) { return copy(pSrc, pDst, len); }
 ORV_KERNEL VelStatus ORV_NAME(velsCopy_16s)(const Vel16s* pSrc, Vel16s* pDst, int len) { return copy(pSrc, pDst, len); }

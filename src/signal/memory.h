@@ -12,6 +12,11 @@ ORV_KERNEL VelStatus ORV_NAME(velsZero_8u)(Vel8u* pDst, int len);
 ORV_KERNEL VelStatus ORV_NAME(velsZero_16s)(Vel16s* pDst, int len);
 ORV_KERNEL VelStatus ORV_NAME(velsZero_32s)(Vel32s* pDst, int len);
 
+// Copies rows of len bytes, one at least; a vector is one row. There are no checks. isPastCaches: by stores past the caches,
+// after the last of which a streamEnd is due.
+ORV_KERNEL void ORV_NAME(ownsCopy_8u)(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, size_t len, int rows,
+                                      bool isPastCaches);
+
 // velMalloc for len elements, and velFree. The size in bytes is not checked for overflow.
 ORV_KERNEL Vel8u* ORV_NAME(velsMalloc_8u)(int len);
 ORV_KERNEL Vel32f* ORV_NAME(velsMalloc_32f)(int len);

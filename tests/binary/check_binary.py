@@ -16,7 +16,7 @@ PATHS = ("w7", "v8", "s8", "p8", "g9")
 PATTERNS = {"A": "w7 w7 s8 s8 p8 g9", "B": "w7 w7 v8 v8 p8 g9", "C": "w7 w7 v8 s8 p8 g9"}
 
 # Exported kernels: those of every path, and those that only bodies of pattern A call.
-KERNELS = """velsCopy_8u velsCopy_16s velsCopy_32s velsZero_8u velsZero_16s velsZero_32s
+KERNELS = """ownsCopy_8u velsCopy_8u velsCopy_16s velsCopy_32s velsZero_8u velsZero_16s velsZero_32s
     velsMalloc_8u velsMalloc_32f velsFree veliConvert_8u16u_C1R veliDCT8x8InvLSClip_16s8u_C1R
     ownpj_YUV420ToRGB888LS_MCU
     ownResize8plN ownResize8pxN ownResize8plL ownResize8pxL ownResize8plC ownResize8pxC ownResize8plLz ownResize8pxLz

@@ -1,4 +1,5 @@
 // RGB to YUV 4:2:0 and 4:2:2 against the formulas in 32-bit integers.
+#include <set>
 #include "color/support.h"
 
 namespace {
@@ -15,7 +16,7 @@ const Form kForms[] = {
     {"422 P3", Format::kP3, Format::k422, false, CALL(orviRGBToYUV422_8u_P3(src, dst, size))},
 };
 
-// ---- The models: one pixel on its own; and a pixel of a block, of which chroma takes means.
+// ---- The models: one pixel on its own; and a pixel of a block, which shares its chroma.
 
 struct Yuv {
   int y, u, v;
@@ -24,19 +25,23 @@ Yuv lonePixel(int r, int g, int b) {
   const int s = 9798 * r + 19235 * g + 3736 * b;
   return {s >> 15, 128 + (((b * 32768 - s) >> 15) * 16121 >> 15), clamp(128 + (((r * 32768 - s) >> 15) * 28737 >> 15))};
 }
-int fineLuma(int r, int g, int b) { return (19596 * r >> 8) + (38470 * g >> 8) + (7472 * b >> 8); }
-int luma(int fine) { return (fine + 2) >> 8; }
-int chroma(int channelTimes128, int fine, int weight) {
-  return clamp(128 + ((channelTimes128 - (fine >> 1)) * weight >> 22));
+int lumaOf(int r, int g, int b) { return ((19596 * r >> 8) + (38470 * g >> 8) + (7472 * b >> 8) + 2) >> 8; }
+// Of the sums of a channel and of luma over n pixels.
+int chromaOf(int channel, int luma, int n, int weight) {
+  const int product = (channel - luma) * weight, divisor = n * 32768;
+  return clamp(128 + (product - (product % divisor + divisor) % divisor) / divisor);
 }
 
 struct Rgb {
   int r, g, b;
 };
+// A channel's byte of a pixel of the source.
+Vel8u& sample(Picture& picture, int channel, int x, int y) {
+  const bool isPlanar = picture.form.src == Format::kP3;
+  return isPlanar ? picture.src[channel].at(x, y) : picture.src[0].at(3 * x + channel, y);
+}
 Rgb pixelAt(Picture& picture, int x, int y) {
-  if (picture.form.src == Format::kP3)
-    return {picture.src[0].at(x, y), picture.src[1].at(x, y), picture.src[2].at(x, y)};
-  return {picture.src[0].at(3 * x, y), picture.src[0].at(3 * x + 1, y), picture.src[0].at(3 * x + 2, y)};
+  return {sample(picture, 0, x, y), sample(picture, 1, x, y), sample(picture, 2, x, y)};
 }
 
 void expectBlocks(Picture& picture) {
@@ -52,20 +57,16 @@ void expectBlocks(Picture& picture) {
   };
   for (int top = 0; top + rows <= picture.size.height; top += rows) {
     for (int x = 0; x + 2 <= picture.size.width; x += 2) {
-      int sumR = 0, sumB = 0, fine[2] = {};
-      for (int i = 0; i < rows; ++i) {
-        int pair[2];
-        for (int j = 0; j < 2; ++j) {
-          const Rgb p = pixelAt(picture, x + j, top + i);
-          pair[j] = fineLuma(p.r, p.g, p.b);
-          expectLuma(x + j, top + i, luma(pair[j]));
-          sumR += p.r, sumB += p.b;
-        }
-        fine[i] = (pair[0] + pair[1] + 1) >> 1;
+      int red = 0, blue = 0, luma = 0;
+      for (int i = 0; i < 2 * rows; ++i) {
+        const int column = x + i % 2, row = top + i / 2;
+        const Rgb p = pixelAt(picture, column, row);
+        const int y = lumaOf(p.r, p.g, p.b);
+        expectLuma(column, row, y);
+        red += p.r, blue += p.b, luma += y;
       }
-      const int mean = rows == 2 ? (fine[0] + fine[1] + 1) >> 1 : fine[0];
-      expectChroma(1, x / 2, top / rows, chroma(sumB * 64 / rows, mean, 16121));
-      expectChroma(2, x / 2, top / rows, chroma(sumR * 64 / rows, mean, 28737));
+      expectChroma(1, x / 2, top / rows, chromaOf(blue, luma, 2 * rows, 16121));
+      expectChroma(2, x / 2, top / rows, chromaOf(red, luma, 2 * rows, 28737));
     }
     if (rows == 2 || picture.size.width % 2 == 0) continue;
     const int x = picture.size.width - 1;
@@ -97,8 +98,8 @@ TEST_P(RgbToYuv, ConvertsEveryColour) {
     for (int g = 0; g < 256; ++g)
       for (int b = 0; b < 256; ++b) {
         const size_t block = size_t(g * 256 + b), pixel = size_t(g * 2 * kSide + b * 2);
-        const int fine = fineLuma(r, g, b),
-                  expected[3] = {luma(fine), chroma(128 * b, fine, 16121), chroma(128 * r, fine, 28737)};
+        const int luma = lumaOf(r, g, b),
+                  expected[3] = {luma, chromaOf(4 * b, 4 * luma, 4, 16121), chromaOf(4 * r, 4 * luma, 4, 28737)};
         const Yuv single = lonePixel(r, g, b);
         const bool same = y[pixel] == expected[0] && y[pixel + 1] == expected[0] && y[pixel + kSide] == expected[0] &&
                           y[pixel + kSide + 1] == expected[0] && u[block] == expected[1] && v[block] == expected[2];
@@ -111,18 +112,57 @@ TEST_P(RgbToYuv, ConvertsEveryColour) {
   }
 }
 TEST_P(RgbToYuv, ConvertsEverySize) { convertEverySize(kForms, random, expectBlocks); }
+
+// From yellow to blue, and from cyan to red, by way of black: with every colour the channel's difference from luma grows
+// by 1 or not at all. Pixels of a block have the same colour or the next one, so that the sum of their differences takes
+// every value.
+TEST_P(RgbToYuv, TakesEveryDifferenceFromLuma) {
+  for (const Form& form : kForms)
+    for (const int channel : {0, 2}) {
+      Picture picture(form, {2 * 511, 8}, kLayouts[0], random);
+      std::set<int> differences;
+      for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < picture.size.width; ++x) {
+          const bool isNext = y % 2 * 2 + x % 2 < y / 2;
+          const int step = std::min(x / 2 + isNext, 510), value = std::max(step - 255, 0);
+          for (int c = 0; c < 3; ++c) sample(picture, c, x, y) = Vel8u(c == channel ? value : std::max(255 - step, 0));
+          const Rgb p = pixelAt(picture, x, y);
+          differences.insert(value - lumaOf(p.r, p.g, p.b));
+        }
+      ASSERT_EQ(int(differences.size()), *differences.rbegin() - *differences.begin() + 1);
+      expectBlocks(picture);
+      ASSERT_NO_FATAL_FAILURE(picture.expectConverted()) << form.name << ", channel " << channel;
+    }
+}
+
+// Of pixels whose channels are 0 or 255, every pair and every block.
+TEST_P(RgbToYuv, ConvertsEveryBlockOfExtremes) {
+  for (const Form& form : kForms) {
+    Picture picture(form, {2 * 64, 2 * 64}, kLayouts[1], random);
+    for (int y = 0; y < 2 * 64; ++y)
+      for (int x = 0; x < 2 * 64; ++x) {
+        const int colours = y % 2 ? y / 2 : x / 2, colour = x % 2 ? colours / 8 : colours % 8;
+        for (int c = 0; c < 3; ++c) sample(picture, c, x, y) = colour >> c & 1 ? 255 : 0;
+      }
+    expectBlocks(picture);
+    ASSERT_NO_FATAL_FAILURE(picture.expectConverted()) << form.name;
+  }
+}
+
 TEST_P(RgbToYuv, ChecksItsArgumentsInOrder) { checkArguments(kForms); }
 
 TEST_P(RgbToYuv, ConvertsKnownColours) {
-  // Red and red; black and white; white on its own.
-  const Vel8u rgb[15] = {255, 0, 0, 255, 0, 0, 0, 0, 0, 255, 255, 255, 255, 255, 255};
-  Vel8u y[5], u[3], v[3], *const planes[3] = {y, u, v};
-  const int steps[3] = {5, 3, 3};
-  ASSERT_EQ(orviRGBToYUV422_8u_C3P3R(rgb, 15, planes, steps, {5, 1}), velStsNoErr);
-  const std::vector<int> expected = {76, 76, 0, 255, 255, 90, 128, 127, 255, 128, 127};
-  std::vector<int> found(y, y + 5);
-  found.insert(found.end(), u, u + 3);
-  found.insert(found.end(), v, v + 3);
+  // Red, black and white, yellow, blue, as pairs; white on its own.
+  const Vel8u rgb[27] = {255, 0,   0,   255, 0, 0, 0,   0, 0, 255, 255, 255, 255, 255,
+                         0,   255, 255, 0,   0, 0, 255, 0, 0, 255, 255, 255, 255};
+  Vel8u y[9], u[5], v[5], *const planes[3] = {y, u, v};
+  const int steps[3] = {9, 5, 5};
+  ASSERT_EQ(orviRGBToYUV422_8u_C3P3R(rgb, 27, planes, steps, {9, 1}), velStsNoErr);
+  const std::vector<int> expected = {76,  76, 0,   255, 225, 225, 29,  29,  255, 90,
+                                     128, 17, 239, 127, 255, 128, 154, 102, 127};
+  std::vector<int> found(y, y + 9);
+  found.insert(found.end(), u, u + 5);
+  found.insert(found.end(), v, v + 5);
   EXPECT_EQ(found, expected);
 }
 

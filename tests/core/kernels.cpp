@@ -10,6 +10,7 @@
 namespace {
 
 using Copy = VelStatus(const void*, void*, int);
+using CopyRows = void(const void*, int, void*, int, size_t len, int rows, bool isPastCaches);
 using Zero = VelStatus(void*, int);
 using Widen = VelStatus(const Vel8u*, int, void*, int, VeliSize);
 
@@ -51,6 +52,19 @@ class Kernels : public OnEveryPath {
     ASSERT_TRUE(zero.asExpected()) << "zero " << type << ' ' << len << " away " << away;
   }
 
+  // The destination's rows lie `gap` bytes apart; the source is the same row, or lies without gaps.
+  void checkCopyRows(Guard end, int len, int rows, int gap, size_t away) const {
+    for (const bool isPastCaches : {false, true})
+      for (const int srcStep : {0, len}) {
+        const int step = len + gap, all = step * (rows - 1) + len;
+        const Operands copy(end, size_t(srcStep * (rows - 1) + len), size_t(all), away);
+        for (int y = 0; y < rows; ++y) memcpy(copy.model + y * step, copy.from + y * srcStep, size_t(len));
+        kernel<CopyRows>("ownsCopy_8u")(copy.from, srcStep, copy.to, step, size_t(len), rows, isPastCaches);
+        ASSERT_TRUE(copy.asExpected()) << rows << " rows of " << len << ", step " << srcStep << ", away " << away
+                                       << (isPastCaches ? ", past the caches" : "");
+      }
+  }
+
   void checkWiden(Guard end, VeliSize size, int srcStep, int dstStep, size_t away) const {
     const int rows = size.height - 1;
     const Operands o(end, size_t(srcStep) * rows + size.width, size_t(dstStep) * rows + 2 * size.width, away);
@@ -70,9 +84,12 @@ TEST_P(Kernels, CopyAndZero) {
   for (Guard end : kEnds)
     for (size_t away = 0; away < 32; ++away) {
       for (int len = 1; len <= 200; ++len) checkCopyAndZero(end, "8u", len, away);
+      for (const int n : {1, 2, 7, 12, 31, 33, 64, 100, 128, 129, 200, 511, 1000})
+        checkCopyRows(end, n, 3, n % 5, away);
       for (int len = 1; len <= 20; ++len) checkCopyAndZero(end, "16s", len, away);
       for (int len = 1; len <= 20; ++len) checkCopyAndZero(end, "32s", len, away);
     }
+  checkCopyAndZero(Guard::kBehind, "8u", 70000, 3);
   const auto copy = kernel<Copy>("velsCopy_8u");
   const auto zero = kernel<Zero>("velsZero_8u");
   Vel8u some[8] = {1};
