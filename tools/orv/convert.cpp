@@ -276,16 +276,12 @@ bool convertTo(const Arguments& a) {
 void convertFrom(const Arguments& a) {
   InputFile file(a.in);
   Raw raw(*a.from, a.width, a.height);
-  const size_t size = raw.fileSize();
-  const auto require = [&](uint64_t has) {
-    if (has != size)
-      file.fail(std::string("the file is ") + (has > size ? "longer" : "shorter") +
-                " than a picture of this format and size");
-  };
-  require(file.left().value_or(size));
   std::vector<Vel8u> samples;
-  file.read(&samples, size);
-  require(samples.size() + (file.peek() != EOF));
+  file.read(&samples, raw.fileSize());
+  const bool longer = file.peek() != EOF;
+  if (samples.size() < raw.fileSize() || longer)
+    file.fail(std::string("the file is ") + (longer ? "longer" : "shorter") +
+              " than a picture of this format and size");
   raw.allocate();
   const Vel8u* from = samples.data();
   raw.forEachRow([&](Vel8u* row, size_t count) {
