@@ -17,8 +17,8 @@ class Convert : public Pictures {
   // The raw samples that were written last.
   Bytes back(const std::string& format, int width, int height, const std::string& options = "") const {
     must(ORV_PROGRAM " convert " + options + " raw --from " + format + " --size " + std::to_string(width) + "x" +
-         std::to_string(height) + " back");
-    return read("back");
+         std::to_string(height) + " back.ppm");
+    return read("back.ppm");
   }
 };
 
@@ -115,7 +115,7 @@ TEST_F(Convert, ThereAndBackIsNearlyTheSame) {
     converted("photo", format);
     back(format, 1517, 1003);
     std::smatch match;
-    const Outcome o = orv("compare photo back");
+    const Outcome o = orv("compare photo back.ppm");
     ASSERT_TRUE(std::regex_search(o.out, match, std::regex("PSNR ([0-9.]+) dB"))) << o.out;
     EXPECT_GT(std::stod(match[1]), format[1] == 'u' ? 41 : 52) << format;
   }

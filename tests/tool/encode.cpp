@@ -183,9 +183,17 @@ TEST_F(Encode, Compare) {
   write("b", "P5 2 2 255\n\x11\x1F\x31\x3F");
   write("c", Bytes("P6 1 1 255\n\0\0\0", 14));
   write("d", "P6 1 1 255\n\xFF\xFF\xFF");
-  EXPECT_EQ(orv("compare a b").out, "PSNR 48.13 dB, largest difference 1\n");
-  EXPECT_EQ(orv("compare c d").out, "PSNR 0.00 dB, largest difference 255\n");
-  EXPECT_EQ(orv("compare a a").out, "the pictures are the same\n");
+  for (const auto& [arguments, out, code] :
+       {std::tuple("a b", "PSNR 48.13 dB, largest difference 1\n", 1),
+        std::tuple("c d", "PSNR 0.00 dB, largest difference 255\n", 1),
+        std::tuple("a a", "the pictures are the same\n", 0),
+        std::tuple("--psnr 99 a a", "the pictures are the same\n", 0),
+        std::tuple("--psnr 48 a b", "PSNR 48.13 dB, largest difference 1\n", 0),
+        std::tuple("--psnr 48.2 a b", "PSNR 48.13 dB, largest difference 1\n", 1)}) {
+    const Outcome o = orv(std::string("compare ") + arguments);
+    EXPECT_EQ(o.out, out) << arguments;
+    EXPECT_EQ(o.code, code) << arguments;
+  }
 }
 
 }  // namespace

@@ -38,8 +38,8 @@ TEST_F(Filter, IsTheMeanOfABox) {
         if (!processorHas(path)) continue;
         const std::string options =
             "--box " + std::to_string(box.first) + "x" + std::to_string(box.second) + " --path " + path.name;
-        EXPECT_EQ(orv("filter " + options + " picture out").code, 0);
-        const Bytes out = read("out");
+        EXPECT_EQ(orv("filter " + options + " picture out.ppm").code, 0);
+        const Bytes out = read("out.ppm");
         // Sums of floats may round what lies next to a half the other way.
         ASSERT_EQ(out.size(), ppm.size());
         for (size_t i = 0; i < means.size(); ++i)

@@ -66,12 +66,12 @@ TEST_F(Sheet, PicturesOfAnySize) {
   EXPECT_EQ(read("sheet.jpg").substr(0, 2), "\xFF\xD8");
   write("bad", "P6 3 3 255\n");
   for (const auto& [arguments, code] :
-       {std::pair("bad OUT", 1), std::pair("missing OUT", 1), std::pair("in OUT.png", 2), std::pair("in", 2),
-        std::pair("--path z in OUT", 2)}) {
+       {std::pair("bad OUT.ppm", 1), std::pair("missing OUT.ppm", 1), std::pair("in OUT.png", 2), std::pair("in", 2),
+        std::pair("--path z in OUT.ppm", 2)}) {
     const Outcome o = orv(std::string("sheet ") + arguments);
     EXPECT_EQ(o.code, code) << arguments;
     EXPECT_EQ(std::count(o.err.begin(), o.err.end(), '\n'), 1) << o.err;
-    EXPECT_FALSE(exists("OUT") || exists("OUT.png")) << arguments;
+    EXPECT_FALSE(exists("OUT.ppm") || exists("OUT.png")) << arguments;
   }
 }
 

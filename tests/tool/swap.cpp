@@ -19,8 +19,8 @@ TEST_F(Swap, TakesEachChannelFromWhereItSays) {
     }
     for (const Path& path : kPaths) {
       if (!processorHas(path)) continue;
-      EXPECT_EQ(orv(std::string("swap picture out --order ") + order + " --path " + path.name).code, 0);
-      EXPECT_TRUE(read("out") == expected) << order << " " << path;
+      EXPECT_EQ(orv(std::string("swap picture out.ppm --order ") + order + " --path " + path.name).code, 0);
+      EXPECT_TRUE(read("out.ppm") == expected) << order << " " << path;
     }
   }
 }

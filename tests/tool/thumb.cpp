@@ -76,10 +76,28 @@ TEST_F(Thumb, BadFilesAreReportedAndTheOthersDone) {
             "orv: in/bad.jpg: neither a JPEG nor a binary PPM (P6) or PGM (P5) file\n"
             "orv: in/cut.jpg: warning: the picture is cut short, the rest is mid-grey\n"
             "orv: in/empty.jpg: the file is empty\n"
-            "orv: in/huge.ppm: 99999999 x 99999999 is more than the 268435456 pixels that are held in memory\n"
+            "orv: in/huge.ppm: the file ends before its picture does\n"
             "orv: in/short.pgm: the file ends before its picture does\n"
             "orv: in/z.ppm.jpg: another photo has the thumbnail of this name, z.ppm.jpg\n");
   EXPECT_EQ(listed("out"), "a.ppm.jpg cut.jpg z.ppm.jpg ");
+  for (const char* name : {"bad.jpg", "empty.jpg", "huge.ppm", "short.pgm", "z.ppm.jpg"})
+    std::filesystem::remove(at("in/") + name);
+  EXPECT_EQ(orv("thumb in out").code, 2);
+  const Outcome strict = orv("thumb --strict in strict");
+  EXPECT_EQ(strict.code, 1);
+  EXPECT_EQ(strict.err, "orv: in/cut.jpg: the picture is cut short\n");
+  EXPECT_EQ(listed("strict"), "a.ppm.jpg z.ppm.jpg ");
+}
+
+// Thumbnails are written through symbolic links, but not over photos.
+TEST_F(Thumb, LinksToPhotosAreLeftAlone) {
+  writePicture("in/a.ppm", 300, 200);
+  must(ORV_PROGRAM " encode in/a.ppm in/b.jpg && cp in/b.jpg in/c.jpg && mkdir out && ln -s ../in/b.jpg out/c.jpg");
+  const Bytes photo = read("in/b.jpg");
+  const Outcome o = orv("thumb in out");
+  EXPECT_EQ(o.code, 1);
+  EXPECT_EQ(o.err, "orv: out/c.jpg: the thumbnail would replace a photo: this is a link\n");
+  EXPECT_TRUE(read("in/b.jpg") == photo);
 }
 
 TEST_F(Thumb, FoldersThatWillNotDo) {

@@ -3,19 +3,20 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include "messages.h"
 #include "orv.h"
 
-// A command line that makes no sense. Exit code 2; other failures have 1.
-struct UsageError : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
+// A command gives 0 when all went well. Where it could not do its work it throws: UsageError ends the program with 2, and
+// what else there is with 1. Work that was done on what is left of a picture gives kDamaged, after a warning. Of compare 1
+// is an answer, so that there all else is 2.
+constexpr int kDone = 0, kFailed = 1, kDamaged = 2;
 
 // For calls of the library that leave nothing to go wrong.
 inline void must(VelStatus status) {
   if (status < velStsNoErr) throw std::runtime_error(orvGetStatusString(status));
 }
 
-// Each takes its own name as argv[0] and gives the exit code.
+// Each takes its own name as argv[0] and gives the exit status.
 int runInfo(int argc, char** argv);
 int runDecode(int argc, char** argv);
 int runEncode(int argc, char** argv);

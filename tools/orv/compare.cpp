@@ -11,41 +11,79 @@
 namespace {
 
 constexpr char kHelp[] =
-    "usage: orv compare A B\n"
+    "usage: orv compare [OPTION]... A B\n"
     "\n"
     "Compares two pictures of the same size, both grey or both in colour: prints the\n"
     "peak signal-to-noise ratio in dB over all samples, and the largest difference of\n"
     "two samples; or that the pictures are the same. A and B are JPEG or binary PPM or\n"
-    "PGM files.\n";
+    "PGM files. The exit status is 0 when they are the same, 1 when they differ, and 2 when\n"
+    "they cannot be compared, or one is a JPEG that is cut short or damaged.\n"
+    "\n"
+    "  --psnr N        pictures of this PSNR or a larger one count as the same\n"
+    "  --strict        refuse a JPEG that is cut short or damaged\n"
+    "  --help          show this\n";
+
+double decibels(const std::string& text) {
+  char* end = nullptr;
+  const double value = strtod(text.c_str(), &end);
+  if (text.empty() || text.find_first_not_of("0123456789.") != std::string::npos || *end != 0)
+    throw UsageError("--psnr takes decibels, like 40 or 38.5");
+  return value;
+}
+
+struct Difference {
+  uint64_t squares = 0;
+  int largest = 0;
+};
+
+Difference difference(PictureReader& a, PictureReader& b) {
+  Difference d;
+  const int row = a.width() * a.channels();
+  for (int y = 0; y < a.height(); ++y) {
+    const uint8_t *const p = a.rows(y, 1).data, *const q = b.rows(y, 1).data;
+    for (int x = 0; x < row; ++x) {
+      const int samples = std::abs(p[x] - q[x]);
+      d.squares += uint64_t(samples * samples);
+      d.largest = std::max(d.largest, samples);
+    }
+  }
+  return d;
+}
 
 }  // namespace
 
 int runCompare(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'}, {}};
+  const option options[] = {{"help", no_argument, nullptr, 'h'},
+                            {"psnr", required_argument, nullptr, 'p'},
+                            {"strict", no_argument, nullptr, 'S'},
+                            {}};
+  constexpr int kDiffer = 1;
+  jpeg::Options reading;
+  double enough = HUGE_VAL;
   for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
-    if (c != 'h') refuseOption(c, argv);
-    fputs(kHelp, stdout);
-    return 0;
+    switch (c) {
+      case 'h': return fputs(kHelp, stdout), kDone;
+      case 'p': enough = decibels(optarg); break;
+      case 'S': reading.strict = true; break;
+      default: refuseOption(c, argv);
+    }
   }
   if (argc - optind != 2) throw UsageError("compare takes two pictures (see orv compare --help)");
   requireSse2();
-  PictureReader a(argv[optind]), b(argv[optind + 1]);
-  if (a.width() != b.width() || a.height() != b.height() || a.channels() != b.channels())
-    throw std::runtime_error(std::string(argv[optind]) + " and " + argv[optind + 1] +
-                             ": the pictures differ in size or kind");
-  const int row = a.width() * a.channels();
-  uint64_t squares = 0;
-  int largest = 0;
-  for (int y = 0; y < a.height(); ++y) {
-    const uint8_t *const p = a.rows(y, 1).data, *const q = b.rows(y, 1).data;
-    for (int x = 0; x < row; ++x) {
-      const int difference = std::abs(p[x] - q[x]);
-      squares += uint64_t(difference * difference);
-      largest = std::max(largest, difference);
-    }
+  const std::string names[] = {argv[optind], argv[optind + 1]};
+  PictureReader a(names[0], reading), b(names[1], reading);
+  if (a.width() != b.width() || a.height() != b.height() || a.channels() != b.channels()) {
+    complain(names[0] + " and " + names[1] + ": the pictures differ in size or kind");
+    return kDiffer;
   }
-  if (squares == 0) return puts("the pictures are the same"), 0;
-  const double mean = double(squares) / row / a.height();
-  printf("PSNR %.2f dB, largest difference %d\n", 10 * std::log10(255 * 255 / mean), largest);
-  return 0;
+  Difference d;
+  workOn(names[0], [&] { d = difference(a, b); });
+  const double mean = double(d.squares) / a.width() / a.channels() / a.height();
+  const double psnr = d.squares == 0 ? HUGE_VAL : 10 * std::log10(255 * 255 / mean);
+  if (d.squares == 0)
+    puts("the pictures are the same");
+  else
+    printf("PSNR %.2f dB, largest difference %d\n", psnr, d.largest);
+  if (!a.isWhole() || !b.isWhole()) return kDamaged;
+  return psnr >= enough ? kDone : kDiffer;
 }

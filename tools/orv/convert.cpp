@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include "commands.h"
+#include "endings.h"
 #include "orv.h"
 #include "output_file.h"
 #include "paths.h"
@@ -14,10 +16,12 @@ namespace {
 
 constexpr char kHelp[] =
     "usage: orv convert IN --to FORMAT OUT.raw\n"
-    "       orv convert IN.raw --from FORMAT --size WIDTHxHEIGHT OUT.ppm\n"
+    "       orv convert IN.raw --from FORMAT --size WIDTHxHEIGHT OUT\n"
     "\n"
     "Converts a JPEG or binary PPM file to raw samples in another colour format, or such\n"
-    "samples back. Rows have no padding, and planes follow each other.\n"
+    "samples back. Rows have no padding, and planes follow each other. OUT.raw may end in\n"
+    ".raw, .yuv, .rgb, .bin, the format's name or nothing; OUT is a JPEG or a PPM file, as\n"
+    "its name says (.jpg, .jpeg, .ppm, .pnm).\n"
     "\n"
     "  yuv420   planes Y, U, V, with a sample of U and V for a square of four pixels\n"
     "  yuv422   planes Y, U, V, with a sample of U and V for two pixels side by side\n"
@@ -30,6 +34,7 @@ constexpr char kHelp[] =
     "           low bits. The library packs YCbCr, so the colours go through studio\n"
     "           range. There is no way back\n"
     "\n"
+    "  --strict      refuse a JPEG that is cut short or damaged\n"
     "  --path NAME   use the library's code path w7, v8, s8, p8 or g9\n"
     "  --help        show this\n";
 
@@ -141,11 +146,6 @@ const Format& format(const std::string& name) {
 
 int divideUp(int a, int b) { return (a + b - 1) / b; }
 
-void require(VelStatus status) {
-  if (status != velStsNoErr)
-    throw std::runtime_error(std::string("the library refuses: ") + orvGetStatusString(status));
-}
-
 // A picture of whole groups in a format, of which the file has those rows and groups that hold pixels.
 class Raw {
  public:
@@ -153,35 +153,41 @@ class Raw {
     int across = 1, down = 1;
     for (const auto& p : format.planes) across = std::max(across, p.across), down = std::max(down, p.down);
     whole_ = {divideUp(width, across) * across, divideUp(height, down) * down};
+    for (int i = 0; i < count(); ++i) planes_.step[i] = whole_.width / format.planes[i].across * format.planes[i].bytes;
+  }
+  // How many bytes the file has.
+  size_t fileSize() const {
     size_t total = 0;
-    for (int i = 0; i < count(); ++i) {
-      const auto& p = format.planes[i];
-      planes_.step[i] = whole_.width / p.across * p.bytes;
-      start_[i] = total;
-      total += size_t(planes_.step[i]) * size_t(whole_.height / p.down);
-    }
-    samples_.resize(total);
-    for (int i = 0; i < count(); ++i) planes_.plane[i] = samples_.data() + start_[i];
+    for (int i = 0; i < count(); ++i) total += rowSize(i) * size_t(rows(i));
+    return total;
+  }
+  void allocate() {
+    size_t start[4] = {};
+    for (int i = 0; i < count(); ++i)
+      start[i + 1] = start[i] + size_t(planes_.step[i]) * size_t(whole_.height / format_.planes[i].down);
+    samples_.resize(start[count()]);
+    for (int i = 0; i < count(); ++i) planes_.plane[i] = samples_.data() + start[i];
   }
   const Planes& planes() const { return planes_; }
   VeliSize whole() const { return whole_; }
 
   // visit(bytes, how many) for each row of each plane, as they come in the file.
   template <class Visit> void forEachRow(const Visit& visit) const {
-    for (int i = 0; i < count(); ++i) {
-      const auto& p = format_.planes[i];
-      for (int y = 0; y < divideUp(height_, p.down); ++y)
-        visit(planes_.plane[i] + ptrdiff_t(y) * planes_.step[i], size_t(divideUp(width_, p.across) * p.bytes));
-    }
+    for (int i = 0; i < count(); ++i)
+      for (int y = 0; y < rows(i); ++y) visit(planes_.plane[i] + ptrdiff_t(y) * planes_.step[i], rowSize(i));
   }
 
  private:
   int count() const { return format_.planes[1].bytes ? 3 : 1; }
+  int rows(int plane) const { return divideUp(height_, format_.planes[plane].down); }
+  size_t rowSize(int plane) const {
+    const auto& p = format_.planes[plane];
+    return size_t(divideUp(width_, p.across) * p.bytes);
+  }
 
   const Format& format_;
   const int width_, height_;
   VeliSize whole_;
-  size_t start_[3];
   std::vector<Vel8u> samples_;
   Planes planes_;
 };
@@ -207,6 +213,7 @@ struct Arguments {
   const Format *to = nullptr, *from = nullptr;
   int width = 0, height = 0;
   std::string in, out;
+  jpeg::Options reading;
 };
 
 void parseSize(const std::string& text, Arguments* a) {
@@ -219,9 +226,13 @@ void parseSize(const std::string& text, Arguments* a) {
 }
 
 Arguments parse(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'},       {"path", required_argument, nullptr, 'p'},
-                            {"to", required_argument, nullptr, 't'},   {"from", required_argument, nullptr, 'f'},
-                            {"size", required_argument, nullptr, 's'}, {}};
+  const option options[] = {{"help", no_argument, nullptr, 'h'},
+                            {"path", required_argument, nullptr, 'p'},
+                            {"to", required_argument, nullptr, 't'},
+                            {"from", required_argument, nullptr, 'f'},
+                            {"size", required_argument, nullptr, 's'},
+                            {"strict", no_argument, nullptr, 'S'},
+                            {}};
   Arguments a;
   for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
     switch (c) {
@@ -230,6 +241,7 @@ Arguments parse(int argc, char** argv) {
       case 't': a.to = &format(optarg); break;
       case 'f': a.from = &format(optarg); break;
       case 's': parseSize(optarg, &a); break;
+      case 'S': a.reading.strict = true; break;
       default: refuseOption(c, argv);
     }
   }
@@ -239,35 +251,51 @@ Arguments parse(int argc, char** argv) {
   if (a.from && !a.from->fromRaw) throw UsageError("there is no way back from " + std::string(a.from->name));
   a.in = argv[optind];
   a.out = argv[optind + 1];
+  if (a.to)
+    requireEnding(a.out, {"raw", "yuv", "rgb", "bin", a.to->name, ""});
+  else
+    requireEnding(a.out, kPictureEndings);
   return a;
 }
 
-void convertTo(const Arguments& a) {
-  PictureReader reader(a.in);
-  if (reader.channels() != 3) throw std::runtime_error(a.in + ": a grey picture; convert takes colours");
-  const Raw raw(*a.to, reader.width(), reader.height());
-  const std::vector<Vel8u> rgb = completed(reader.picture(), raw.whole());
-  require(a.to->toRaw(rgb.data(), raw.whole().width * 3, raw.planes(), raw.whole()));
+// Gives whether the picture was whole.
+bool convertTo(const Arguments& a) {
+  PictureReader reader(a.in, a.reading);
+  if (reader.channels() != 3) throw FileError(a.in, "a grey picture; convert takes colours");
+  Picture picture = reader.picture();
+  Raw raw(*a.to, picture.width, picture.height);
+  const std::vector<Vel8u> rgb = completed(std::move(picture), raw.whole());
+  raw.allocate();
+  must(a.to->toRaw(rgb.data(), raw.whole().width * 3, raw.planes(), raw.whole()));
   OutputFile file(a.out);
   raw.forEachRow([&](const Vel8u* row, size_t size) { file.write(row, size); });
   file.commit();
+  return reader.isWhole();
 }
 
 void convertFrom(const Arguments& a) {
   InputFile file(a.in);
-  const Raw raw(*a.from, a.width, a.height);
-  size_t total = 0;
-  raw.forEachRow([&](Vel8u* row, size_t size) { total += file.read(row, size), total -= size; });
-  const bool longer = total == 0 && file.byte() != EOF;
-  if (total != 0 || longer)
+  Raw raw(*a.from, a.width, a.height);
+  std::vector<Vel8u> samples;
+  file.read(&samples, raw.fileSize());
+  const bool longer = file.peek() != EOF;
+  if (samples.size() < raw.fileSize() || longer)
     file.fail(std::string("the file is ") + (longer ? "longer" : "shorter") +
               " than a picture of this format and size");
+  raw.allocate();
+  const Vel8u* from = samples.data();
+  raw.forEachRow([&](Vel8u* row, size_t count) {
+    memcpy(row, from, count);
+    from += count;
+  });
   const int step = raw.whole().width * 3;
   std::vector<Vel8u> rgb(size_t(step) * size_t(raw.whole().height));
-  require(a.from->fromRaw(raw.planes(), rgb.data(), step, raw.whole()));
-  PpmFile ppm(a.out, a.width, a.height, 3);
-  for (int y = 0; y < a.height; ++y) ppm.write(&rgb[size_t(y) * size_t(step)], 1);
-  ppm.commit();
+  must(a.from->fromRaw(raw.planes(), rgb.data(), step, raw.whole()));
+  // Without the columns that only complete groups.
+  Picture picture = {a.width, a.height, 3, std::move(rgb)};
+  for (int y = 1; y < a.height; ++y)
+    memmove(picture.row(y), &picture.samples[size_t(y) * size_t(step)], picture.step());
+  PictureFile(a.out, a.width, a.height, 3).write(picture);
 }
 
 }  // namespace
@@ -279,6 +307,12 @@ int runConvert(int argc, char** argv) {
     return 0;
   }
   requireSse2();
-  workOn(a.in, [&] { a.to ? convertTo(a) : convertFrom(a); });
-  return 0;
+  bool whole = true;
+  workOn(a.in, [&] {
+    if (a.to)
+      whole = convertTo(a);
+    else
+      convertFrom(a);
+  });
+  return whole ? kDone : kDamaged;
 }

@@ -2,6 +2,7 @@
 #include <getopt.h>
 #include <cstdio>
 #include "commands.h"
+#include "endings.h"
 #include "paths.h"
 #include "picture_file.h"
 #include "timing.h"
@@ -12,10 +13,12 @@ constexpr char kHelp[] =
     "usage: orv decode [OPTION]... IN.jpg OUT.ppm\n"
     "       orv decode --time [OPTION]... IN.jpg [OUT.ppm]\n"
     "\n"
-    "Decodes a baseline JPEG to binary PPM, or to PGM when it is grey. Chroma of fewer\n"
-    "samples than luma is replicated. A picture that is cut short is decoded as far as\n"
-    "it goes; the rest is mid-grey.\n"
+    "Decodes a baseline JPEG to binary PPM, or to PGM when it is grey; OUT ends in .ppm,\n"
+    ".pgm, .pnm or nothing. Chroma of fewer samples than luma is replicated. Of a picture\n"
+    "that is cut short or damaged the rest is mid-grey, or that up to the next restart\n"
+    "marker; that is said, and the exit status is 2.\n"
     "\n"
+    "  --strict        refuse a JPEG that is cut short or damaged\n"
     "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
     "  --fused         decode 4:2:0 with the library's fused primitive; its colours are\n"
     "                  those of analogue video's YUV, a little off the true ones\n"
@@ -32,13 +35,10 @@ struct Arguments {
 };
 
 Arguments parse(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'},
-                            {"path", required_argument, nullptr, 'p'},
-                            {"fused", no_argument, nullptr, 'f'},
-                            {"max-pixels", required_argument, nullptr, 'm'},
-                            {"repeat", required_argument, nullptr, 'r'},
-                            {"time", no_argument, nullptr, 't'},
-                            {}};
+  const option options[] = {{"help", no_argument, nullptr, 'h'},   {"path", required_argument, nullptr, 'p'},
+                            {"fused", no_argument, nullptr, 'f'},  {"max-pixels", required_argument, nullptr, 'm'},
+                            {"strict", no_argument, nullptr, 'S'}, {"repeat", required_argument, nullptr, 'r'},
+                            {"time", no_argument, nullptr, 't'},   {}};
   Arguments a;
   for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
     switch (c) {
@@ -46,6 +46,7 @@ Arguments parse(int argc, char** argv) {
       case 'p': selectPath(optarg); break;
       case 'f': a.jpeg.fused = true; break;
       case 'm': a.jpeg.maxPixels = optionNumber("--max-pixels", optarg, jpeg::kMostPixels); break;
+      case 'S': a.jpeg.strict = true; break;
       case 'r': a.repeat = int(optionNumber("--repeat", optarg, 1000000)); [[fallthrough]];
       case 't': a.time = true; break;
       default: refuseOption(c, argv);
@@ -55,30 +56,32 @@ Arguments parse(int argc, char** argv) {
   if (files > 2 || files < (a.time ? 1 : 2))
     throw UsageError("decode takes IN.jpg and OUT.ppm (see orv decode --help)");
   a.in = argv[optind];
-  if (files == 2) a.out = argv[optind + 1];
+  if (files < 2) return a;
+  a.out = argv[optind + 1];
+  requireEnding(a.out, {"ppm", "pgm", "pnm", ""});
   return a;
 }
 
-// False where the picture is cut short.
-bool decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) {
+jpeg::Damage decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) {
   jpeg::Decoder decoder(data.data(), data.size(), a.jpeg);
   PpmFile file(a.out, decoder.width(), decoder.height(), decoder.channels());
-  const bool whole = decoder.decode(file);
+  decoder.decode(file);
   file.commit();
-  return whole;
+  return decoder.damage();
 }
 
-bool timeDecoding(const std::vector<uint8_t>& data, const Arguments& a) {
+jpeg::Damage timeDecoding(const std::vector<uint8_t>& data, const Arguments& a) {
   std::vector<uint8_t> pixels;
-  bool whole = true;
+  jpeg::Damage damage = {};
   printMedianTime(a.repeat, [&] {
     jpeg::Decoder decoder(data.data(), data.size(), a.jpeg);
     const size_t step = size_t(decoder.width()) * size_t(decoder.channels());
     pixels.resize(step * size_t(decoder.height()));
-    whole = decodeTo(decoder, pixels.data(), ptrdiff_t(step));
+    decodeTo(decoder, pixels.data(), ptrdiff_t(step));
+    damage = decoder.damage();
     return 1e-6 * decoder.width() * decoder.height();
   });
-  return whole;
+  return damage;
 }
 
 }  // namespace
@@ -90,12 +93,13 @@ int runDecode(int argc, char** argv) {
     return 0;
   }
   requireSse2();
-  bool whole = true;
+  jpeg::Damage damage = {};
   workOn(a.in, [&] {
     const std::vector<uint8_t> data = InputFile(a.in).rest();
-    if (!a.out.empty()) whole = decodeToFile(data, a);
-    if (a.time) whole = timeDecoding(data, a);
+    if (!a.out.empty()) damage = decodeToFile(data, a);
+    if (a.time) damage = timeDecoding(data, a);
   });
-  if (!whole) warnOfCut(a.in);
-  return 0;
+  if (damage == jpeg::Damage::kNone) return kDone;
+  complain(warningOf(a.in, damage));
+  return kDamaged;
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <vector>
 #include "commands.h"
+#include "endings.h"
 #include "orv.h"
 #include "paths.h"
 #include "picture_file.h"
@@ -11,13 +12,15 @@
 namespace {
 
 constexpr char kHelp[] =
-    "usage: orv filter --box WIDTHxHEIGHT [--path NAME] IN OUT\n"
+    "usage: orv filter --box WIDTHxHEIGHT [OPTION]... IN OUT\n"
     "\n"
     "Replaces each pixel of a picture by the mean of WIDTH by HEIGHT pixels around it,\n"
     "rounded to nearest. Beyond its edges the picture goes on with its outermost pixels.\n"
-    "IN is a JPEG or a binary PPM or PGM file; OUT is one of these, as its name says.\n"
+    "IN is a JPEG or a binary PPM or PGM file; OUT is one of these, as its name\n"
+    "says (.jpg, .jpeg, .ppm, .pgm, .pnm).\n"
     "\n"
     "  --box WxH       the size of the box (1 to 9999 a side)\n"
+    "  --strict        refuse a JPEG that is cut short or damaged\n"
     "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
     "  --help          show this\n";
 
@@ -75,28 +78,32 @@ void filter(Picture& picture, VeliSize box) {
 int runFilter(int argc, char** argv) {
   const option options[] = {{"help", no_argument, nullptr, 'h'},
                             {"box", required_argument, nullptr, 'b'},
+                            {"strict", no_argument, nullptr, 'S'},
                             {"path", required_argument, nullptr, 'p'},
                             {}};
   VeliSize box = {};
+  jpeg::Options reading;
   for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
     switch (c) {
       case 'h': return fputs(kHelp, stdout), 0;
       case 'b': box = boxSize(optarg); break;
       case 'p': selectPath(optarg); break;
+      case 'S': reading.strict = true; break;
       default: refuseOption(c, argv);
     }
   }
   if (argc - optind != 2 || box.width == 0)
     throw UsageError("filter takes --box WIDTHxHEIGHT, IN and OUT (see orv filter --help)");
+  requireEnding(argv[optind + 1], kPictureEndings);
   requireSse2();
-  PictureReader reader(argv[optind]);
+  PictureReader reader(argv[optind], reading);
   if ((double(reader.width()) + box.width) * (double(reader.height()) + box.height) * reader.channels() > kMostSamples)
-    throw std::runtime_error(std::string(argv[optind]) + ": the picture or the box is too large to filter in memory");
+    throw FileError(argv[optind], "the picture or the box is too large to filter in memory");
   PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels());
   workOn(argv[optind], [&] {
     Picture picture = reader.picture();
     filter(picture, box);
     file.write(picture);
   });
-  return 0;
+  return reader.isWhole() ? kDone : kDamaged;
 }

@@ -12,11 +12,14 @@ constexpr char kHelp[] =
     "\n"
     "Shows the library's version, this processor's features, the code path that the\n"
     "library selected, the features that path may use and the largest cache, each with\n"
-    "the status that the library gave.\n";
+    "the status that the library gave and what that means.\n";
 
-void line(const char* name, const std::string& value, const char* status) {
-  printf("%-20s  %s\n", name, value.c_str());
-  if (status) printf("%-20s    %s\n", "", status);
+void line(const char* name, const std::string& value) { printf("%-20s  %s\n", name, value.c_str()); }
+
+// The status of what a line shows, and what it means for the user.
+void status(VelStatus status, const char* meaning) {
+  printf("%-20s    %s\n", "", velGetStatusString(status));
+  if (status != velStsNoErr) printf("%-20s    (%s)\n", "", meaning);
 }
 
 std::string mask(Vel64u features) {
@@ -36,18 +39,21 @@ int runInfo(int argc, char** argv) {
   }
   if (optind < argc) throw UsageError("info takes no arguments");
 
-  line("version", ORV_VERSION, nullptr);
+  line("version", ORV_VERSION);
   Vel64u features = 0;
-  VelStatus status = velGetCpuFeatures(&features, nullptr);
-  line("processor features", featureNames(features) + " (" + mask(features) + ")", velGetStatusString(status));
-  status = velStaticInit();
-  const std::string path = selectedPath().name;
-  line("code path", path + " (index " + std::to_string(velJumpIndexForMergedLibs) + ")", velGetStatusString(status));
+  const VelStatus known = velGetCpuFeatures(&features, nullptr);
+  line("processor features", featureNames(features) + " (" + mask(features) + ")");
+  status(known, "the processor has no CPUID that would tell its features");
+  const VelStatus selected = velStaticInit();
+  line("code path", selectedPath().name + (" (index " + std::to_string(velJumpIndexForMergedLibs) + ")"));
+  status(selected, selected == velStsNonNemlorCpu
+                       ? "all is well: the path is chosen by features alone, whatever make the processor is of"
+                       : "the processor lacks SSE2, which every code path needs");
   const Vel64u enabled = velGetEnabledCpuFeatures();
-  line("enabled features", featureNames(enabled) + " (" + mask(enabled) + ")", nullptr);
+  line("enabled features", featureNames(enabled) + " (" + mask(enabled) + ")");
   int cache = 0;
-  status = velGetMaxCacheSizeB(&cache);
-  line("largest cache", status == velStsNoErr ? std::to_string(cache / 1024) + " KiB" : "unknown",
-       velGetStatusString(status));
-  return 0;
+  const VelStatus sized = velGetMaxCacheSizeB(&cache);
+  line("largest cache", sized == velStsNoErr ? std::to_string(cache / 1024) + " KiB" : "unknown");
+  status(sized, "all is well: the library goes by a usual size instead");
+  return kDone;
 }

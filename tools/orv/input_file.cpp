@@ -1,12 +1,14 @@
 #include "input_file.h"
+#include <sys/stat.h>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <stdexcept>
+#include "messages.h"
 
 namespace {
 
 constexpr size_t kMost = size_t(1) << 29;
+constexpr size_t kFirst = size_t(1) << 16;  // read at a time where it is not known how much comes
 
 }  // namespace
 
@@ -14,7 +16,7 @@ InputFile::InputFile(const std::string& name) : name_(name), file_(fopen(name.c_
   if (!file_) fail(std::string("cannot read: ") + strerror(errno));
 }
 
-void InputFile::fail(const std::string& why) const { throw std::runtime_error(name_ + ": " + why); }
+void InputFile::fail(const std::string& why) const { throw FileError(name_, why); }
 
 void InputFile::check() const {
   if (ferror(file_.get())) fail(std::string("cannot read: ") + strerror(errno));
@@ -38,13 +40,26 @@ size_t InputFile::read(void* to, size_t size) {
   return got;
 }
 
+// Files of the system's own, made as they are read, have the size 0.
+std::optional<uint64_t> InputFile::left() const {
+  struct stat file;
+  const off_t at = ftello(file_.get());
+  if (at < 0 || fstat(fileno(file_.get()), &file) != 0 || !S_ISREG(file.st_mode) || file.st_size == 0) return {};
+  return uint64_t(std::max(file.st_size - at, off_t(0)));
+}
+
+void InputFile::read(std::vector<uint8_t>* to, size_t most) {
+  to->resize(size_t(std::min(left().value_or(kFirst), uint64_t(most))));
+  for (size_t had = 0;;) {
+    had += read(to->data() + had, to->size() - had);
+    if (had < to->size() || had == most || peek() == EOF) return to->resize(had);
+    to->resize(had + std::min(std::max(had, kFirst), most - had));
+  }
+}
+
 std::vector<uint8_t> InputFile::rest() {
   std::vector<uint8_t> data;
-  for (size_t had = 0, got = 1; got > 0; had += got) {
-    if (had > kMost) fail("the file is larger than 512 MiB");
-    data.resize(had + std::max(had, size_t(1) << 16));
-    got = read(data.data() + had, data.size() - had);
-    if (got == 0) data.resize(had);
-  }
+  read(&data, kMost + 1);
+  if (data.size() > kMost) fail("the file is larger than 512 MiB");
   return data;
 }

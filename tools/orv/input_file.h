@@ -4,10 +4,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
-// What goes wrong throws std::runtime_error, which names the file.
+// What goes wrong throws FileError.
 class InputFile {
  public:
   explicit InputFile(const std::string& name);
@@ -19,6 +20,10 @@ class InputFile {
   int peek();
   // Gives how many bytes there were: fewer at the end only.
   size_t read(void* to, size_t size);
+  // How many bytes are left, where that is known: not of a pipe.
+  std::optional<uint64_t> left() const;
+  // *to becomes the next `most` bytes, or those that are left. Its memory grows with what there is, whatever most says.
+  void read(std::vector<uint8_t>* to, size_t most);
   // All that is left, up to 512 MiB.
   std::vector<uint8_t> rest();
 

@@ -9,6 +9,7 @@ namespace jpeg {
 namespace {
 
 int divideUp(int a, int b) { return (a + b - 1) / b; }
+bool isRestart(int code) { return code >= kRst0 && code < kRst0 + 8; }
 
 // All coefficients but the 2x2 of lowest frequency are zero.
 bool inCorner(const Vel16s* block) {
@@ -64,6 +65,8 @@ void Decoder::startScan() {
       for (int x = 0; x < (single ? 1 : c.h); ++x) blocks_.push_back({i, x, y});
   }
   interval_.load(scan_.data, reader_.limit());
+  next_ = interval_.marker();
+  lost_ = false;
   lastDC_.fill(0);
   mcusLeft_ = scan_.restartInterval;
   nextRestart_ = 0;
@@ -71,37 +74,64 @@ void Decoder::startScan() {
 
 // Called where the next MCU lies behind a restart marker.
 void Decoder::nextInterval() {
-  const MarkerAt marker = interval_.marker();
-  if (marker.code != kRst0 + nextRestart_) return cutOff();
-  interval_.load(marker.at + 2, reader_.limit());
-  lastDC_.fill(0);
-  mcusLeft_ = scan_.restartInterval;
+  lost_ = !findRestart(nextRestart_);
   nextRestart_ = (nextRestart_ + 1) % 8;
+  mcusLeft_ = scan_.restartInterval;
+  lastDC_.fill(0);
+  if (lost_) return;
+  interval_.load(next_.at + 2, reader_.limit());
+  next_ = interval_.marker();
 }
 
-// The interval ends before its MCUs do. At the end of the data that is a file cut short; elsewhere, damage.
-void Decoder::cutOff() {
-  const int code = interval_.marker().code;
-  if (code != 0 && code != kEoi) throw Error("the picture data are corrupt: a marker stands where it must not");
-  truncated_ = true;
+// Whether next_ is the restart marker of this number; without damage it is. Otherwise next_ goes over what can be none of
+// the coming ones. Where the marker behind is the right one for the next interval, only this one's number is damaged.
+bool Decoder::findRestart(int number) {
+  const auto following = [this] { return findMarker(next_.at + 2, reader_.limit()); };
+  for (;; next_ = following()) {
+    if (next_.code == kRst0 + number) return true;
+    endsAt(next_.code);
+    if (next_.code == 0 || next_.code == kEoi) return false;
+    if (!isRestart(next_.code)) {
+      if (!isLastScan()) return false;
+      continue;
+    }
+    if (following().code == kRst0 + (number + 1) % 8) return true;
+    const int ahead = (next_.code - kRst0 - number + 8) % 8;
+    if (ahead <= 4) return false;
+  }
+}
+
+// Up to the next restart marker, or all the rest.
+void Decoder::lose(Damage damage, const char* what) {
+  if (options_.strict) throw Error(what);
+  damage_ = std::max(damage_, damage);
+  lost_ = true;
+}
+
+// Data end before their MCUs do. At the end of all data that is a file cut short; elsewhere, damage.
+void Decoder::endsAt(int code) {
+  if (code == 0 || code == kEoi)
+    lose(Damage::kCut, "the picture is cut short");
+  else
+    lose(Damage::kCorrupt, "the picture data are corrupt: a marker stands where it must not");
 }
 
 // An MCU that is not whole becomes mid-grey, as what follows it.
 void Decoder::readMcu() {
-  if (scan_.restartInterval && !truncated_ && mcusLeft_-- == 0) {
+  if (scan_.restartInterval && mcusLeft_-- == 0) {
     nextInterval();
     --mcusLeft_;
   }
   Vel16s* coefficients = coefficients_;
   for (const Block& block : blocks_) {
-    if (truncated_) break;
+    if (lost_) break;
     const size_t i = size_t(block.component);
     const auto outcome = interval_.block(scan_.components[i], &lastDC_[i], coefficients);
-    if (outcome == Interval::kInvalid) throw Error("the picture data are corrupt: a code that is none");
-    if (outcome == Interval::kCutOff) cutOff();
+    if (outcome == Interval::kInvalid) lose(Damage::kCorrupt, "the picture data are corrupt: a code that is none");
+    if (outcome == Interval::kCutOff) endsAt(interval_.marker().code);
     coefficients += kSamples;
   }
-  if (truncated_) std::fill_n(coefficients_, blocks_.size() * kSamples, Vel16s(0));
+  if (lost_) std::fill_n(coefficients_, blocks_.size() * kSamples, Vel16s(0));
 }
 
 // ---- Any sampling: component planes first
@@ -167,7 +197,7 @@ void Decoder::decodeByRows(RowSink& sink) {
 void Decoder::decodeWhole(RowSink& sink) {
   makePlanes(divideUp(height(), mcuHeight_));
   std::array<bool, 3> seen{};
-  for (size_t missing = planes_.size(); missing > 0 && !truncated_;) {
+  for (size_t missing = planes_.size(); missing > 0;) {
     for (const ScanComponent& c : scan_.components) {
       if (seen[size_t(c.index)]) throw Error("a component comes in two scans");
       seen[size_t(c.index)] = true;
@@ -183,15 +213,16 @@ void Decoder::decodeWhole(RowSink& sink) {
     for (int y = 0; y < high; ++y)
       for (int x = 0; x < wide; ++x) {
         readMcu();
-        if (truncated_) break;
         transformMcu(x, y);
       }
-    reader_.resume(interval_.marker().at);
-    if (missing == 0 || truncated_) continue;
-    if (reader_.nextScan(&scan_))
-      startScan();
-    else
-      truncated_ = true;
+    while (isRestart(next_.code)) next_ = findMarker(next_.at + 2, reader_.limit());
+    reader_.resume(next_.at);
+    if (missing == 0) break;
+    if (!reader_.nextScan(&scan_)) {
+      endsAt(kEoi);
+      break;
+    }
+    startScan();
   }
   for (int y = 0; y < height(); y += mcuHeight_) convert(sink, y, std::min(mcuHeight_, height() - y), y);
 }
@@ -243,6 +274,18 @@ Decoder::Decoder(const uint8_t* data, size_t size, const Options& options)
   mcusWide_ = divideUp(width(), frame_.hMax * kSize);
   if (options_.fused && !isInterleaved420())
     throw Error("the fused primitive takes pictures of 4:2:0 in one scan only");
+  requireData();
+}
+
+// Each block has two codes, of a bit at least. Of a file that is cut an eighth of the least is enough.
+void Decoder::requireData() const {
+  int blocks = 0;
+  for (const Component& c : frame_.components) blocks += c.h * c.v;
+  const uint64_t bits = uint64_t(mcusWide_) * uint64_t(divideUp(height(), mcuHeight_)) * uint64_t(blocks) * 2;
+  const auto bytes = uint64_t(reader_.limit() - scan_.data);
+  if (bytes * 8 * 8 < bits)
+    throw Error(std::to_string(width()) + " x " + std::to_string(height()) +
+                " is more than a file of this size can hold");
 }
 
 bool Decoder::isInterleaved420() const { return frame_.is420() && scan_.components.size() == 3; }
@@ -251,11 +294,11 @@ bool Decoder::decode(RowSink& sink) {
   startScan();
   if (isInterleaved420())
     decode420(sink);
-  else if (scan_.components.size() == frame_.components.size())
+  else if (isLastScan())
     decodeByRows(sink);
   else
     decodeWhole(sink);
-  return !truncated_;
+  return damage_ == Damage::kNone;
 }
 
 bool decodeTo(Decoder& decoder, uint8_t* pixels, ptrdiff_t step) {

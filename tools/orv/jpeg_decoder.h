@@ -15,7 +15,11 @@ struct Options {
   // 4:2:0 by the library's fused primitive, whose colours are analogue video's. Other pictures are refused.
   bool fused = false;
   uint64_t maxPixels = 1 << 28;  // at most kMostPixels
+  bool strict = false;           // a picture that is not whole is an Error
 };
+
+// What is lost of a picture is mid-grey. kCut: the data end before it does.
+enum class Damage { kNone, kCut, kCorrupt };
 
 // Where rows of finished pixels go: interleaved RGB, or grey, without padding between pixels.
 struct Rows {
@@ -31,7 +35,8 @@ class RowSink {
   virtual void done(int y, int count) = 0;
 };
 
-// All that is wrong with a file comes as Error.
+// All that is wrong with a file's headers comes as Error. A picture whose data are damaged loses what lies behind the
+// damage, up to the next restart marker where it has them.
 class Decoder {
  public:
   // Reads the headers up to the first scan; data[0..size) must outlive the decoder.
@@ -41,9 +46,9 @@ class Decoder {
   int height() const { return frame_.height; }
   int channels() const { return int(frame_.components.size()); }
 
-  // Decodes the picture; to be called once. False where the data end before the picture does: what is missing is then
-  // mid-grey.
+  // Decodes the picture; to be called once. False where it is not whole.
   bool decode(RowSink& sink);
+  Damage damage() const { return damage_; }
 
  private:
   static constexpr int kSize = 8, kSamples = 64, kMaxBlocks = 10;
@@ -78,9 +83,13 @@ class Decoder {
 
   bool isInterleaved420() const;
   void startScan();
+  void requireData() const;
+  bool isLastScan() const { return scan_.components.size() == frame_.components.size(); }
   void nextInterval();
+  bool findRestart(int number);
   void readMcu();
-  void cutOff();
+  void lose(Damage damage, const char* what);
+  void endsAt(int code);
   void transformMcu(int x, int y);
   void makePlanes(int mcuRows);
   void convert(RowSink& sink, int y, int count, int top);
@@ -101,7 +110,9 @@ class Decoder {
   std::vector<Block> blocks_;
   std::array<Vel16s, 3> lastDC_;
   int mcusLeft_ = 0, nextRestart_ = 0;  // MCUs until the next restart marker, and which one that is
-  bool truncated_ = false;
+  MarkerAt next_ = {nullptr, 0};        // where that is to be, or a later one
+  bool lost_ = false;                   // the rest of the interval
+  Damage damage_ = Damage::kNone;
   alignas(16) Vel16s coefficients_[kMaxBlocks * kSamples];
 };
 

@@ -1,5 +1,8 @@
 // orv: libOrv on the command line.
+#include <fcntl.h>
 #include <getopt.h>
+#include <signal.h>
+#include <unistd.h>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -26,8 +29,19 @@ constexpr char kHelp[] =
     "  orv COMMAND --help          more about a command\n"
     "  orv --help, orv --version\n"
     "\n"
-    "The exit code is 0 when all went well, 2 when the command line makes no sense, and\n"
-    "1 when something else went wrong.\n";
+    "The exit status is\n"
+    "  0   when all went well; compare: the pictures are the same, or near enough\n"
+    "  1   when there is no result, or not for all files; compare: the pictures differ\n"
+    "  2   when the command line makes no sense; or when a JPEG is cut short or damaged,\n"
+    "      and the result is that of what is left (--strict: there is none, 1);\n"
+    "      compare: in any case but the other two\n";
+
+// Of standard input, output and error one that is closed would become the first file that is opened, and get what is
+// printed. What is read or written there fails, as it would have; messages are lost.
+void openStandardFiles() {
+  for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (fcntl(file, F_GETFD) < 0) open("/dev/null", file == STDERR_FILENO ? O_WRONLY : O_RDONLY);
+}
 
 int run(int argc, char** argv) {
   if (argc < 2) throw UsageError("no command given (see orv --help)");
@@ -67,16 +81,20 @@ uint64_t optionNumber(const char* option, const char* text, uint64_t most) {
 }
 
 int main(int argc, char** argv) {
-  int code = 1;
+  openStandardFiles();
+  signal(SIGXFSZ, SIG_IGN);  // a file that becomes too large is an error like another
+  const int failed = argc > 1 && strcmp(argv[1], "compare") == 0 ? 2 : kFailed;
   try {
-    code = run(argc, argv);
+    const int status = run(argc, argv);
     if (fflush(stdout) != 0 || ferror(stdout)) throw std::runtime_error("cannot write to standard output");
-    return code;
+    return status;
   } catch (const UsageError& e) {
-    fprintf(stderr, "orv: %s\n", e.what());
+    complain(e.what());
     return 2;
+  } catch (const std::bad_alloc&) {
+    complain(kNoMemory);
   } catch (const std::exception& e) {
-    fprintf(stderr, "orv: %s\n", e.what());
-    return 1;
+    complain(e.what());
   }
+  return failed;
 }

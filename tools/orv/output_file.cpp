@@ -1,49 +1,157 @@
 #include "output_file.h"
 #include <fcntl.h>
+#include <limits.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <stdexcept>
+#include "messages.h"
 
 namespace {
 
-[[noreturn]] void fail(const std::string& name, const std::string& why = strerror(errno)) {
-  throw std::runtime_error(name + ": cannot write: " + why);
+// ---- Signals
+
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+// While files get or lose a name.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int signal : kSignals) sigaddset(&set, signal);
+    sigprocmask(SIG_BLOCK, &set, &before_);
+  }
+  ~SignalsBlocked() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t before_;
+};
+
+// The temporary file that a signal removes; empty without one. It changes while signals are blocked.
+char unfinished[PATH_MAX];
+
+// The signal's usual action is set again by then, and follows.
+void removeUnfinished(int signal) {
+  if (unfinished[0]) unlink(unfinished);
+  raise(signal);
 }
+
+// Signals that the program was started to ignore stay ignored.
+void catchSignals() {
+  for (const int signal : kSignals) {
+    struct sigaction action;
+    if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) continue;
+    action.sa_handler = removeUnfinished;
+    action.sa_flags = int(SA_RESETHAND);
+    sigaction(signal, &action, nullptr);
+  }
+}
+
+// ---- Names
+
+// With the slash.
+std::string folderOf(const std::string& name) { return name.substr(0, name.rfind('/') + 1); }
+
+// Where symbolic links lead, whether there is a file or not. A loop has been noticed before.
+std::string followed(std::string name) {
+  char to[PATH_MAX];
+  for (ssize_t size; (size = readlink(name.c_str(), to, sizeof to)) > 0;)
+    name = (to[0] == '/' ? "" : folderOf(name)) + std::string(to, size_t(size));
+  return name;
+}
+
+// What an open file can be linked by.
+std::string linkOf(int file) { return "/proc/self/fd/" + std::to_string(file); }
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& name) : name_(name), temporary_(name + ".XXXXXX") {
+OutputFile::OutputFile(const std::string& name, Unfinished kind) : name_(name) {
   struct stat there;
-  if (stat(name.c_str(), &there) == 0 && !S_ISREG(there.st_mode)) fail(name, "it is there and is not a regular file");
-  file_ = mkstemp(temporary_.data());
-  if (file_ < 0) fail(name_);
-  const mode_t mask = umask(0);
-  umask(mask);
-  fchmod(file_, 0666 & ~mask);
+  const bool exists = stat(name.c_str(), &there) == 0;
+  if (exists && !S_ISREG(there.st_mode)) throw FileError(name, "cannot write: it is there and is not a regular file");
+  if (!exists && errno != ENOENT) fail();
+  target_ = followed(name);
+  const mode_t mode = exists ? 0600 : 0666;
+  const std::string folder = folderOf(target_);
+  if (kind == Unfinished::kNamelessIfPossible)
+    file_ = open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, mode);
+  if (file_ >= 0 && access(linkOf(file_).c_str(), F_OK) != 0) {
+    close(file_);
+    file_ = -1;
+  }
+  if (file_ < 0) openNamed(mode);
+  if (exists) keepRights(there.st_uid, there.st_gid, there.st_mode & 0777);
+}
+
+void OutputFile::fail() const { throw FileError(name_, std::string("cannot write: ") + strerror(errno)); }
+
+// make(name) for names that are short, whatever the file's own is, until there is no such file yet.
+template <class Make> bool OutputFile::makeTemporary(const Make& make) {
+  bool made = false;
+  for (int i = 0; !made && i < 1000; ++i) {
+    temporary_ = folderOf(target_) + ".orv-" + std::to_string(getpid()) + "-" + std::to_string(i);
+    made = make(temporary_.c_str());
+    if (!made && errno != EEXIST) break;
+  }
+  if (!made) temporary_.clear();
+  return made;
+}
+
+void OutputFile::openNamed(unsigned mode) {
+  const SignalsBlocked blocked;
+  catchSignals();
+  const auto make = [&](const char* name) {
+    return (file_ = open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode)) >= 0;
+  };
+  if (!makeTemporary(make)) fail();
+  strncpy(unfinished, temporary_.c_str(), sizeof unfinished - 1);
+}
+
+// Those of the file that is replaced. Where it cannot stay its group's, another group gets none.
+void OutputFile::keepRights(unsigned user, unsigned group, unsigned mode) {
+  if (fchown(file_, user, group) != 0 && fchown(file_, uid_t(-1), group) != 0) mode &= ~unsigned(S_IRWXG);
+  fchmod(file_, mode);
 }
 
 OutputFile::~OutputFile() {
   if (file_ >= 0) close(file_);
-  if (!temporary_.empty()) unlink(temporary_.c_str());
+  if (temporary_.empty()) return;
+  const SignalsBlocked blocked;
+  unlink(temporary_.c_str());
+  unfinished[0] = 0;
 }
 
 void OutputFile::write(const void* data, size_t size) {
   for (const char* p = static_cast<const char*>(data); size > 0;) {
     const ssize_t written = ::write(file_, p, size);
     if (written < 0 && errno == EINTR) continue;
-    if (written < 0) fail(name_);
+    if (written < 0) fail();
     p += written;
     size -= size_t(written);
   }
 }
 
+// A link replaces no file, a renamed one does.
+void OutputFile::linkNameless() {
+  const std::string from = linkOf(file_);
+  const auto link = [&](const char* to) {
+    return linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to, AT_SYMLINK_FOLLOW) == 0;
+  };
+  if (!link(target_.c_str()) && (errno != EEXIST || !makeTemporary(link))) fail();
+}
+
 void OutputFile::commit() {
+  const SignalsBlocked blocked;
+  if (temporary_.empty()) linkNameless();
   const int file = file_;
   file_ = -1;
-  if (close(file) != 0) fail(name_);
-  if (rename(temporary_.c_str(), name_.c_str()) != 0) fail(name_);
+  if (close(file) != 0) fail();
+  if (!temporary_.empty() && rename(temporary_.c_str(), target_.c_str()) != 0) fail();
   temporary_.clear();
+  unfinished[0] = 0;
 }

@@ -3,11 +3,14 @@
 #include <cstddef>
 #include <string>
 
-// What is written goes to a temporary file beside it, which commit() renames and which is removed otherwise. What fails
-// throws std::runtime_error.
+// What is written goes to a file in the same folder that has no name, or a temporary one where the file system knows no
+// others; commit() gives it its name. Otherwise it is removed, by signals as well. A file that is there is replaced and
+// keeps its mode; a symbolic link stays, and what it points to is replaced. A program writes one file at a time. What
+// fails throws FileError.
 class OutputFile {
  public:
-  explicit OutputFile(const std::string& name);
+  enum class Unfinished { kNamelessIfPossible, kNamed };
+  explicit OutputFile(const std::string& name, Unfinished unfinished = Unfinished::kNamelessIfPossible);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -16,6 +19,12 @@ class OutputFile {
   void commit();
 
  private:
-  std::string name_, temporary_;
+  [[noreturn]] void fail() const;
+  template <class Make> bool makeTemporary(const Make& make);
+  void openNamed(unsigned mode);
+  void keepRights(unsigned user, unsigned group, unsigned mode);
+  void linkNameless();
+
+  std::string name_, target_, temporary_;  // target_: name_, or where that link leads; temporary_: empty without one
   int file_ = -1;
 };

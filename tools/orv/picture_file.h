@@ -1,10 +1,9 @@
 // Pictures in files of any kind that the program knows: JPEG, and binary PPM or PGM.
 #pragma once
 #include <memory>
-#include <new>
-#include <stdexcept>
 #include <string>
 #include <vector>
+#include "messages.h"
 #include "ppm_file.h"
 
 // A whole picture in memory, without padding between rows.
@@ -18,35 +17,26 @@ struct Picture {
 };
 constexpr int kMostInMemory = 1 << 28;  // pixels
 
-// Runs work for a file: what is wrong with its JPEG data, or that memory is short, is said with the file's name.
-template <class Work> void workOn(const std::string& name, const Work& work) {
-  try {
-    work();
-  } catch (const jpeg::Error& e) {
-    throw std::runtime_error(name + ": " + e.what());
-  } catch (const std::bad_alloc&) {
-    throw std::runtime_error(name + ": there is not enough memory for this picture");
-  }
-}
-
-// What is said of a JPEG that is cut short.
-std::string cutWarning(const std::string& name);
-void warnOfCut(const std::string& name);
+// What is said of a JPEG that is not whole.
+std::string warningOf(const std::string& name, jpeg::Damage damage);
 
 // Reads a picture of either kind, which the file's first byte tells.
 class PictureReader : public jpeg::RowSource {
  public:
-  explicit PictureReader(const std::string& name);
+  explicit PictureReader(const std::string& name, const jpeg::Options& options = {});
 
   int width() const { return ppm_ ? ppm_->width() : decoder_->width(); }
   int height() const { return ppm_ ? ppm_->height() : decoder_->height(); }
   int channels() const { return ppm_ ? ppm_->channels() : decoder_->channels(); }
   // A JPEG is decoded as a whole when its first rows are asked for.
   jpeg::ConstRows rows(int y, int count) override;
-  // To be called once, and instead of rows(). False where the picture is cut short; what is missing is mid-grey.
+  // To be called once, and instead of rows(). False where the picture is not whole; what is missing is mid-grey.
   bool read(Picture* to);
   // The same, with a warning.
   Picture picture();
+  // Of what has been read.
+  bool isWhole() const { return !decoder_ || decoder_->damage() == jpeg::Damage::kNone; }
+  std::string warning() const { return warningOf(name_, decoder_->damage()); }
 
  private:
   std::string name_;
@@ -67,8 +57,8 @@ class JpegFile : public jpeg::ByteSink {
   OutputFile file_;
 };
 
-// Writes a picture as what the file's name ends in: .jpg or .jpeg; .ppm, .pgm, .pnm or nothing. Throws UsageError where
-// it ends in something else, and before there is a picture where none of this size and kind can be written.
+// Writes a picture as what the file's name ends in. Throws UsageError where that is none of kPictureEndings, and before
+// there is a picture where none of this size and kind can be written.
 class PictureFile {
  public:
   PictureFile(const std::string& name, int width, int height, int channels, const jpeg::EncoderOptions& options = {});
@@ -82,6 +72,3 @@ class PictureFile {
   std::unique_ptr<JpegFile> jpeg_;
   std::unique_ptr<PpmFile> ppm_;
 };
-
-// What a file's name ends in: what follows the last dot, in lower case.
-std::string endingOf(const std::string& name);

@@ -7,7 +7,7 @@
 #include "jpeg_encoder.h"
 #include "output_file.h"
 
-// Writes one, row by row.
+// Writes one, row by row. Throws FileError where a PGM file would have colours.
 class PpmFile : public jpeg::RowSink {
  public:
   PpmFile(const std::string& name, int width, int height, int channels);
@@ -24,8 +24,8 @@ class PpmFile : public jpeg::RowSink {
   std::vector<uint8_t> strip_;
 };
 
-// Reads one of 8 bits a sample, row by row. What is wrong with the file throws std::runtime_error; that it ends too
-// early shows when the rows are asked for.
+// Reads one of 8 bits a sample, row by row. What is wrong with the file throws FileError; that a pipe ends too early shows
+// when the rows are asked for.
 class PpmReader : public jpeg::RowSource {
  public:
   explicit PpmReader(const std::string& name) : PpmReader(InputFile(name)) {}
@@ -35,11 +35,12 @@ class PpmReader : public jpeg::RowSource {
   int height() const { return height_; }
   int channels() const { return channels_; }
   jpeg::ConstRows rows(int y, int count) override;
-  // The next samples.
-  void read(uint8_t* samples, size_t count);
+  // *samples becomes the next `count` ones.
+  void read(std::vector<uint8_t>* samples, size_t count);
 
  private:
   [[noreturn]] void failInHeader() const;
+  [[noreturn]] void failAtEnd() const;
   int character();
   int number();
 

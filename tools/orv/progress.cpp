@@ -3,6 +3,7 @@
 #include <unistd.h>
 #include <algorithm>
 #include <cstdio>
+#include "messages.h"
 
 namespace {
 
@@ -37,7 +38,7 @@ void Progress::draw() const {
 void Progress::done(const std::string& line) {
   ++done_;
   if (terminal_) return draw();
-  puts(line.c_str());
+  puts(shown(line).c_str());
   fflush(stdout);
 }
 
@@ -49,6 +50,6 @@ void Progress::failed() {
 void Progress::complain(const std::string& line) {
   if (terminal_) printf("\r%*s\r", int(columns()), "");
   fflush(stdout);
-  fprintf(stderr, "orv: %s\n", line.c_str());
+  ::complain(line);
   draw();
 }

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include "commands.h"
+#include "endings.h"
 #include "paths.h"
 #include "resizer.h"
 #include "timing.h"
@@ -25,11 +26,13 @@ constexpr char kHelp[] =
     "\n"
     "  --method M      nearest, linear, cubic, bspline, catmull, b05c03, lanczos or super\n"
     "                  (the mean of the area that a pixel covers; only reduces).\n"
-    "                  Without --method it is catmull, antialiased: sharp with few halos\n"
-    "                  when it enlarges, and free of moire when it reduces\n"
-    "  --antialias     where the picture becomes smaller, let the method see all that a\n"
-    "                  pixel covers; nearest and super do without\n"
+    "                  Without --method it is catmull: sharp with few halos\n"
+    "  --no-antialias  where the picture becomes smaller, a method sees all that a pixel\n"
+    "                  covers, so that there is no moire; with this it sees what lies\n"
+    "                  nearest only. It makes no difference to nearest and super\n"
+    "  --antialias     the contrary, and what is done without either\n"
     "  --quality N     of a JPEG, 1 to 100 (default 85)\n"
+    "  --strict        refuse a JPEG that is cut short or damaged\n"
     "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
     "  --time          print the median time of resizing in memory, and the pixels that it\n"
     "                  makes in a second\n"
@@ -81,16 +84,18 @@ VeliSize sizeFor(const Size& size, VeliSize from) {
 struct Arguments {
   std::string in, out;
   Size size;
-  const ResizeMethod* method = nullptr;  // or catmull, antialiased where that makes a difference
-  bool help = false, antialias = false;  // antialias: by a method that is named
+  const ResizeMethod* method = &::method("catmull");
+  bool help = false, antialias = true;  // antialias: where it makes a difference
   bool time = false;
   int repeat = 11;
   jpeg::EncoderOptions jpeg;
+  jpeg::Options reading;
 };
 
 Arguments parse(int argc, char** argv) {
   const option options[] = {{"help", no_argument, nullptr, 'h'},          {"path", required_argument, nullptr, 'p'},
                             {"method", required_argument, nullptr, 'm'},  {"antialias", no_argument, nullptr, 'a'},
+                            {"no-antialias", no_argument, nullptr, 'n'},  {"strict", no_argument, nullptr, 'S'},
                             {"quality", required_argument, nullptr, 'q'}, {"repeat", required_argument, nullptr, 'r'},
                             {"time", no_argument, nullptr, 't'},          {}};
   Arguments a;
@@ -100,6 +105,8 @@ Arguments parse(int argc, char** argv) {
       case 'p': selectPath(optarg); break;
       case 'm': a.method = &method(optarg); break;
       case 'a': a.antialias = true; break;
+      case 'n': a.antialias = false; break;
+      case 'S': a.reading.strict = true; break;
       case 'q': a.jpeg.quality = int(optionNumber("--quality", optarg, 100)); break;
       case 'r': a.repeat = int(optionNumber("--repeat", optarg, 1000000)); [[fallthrough]];
       case 't': a.time = true; break;
@@ -107,37 +114,38 @@ Arguments parse(int argc, char** argv) {
     }
   }
   if (argc - optind != 3) throw UsageError("resize takes IN, OUT and a size (see orv resize --help)");
-  if (a.antialias && a.method && !a.method->antialiases)
-    throw UsageError(std::string("--antialias does not go with ") + a.method->name);
   a.in = argv[optind];
   a.out = argv[optind + 1];
   a.size = parseSize(argv[optind + 2]);
+  requireEnding(a.out, kPictureEndings);
   return a;
 }
 
-void resize(const Arguments& a) {
-  PictureReader reader(a.in);
+// Gives whether the picture was whole.
+bool resize(const Arguments& a) {
+  PictureReader reader(a.in, a.reading);
   const VeliSize from = {reader.width(), reader.height()}, to = sizeFor(a.size, from);
   const auto fail = [&](const std::string& why) {
-    throw std::runtime_error(a.in + ": " + std::to_string(from.width) + " x " + std::to_string(from.height) + " to " +
-                             std::to_string(to.width) + " x " + std::to_string(to.height) + ": " + why);
+    throw FileError(a.in, std::to_string(from.width) + " x " + std::to_string(from.height) + " to " +
+                              std::to_string(to.width) + " x " + std::to_string(to.height) + ": " + why);
   };
   if (to.width > kMostInMemory / to.height)
     fail("more than the " + std::to_string(kMostInMemory) + " pixels that are held in memory");
   const bool reduces = to.width < from.width || to.height < from.height;
-  const bool antialias = a.method ? a.antialias : reduces;
-  const int interpolation = a.method ? a.method->code : velInterCubicCatmullRom;
+  const bool antialias = a.antialias && a.method->antialiases && reduces;
+  const int interpolation = a.method->code | (antialias ? velFlagAntialiasing : 0);
   if (interpolation == velInterSuper && (to.width > from.width || to.height > from.height))
     fail("the method super only reduces");
   PictureFile file(a.out, to.width, to.height, reader.channels(), a.jpeg);
   const Picture picture = reader.picture();
-  const auto work = [&] { return resized(picture, to, interpolation | (antialias ? velFlagAntialiasing : 0)); };
+  const auto work = [&] { return resized(picture, to, interpolation); };
   file.write(work());
   if (a.time)
     printMedianTime(a.repeat, [&] {
       work();
       return 1e-6 * to.width * to.height;
     });
+  return reader.isWhole();
 }
 
 }  // namespace
@@ -146,6 +154,7 @@ int runResize(int argc, char** argv) {
   const Arguments a = parse(argc, argv);
   if (a.help) return fputs(kHelp, stdout), 0;
   requireSse2();
-  workOn(a.in, [&] { resize(a); });
-  return 0;
+  bool whole = true;
+  workOn(a.in, [&] { whole = resize(a); });
+  return whole ? kDone : kDamaged;
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 #include "commands.h"
+#include "endings.h"
 #include "label.h"
 #include "paths.h"
 #include "resizer.h"
@@ -13,12 +14,14 @@
 namespace {
 
 constexpr char kHelp[] =
-    "usage: orv sheet [--path NAME] IN OUT\n"
+    "usage: orv sheet [OPTION]... IN OUT\n"
     "\n"
     "Makes a contact sheet of a photo: by each method of orv resize the photo reduced,\n"
     "without and with antialiasing, and its detail of most contrast enlarged. IN is a JPEG\n"
-    "or a binary PPM or PGM file; OUT is one of these, as its name says.\n"
+    "or a binary PPM or PGM file; OUT is one of these, as its name says (.jpg, .jpeg, .ppm,\n"
+    ".pgm, .pnm).\n"
     "\n"
+    "  --strict        refuse a JPEG that is cut short or damaged\n"
     "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
     "  --help          show this\n";
 
@@ -111,22 +114,31 @@ Picture sheetOf(const Picture& photo) {
 }  // namespace
 
 int runSheet(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'}, {"path", required_argument, nullptr, 'p'}, {}};
+  const option options[] = {{"help", no_argument, nullptr, 'h'},
+                            {"path", required_argument, nullptr, 'p'},
+                            {"strict", no_argument, nullptr, 'S'},
+                            {}};
+  jpeg::Options reading;
   for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
     switch (c) {
       case 'h': return fputs(kHelp, stdout), 0;
       case 'p': selectPath(optarg); break;
+      case 'S': reading.strict = true; break;
       default: refuseOption(c, argv);
     }
   }
   if (argc - optind != 2) throw UsageError("sheet takes IN and OUT (see orv sheet --help)");
+  requireEnding(argv[optind + 1], kPictureEndings);
   requireSse2();
+  bool whole = true;
   workOn(argv[optind], [&] {
-    const Picture sheet = sheetOf(PictureReader(argv[optind]).picture());
+    PictureReader reader(argv[optind], reading);
+    const Picture sheet = sheetOf(reader.picture());
+    whole = reader.isWhole();
     jpeg::EncoderOptions jpeg;
     jpeg.quality = 95;  // what differs is to be the methods' doing
     jpeg.sampling = jpeg::Sampling::k444;
     PictureFile(argv[optind + 1], sheet.width, sheet.height, sheet.channels, jpeg).write(sheet);
   });
-  return 0;
+  return whole ? kDone : kDamaged;
 }

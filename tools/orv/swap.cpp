@@ -2,6 +2,7 @@
 #include <getopt.h>
 #include <cstdio>
 #include "commands.h"
+#include "endings.h"
 #include "orv.h"
 #include "paths.h"
 #include "picture_file.h"
@@ -9,13 +10,14 @@
 namespace {
 
 constexpr char kHelp[] =
-    "usage: orv swap --order ORDER [--path NAME] IN OUT\n"
+    "usage: orv swap --order ORDER [OPTION]... IN OUT\n"
     "\n"
     "Reorders the channels of a picture in colour. IN is a JPEG or a binary PPM file; OUT\n"
-    "is one of these, as its name says.\n"
+    "is one of these, as its name says (.jpg, .jpeg, .ppm, .pnm).\n"
     "\n"
     "  --order ORDER   what the red, green and blue of OUT are taken from, a letter each:\n"
     "                  bgr exchanges red and blue, ggg shows green in grey\n"
+    "  --strict        refuse a JPEG that is cut short or damaged\n"
     "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
     "  --help          show this\n";
 
@@ -36,23 +38,26 @@ Order orderOf(const char* text) {
 int runSwap(int argc, char** argv) {
   const option options[] = {{"help", no_argument, nullptr, 'h'},
                             {"order", required_argument, nullptr, 'o'},
+                            {"strict", no_argument, nullptr, 'S'},
                             {"path", required_argument, nullptr, 'p'},
                             {}};
   Order order = {};
   bool ordered = false;
+  jpeg::Options reading;
   for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
     switch (c) {
       case 'h': return fputs(kHelp, stdout), 0;
       case 'o': order = orderOf(optarg), ordered = true; break;
       case 'p': selectPath(optarg); break;
+      case 'S': reading.strict = true; break;
       default: refuseOption(c, argv);
     }
   }
   if (argc - optind != 2 || !ordered) throw UsageError("swap takes --order ORDER, IN and OUT (see orv swap --help)");
+  requireEnding(argv[optind + 1], kPictureEndings);
   requireSse2();
-  PictureReader reader(argv[optind]);
-  if (reader.channels() != 3)
-    throw std::runtime_error(std::string(argv[optind]) + ": a grey picture; swap takes colours");
+  PictureReader reader(argv[optind], reading);
+  if (reader.channels() != 3) throw FileError(argv[optind], "a grey picture; swap takes colours");
   PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels());
   workOn(argv[optind], [&] {
     Picture picture = reader.picture();
@@ -60,5 +65,5 @@ int runSwap(int argc, char** argv) {
                                   order.channels));
     file.write(picture);
   });
-  return 0;
+  return reader.isWhole() ? kDone : kDamaged;
 }

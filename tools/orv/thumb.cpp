@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <set>
 #include "commands.h"
+#include "endings.h"
 #include "paths.h"
 #include "progress.h"
 #include "resizer.h"
@@ -25,10 +27,12 @@ constexpr char kHelp[] =
     "the area that it covers. What a camera notes beside the picture, such as which side is\n"
     "up, is not kept.\n"
     "\n"
-    "A photo that cannot be read is reported, the others are done, and the exit code is 1.\n"
+    "A photo that cannot be read is reported, the others are done, and the exit status is\n"
+    "1; one that is cut short or damaged is reported, too, and the exit status is 2.\n"
     "\n"
     "  --size N        the longest side in pixels (default 256); smaller photos keep theirs\n"
     "  --quality N     1 to 100 (default 85)\n"
+    "  --strict        refuse a JPEG that is cut short or damaged\n"
     "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
     "  --help          show this\n";
 
@@ -37,14 +41,13 @@ struct Arguments {
   int size = 256;
   bool help = false;
   jpeg::EncoderOptions jpeg;
+  jpeg::Options reading;
 };
 
 Arguments parse(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'},
-                            {"path", required_argument, nullptr, 'p'},
-                            {"size", required_argument, nullptr, 's'},
-                            {"quality", required_argument, nullptr, 'q'},
-                            {}};
+  const option options[] = {{"help", no_argument, nullptr, 'h'},       {"path", required_argument, nullptr, 'p'},
+                            {"size", required_argument, nullptr, 's'}, {"quality", required_argument, nullptr, 'q'},
+                            {"strict", no_argument, nullptr, 'S'},     {}};
   Arguments a;
   for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
     switch (c) {
@@ -52,6 +55,7 @@ Arguments parse(int argc, char** argv) {
       case 'p': selectPath(optarg); break;
       case 's': a.size = int(optionNumber("--size", optarg, jpeg::kLargestSide)); break;
       case 'q': a.jpeg.quality = int(optionNumber("--quality", optarg, 100)); break;
+      case 'S': a.reading.strict = true; break;
       default: refuseOption(c, argv);
     }
   }
@@ -64,19 +68,13 @@ Arguments parse(int argc, char** argv) {
 // ---- Folders
 
 [[noreturn]] void failOn(const std::string& name, const char* what) {
-  throw std::runtime_error(name + ": " + what + ": " + strerror(errno));
-}
-
-bool isJpegByName(const std::string& name) {
-  const std::string ending = endingOf(name);
-  return ending == "jpg" || ending == "jpeg";
+  throw FileError(name, std::string(what) + ": " + strerror(errno));
 }
 
 bool isPhoto(const std::string& name) {
   struct stat file;
   if (stat(name.c_str(), &file) != 0 || !S_ISREG(file.st_mode)) return false;
-  const std::string ending = endingOf(name);
-  if (isJpegByName(name) || ending == "ppm" || ending == "pgm" || ending == "pnm") return true;
+  if (endsIn(name, kPictureEndings)) return true;
   const std::unique_ptr<FILE, int (*)(FILE*)> opened(fopen(name.c_str(), "rb"), fclose);
   char head[3] = {};
   if (!opened || fread(head, 1, sizeof head, opened.get()) < sizeof head) return false;
@@ -94,34 +92,55 @@ std::vector<std::string> photosIn(const std::string& folder) {
     errno = 0;
   }
   if (errno != 0) failOn(folder, "cannot read");
-  if (names.empty()) throw std::runtime_error(folder + ": there are no JPEG, PPM or PGM files in this folder");
+  if (names.empty()) throw FileError(folder, "there are no JPEG, PPM or PGM files in this folder");
   std::sort(names.begin(), names.end());
   return names;
 }
 
+bool isSame(const std::string& a, const std::string& b) {
+  struct stat first, second;
+  return stat(a.c_str(), &first) == 0 && stat(b.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
+         first.st_ino == second.st_ino;
+}
+
+// Whether the file of this name, or the one it links to, lies in a folder.
+bool liesIn(const std::string& folder, const std::string& name) {
+  const std::unique_ptr<char, void (*)(void*)> path(realpath(name.c_str(), nullptr), free);
+  if (!path) return false;
+  const std::string whole = path.get();
+  return isSame(whole.substr(0, whole.rfind('/') + 1), folder);
+}
+
 // There is to be a folder of this name, and another one than that of the photos, which thumbnails would replace.
 void makeFolder(const std::string& name, const std::string& photos) {
-  struct stat to, from;
+  struct stat to;
   if (mkdir(name.c_str(), 0777) != 0 && errno != EEXIST) failOn(name, "cannot make this folder");
   if (stat(name.c_str(), &to) != 0) failOn(name, "cannot write");
-  if (!S_ISDIR(to.st_mode)) throw std::runtime_error(name + ": cannot write: it is there and is not a folder");
-  if (stat(photos.c_str(), &from) == 0 && from.st_dev == to.st_dev && from.st_ino == to.st_ino)
+  if (!S_ISDIR(to.st_mode)) throw FileError(name, "cannot write: it is there and is not a folder");
+  if (isSame(name, photos))
     throw UsageError(name + ": thumbnails would replace the photos in this folder; give another one");
 }
 
 // ---- Thumbnails
 
-// Gives the size. `memory` is that of the photo before, and is used again.
-VeliSize makeThumbnail(const std::string& from, const std::string& to, const Arguments& a, Picture* memory,
-                       Progress* progress) {
-  PictureReader reader(from);
+struct Made {
+  VeliSize size;
+  bool whole;
+};
+
+// `memory` is that of the photo before, and is used again.
+Made makeThumbnail(const std::string& from, const std::string& to, const Arguments& a, Picture* memory,
+                   Progress* progress) {
+  if (isSame(from, to) || liesIn(a.from, to))
+    throw FileError(to, "the thumbnail would replace a photo: this is a link");
+  PictureReader reader(from, a.reading);
   VeliSize size = {reader.width(), reader.height()};
   const int longest = std::max(size.width, size.height);
   if (longest > a.size) size = scaled(size, double(a.size) / longest);
   PictureFile file(to, size.width, size.height, reader.channels(), a.jpeg);
-  if (!reader.read(memory)) progress->complain(cutWarning(from));
+  if (!reader.read(memory)) progress->complain(reader.warning());
   file.write(longest > a.size ? resized(*memory, size, velInterSuper) : *memory);
-  return size;
+  return {size, reader.isWhole()};
 }
 
 }  // namespace
@@ -135,21 +154,22 @@ int runThumb(int argc, char** argv) {
   Progress progress(names.size());
   Picture memory = {};
   std::set<std::string> made;
-  int code = 0;
+  int status = kDone;
   for (const std::string& name : names) {
-    const std::string from = a.from + "/" + name, thumbnail = name + (isJpegByName(name) ? "" : ".jpg");
+    const std::string from = a.from + "/" + name, thumbnail = name + (endsIn(name, kJpegEndings) ? "" : ".jpg");
     try {
       if (!made.insert(thumbnail).second)
-        throw std::runtime_error(from + ": another photo has the thumbnail of this name, " + thumbnail);
+        throw FileError(from, "another photo has the thumbnail of this name, " + thumbnail);
       const std::string to = a.to + "/" + thumbnail;
-      VeliSize size;
-      workOn(from, [&] { size = makeThumbnail(from, to, a, &memory, &progress); });
-      progress.done(from + " -> " + to + ", " + std::to_string(size.width) + " x " + std::to_string(size.height));
+      Made m;
+      workOn(from, [&] { m = makeThumbnail(from, to, a, &memory, &progress); });
+      progress.done(from + " -> " + to + ", " + std::to_string(m.size.width) + " x " + std::to_string(m.size.height));
+      if (!m.whole && status == kDone) status = kDamaged;
     } catch (const std::exception& e) {
       progress.complain(e.what());
       progress.failed();
-      code = 1;
+      status = kFailed;
     }
   }
-  return code;
+  return status;
 }

@@ -1,0 +1,39 @@
+// What the program says when something is wrong: one line, which names the file.
+#pragma once
+#include <new>
+#include <stdexcept>
+#include <string>
+
+// A command line that makes no sense.
+struct UsageError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// What is wrong with a file.
+struct FileError : std::runtime_error {
+  FileError(const std::string& name, const std::string& why) : std::runtime_error(name + ": " + why) {}
+};
+
+inline constexpr char kNoMemory[] = "there is not enough memory for this picture";
+
+// Runs work for a file: whatever goes wrong with it, and names no file, is said with this one's name.
+template <class Work> void workOn(const std::string& name, const Work& work) {
+  try {
+    work();
+  } catch (const UsageError&) {
+    throw;
+  } catch (const FileError&) {
+    throw;
+  } catch (const std::bad_alloc&) {
+    throw FileError(name, kNoMemory);
+  } catch (const std::length_error&) {  // more than a vector can hold
+    throw FileError(name, kNoMemory);
+  } catch (const std::exception& e) {
+    throw FileError(name, e.what());
+  }
+}
+
+// Names may hold any byte: control characters become \n, \t or \x1B, so that a line stays one and a terminal obeys none.
+std::string shown(const std::string& text);
+// A line on standard error.
+void complain(const std::string& line);
