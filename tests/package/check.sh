@@ -9,7 +9,7 @@ trap 'rm -rf "$work"' EXIT
 
 fail() { echo "$1" >&2; exit 1; }
 check() {
-  expected=$(printf "velStsNoErr: No error, it's OK\n17")
+  expected=$(printf "velStsNoErr: No error, it's OK\n17 %s" "$version")
   actual=$("$@")
   [ "$actual" = "$expected" ] || fail "$1 prints: $actual"
 }
