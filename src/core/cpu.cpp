@@ -1,7 +1,10 @@
 // Processor features and cache size, from CPUID. Compiled for processors without SSE: the library must load anywhere.
-#include "orv.h"
+#include "dispatch.h"
 
 namespace {
+
+// A reference that brings the load routines out of an archive: see dispatch.h.
+__attribute__((used)) void (*const kLoadRoutine)(void) = orvInit;
 
 // The enabled features, as the last selection or velSetCpuFeaturesMask left them.
 Vel64u ownFeaturesMask = velCpuidMMX | velCpuidSSE;

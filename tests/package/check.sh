@@ -22,6 +22,18 @@ library=$(dirname "$(find "$work/second" -name libOrv.so)")
 [ "$(readlink "$library/libOrv.so.6")" = "libOrv.so.$version" ] || fail "libOrv.so.6 leads elsewhere"
 cmp "$header" "$(dirname "$0")/../../include/orv.h"
 
+# The program looks for the library in its own place only.
+program_copy=$work/second/bin/orv
+if [ -e "$program_copy" ]; then
+  path=$(readelf -dW "$program_copy" | sed -n 's/.*R\(UN\)*PATH.*\[\(.*\)\]/\2/p')
+  [ -n "$path" ] || fail "the program does not know where the library is"
+  case ":$path:" in *::*) fail "the program looks for libraries in: $path" ;; esac
+  for element in $(echo "$path" | tr : ' '); do
+    case $element in /* | \$ORIGIN | \$ORIGIN/*) ;; *) fail "the program looks for libraries in: $path" ;; esac
+  done
+  (cd / && "$program_copy" info >"$work/info") || fail "the installed program does not run"
+fi
+
 export PKG_CONFIG_PATH="$library/pkgconfig"
 "$pkgconf" --exact-version="$version" orv
 # shellcheck disable=SC2046
