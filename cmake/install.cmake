@@ -2,18 +2,21 @@
 # names an absolute path, so the copy may be moved.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS orv EXPORT orv LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS orv EXPORT orv
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/include/orv.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 # The library needs no other package, so the exported target is the whole configuration. The version file also keeps
 # programs of the other word size away.
-set(package ${CMAKE_INSTALL_LIBDIR}/cmake/orv)
-install(EXPORT orv NAMESPACE orv:: FILE orvConfig.cmake DESTINATION ${package})
+install(EXPORT orv NAMESPACE orv:: FILE orvConfig.cmake DESTINATION ${ORV_INSTALL_CMAKEDIR})
 write_basic_package_version_file(orvConfigVersion.cmake COMPATIBILITY SameMajorVersion)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/orvConfigVersion.cmake DESTINATION ${package})
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/orvConfigVersion.cmake DESTINATION ${ORV_INSTALL_CMAKEDIR})
 
 set(package ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH includeFromPackage
      ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+if(ORV_LIBRARY_KIND STREQUAL STATIC)
+  set(librariesOfStatic " -lm")
+endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/orv.pc.in orv.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/orv.pc DESTINATION ${package})

@@ -5,6 +5,8 @@
  *
  * What holds for every function unless its own comment says otherwise:
  *   - The caller owns every buffer. No pointer needs an alignment, not even its element type's.
+ *   - Planes that are read are an array of `const Vel8u*`. C++ takes an array of `Vel8u*` for it; C wants a cast:
+ *     orviYUV420ToRGB_8u_P3R((const Vel8u* const*)planes, ...).
  *   - A step is the distance in bytes from one row to the next. Sizes and lengths count pixels or elements.
  *   - The result is a VelStatus: 0 done, negative an error, positive a warning about work that was done. A function
  *     makes its checks in the order in which its comment lists the statuses; the first that fails decides, and
@@ -15,6 +17,11 @@
  *   - In the layout AC4 a pixel has four channels, of which the first three are worked on. The destination's fourth,
  *     alpha, keeps its value, but is part of the destination: it is read and written back, so that what another thread
  *     writes there during the call may be lost.
+ *
+ * Reserved are all names that begin with vel, Vel, VEL, orv or ORV; and, because the library exports them too, those that
+ * begin with w7_, v8_, s8_, p8_ or g9_, and whatever is declared here under another name: i_malloc, i_calloc, i_realloc,
+ * i_free, i_version, i_min_version, ownGetFeature, ownGetReg, the ps_ functions, tblLanczos3, the own_pj_ tables,
+ * computeRGBFromYUV_JPEG_F32_U8 and clip_F32. A program must not define any of them.
  */
 #ifndef ORV_H
 #define ORV_H
@@ -27,6 +34,15 @@ extern "C" {
 #endif
 
 #define ORV_API __attribute__((visibility("default")))
+
+/* The version of this header, as numbers and as a string: "6.0.0". */
+#define ORV_VERSION_MAJOR 6
+#define ORV_VERSION_MINOR 0
+#define ORV_VERSION_PATCH 0
+#define ORV_STRING_OF_(number) #number
+#define ORV_STRING_OF(number) ORV_STRING_OF_(number)
+#define ORV_VERSION_STRING \
+  ORV_STRING_OF(ORV_VERSION_MAJOR) "." ORV_STRING_OF(ORV_VERSION_MINOR) "." ORV_STRING_OF(ORV_VERSION_PATCH)
 
 /* ---- Types -------------------------------------------------------------------------------------------------- */
 
@@ -73,9 +89,10 @@ ORV_API const char* orvGetStatusString(VelStatus status);
  *   0  w7 bodies, on a processor without SSE2 or before any selection    3  s8: SSSE3 with MOVBE
  *   1  w7: SSE2                                                          4  p8: SSE4.1
  *   2  v8: SSSE3 (where a primitive has no v8 body, its s8 body)         5  g9: AVX, its state saved by the system
- * The functions below change it. */
+ * To be read, not written: the functions below change it. A program that is linked without PIC has a copy of the
+ * variable, and what it writes there selects nothing. */
 ORV_API extern Vel32s velJumpIndexForMergedLibs;
-/* 1 while path 3, the one for low-power processors, is selected; else 0. */
+/* 1 while path 3, the one for low-power processors, is selected; else 0. To be read, too. */
 ORV_API extern Vel32s velJumpIndexForMergedLibsLP;
 
 /* Bits of the feature masks. Bits 32 to 63 are always zero. */
@@ -127,7 +144,7 @@ ORV_API VelStatus velInitCpu(VelCpuType cpu);
 
 /* In *pFeaturesMask on entry, with pCpuidInfoRegs not null: asks for CPUID of leaf pCpuidInfoRegs[0], sub-leaf
  * pCpuidInfoRegs[2] in place of leaf 1. The letters "cpuquery", first letter in the lowest byte. */
-#define VEL_CPUID_QUERY_TAG UINT64_C(0x7972657571757063)
+#define VEL_CPUID_QUERY_TAG ((Vel64u)0x79726575 << 32 | 0x71757063)
 
 /* The features of this processor, and, where pCpuidInfoRegs is not null, EAX, EBX, ECX and EDX of CPUID leaf 1.
  *   velStsNotSupportedCpu   the processor has no CPUID
@@ -146,7 +163,8 @@ ORV_API int ownGetFeature(Vel64u features);
 ORV_API VelStatus velEnableCpu(VelCpuType cpu);
 ORV_API int velIsCpuEnabled(VelCpuType cpu);
 
-/* The size in bytes of the largest data or unified cache. The first outcome, good or bad, is remembered.
+/* The size in bytes of the largest data or unified cache. The first outcome, good or bad, is remembered; any thread may
+ * ask first.
  *   velStsNullPtrErr        pSizeByte is null
  *   velStsNotSupportedCpu   no CPUID leaf 2, or the processor is of another make; *pSizeByte is 0
  *   velStsUnknownCacheSize  the processor does not tell; *pSizeByte is 0 */
@@ -740,9 +758,9 @@ ORV_API VelStatus orviResizeGetBufSize(VeliRect srcRoi, VeliRect dstRoi, int nCh
  * distance d = |i - centre| / s below the radius r, weighs k(d) divided by the sum of all such weights, in double
  * precision and then held in single. k is 1 - d for linear (r = 1), the above for the cubics (r = 2), and tblLanczos3 with
  * linear interpolation for Lanczos (r = 3). Pixels outside the region add their weights to its nearest pixel's. s counts
- * up to 65536 plus four times the region's width. Rows of the source are summed first: of one channel in four lanes, the
- * taps 0, 4, ..., the taps 1, 5, ... and so on, as (lane 0 + lane 2) + (lane 1 + lane 3); of more channels tap by tap;
- * then columns tap by tap, all in single precision, rounded to the nearest integer, ties to even.
+ * up to 65536 plus four times the region's width. Rows of the source are summed first, each channel in four lanes: the
+ * taps 0, 4, ..., the taps 1, 5, ... and so on, added as (lane 0 + lane 2) + (lane 1 + lane 3); then columns tap by tap.
+ * All in single precision, rounded to the nearest integer, ties to even.
  * Results saturate to 0..255. An image (not region) with a side below 6 is not filtered by Lanczos but by velInterCubic,
  * and one with a side below 4 by velInterLinear instead of any cubic.
  *
@@ -1544,7 +1562,7 @@ enum {
   velStsPrevLibraryUsed = 44,
   velStsLLADisabled = 45,
   velStsNoAntialiasing = 46,
-  velStsRepetitiveSrcData = 47,
+  velStsRepetitiveSrcData = 47
 };
 
 #ifdef __cplusplus

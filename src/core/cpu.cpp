@@ -1,13 +1,20 @@
 // Processor features and cache size, from CPUID. Compiled for processors without SSE: the library must load anywhere.
-#include "orv.h"
+#include "dispatch.h"
 
 namespace {
+
+// A reference that brings the load routines out of an archive: see dispatch.h.
+__attribute__((used)) void (*const kLoadRoutine)(void) = orvInit;
 
 // The enabled features, as the last selection or velSetCpuFeaturesMask left them.
 Vel64u ownFeaturesMask = velCpuidMMX | velCpuidSSE;
 
-Vel64u ownFeatures;
+// What is found once and remembered. Threads that ask first at the same time all find it, and find the same; none sees
+// that it is there before it sees what it is. Features have no upper half, and 32 bits are stored in one piece anywhere.
+Vel32u ownFeatures;
 Vel32s ownFeaturesAreValid;
+template <class T> T seen(const T& variable) { return __atomic_load_n(&variable, __ATOMIC_ACQUIRE); }
+template <class T> void publish(T& variable, T value) { __atomic_store_n(&variable, value, __ATOMIC_RELEASE); }
 
 // Registers of CPUID in the order in which ownGetReg stores them.
 enum { EAX, EBX, ECX, EDX };
@@ -23,7 +30,7 @@ int leaf1(int reg, int bit) { return Regs(1).bit(reg, bit); }
 
 // The mask of features; false where the processor has no CPUID, and then nothing is remembered.
 bool ownGetMaskFeatures(Vel64u* mask) {
-  if (!ownFeaturesAreValid) {
+  if (!seen(ownFeaturesAreValid)) {
     if (!vel_has_cpuid()) return false;
     static const struct {
       Vel32u feature;
@@ -37,10 +44,10 @@ bool ownGetMaskFeatures(Vel64u* mask) {
       if (one.bit(b.reg, b.bit)) m |= b.feature;
     if (one.bit(ECX, 27) && one.bit(ECX, 28) && vel_is_avx_extension()) m |= velAVX_ENABLEDBYOS;
     if (one.field(EAX, 11, 8) == 0xB && Regs(0x20000001).bit(EDX, 1)) m |= velCpuidFamilyBExt;
-    ownFeatures = m;
-    ownFeaturesAreValid = 1;
+    publish(ownFeatures, m);
+    publish(ownFeaturesAreValid, 1);
   }
-  *mask = ownFeatures;
+  *mask = seen(ownFeatures);
   return true;
 }
 
@@ -138,9 +145,15 @@ VelStatus velGetMaxCacheSizeB(int* pSizeByte) {
   static int cacheSize;
   static VelStatus cacheStatus = kNotYet;
   if (!pSizeByte) return velStsNullPtrErr;
-  if (cacheStatus == kNotYet) cacheStatus = findCacheSize(&cacheSize);
-  *pSizeByte = cacheSize;
-  return cacheStatus;
+  VelStatus status = seen(cacheStatus);
+  if (status == kNotYet) {
+    int size;
+    status = findCacheSize(&size);
+    publish(cacheSize, size);
+    publish(cacheStatus, status);
+  }
+  *pSizeByte = seen(cacheSize);
+  return status;
 }
 
 // ---- Probes

@@ -6,3 +6,7 @@
 // program that is linked without PIC keeps the exported variable in memory of its own; then these are two variables,
 // and whoever selects writes both.
 extern "C" __attribute__((visibility("hidden"))) Vel32s ownJumpIndex;
+
+// What runs when the library is loaded. Nothing calls it; from an archive it comes because cpu.cpp, without which there is
+// no selection, refers to it.
+extern "C" __attribute__((visibility("hidden"))) void orvInit(void);

@@ -1,11 +1,7 @@
 // What runs when the library is loaded.
-#include "orv.h"
+#include "dispatch.h"
 
-extern "C" {
-// Both keep external linkage and are made local by the linker's version script, so that a debugger finds them.
-void orvInit(void);
-void orvDeInit(void);
-}
+extern "C" __attribute__((visibility("hidden"))) void orvDeInit(void);
 
 void orvInit(void) { orvStaticInit(); }  // its status does not matter: a path is selected in any case
 void orvDeInit(void) {}

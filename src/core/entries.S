@@ -3,6 +3,12 @@
 // An entry point finds itself, loads the index and jumps through its table. Arguments and return address stay where they
 // are, so the body is called as its caller meant it, whatever its signature.
 
+#ifdef __CET__
+#include <cet.h> // says that the code is ready for control-flow protection
+#else
+#define _CET_ENDBR
+#endif
+
         .text
 
 #ifdef __x86_64__
@@ -30,10 +36,12 @@
         .type   orv\name, @function
         .p2align 4
 vel\name:
+        _CET_ENDBR
 .Lvel_\name:
         entry   \name
         .size   vel\name, . - vel\name
 orv\name:
+        _CET_ENDBR
         jmp     .Lvel_\name
         .size   orv\name, . - orv\name
         .endm

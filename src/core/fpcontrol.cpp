@@ -1,6 +1,7 @@
 // Access to the control and status registers of SSE and x87.
 #include <string.h>
 #include "orv.h"
+#include "stack.h"
 
 namespace {
 
@@ -37,11 +38,10 @@ Vel32u vel_set_rc_ssx(Vel32u rc) {
 }
 Vel32u vel_clear_ssx(void) { return ps_set_ssx(0, kSseFlags); }
 
-int vel_tst_daz_ssx(void) {
-  alignas(16) unsigned char area[512 + 12];  // 32-bit callers may have aligned the stack to 4 bytes only
-  memset(area, 0, sizeof area);
-  unsigned char* image = area + (-reinterpret_cast<uintptr_t>(area) & 15);
-  __asm__ volatile("fxsave %0" : "+m"(*reinterpret_cast<unsigned char(*)[512]>(image)));
+ALIGN_STACK int vel_tst_daz_ssx(void) {
+  alignas(16) unsigned char image[512];
+  memset(image, 0, sizeof image);
+  __asm__ volatile("fxsave %0" : "+m"(image));
   Vel32u mask;
   memcpy(&mask, image + 28, sizeof mask);  // MXCSR_MASK; zero on processors that do not store it
   return mask >> 6 & 1;

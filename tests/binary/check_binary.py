@@ -109,6 +109,7 @@ class Linkage(unittest.TestCase):
         self.assertNotRegex(dynamic, "TEXTREL|RPATH|RUNPATH")
         self.assertIn("BIND_NOW", dynamic)
         self.assertRegex(segments, r"GNU_STACK.* RW +0x")
+        self.assertIn("GNU_RELRO", segments)
         self.assertNotIn("RWE", segments)
 
     def test_exports(self):
@@ -153,7 +154,11 @@ class Linkage(unittest.TestCase):
             with self.subTest(name):
                 entry, size, _, _ = LIBRARY.all["vel" + name]
                 table = LIBRARY.all[f"vel{name}_arraddr"][0]
-                body = [line for line in code[at[entry]:][:9] if line[0] < entry + size]
+                body = [line for line in code[at[entry]:at[entry] + 9] if line[0] < entry + size]
+                forwarder, size, _, _ = LIBRARY.all["orv" + name]
+                jump = [line for line in code[at[forwarder]:at[forwarder] + 9] if line[0] < forwarder + size]
+                if WORD == 8:  # both may be reached through pointers
+                    self.assertEqual([body.pop(0)[1], jump.pop(0)[1]], ["endbr64"] * 2)
                 self.assertGreaterEqual(len(body), 3)
                 first, second = body[1][0], body[2][0]  # what the processor's own address is during the loads
                 if WORD == 4:
@@ -163,9 +168,7 @@ class Linkage(unittest.TestCase):
                     expected = [f"movslq {index - first:#x}(%rip),%rax", f"lea {table - second:#x}(%rip),%r11",
                                 "jmp *(%r11,%rax,8)"]
                 self.assertEqual([text for _, text in body], expected)
-                forwarder, size, _, _ = LIBRARY.all["orv" + name]
-                self.assertEqual(code[at[forwarder]][1], f"jmp {entry:x}")
-                self.assertLess(size, 6)  # no room for a second instruction
+                self.assertEqual([text for _, text in jump], [f"jmp {body[0][0]:x}"])
 
 
 class PathObjects(unittest.TestCase):
@@ -180,6 +183,21 @@ class PathObjects(unittest.TestCase):
         everything = [file for objects in ("core",) + PATHS for file in BUILD[objects]]
         with_some = [os.path.basename(file) for file in everything if at_load.search(output("readelf", "-SW", file))]
         self.assertEqual(with_some, ["dllmain.cpp.o"])
+
+    def test_hardening(self):
+        everything = [file for objects in ("core",) + PATHS for file in BUILD[objects]]
+        undefined = output("nm", "-u", *everything)
+        for guard in "__stack_chk_fail", "__memcpy_chk":
+            self.assertIn(guard, undefined)
+        if WORD == 8:  # control-flow protection: one file without it would take it from the whole library
+            for file in everything:
+                self.assertRegex(output("readelf", "-nW", file), "x86 feature: IBT, SHSTK", file)
+            code = {}
+            for symbol, _, text in instructions.disassemble(LIBRARY.path):
+                code.setdefault(symbol, text)
+            without = [name for name, symbol in LIBRARY.dynamic.items()
+                       if symbol[2] == "FUNC" and code.get(name, "endbr64") != "endbr64"]
+            self.assertEqual(without, [])
 
     def test_instructions(self):
         for level, objects in [(CORE, "core")] + [(path, path) for path in PATHS]:

@@ -346,6 +346,8 @@ void vectors() {
   }
 }
 
+void control() { add(vel_tst_daz_ssx()); }
+
 // What CPUID and XGETBV say, asked without the library, and what the library makes of it.
 void printSelection() {
   unsigned a, b, c = 0, d = 0, xcr = 0;
@@ -403,6 +405,7 @@ int main(int argc, char** argv) {
       {"vectors", vectors},
       {"copy", copy},
       {"mcu", mcu},
+      {"control", control},
   };
   for (const auto& family : kFamilies)
     for (int offset : kOffsets) {

@@ -2,8 +2,14 @@
 // from the answers is for the processor ladder to show, on many models.
 #include <cpuid.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <x86intrin.h>
 #include <algorithm>
 #include <array>
+#include <climits>
+#include <csignal>
 #include <tuple>
 #include <vector>
 #include "orv.h"
@@ -50,6 +56,56 @@ TEST(Features, Registers) {
     EXPECT_EQ(withoutCore(regs, leaf), cpuid(leaf, subleaf)) << leaf << ", " << subleaf;
   }
   EXPECT_EQ(velGetMaxCacheSizeB(nullptr), -8);
+}
+
+// What a thread gets that asks while another one is finding the answer: a call is stopped at its instructions, and from
+// one of them on there is another call at each. Children do it, as what is found is remembered; all this they share.
+struct Interrupted {
+  int from, steps;
+  bool isWrong;
+  std::pair<VelStatus, int> answer;
+
+  void ask() {
+    std::pair<VelStatus, int> now(-1, -1);
+    now.first = velGetMaxCacheSizeB(&now.second);
+    if (answer.first == -1) answer = now;
+    isWrong |= now != answer;
+  }
+};
+Interrupted* interrupted;
+void traceSteps(bool on) {
+  const auto others = __readeflags() & ~0x100ul;
+  __writeeflags(others | (on ? 0x100 : 0));
+}
+TEST(Features, CacheSizeAskedWhileItIsFound) {
+  constexpr int kNear = 50;      // steps from the beginning or the end, where the answer is looked up and stored
+  velGetMaxCacheSizeB(nullptr);  // binds the name
+  interrupted = static_cast<Interrupted*>(
+      mmap(nullptr, sizeof *interrupted, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  int steps = INT_MAX;
+  for (int from = 0; from < steps; ++from) {
+    if (from == kNear) from = std::max(from, steps - kNear);
+    *interrupted = {from, 0, false, {-1, -1}};
+    const pid_t child = fork();
+    if (child == 0) {
+      signal(SIGTRAP, [](int) {
+        if (interrupted->steps++ >= interrupted->from) interrupted->ask();
+      });
+      traceSteps(true);
+      std::pair<VelStatus, int> answer(-1, -1);
+      answer.first = velGetMaxCacheSizeB(&answer.second);
+      traceSteps(false);
+      interrupted->isWrong |= answer != interrupted->answer;
+      _exit(0);
+    }
+    int outcome = -1;
+    ASSERT_EQ(waitpid(child, &outcome, 0), child);
+    ASSERT_EQ(outcome, 0) << "from step " << from;
+    ASSERT_FALSE(interrupted->isWrong) << "from step " << from << " of " << interrupted->steps;
+    steps = interrupted->steps;
+  }
+  EXPECT_GT(steps, kNear);
+  munmap(interrupted, sizeof *interrupted);
 }
 
 TEST(Features, EnabledMask) {

@@ -9,7 +9,7 @@ trap 'rm -rf "$work"' EXIT
 
 fail() { echo "$1" >&2; exit 1; }
 check() {
-  expected=$(printf "velStsNoErr: No error, it's OK\n17")
+  expected=$(printf "velStsNoErr: No error, it's OK\n17 %s" "$version")
   actual=$("$@")
   [ "$actual" = "$expected" ] || fail "$1 prints: $actual"
 }
@@ -21,6 +21,18 @@ library=$(dirname "$(find "$work/second" -name libOrv.so)")
 [ "$(readlink "$library/libOrv.so")" = libOrv.so.6 ] || fail "libOrv.so leads elsewhere"
 [ "$(readlink "$library/libOrv.so.6")" = "libOrv.so.$version" ] || fail "libOrv.so.6 leads elsewhere"
 cmp "$header" "$(dirname "$0")/../../include/orv.h"
+
+# The program looks for the library in its own place only.
+program_copy=$work/second/bin/orv
+if [ -e "$program_copy" ]; then
+  path=$(readelf -dW "$program_copy" | sed -n 's/.*R\(UN\)*PATH.*\[\(.*\)\]/\2/p')
+  [ -n "$path" ] || fail "the program does not know where the library is"
+  case ":$path:" in *::*) fail "the program looks for libraries in: $path" ;; esac
+  for element in $(echo "$path" | tr : ' '); do
+    case $element in /* | \$ORIGIN | \$ORIGIN/*) ;; *) fail "the program looks for libraries in: $path" ;; esac
+  done
+  (cd / && "$program_copy" info >"$work/info") || fail "the installed program does not run"
+fi
 
 export PKG_CONFIG_PATH="$library/pkgconfig"
 "$pkgconf" --exact-version="$version" orv
