@@ -34,7 +34,7 @@
         .globl  vel\name, orv\name
         .type   vel\name, @function
         .type   orv\name, @function
-        .p2align 4
+        .p2align 5 // both names fit, and are fetched at once
 vel\name:
         _CET_ENDBR
 .Lvel_\name:
