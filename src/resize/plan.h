@@ -42,6 +42,16 @@ ORV_INLINE VelStatus checkInterpolation(int interpolation) {
   return known && (flags & (flags - 1)) == 0 ? velStsNoErr : velStsInterpolationErr;
 }
 
+// ---- Edges
+//
+// The pixel that an edge cuts belongs to the rectangle or to the ring around it. One rule says which, for the plan and
+// the ring alike, so that no pixel is left out and none is both. Edges are not negative.
+
+constexpr double kHardlyMore = 1e-10;
+ORV_INLINE double fractionOf(double edge) { return edge - int(edge); }
+ORV_INLINE bool cutsFirst(double min) { return fractionOf(min) > kHardlyMore; }
+ORV_INLINE bool cutsLast(double max) { return fractionOf(max) + kHardlyMore < 1; }
+
 // ---- Positions
 
 // One direction of a plan: destination pixels start, start + 1, ... and the source pixels [first, first + count).

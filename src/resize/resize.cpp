@@ -33,7 +33,7 @@ struct Extent {
 };
 ORV_INLINE VelStatus mapExtent(int src, int srcSize, int dst, int dstSize, double factor, double shift, bool hasRing,
                                Extent& e) {
-  constexpr double kNearlyWhole = 1e-10, kLastCoordinate = 2147483647.0;
+  constexpr double kLastCoordinate = 2147483647.0;
   const double low = dst, high = low + dstSize < kLastCoordinate ? low + dstSize : kLastCoordinate;
   const double left = src * factor + shift, right = (double(src) + srcSize) * factor + shift;
   e.min = left < low ? low : left;
@@ -41,8 +41,8 @@ ORV_INLINE VelStatus mapExtent(int src, int srcSize, int dst, int dstSize, doubl
   if (!(e.min < high && e.max > low)) return velStsNoOperation;
   int end;
   if (hasRing) {  // whole pixels
-    e.start = -floorOf(-(e.min - kNearlyWhole));
-    end = floorOf(e.max + kNearlyWhole);
+    e.start = int(e.min) + cutsFirst(e.min);
+    end = int(e.max) + !cutsLast(e.max);
   } else {  // pixels whose centre is inside, or so close to an edge that it counts as on it
     e.start = int(e.min + 0.4999999999);
     end = int(e.max + 0.5000000001 < kLastCoordinate ? e.max + 0.5000000001 : kLastCoordinate);
