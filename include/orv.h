@@ -731,9 +731,10 @@ ORV_API VelStatus orviResizeGetBufSize(VeliRect srcRoi, VeliRect dstRoi, int nCh
  * source pixels: the whole part tells the pixel, the fraction (held in single precision) the weights. Rows likewise.
  * What a filter needs outside the source region is its nearest pixel in the region.
  * Written are the pixels of dstRoi whose centre lies in the scaled region or, within 1e-10, on its edge. With
- * velFlagSubpixelEdge or velFlagSmoothEdge it is those that lie in it whole, and then the ring of pixels that are
- * covered in part: each from the pixel next to it with its coverage w, a corner's being the product of two:
- *   subpixel  trunc(0.5000001 + w edge)      smooth  trunc(0.5000001 + (w (edge - old) + old))    single precision
+ * velFlagSubpixelEdge or velFlagSmoothEdge it is those that lie in it whole or but for 1e-10, and then the ring of pixels
+ * that are covered in part: each from the pixel next to it with its coverage w, a corner's being the product of two.
+ * Coverages and their product are worked out in double precision, the rest in single:
+ *   subpixel  trunc(0.5000001 + w edge)      smooth  trunc(0.5000001 + (w (edge - old) + old))
  *
  * The methods. With f and g the fractions of column and row:
  *   nearest   the pixel itself, without arithmetic

@@ -195,12 +195,17 @@ ORV_INLINE void filterPixelRow(const Lists& columns, const Vel8u* row, int width
 
 // ---- Vertical pass
 
-// Filtered rows; row i is in slot i % slots. Sixteen floats are read behind the last one.
+// Filtered rows; row i is in slot i % slots. Up to sixteen floats are read behind each, so those are cleared first.
 struct Ring {
   float* rows;
   int slots, elements;
 
   float* row(int i) const { return rows + ptrdiff_t(i % slots) * elements; }
+  void clear() const {
+    const size_t read = elements < 16 ? size_t(elements) : 16;
+    for (int i = 0; i < slots; ++i) memset(row(i), 0, read * sizeof(float));
+    memset(rows + ptrdiff_t(slots) * elements, 0, 16 * sizeof(float));
+  }
 
   // Sixteen elements of the sum of rows, ties to even.
   Vec sum(const Taps& taps, int element) const {
@@ -245,9 +250,9 @@ struct Ring {
 };
 
 // Filters a source row before `end`, or two; gives how many.
-template <int kPixel, int kChannels>
-ORV_INLINE int filterRows(const Lists& columns, const ResizeImages& images, int y, int end, const Ring& ring) {
-  const Vel8u* const row = rowOf(images.src, images.srcStep, y);
+template <int kPixel, int kChannels> ORV_INLINE int filterRows(const Lists& columns, const ResizeImages& images,
+                                                               const Vel8u* src, int y, int end, const Ring& ring) {
+  const Vel8u* const row = rowOf(src, images.srcStep, y);
   const int width = images.region.width;
   if (kPixel > 1) {
     filterPixelRow<kPixel, kChannels>(columns, row, width, ring.row(y));
@@ -267,13 +272,17 @@ ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) 
   const Lists horizontal(reinterpret_cast<Taps*>(images.buffer), kernel, columns(plan, images), plan.dstWidth);
   const Lists vertical(horizontal.end, kernel, rows(plan, images), plan.dstHeight);
   const Ring ring = {reinterpret_cast<float*>(vertical.end), vertical.most, plan.dstWidth * kChannels};
-  const Taps* taps = vertical.first;
-  int filtered = 0;  // source rows before this one need no more work
-  for (int y = 0; y < plan.dstHeight; ++y, taps = taps->next()) {
-    if (filtered < taps->first) filtered = taps->first;
-    const int end = taps->first + taps->count;
-    while (filtered < end) filtered += filterRows<kPixel, kChannels>(horizontal, images, filtered, end, ring);
-    ring.store<kChannels != kPixel>(*taps, rowOf(images.dst, images.dstStep, y));
+  ring.clear();
+  for (const ResizePlane& plane : images) {
+    const Taps* taps = vertical.first;
+    int filtered = 0;  // source rows before this one need no more work
+    for (int y = 0; y < plan.dstHeight; ++y, taps = taps->next()) {
+      if (filtered < taps->first) filtered = taps->first;
+      const int end = taps->first + taps->count;
+      while (filtered < end)
+        filtered += filterRows<kPixel, kChannels>(horizontal, images, plane.src, filtered, end, ring);
+      ring.store<kChannels != kPixel>(*taps, rowOf(plane.dst, images.dstStep, y));
+    }
   }
   return velStsNoErr;
 }

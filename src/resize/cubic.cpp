@@ -6,22 +6,54 @@ namespace {
 
 struct Cubic {
   static constexpr int kTaps = 4;
-  const CubicKernel& kernel;
-  explicit Cubic(int method) : kernel(cubicKernel(method)) {}
 
-  void weigh(float fraction, float* weights) const {
-    const float first = -1 - fraction;
-    for (int t = 0; t < kTaps; ++t) weights[t] = float(kernel.at(double(first) + t));
-  }
   // To the nearest integer, ties to even.
 #if ORV_HAS_WIDE_FLOAT
   static __m256i round(Wide v) { return _mm256_cvtps_epi32(v); }
 #else
   static Vec round(Wide v) { return _mm_cvtps_epi32(v); }
 #endif
+  template <int kPixel> static constexpr auto* row = kPixel == 1   ? ORV_NAME(ownpi_RowCubic8pl)
+                                                     : kPixel == 3 ? ORV_NAME(ownpi_RowCubic8px)
+                                                                   : ORV_NAME(ownpi_RowCubic8px4);
+  template <int kPixel> static constexpr auto* end = kPixel == 1 ? ORV_NAME(ownpi_CalcBorder8plC)
+                                                                 : ORV_NAME(ownpi_CalcBorder8pxC);
+  template <int kPixel> static constexpr auto* column = kPixel == 1 ? ORV_NAME(ownpi_ColCubic8pl)
+                                                                    : ORV_NAME(ownpi_SummCubic8px);
 };
+
+ORV_INLINE void weigh(int method, const float* fractions, int count, float* weights) {
+  const CubicKernel& kernel = cubicKernel(method);
+  for (int i = 0; i < count; ++i, weights += Cubic::kTaps) {
+    const float first = -1 - fractions[i];
+    for (int t = 0; t < Cubic::kTaps; ++t) weights[t] = float(kernel.at(double(first) + t));
+  }
+}
+ORV_INLINE WeightsKernel* weightsKernel(int method) {
+  switch (method) {
+    case velInterCubic: return ORV_NAME(ownpi_Cubic0Kernel);
+    case velInterCubicBSpline: return ORV_NAME(ownpi_Cubic1Kernel);
+    case velInterCubicCatmullRom: return ORV_NAME(ownpi_Cubic2Kernel);
+    default: return ORV_NAME(ownpi_Cubic3Kernel);
+  }
+}
 
 }  // namespace
 
-ORV_RESIZE_KERNEL(ownResize8plC) { return filter<Cubic, 1>(Cubic(plan->method), *plan, *images); }
-ORV_RESIZE_KERNEL(ownResize8pxC) { return filterPixels(Cubic(plan->method), *plan, *images); }
+ORV_WEIGHTS_KERNEL(ownpi_Cubic0Kernel) { weigh(velInterCubic, fractions, count, weights); }
+ORV_WEIGHTS_KERNEL(ownpi_Cubic1Kernel) { weigh(velInterCubicBSpline, fractions, count, weights); }
+ORV_WEIGHTS_KERNEL(ownpi_Cubic2Kernel) { weigh(velInterCubicCatmullRom, fractions, count, weights); }
+ORV_WEIGHTS_KERNEL(ownpi_Cubic3Kernel) { weigh(velInterCubicB05C03, fractions, count, weights); }
+
+ORV_ROW_KERNEL(ownpi_RowCubic8pl) { filterPart<4, 1>(*columns, kMiddle, row, sums); }
+ORV_ROW_KERNEL(ownpi_RowCubic8px) { filterPart<4, 3>(*columns, kMiddle, row, sums); }
+ORV_ROW_KERNEL(ownpi_RowCubic8px4) { filterPart<4, 4>(*columns, kMiddle, row, sums); }
+ORV_ROW_END_KERNEL(ownpi_CalcBorder8plC) { filterEnd<4, 1>(*columns, part, row, sums); }
+ORV_ROW_END_KERNEL(ownpi_CalcBorder8pxC) {
+  columns->pixel == 3 ? filterEnd<4, 3>(*columns, part, row, sums) : filterEnd<4, 4>(*columns, part, row, sums);
+}
+ORV_COLUMN_KERNEL(ownpi_ColCubic8pl) { sumRows<Cubic>(*columns, rows, weights, dst); }
+ORV_COLUMN_KERNEL(ownpi_SummCubic8px) { sumRows<Cubic>(*columns, rows, weights, dst); }
+
+ORV_RESIZE_KERNEL(ownResize8plC) { return filter<Cubic, 1>(weightsKernel(plan->method), *plan, *images); }
+ORV_RESIZE_KERNEL(ownResize8pxC) { return filterPixels<Cubic>(weightsKernel(plan->method), *plan, *images); }

@@ -11,6 +11,7 @@ struct CubicKernel {
   double at(double d) const {
     if (d < 0) d = -d;
     if (d >= 2) return 0;
+    if (!(d < 1 || d >= 1)) return 1;  // a NaN
     const double(&c)[4] = d < 1 ? inner : outer;
     return ((c[0] * d + c[1]) * d + c[2]) * d + c[3];
   }

@@ -3,20 +3,13 @@
 
 namespace {
 
-// How much of the ring each side covers; 0 where there is nothing to do.
+// How much of the ring each side covers; 0 where there is nothing to do. In double precision: single would take for whole
+// what the plan does not.
 struct Coverage {
-  float left, right, top, bottom;
+  double left, right, top, bottom;
 };
-constexpr double kNearlyWhole = 1e-10;
-ORV_INLINE double fractionOf(double v) { return v - int(v); }
-ORV_INLINE float before(double edge) {
-  const double fraction = fractionOf(edge);
-  return fraction > kNearlyWhole ? float(1 - fraction) : 0;
-}
-ORV_INLINE float behind(double edge) {
-  const double fraction = fractionOf(edge);
-  return fraction + kNearlyWhole < 1 ? float(fraction) : 0;
-}
+ORV_INLINE double before(double edge) { return cutsFirst(edge) ? 1 - fractionOf(edge) : 0; }
+ORV_INLINE double behind(double edge) { return cutsLast(edge) ? fractionOf(edge) : 0; }
 ORV_INLINE Coverage coverageOf(double xMin, double xMax, double yMin, double yMax) {
   return {before(xMin), behind(xMax), before(yMin), behind(yMax)};
 }
@@ -40,20 +33,19 @@ template <class Edge, int kPixel, int kChannels> struct Ring {
   int step, width, height;
 
   Vel8u* at(int x, int y) const { return rowOf(dst, step, y) + ptrdiff_t(x) * kPixel; }
-  static void blend(Vel8u* ring, const Vel8u* edge, float weight) {
-    for (int c = 0; c < kChannels; ++c) ring[c] = Edge::blend(weight, edge[c], ring[c]);
+  static void blend(Vel8u* ring, const Vel8u* edge, double weight) {
+    for (int c = 0; c < kChannels; ++c) ring[c] = Edge::blend(float(weight), edge[c], ring[c]);
   }
-  void row(int ring, int edge, float weight) const {
-    if (weight > 0 && weight < 1)
+  void row(int ring, int edge, double weight) const {
+    if (weight > 0)
       for (int x = 0; x < width; ++x) blend(at(x, ring), at(x, edge), weight);
   }
-  void column(int ring, int edge, float weight) const {
-    if (weight > 0 && weight < 1)
+  void column(int ring, int edge, double weight) const {
+    if (weight > 0)
       for (int y = 0; y < height; ++y) blend(at(ring, y), at(edge, y), weight);
   }
-  void corner(int x, int y, int edgeX, int edgeY, float horizontal, float vertical) const {
-    if (horizontal > 0 && horizontal < 1 && vertical > 0 && vertical < 1)
-      blend(at(x, y), at(edgeX, edgeY), horizontal * vertical);
+  void corner(int x, int y, int edgeX, int edgeY, double horizontal, double vertical) const {
+    if (horizontal > 0 && vertical > 0) blend(at(x, y), at(edgeX, edgeY), horizontal * vertical);
   }
   void draw(const Coverage& c) const {
     const int right = width - 1, bottom = height - 1;

@@ -1,7 +1,7 @@
 // Resizing by a filter of kTaps taps in each direction, in single precision: source rows are filtered into rows of
 // floats, each once, and kTaps of those make a destination row. Sums go from the first tap to the last.
 //
-// A Method says how many taps there are, makes their weights from a fraction, and rounds the sums of a column.
+// A Method says how many taps there are, rounds the sums of a column, and names the kernels of its steps.
 #pragma once
 #include "resize/kernels.h"
 
@@ -10,29 +10,61 @@ namespace {
 // The taps of a position are the pixels from its index less kBefore on.
 template <int kTaps> constexpr int kBefore = kTaps / 2 - 1;
 
+// ---- Weights
+
+using WeightsKernel = void(const Vel32f* fractions, int count, Vel32f* weights);
+// Gives set(i, index, weights) what positionAt(i) comes to, for all i below n.
+template <int kTaps, class PositionAt, class Set>
+ORV_INLINE void weighAll(WeightsKernel* weigh, int n, const PositionAt& positionAt, const Set& set) {
+  constexpr int kAtOnce = 32;
+  int indices[kAtOnce];
+  float fractions[kAtOnce], weights[kAtOnce * kTaps];
+  for (int from = 0; from < n; from += kAtOnce) {
+    const int some = n - from < kAtOnce ? n - from : kAtOnce;
+    for (int i = 0; i < some; ++i) {
+      const Position p = positionAt(from + i);
+      indices[i] = p.index, fractions[i] = p.fraction;
+    }
+    weigh(fractions, some, weights);
+    for (int i = 0; i < some; ++i) set(from + i, indices[i], weights + i * kTaps);
+  }
+}
+
 ORV_INLINE Vec load4(const Vel8u* p) {
   Vel32s four;
   memcpy(&four, p, 4);
   return _mm_cvtsi32_si128(four);
 }
 
-// ---- Source rows
+// ---- The ends of source rows
 //
 // Columns at the ends of a row have taps outside it, which are copies of its first or last pixel, or would be loaded
-// together with bytes behind it. They take theirs from copies of the row's ends with more pixels on the outside.
-template <int kTaps, int kPixel> struct SourceRow {
+// together with bytes behind it. They take theirs from a copy of the row's end with more pixels on the outside.
+template <int kTaps, int kPixel> struct RowEnd {
   static constexpr int kLeft = 2 * kTaps, kRight = 3 * kTaps, kInside = 3 * kTaps;
-  Vel8u left[(kLeft + kInside) * kPixel], right[(kInside + kRight) * kPixel];
-  const Vel8u* row;
+  Vel8u pixels[(kInside + kRight) * kPixel];
 
-  SourceRow(const Vel8u* p, int count) : row(p) {
-    for (int i = 0; i < kLeft + kInside; ++i)
-      memcpy(left + i * kPixel, row + clamped(i - kLeft, count) * kPixel, kPixel);
-    for (int i = 0; i < kInside + kRight; ++i)
-      memcpy(right + i * kPixel, row + clamped(count - kInside + i, count) * kPixel, kPixel);
+  RowEnd(FilterPart part, const Vel8u* row, int count) {
+    const Vel8u* const last = row + ptrdiff_t(count - 1) * kPixel;
+    Vel8u* const inside = pixels + (part == kLeftEnd ? kLeft * kPixel : 0);
+    if (count < kInside) {
+      for (int i = 0; i < kInside; ++i)
+        memcpy(inside + i * kPixel, row + clamped(part == kLeftEnd ? i : count - kInside + i, count) * kPixel, kPixel);
+    } else {
+      memcpy(inside, part == kLeftEnd ? row : last - (kInside - 1) * kPixel, kInside * kPixel);
+    }
+    if (part == kLeftEnd)
+      repeat<kLeft>(pixels, row);
+    else
+      repeat<kRight>(inside + kInside * kPixel, last);
+  }
+  template <int n> static void repeat(Vel8u* to, const Vel8u* pixel) {
+    if (kPixel == 1)
+      memset(to, *pixel, n);
+    else
+      for (int i = 0; i < n; ++i) memcpy(to + i * kPixel, pixel, kPixel);
   }
 };
-enum Part { kLeftEnd, kMiddle, kRightEnd };
 
 // ---- Horizontal pass
 //
@@ -126,71 +158,88 @@ template <int kPixel, int kChannels> ORV_INLINE void storeSums(float* to, Wide s
   storeWide(to, sums);
 }
 
-template <class Method, int kPixel, int kChannels> struct Horizontal {
-  static constexpr int kTaps = Method::kTaps;
+// A table of columns; groups of a part follow those of the one before.
+template <int kTaps, int kPixel> struct Horizontal {
   using G = Group<kTaps, kPixel>;
-  using Row = SourceRow<kTaps, kPixel>;
-  G* groups;
-  int begin[4];  // the first column of each part, and their end
+  using End = RowEnd<kTaps, kPixel>;
 
   static int groupsOf(int columns) { return (columns + G::kColumns - 1) / G::kColumns; }
-  // The most groups that three parts can have.
-  static int mostGroups(int columns) { return groupsOf(columns) + 3; }
+  static G* groupsOf(const FilterColumns& c, FilterPart part) {
+    G* group = static_cast<G*>(c.groups);
+    for (int i = 0; i < part; ++i) group += groupsOf(c.begin[i + 1] - c.begin[i]);
+    return group;
+  }
+  static G* end(const FilterColumns& c) { return groupsOf(c, FilterPart(kRightEnd + 1)); }
 
-  static Part partOf(int index, int count) {
+  static FilterPart partOf(int index, int count) {
     if (index < kBefore<kTaps>) return kLeftEnd;
-    return (index - kBefore<kTaps>)*kPixel + G::kBytes > count * kPixel ? kRightEnd : kMiddle;
+    return int64_t(index - kBefore<kTaps>) * kPixel + G::kBytes > int64_t(count) * kPixel ? kRightEnd : kMiddle;
   }
   // Where a column's first tap lies in its part, in bytes. A position further out than all taps is as good as that.
-  static int placeOf(Part part, int index, int count) {
+  static int placeOf(FilterPart part, int index, int count) {
     int first = index - kBefore<kTaps>;
-    if (part == kLeftEnd) first = first < -Row::kLeft ? 0 : first + Row::kLeft;
-    if (part == kRightEnd) first = first > count + kTaps ? Row::kInside + kTaps : first - count + Row::kInside;
+    if (part == kLeftEnd) first = first < -End::kLeft ? 0 : first + End::kLeft;
+    if (part == kRightEnd) first = first - count > kTaps ? End::kInside + kTaps : first - count + End::kInside;
     return first * kPixel;
   }
 
-  void build(const Method& method, const Axis& axis, int columns) {
+  static void build(FilterColumns& c, WeightsKernel* weigh, const Axis& axis, int columns) {
     const auto partAt = [&](int x) { return partOf(positionOf(axis, x).index, axis.count); };
-    begin[kLeftEnd] = begin[kMiddle] = 0;
-    while (begin[kMiddle] < columns && partAt(begin[kMiddle]) == kLeftEnd) ++begin[kMiddle];
-    begin[kRightEnd] = begin[kMiddle];
-    while (begin[kRightEnd] < columns && partAt(begin[kRightEnd]) == kMiddle) ++begin[kRightEnd];
-    begin[3] = columns;
-    G* group = groups;
-    for (int part = kLeftEnd; part <= kRightEnd; ++part)
-      for (int x = begin[part]; x < begin[part + 1]; x += G::kColumns, ++group)
-        for (int i = 0; i < G::kColumns; ++i) {
-          const int last = begin[part + 1] - 1;  // stands for what is missing of the part's last group
-          const Position p = positionOf(axis, x + i < last ? x + i : last);
-          float weights[kTaps];
-          method.weigh(p.fraction, weights);
-          group->set(i, placeOf(Part(part), p.index, axis.count), weights);
-        }
+    int x = 0;
+    for (int part = kLeftEnd; part < kRightEnd; ++part) {
+      c.begin[part] = x;
+      while (x < columns && partAt(x) == part) ++x;
+    }
+    c.begin[kRightEnd] = x, c.begin[kRightEnd + 1] = columns;
+    for (int part = kLeftEnd; part <= kRightEnd; ++part) {
+      const int begin = c.begin[part], last = c.begin[part + 1] - 1;
+      G* const groups = groupsOf(c, FilterPart(part));
+      // The last column stands for what is missing of the part's last group.
+      weighAll<kTaps>(
+          weigh, groupsOf(last + 1 - begin) * G::kColumns,
+          [&](int i) { return positionOf(axis, begin + i < last ? begin + i : last); },
+          [&](int i, int index, const float* weights) {
+            groups[i / G::kColumns].set(i % G::kColumns, placeOf(FilterPart(part), index, axis.count), weights);
+          });
+    }
   }
-  void run(const Vel8u* src, int count, float* to) const {
-    const Row row(src, count);
-    const Vel8u* const base[] = {row.left, row.row, row.right};
-    const G* group = groups;
-    for (int part = kLeftEnd; part <= kRightEnd; ++part)
-      for (int x = begin[part]; x < begin[part + 1]; x += G::kColumns, ++group)
-        storeSums<kPixel, kChannels>(to + x * kChannels, group->filtered(base[part]));
+  template <int kChannels = kPixel>
+  __attribute__((always_inline)) static void run(const FilterColumns& c, FilterPart part, const Vel8u* row, float* to) {
+    const G* group = groupsOf(c, part);
+    float* const end = to + c.begin[part + 1] * kChannels;
+    for (to += c.begin[part] * kChannels; to < end; to += G::kColumns * kChannels, ++group)
+      storeSums<kPixel, kChannels>(to, group->filtered(row));
   }
 };
+
+// The steps. Of four-byte pixels three channels or four are filtered.
+template <int kTaps, int kPixel>
+ORV_INLINE void filterPart(const FilterColumns& c, FilterPart part, const Vel8u* row, float* to) {
+  if (kPixel == 4 && c.channels == 3)
+    Horizontal<kTaps, kPixel>::template run<3>(c, part, row, to);
+  else
+    Horizontal<kTaps, kPixel>::run(c, part, row, to);
+}
+template <int kTaps, int kPixel>
+ORV_INLINE void filterEnd(const FilterColumns& c, FilterPart part, const Vel8u* row, float* to) {
+  const RowEnd<kTaps, kPixel> end(part, row, c.width);
+  filterPart<kTaps, kPixel>(c, part, end.pixels, to);
+}
 
 // ---- Vertical pass
 
 // Weighs rows of sums, sixteen elements at a time.
 template <class Method> struct Vertical {
   static constexpr int kTaps = Method::kTaps;
-  const float* rows[kTaps];
-  float weights[kTaps];
+  const float* const* rows;
+  const float* weights;
 
-  Wide wide(int i) const {
+  __attribute__((always_inline)) Wide wide(int i) const {
     Wide sum = mulWide(loadWide(rows[0] + i), allWide(weights[0]));
     ORV_UNROLL for (int t = 1; t < kTaps; ++t) sum = addWide(sum, mulWide(loadWide(rows[t] + i), allWide(weights[t])));
     return sum;
   }
-  Vec sixteen(int i) const {
+  __attribute__((always_inline)) Vec sixteen(int i) const {
 #if ORV_HAS_WIDE_FLOAT
     const __m256i a = Method::round(wide(i)), b = Method::round(wide(i + 8));
     const Vec low = _mm_packs_epi32(_mm256_castsi256_si128(a), _mm256_extractf128_si256(a, 1));
@@ -201,16 +250,17 @@ template <class Method> struct Vertical {
 #endif
     return _mm_packus_epi16(low, high);
   }
-  void run(Vel8u* dst, int elements) const {
+  __attribute__((always_inline)) void run(Vel8u* dst, int elements) const {
     int i = 0;
     for (; i + 16 <= elements; i += 16) store(dst + i, sixteen(i));
     if (i == elements) return;
+    if (elements >= 16) return store(dst + elements - 16, sixteen(elements - 16));
     Vel8u last[16];
-    store(static_cast<Vel8u*>(last), sixteen(i));
-    memcpy(dst + i, last, size_t(elements - i));
+    store(static_cast<Vel8u*>(last), sixteen(0));
+    memcpy(dst, last, size_t(elements));
   }
   // Of four channels the first three, of which the rows of sums consist.
-  void runKeepingFourth(Vel8u* dst, int pixels) const {
+  __attribute__((always_inline)) void runKeepingFourth(Vel8u* dst, int pixels) const {
     for (int x = 0; x < pixels;) {
       Vel8u five[16];  // and a third of a pixel
       store(static_cast<Vel8u*>(five), sixteen(3 * x));
@@ -219,46 +269,92 @@ template <class Method> struct Vertical {
   }
 };
 
+template <class Method>
+ORV_INLINE void sumRows(const FilterColumns& c, const float* const* rows, const float* weights, Vel8u* dst) {
+  // Copies, which the bytes that are stored cannot change.
+  const float* from[Method::kTaps];
+  float by[Method::kTaps];
+  memcpy(from, rows, sizeof from);
+  memcpy(by, weights, sizeof by);
+  const Vertical<Method> vertical = {from, by};
+  if (c.channels < c.pixel)
+    vertical.runKeepingFourth(dst, c.begin[kRightEnd + 1]);
+  else
+    vertical.run(dst, c.begin[kRightEnd + 1] * c.channels);
+}
+
 // ---- The image
 
 constexpr int kSlack = 16;  // floats behind a row of sums that are written or read with the last ones
 
-template <class Method, int kPixel, int kChannels = kPixel>
-ORV_INLINE VelStatus filter(const Method& method, const ResizePlan& plan, const ResizeImages& images) {
-  constexpr int kTaps = Method::kTaps;
-  using H = Horizontal<Method, kPixel, kChannels>;
-  H horizontal = {reinterpret_cast<typename H::G*>(images.buffer), {}};
-  horizontal.build(method, columns(plan, images), plan.dstWidth);
+// A destination row's position and weights.
+template <int kTaps> struct RowTaps {
+  int index;
+  float weights[kTaps];
+};
 
-  const int elements = plan.dstWidth * kChannels;
-  float* const sums = reinterpret_cast<float*>(horizontal.groups + H::mostGroups(plan.dstWidth));
+// kTaps rows of sums, of the source rows last used.
+template <class Method, int kPixel> struct SumsOfRows {
+  static constexpr int kTaps = Method::kTaps;
+  const FilterColumns& columns;
+  float* sums;
   int heldBy[kTaps];  // the source row in each row of sums
-  for (int& row : heldBy) row = -1;
+
+  int elements() const { return columns.begin[kRightEnd + 1] * columns.channels; }
+  float* slot(int i) const { return sums + ptrdiff_t(i) * (elements() + kSlack); }
+  void clearSlack() const {
+    for (int i = 0; i < kTaps; ++i) memset(slot(i) + elements(), 0, kSlack * sizeof(float));
+  }
+  void forget() {
+    for (int& row : heldBy) row = -1;
+  }
+  const float* provide(const ResizePlane& plane, int srcStep, int row) {
+    float* const to = slot(row % kTaps);
+    if (heldBy[row % kTaps] == row) return to;
+    heldBy[row % kTaps] = row;
+    const Vel8u* const src = rowOf(plane.src, srcStep, row);
+    // From left to right: a part's last group may write where the next part begins.
+    if (columns.begin[kLeftEnd] < columns.begin[kMiddle]) Method::template end<kPixel>(&columns, kLeftEnd, src, to);
+    if (columns.begin[kMiddle] < columns.begin[kRightEnd]) Method::template row<kPixel>(&columns, src, to);
+    if (columns.begin[kRightEnd] < columns.begin[kRightEnd + 1])
+      Method::template end<kPixel>(&columns, kRightEnd, src, to);
+    return to;
+  }
+};
+
+// The buffer holds the tables of rows and of columns, then rows of sums.
+template <class Method, int kPixel>
+ORV_INLINE VelStatus filter(WeightsKernel* weigh, const ResizePlan& plan, const ResizeImages& images) {
+  constexpr int kTaps = Method::kTaps;
+  using H = Horizontal<kTaps, kPixel>;
   const Axis axis = rows(plan, images);
-  for (int y = 0; y < plan.dstHeight; ++y) {
-    const Position p = positionOf(axis, y);
-    Vertical<Method> vertical;
-    method.weigh(p.fraction, vertical.weights);
-    for (int t = 0; t < kTaps; ++t) {
-      const int row = clamped(p.index - kBefore<kTaps> + t, axis.count), slot = row % kTaps;
-      float* const to = sums + ptrdiff_t(slot) * (elements + kSlack);
-      if (heldBy[slot] != row)
-        horizontal.run(rowOf(images.src, images.srcStep, heldBy[slot] = row), images.region.width, to);
-      vertical.rows[t] = to;
+  RowTaps<kTaps>* const taps = reinterpret_cast<RowTaps<kTaps>*>(images.buffer);
+  weighAll<kTaps>(
+      weigh, plan.dstHeight, [&](int y) { return positionOf(axis, y); },
+      [&](int y, int index, const float* weights) {
+        taps[y].index = index;
+        memcpy(taps[y].weights, weights, sizeof taps[y].weights);
+      });
+  FilterColumns table = {taps + plan.dstHeight, {}, images.region.width, kPixel, images.channels};
+  H::build(table, weigh, columns(plan, images), plan.dstWidth);
+
+  SumsOfRows<Method, kPixel> sums = {table, reinterpret_cast<float*>(H::end(table)), {}};
+  sums.clearSlack();
+  for (const ResizePlane& plane : images) {
+    sums.forget();
+    for (int y = 0; y < plan.dstHeight; ++y) {
+      const float* from[kTaps];
+      for (int t = 0; t < kTaps; ++t)
+        from[t] = sums.provide(plane, images.srcStep, clamped(int64_t(taps[y].index) - kBefore<kTaps> + t, axis.count));
+      Method::template column<kPixel>(&table, from, taps[y].weights, rowOf(plane.dst, images.dstStep, y));
     }
-    Vel8u* const dst = rowOf(images.dst, images.dstStep, y);
-    if (kChannels < kPixel)
-      vertical.runKeepingFourth(dst, plan.dstWidth);
-    else
-      vertical.run(dst, elements);
   }
   return velStsNoErr;
 }
 
 template <class Method>
-ORV_INLINE VelStatus filterPixels(const Method& m, const ResizePlan& plan, const ResizeImages& images) {
-  if (images.pixel == 3) return filter<Method, 3>(m, plan, images);
-  return images.channels == 3 ? filter<Method, 4, 3>(m, plan, images) : filter<Method, 4>(m, plan, images);
+ORV_INLINE VelStatus filterPixels(WeightsKernel* weigh, const ResizePlan& plan, const ResizeImages& images) {
+  return images.pixel == 3 ? filter<Method, 3>(weigh, plan, images) : filter<Method, 4>(weigh, plan, images);
 }
 
 }  // namespace

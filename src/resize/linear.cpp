@@ -37,7 +37,9 @@ constexpr int kForBlend = 64, kAlone = 1;
 template <int kPixel> struct Weights {
   Vel16s of[8];
   void set(int column, int weight) {
+    constexpr int kEnd = kColumns<kPixel> * kPixel;
     for (int c = 0; c < kPixel; ++c) of[column * kPixel + c] = Vel16s(-2 * weight);
+    for (int i = kEnd; i < 8; ++i) of[i] = 0;  // of nobody
   }
   Vec all() const { return load(of); }
 };
@@ -142,21 +144,17 @@ constexpr int kSlack = 16;  // words that a row of sums has behind its own: the 
 
 // The horizontal pass for all rows.
 template <template <int> class Group, int kPixel> struct Horizontal {
-  Group<kPixel>* groups;
-  int count, columns;
-  bool isNarrow;  // a single column, which is its own neighbour
-
   static constexpr int kElements = kColumns<kPixel> * kPixel;
-  int rowWords() const { return count * kElements + kSlack; }
-  Vel16u* rowsOfSums() const { return reinterpret_cast<Vel16u*>(groups + count); }
 
-  bool build(const Axis& axis) {
-    isNarrow = axis.count == 1;
-    for (int g = 0; g < count; ++g) {
+  static const Group<kPixel>* groupsOf(const LinearColumns& c) { return static_cast<const Group<kPixel>*>(c.groups); }
+  // False where the groups are not of this kind.
+  static bool build(const LinearColumns& c, const Axis& axis) {
+    Group<kPixel>* const groups = static_cast<Group<kPixel>*>(c.groups);
+    for (int g = 0; g < c.count; ++g) {
       int firsts[kColumns<kPixel>];
       for (int i = 0; i < kColumns<kPixel>; ++i) {
         const int column = g * kColumns<kPixel> + i;
-        const Neighbours n = neighboursOf(axis, column < columns ? column : columns - 1);
+        const Neighbours n = neighboursOf(axis, column < c.columns ? column : c.columns - 1);
         firsts[i] = n.first;
         groups[g].weights.set(i, n.weight);
       }
@@ -164,23 +162,32 @@ template <template <int> class Group, int kPixel> struct Horizontal {
     }
     return true;
   }
-  template <int kScale> void run(const Vel8u* row, Vel16u* sums) const {
+  template <int kScale>
+  __attribute__((always_inline)) static void run(const LinearColumns& c, const Vel8u* row, Vel16u* sums) {
     Vel8u twice[2 * kPixel];
-    if (isNarrow) {
+    if (c.isNarrow) {
       memcpy(twice, row, kPixel);
       memcpy(twice + kPixel, row, kPixel);
       row = twice;
     }
+    const Group<kPixel>* const groups = groupsOf(c);
+    const int count = c.count;
     for (int g = 0; g < count; ++g)
       store(sums + g * kElements, weighted<kScale>(groups[g].pairs(row), groups[g].weights));
   }
 };
+template <int kScale, int kPixel> ORV_INLINE void filterRow(const LinearColumns& c, const Vel8u* row, Vel16u* sums) {
+#if ORV_HAS_SHUFFLE
+  if (c.isShuffled) return Horizontal<Shuffled, kPixel>::template run<kScale>(c, row, sums);
+#endif
+  Horizontal<Gathered, kPixel>::template run<kScale>(c, row, sums);
+}
 
 // ---- Vertical pass
 
 // Bytes of a destination row, sixteen at a time, or twelve as two sixes in the halves of a vector: blend(i) gives those
-// from element i on. A fourth channel can be kept.
-template <bool kKeepsFourth, int kBytes = 16, class Blend>
+// from element i on. A fourth channel can be kept. Where kInOrder is false, a row's end may be blended twice.
+template <bool kKeepsFourth, bool kInOrder, int kBytes = 16, class Blend>
 ORV_INLINE void storeBytes(Vel8u* dst, int bytes, Blend blend) {
   const auto put = [&](Vel8u * to, int i) __attribute__((always_inline)) {
     Vec v = blend(i);
@@ -199,6 +206,7 @@ ORV_INLINE void storeBytes(Vel8u* dst, int bytes, Blend blend) {
   int i = 0;
   for (; i + kWritten <= bytes; i += kBytes) put(dst + i, i);
   if (i == bytes) return;
+  if (!kInOrder && bytes >= 16) return put(dst + bytes - 16, bytes - 16);
   Vel8u last[16] = {};
   memcpy(last, dst + i, size_t(bytes - i));
   put(last, i);
@@ -260,7 +268,7 @@ template <class G, int kElements> struct FilterAndBlend {
 // Two rows of sums, of the two source rows last used.
 struct SumsOfTwo {
   Vel16u *upper, *lower;
-  int upperRow = -1, lowerRow = -1;
+  int upperRow = -1, lowerRow = -1, aloneRow = -1;  // the last one: in `upper`, for itself
 
   bool hasNeither(int row) const { return lowerRow != row && upperRow != row && lowerRow != row + 1; }
   template <class Run> void provide(int row, const Run& run) {
@@ -271,62 +279,103 @@ struct SumsOfTwo {
     } else if (upperRow != row) {
       run(row, upper);
     }
-    upperRow = row;
+    upperRow = row, aloneRow = -1;
     if (lowerRow != row + 1) run(lowerRow = row + 1, lower);
   }
 };
 
+template <int kPixel> ORV_INLINE void coefficients(const LinearColumns& c, const Vel8u* row, Vel16u* sums) {
+  (kPixel == 1   ? ORV_NAME(ownpi_CoefLinear8pl)
+   : kPixel == 3 ? ORV_NAME(ownpi_CoefLinear8px)
+                 : ORV_NAME(ownpi_CoefLinear8px4))(&c, row, sums);
+}
+
+// Of one plane, with rows of sums for it.
 template <template <int> class Group, int kPixel, bool kKeepsFourth>
-ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images) {
-  constexpr int kColumnsOfTwo = 2 * kColumns<kPixel>;  // groups come in twos
-  Horizontal<Group, kPixel> horizontal = {reinterpret_cast<Group<kPixel>*>(images.buffer),
-                                          (plan.dstWidth + kColumnsOfTwo - 1) / kColumnsOfTwo * 2, plan.dstWidth,
-                                          false};
-  if (!horizontal.build(columns(plan, images))) return false;
-  SumsOfTwo sums = {horizontal.rowsOfSums(), horizontal.rowsOfSums() + horizontal.rowWords()};
-  const Axis axis = rows(plan, images);
-  const int bytes = plan.dstWidth * kPixel;
-  for (int y = 0; y < plan.dstHeight; ++y) {
-    Vel8u* const dst = rowOf(images.dst, images.dstStep, y);
+ORV_INLINE void resizePlane(const LinearColumns& table, SumsOfTwo sums, const Axis& axis, int height,
+                            const ResizeImages& images, const ResizePlane& plane) {
+  const auto at = [&](int row) { return rowOf(plane.src, images.srcStep, row); };
+  for (int y = 0; y < height; ++y) {
+    Vel8u* const dst = rowOf(plane.dst, images.dstStep, y);
     const Position p = positionOf(axis, y);
     if (p.index < 0 || p.index >= axis.count - 1) {
       const int row = p.index < 0 ? 0 : axis.count - 1;
-      const Vel16u* const alone = sums.upper;
-      sums.upperRow = -1;
-      horizontal.template run<kAlone>(rowOf(images.src, images.srcStep, row), sums.upper);
-      storeBytes<kKeepsFourth>(dst, bytes,
-                               [&](int i) { return _mm_packus_epi16(load(alone + i), load(alone + i + 8)); });
+      (kPixel == 1 ? ORV_NAME(ownpi_CalcBorder8plL) : ORV_NAME(ownpi_CalcBorder8pxL))(
+          &table, row == sums.aloneRow ? nullptr : at(row), sums.upper, dst);
+      sums.upperRow = -1, sums.aloneRow = row;
       continue;
     }
-    const int weight = weightOf(p.fraction);
-    if (axis.inverse >= 1 && sums.hasNeither(p.index) && !horizontal.isNarrow) {
+    const int upper = p.index, weight = weightOf(p.fraction);
+    if (axis.inverse >= 1 && sums.hasNeither(upper) && !table.isNarrow) {
       constexpr int kElements = Horizontal<Group, kPixel>::kElements;
-      const Vel8u* const src = rowOf(images.src, images.srcStep, p.index);
-      storeBytes<kKeepsFourth, 2 * kElements>(
-          dst, bytes,
-          FilterAndBlend<Group<kPixel>, kElements>{horizontal.groups, src, images.srcStep, sums.lower,
-                                                   all16(-2 * weight)});
-      sums.upperRow = -1, sums.lowerRow = p.index + 1;
+      storeBytes<kKeepsFourth, true, 2 * kElements>(
+          dst, table.columns * kPixel,
+          FilterAndBlend<Group<kPixel>, kElements>{Horizontal<Group, kPixel>::groupsOf(table), at(upper),
+                                                   images.srcStep, sums.lower, all16(-2 * weight)});
+      sums.upperRow = -1, sums.lowerRow = upper + 1;
       continue;
     }
-    sums.provide(p.index, [&](int row, Vel16u* to) {
-      horizontal.template run<kForBlend>(rowOf(images.src, images.srcStep, row), to);
-    });
-    storeBytes<kKeepsFourth>(dst, bytes, BlendRows(sums.upper, sums.lower, weight));
+    sums.provide(upper, [&](int row, Vel16u* to) { coefficients<kPixel>(table, at(row), to); });
+    (kPixel == 1 ? ORV_NAME(ownpi_SummLinear8pl) : ORV_NAME(ownpi_SummLinear8px))(&table, sums.upper, sums.lower,
+                                                                                  weight, dst);
   }
+}
+
+template <template <int> class Group, int kPixel, bool kKeepsFourth>
+ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images, bool isShuffled) {
+  constexpr int kColumnsOfTwo = 2 * kColumns<kPixel>;  // groups come in twos
+  const int groups = (plan.dstWidth + kColumnsOfTwo - 1) / kColumnsOfTwo * 2;
+  const Axis across = columns(plan, images);
+  const LinearColumns table = {images.buffer, groups,       plan.dstWidth, across.count == 1,
+                               isShuffled,    kKeepsFourth, kPixel};
+  if (!Horizontal<Group, kPixel>::build(table, across)) return false;
+  const int rowWords = groups * Horizontal<Group, kPixel>::kElements;
+  Vel16u* const first = reinterpret_cast<Vel16u*>(reinterpret_cast<Group<kPixel>*>(images.buffer) + groups);
+  const SumsOfTwo sums = {first, first + rowWords + kSlack};
+  memset(sums.upper + rowWords, 0, kSlack * sizeof *first);
+  memset(sums.lower + rowWords, 0, kSlack * sizeof *first);
+  for (const ResizePlane& plane : images)
+    resizePlane<Group, kPixel, kKeepsFourth>(table, sums, rows(plan, images), plan.dstHeight, images, plane);
   return true;
 }
 
 template <int kPixel, bool kKeepsFourth = false>
 ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) {
 #if ORV_HAS_SHUFFLE
-  if (resizeBy<Shuffled, kPixel, kKeepsFourth>(plan, images)) return velStsNoErr;
+  if (resizeBy<Shuffled, kPixel, kKeepsFourth>(plan, images, true)) return velStsNoErr;
 #endif
-  resizeBy<Gathered, kPixel, kKeepsFourth>(plan, images);
+  resizeBy<Gathered, kPixel, kKeepsFourth>(plan, images, false);
   return velStsNoErr;
 }
 
+// Sums that are results already.
+template <bool kKeepsFourth> ORV_INLINE void storeAlone(Vel8u* dst, int bytes, const Vel16u* sums) {
+  storeBytes<kKeepsFourth, false>(dst, bytes,
+                                  [=](int i) { return _mm_packus_epi16(load(sums + i), load(sums + i + 8)); });
+}
+
 }  // namespace
+
+ORV_COEF_KERNEL(ownpi_CoefLinear8pl) { filterRow<kForBlend, 1>(*columns, row, sums); }
+ORV_COEF_KERNEL(ownpi_CoefLinear8px) { filterRow<kForBlend, 3>(*columns, row, sums); }
+ORV_COEF_KERNEL(ownpi_CoefLinear8px4) { filterRow<kForBlend, 4>(*columns, row, sums); }
+ORV_SUMM_KERNEL(ownpi_SummLinear8pl) {
+  storeBytes<false, false>(dst, columns->columns, BlendRows(upper, lower, weight));
+}
+ORV_SUMM_KERNEL(ownpi_SummLinear8px) {
+  const int bytes = columns->columns * columns->pixel;
+  const BlendRows blend(upper, lower, weight);
+  columns->keepsFourth ? storeBytes<true, false>(dst, bytes, blend) : storeBytes<false, false>(dst, bytes, blend);
+}
+ORV_BORDER_ROW_KERNEL(ownpi_CalcBorder8plL) {
+  if (row) filterRow<kAlone, 1>(*columns, row, sums);
+  storeAlone<false>(dst, columns->columns, sums);
+}
+ORV_BORDER_ROW_KERNEL(ownpi_CalcBorder8pxL) {
+  const int bytes = columns->columns * columns->pixel;
+  if (row) columns->pixel == 3 ? filterRow<kAlone, 3>(*columns, row, sums) : filterRow<kAlone, 4>(*columns, row, sums);
+  columns->keepsFourth ? storeAlone<true>(dst, bytes, sums) : storeAlone<false>(dst, bytes, sums);
+}
 
 ORV_RESIZE_KERNEL(ownResize8plL) { return resize<1>(*plan, *images); }
 ORV_RESIZE_KERNEL(ownResize8pxL) {

@@ -34,6 +34,10 @@ struct Columns {
     }
   }
 };
+ORV_INLINE Vec fourPixels(const Vel8u* src, const Vel32s* offset) {
+  const auto at = [=](int i) { return loadPart<4>(src + offset[i]); };
+  return _mm_unpacklo_epi64(_mm_unpacklo_epi32(at(0), at(1)), _mm_unpacklo_epi32(at(2), at(3)));
+}
 template <int kPixel, bool kKeepsFourth>
 ORV_INLINE void copyPixels(const Vel8u* src, const Columns& columns, Vel8u* dst) {
   const Vel32s* const offset = columns.offset;
@@ -45,11 +49,15 @@ ORV_INLINE void copyPixels(const Vel8u* src, const Columns& columns, Vel8u* dst)
   } else if (kPixel == 3) {
     // Three bytes and one more, which the next pixel writes over.
     const int last = columns.before < columns.count ? columns.before : columns.count - 1;
+#if ORV_HAS_SHUFFLE
+    for (; x + 6 <= last; x += 4)
+      store(dst + 3 * x, _mm_shuffle_epi8(fourPixels(src, offset + x),
+                                          _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
+#endif
     for (; x < last; ++x) store4(dst + 3 * x, load4(src + offset[x]));
   } else {
     for (; x + 4 <= columns.count; x += 4) {
-      const auto at = [&](int i) { return loadPart<4>(src + offset[x + i]); };
-      Vec four = _mm_unpacklo_epi64(_mm_unpacklo_epi32(at(0), at(1)), _mm_unpacklo_epi32(at(2), at(3)));
+      Vec four = fourPixels(src, offset + x);
       if (kKeepsFourth) {
         const Vec fourth = all32(int(0xFF000000));
         four = _mm_or_si128(_mm_andnot_si128(fourth, four), _mm_and_si128(fourth, load(dst + 4 * x)));
@@ -109,7 +117,12 @@ template <int kSize, int kPixel> struct Pieces {
   }
   void copyRow(const Vel8u* src, Vel8u* dst) const {
     const int whole = count() - 1;
-    for (int i = 0; i < whole; ++i) shufflePiece(src, piece[i], dst + i * kSize);
+    int i = 0;
+    for (; i + 2 <= whole; i += 2) {  // one alone takes as long as the loop around it
+      shufflePiece(src, piece[i], dst + i * kSize);
+      shufflePiece(src, piece[i + 1], dst + (i + 1) * kSize);
+    }
+    if (i < whole) shufflePiece(src, piece[i], dst + i * kSize);
     shufflePiece(src, piece[whole], dst + placeOf(whole));
   }
 };
@@ -120,15 +133,17 @@ template <int kSize, int kPixel> struct Pieces {
 template <class CopyRow> ORV_INLINE VelStatus copyRows(const ResizePlan& plan, const ResizeImages& images,
                                                        int repeatedBytes, const CopyRow& copyRow) {
   const Axis axis = rows(plan, images);
-  int last = -1;
-  for (int y = 0; y < plan.dstHeight; ++y) {
-    Vel8u* const dst = rowOf(images.dst, images.dstStep, y);
-    const int from = nearestOf(axis, y);
-    if (from == last && repeatedBytes)
-      ORV_NAME(velsCopy_8u)(rowOf(images.dst, images.dstStep, y - 1), dst, repeatedBytes);
-    else
-      copyRow(rowOf(images.src, images.srcStep, from), dst);
-    last = from;
+  for (const ResizePlane& plane : images) {
+    int last = -1;
+    for (int y = 0; y < plan.dstHeight; ++y) {
+      Vel8u* const dst = rowOf(plane.dst, images.dstStep, y);
+      const int from = nearestOf(axis, y);
+      if (from == last && repeatedBytes)
+        ORV_NAME(velsCopy_8u)(rowOf(plane.dst, images.dstStep, y - 1), dst, repeatedBytes);
+      else
+        copyRow(rowOf(plane.src, images.srcStep, from), dst);
+      last = from;
+    }
   }
   return velStsNoErr;
 }
@@ -157,7 +172,7 @@ ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) 
 }  // namespace
 
 ORV_RESIZE_KERNEL(ownResize8plN) { return resize<1>(*plan, *images); }
-ORV_RESIZE_KERNEL(ownResize8pxN) {
-  if (images->pixel == 3) return resize<3>(*plan, *images);
+ORV_RESIZE_KERNEL(ownResize8pxN) { return resize<3>(*plan, *images); }
+ORV_RESIZE_KERNEL(ownResize8px4N) {
   return images->channels == 3 ? resize<4, true>(*plan, *images) : resize<4>(*plan, *images);
 }

@@ -1,7 +1,14 @@
-// What a resize call comes to: which pixels are written, and where each of them lies in the source.
+// What a resize call asks for and comes to: which pixels are written, and where each of them lies in the source.
 #pragma once
 #include "core/simd.h"
 #include "image/checks.h"
+
+struct ResizeRequest {
+  VeliSize srcSize;
+  VeliRect srcRoi, dstRoi;
+  double xFactor, yFactor, xShift, yShift;
+  int interpolation;
+};
 
 // Edges that are no whole numbers are exact; see the public header for the model.
 struct ResizePlan {
@@ -14,17 +21,23 @@ struct ResizePlan {
   Vel32s smoothEdge, subpixelEdge, antialias;
 };
 
-// The images of a driver: from the first pixel of the clipped source region to the first pixel written. Planes are
-// resized one at a time.
-struct ResizeImages {
+// The images of a driver: from the first pixel of the clipped source region to the first pixel written. Planes share
+// everything else, so that tables serve all of them.
+struct ResizePlane {
   const Vel8u* src;
-  int srcStep;
-  VeliRect region;  // the clipped source region, in coordinates of the source image
   Vel8u* dst;
-  int dstStep;
-  int channels;   // resized ones
-  int pixel;      // bytes from one destination or source pixel to the next: 3 of AC4's 4 bytes are resized
-  Vel8u* buffer;  // 16-byte aligned
+};
+struct ResizeImages {
+  ResizePlane plane[4];
+  int planes;  // 1 for interleaved images
+  int srcStep, dstStep;
+  VeliRect region;  // the clipped source region, in coordinates of the source image
+  int channels;     // resized ones
+  int pixel;        // bytes from one destination or source pixel to the next: 3 of AC4's 4 bytes are resized
+  Vel8u* buffer;    // 16-byte aligned
+
+  const ResizePlane* begin() const { return plane; }
+  const ResizePlane* end() const { return plane + planes; }
 };
 
 namespace {
@@ -41,6 +54,16 @@ ORV_INLINE VelStatus checkInterpolation(int interpolation) {
   const unsigned flags = unsigned(interpolation) & kFlags;
   return known && (flags & (flags - 1)) == 0 ? velStsNoErr : velStsInterpolationErr;
 }
+
+// ---- Edges
+//
+// The pixel that an edge cuts belongs to the rectangle or to the ring around it. One rule says which, for the plan and
+// the ring alike, so that no pixel is left out and none is both. Edges are not negative.
+
+constexpr double kHardlyMore = 1e-10;
+ORV_INLINE double fractionOf(double edge) { return edge - int(edge); }
+ORV_INLINE bool cutsFirst(double min) { return fractionOf(min) > kHardlyMore; }
+ORV_INLINE bool cutsLast(double max) { return fractionOf(max) + kHardlyMore < 1; }
 
 // ---- Positions
 
@@ -67,17 +90,23 @@ struct Position {
   int index;       // of the left or upper one, from the region's first
   float fraction;  // from it to the other one
 };
-// The positions of pixels that no filter reaches from the region are all the same.
+// The positions of pixels that no filter reaches from the region are all the same. Of a region so wide that this one is
+// past any int, it is an int's last: its fraction is 0, so that taps which are still inside weigh nothing.
 constexpr int kBeyond = 8;
+ORV_INLINE int beyondEnd(const Axis& axis) {
+  return axis.count < 0x7FFFFFFF - kBeyond ? axis.count + kBeyond : 0x7FFFFFFF;
+}
 ORV_INLINE Position positionOf(const Axis& axis, int i) {
   const double v = (double(axis.start) + i + 0.5) * axis.inverse + (axis.offset - 0.5);
   const double end = double(axis.first) + axis.count + kBeyond;
   // Written so that a NaN, of an infinite inverse, counts as beyond the end.
-  if (!(v < end && v < 2147483647.0)) return {axis.count + kBeyond, 0};
+  if (!(v < end && v < 2147483647.0)) return {beyondEnd(axis), 0};
   if (v < double(axis.first) - kBeyond) return {-kBeyond, 0};
   const int whole = floorOf(v);
   return {whole - axis.first, float(v - whole)};
 }
-ORV_INLINE int clamped(int index, int count) { return index < 0 ? 0 : index < count ? index : count - 1; }
+template <class T> ORV_INLINE int clamped(T index, int count) {
+  return index < 0 ? 0 : index < count ? int(index) : count - 1;
+}
 
 }  // namespace

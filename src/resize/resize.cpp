@@ -5,13 +5,6 @@ namespace {
 
 // ---- The plan
 
-struct Request {
-  VeliSize srcSize;
-  VeliRect srcRoi, dstRoi;
-  double xFactor, yFactor, xShift, yShift;
-  int interpolation;
-};
-
 ORV_INLINE bool isEmpty(const VeliRect& r) { return r.x < 0 || r.y < 0 || r.width < 1 || r.height < 1; }
 ORV_INLINE VelStatus checkRegions(const VeliRect& src, const VeliRect& dst) {
   return isEmpty(src) || isEmpty(dst) ? velStsSizeErr : velStsNoErr;
@@ -33,7 +26,7 @@ struct Extent {
 };
 ORV_INLINE VelStatus mapExtent(int src, int srcSize, int dst, int dstSize, double factor, double shift, bool hasRing,
                                Extent& e) {
-  constexpr double kNearlyWhole = 1e-10, kLastCoordinate = 2147483647.0;
+  constexpr double kLastCoordinate = 2147483647.0;
   const double low = dst, high = low + dstSize < kLastCoordinate ? low + dstSize : kLastCoordinate;
   const double left = src * factor + shift, right = (double(src) + srcSize) * factor + shift;
   e.min = left < low ? low : left;
@@ -41,46 +34,14 @@ ORV_INLINE VelStatus mapExtent(int src, int srcSize, int dst, int dstSize, doubl
   if (!(e.min < high && e.max > low)) return velStsNoOperation;
   int end;
   if (hasRing) {  // whole pixels
-    e.start = -floorOf(-(e.min - kNearlyWhole));
-    end = floorOf(e.max + kNearlyWhole);
+    e.start = int(e.min) + cutsFirst(e.min);
+    end = int(e.max) + !cutsLast(e.max);
   } else {  // pixels whose centre is inside, or so close to an edge that it counts as on it
     e.start = int(e.min + 0.4999999999);
     end = int(e.max + 0.5000000001 < kLastCoordinate ? e.max + 0.5000000001 : kLastCoordinate);
   }
   e.size = end - e.start;
   return e.start < end ? velStsNoErr : velStsNoOperation;
-}
-
-// Checks, clips the source region, and fills the plan. Pointers have been checked.
-ORV_INLINE VelStatus ownpiPreludeToResize(Request& r, ResizePlan& plan) {
-  if (r.srcSize.width < 1 || r.srcSize.height < 1) return velStsSizeErr;
-  ORV_CHECK(checkRegions(r.srcRoi, r.dstRoi));
-  if (!(r.xFactor > 0 && r.yFactor > 0)) return velStsResizeFactorErr;
-  ORV_CHECK(checkInterpolation(r.interpolation));
-  const int method = methodOf(r.interpolation);
-  if (method == velInterSuper && (r.xFactor > 1 || r.yFactor > 1)) return velStsResizeFactorErr;
-  if (r.srcRoi.x >= r.srcSize.width || r.srcRoi.y >= r.srcSize.height) return velStsWrongIntersectROI;
-  if (r.srcRoi.width > r.srcSize.width - r.srcRoi.x) r.srcRoi.width = r.srcSize.width - r.srcRoi.x;
-  if (r.srcRoi.height > r.srcSize.height - r.srcRoi.y) r.srcRoi.height = r.srcSize.height - r.srcRoi.y;
-
-  const unsigned flags = unsigned(r.interpolation);
-  plan.smoothEdge = Vel32s(flags & unsigned(velFlagSmoothEdge));
-  plan.subpixelEdge = Vel32s(flags & unsigned(velFlagSubpixelEdge));
-  plan.antialias = Vel32s(flags & unsigned(velFlagAntialiasing));
-  plan.method = substituted(method, r.srcSize);
-  const bool hasRing = plan.smoothEdge != 0 || plan.subpixelEdge != 0;
-  Extent x, y;
-  const VeliRect &s = r.srcRoi, &d = r.dstRoi;
-  ORV_CHECK(mapExtent(s.x, s.width, d.x, d.width, r.xFactor, r.xShift, hasRing, x));
-  ORV_CHECK(mapExtent(s.y, s.height, d.y, d.height, r.yFactor, r.yShift, hasRing, y));
-  plan.dstX = x.start, plan.dstWidth = x.size, plan.xMin = x.min, plan.xMax = x.max;
-  plan.dstY = y.start, plan.dstHeight = y.size, plan.yMin = y.min, plan.yMax = y.max;
-  plan.invXFactor = 1 / r.xFactor;
-  plan.invYFactor = 1 / r.yFactor;
-  plan.xOffset = -r.xShift / r.xFactor;
-  plan.yOffset = -r.yShift / r.yFactor;
-  plan.superArea = plan.method == velInterSuper ? r.xFactor * r.yFactor : 0;
-  return velStsNoErr;
 }
 
 // ---- Layouts: how many of a pixel's bytes are resized, and the ring's kernels
@@ -102,59 +63,41 @@ struct AC4 {
   static constexpr auto smooth = ORV_NAME(ownpi_SmoothDstBorder8px4a), subpixel = ORV_NAME(ownpi_SubpixDstBorder8px4a);
 };
 
-// ---- One image
+// ---- The images
 
-// The methods, without antialiasing.
-ORV_INLINE VelStatus ownpiResizeSP(const ResizePlan& plan, const ResizeImages& images) {
-  const bool interleaved = images.pixel > 1;
-  switch (plan.method) {
-    case velInterNearest: return (interleaved ? ORV_NAME(ownResize8pxN) : ORV_NAME(ownResize8plN))(&plan, &images);
-    case velInterLinear: return (interleaved ? ORV_NAME(ownResize8pxL) : ORV_NAME(ownResize8plL))(&plan, &images);
-    case velInterLanczos: return (interleaved ? ORV_NAME(ownResize8pxLz) : ORV_NAME(ownResize8plLz))(&plan, &images);
-    case velInterSuper: return (interleaved ? ORV_NAME(ownDecimate8pxSP) : ORV_NAME(ownDecimate8plSP))(&plan, &images);
-    default: return (interleaved ? ORV_NAME(ownResize8pxC) : ORV_NAME(ownResize8plC))(&plan, &images);
-  }
-}
-
-template <class Layout> ORV_INLINE VelStatus resizeImage(const ResizePlan& plan, const Request& r, const Vel8u* src,
-                                                         int srcStep, Vel8u* dst, int dstStep, Vel8u* buffer) {
+template <class Layout, int kPlanes> ORV_INLINE VelStatus resizePlanes(const Vel8u* const* src, int srcStep,
+                                                                       Vel8u* const* dst, int dstStep, ResizeRequest r,
+                                                                       Vel8u* buffer) {
+  ResizePlan plan;
+  ORV_CHECK(ORV_NAME(ownpiPreludeToResize)(&r, &plan));
   Vel8u* const aligned = reinterpret_cast<Vel8u*>((reinterpret_cast<uintptr_t>(buffer) + 15) & ~uintptr_t(15));
-  const ResizeImages images = {rowOf(src, srcStep, r.srcRoi.y) + ptrdiff_t(r.srcRoi.x) * Layout::kPixel,
-                               srcStep,
-                               r.srcRoi,
-                               rowOf(dst, dstStep, plan.dstY) + ptrdiff_t(plan.dstX) * Layout::kPixel,
-                               dstStep,
-                               Layout::kChannels,
-                               Layout::kPixel,
-                               aligned};
+  ResizeImages images = {{}, kPlanes, srcStep, dstStep, r.srcRoi, Layout::kChannels, Layout::kPixel, aligned};
+  for (int i = 0; i < kPlanes; ++i)
+    images.plane[i] = {rowOf(src[i], srcStep, r.srcRoi.y) + ptrdiff_t(r.srcRoi.x) * Layout::kPixel,
+                       rowOf(dst[i], dstStep, plan.dstY) + ptrdiff_t(plan.dstX) * Layout::kPixel};
   const bool filters = plan.method != velInterNearest && plan.method != velInterSuper;
   const VelStatus status =
-      plan.antialias && filters ? ORV_NAME(ownpiResizeAA)(&plan, &images) : ownpiResizeSP(plan, images);
+      (plan.antialias && filters ? ORV_NAME(ownpiResizeAA) : ORV_NAME(ownpiResizeSP))(&plan, &images);
   const auto drawRing = [&](auto kernel) {
-    kernel(images.dst, dstStep, plan.dstWidth, plan.dstHeight, plan.xMin, plan.xMax, plan.yMin, plan.yMax);
+    for (const ResizePlane& plane : images)
+      kernel(plane.dst, dstStep, plan.dstWidth, plan.dstHeight, plan.xMin, plan.xMax, plan.yMin, plan.yMax);
   };
   if (plan.smoothEdge) drawRing(Layout::smooth);
   if (plan.subpixelEdge) drawRing(Layout::subpixel);
   return plan.antialias && !filters ? VelStatus(status | velStsNoAntialiasing) : status;
 }
 
-template <class Layout>
-ORV_INLINE VelStatus resize(const Vel8u* src, int srcStep, Vel8u* dst, int dstStep, Request r, Vel8u* buffer) {
+template <class Layout> ORV_INLINE VelStatus resize(const Vel8u* src, int srcStep, Vel8u* dst, int dstStep,
+                                                    const ResizeRequest& r, Vel8u* buffer) {
   ORV_CHECK(checkPointers(src, dst, buffer));
-  ResizePlan plan;
-  ORV_CHECK(ownpiPreludeToResize(r, plan));
-  return resizeImage<Layout>(plan, r, src, srcStep, dst, dstStep, buffer);
+  return resizePlanes<Layout, 1>(&src, srcStep, &dst, dstStep, r, buffer);
 }
-template <int kPlanes> ORV_INLINE VelStatus resizePlanes(const Vel8u* const src[], int srcStep, Vel8u* const dst[],
-                                                         int dstStep, Request r, Vel8u* buffer) {
+template <class Layout, int kPlanes> ORV_INLINE VelStatus resize(const Vel8u* const* src, int srcStep,
+                                                                 Vel8u* const* dst, int dstStep, const ResizeRequest& r,
+                                                                 Vel8u* buffer) {
   ORV_CHECK(checkPointers(src, dst, buffer));
   for (int i = 0; i < kPlanes; ++i) ORV_CHECK(checkPointers(src[i], dst[i]));
-  ResizePlan plan;
-  ORV_CHECK(ownpiPreludeToResize(r, plan));
-  VelStatus status = velStsNoErr;
-  for (int i = 0; i < kPlanes; ++i)
-    status = VelStatus(status | resizeImage<C1>(plan, r, src[i], srcStep, dst[i], dstStep, buffer));
-  return status;
+  return resizePlanes<Layout, kPlanes>(src, srcStep, dst, dstStep, r, buffer);
 }
 
 // ---- Sizes of the buffer
@@ -186,6 +129,58 @@ ORV_INLINE Vel64u bufferSize(const VeliRect& src, const VeliRect& dst, unsigned 
 
 }  // namespace
 
+// ---- Kernels
+
+// Pointers have been checked.
+ORV_KERNEL VelStatus ORV_NAME(ownpiPreludeToResize)(ResizeRequest* request, ResizePlan* result) {
+  ResizeRequest& r = *request;
+  ResizePlan& plan = *result;
+  if (r.srcSize.width < 1 || r.srcSize.height < 1) return velStsSizeErr;
+  ORV_CHECK(checkRegions(r.srcRoi, r.dstRoi));
+  if (!(r.xFactor > 0 && r.yFactor > 0)) return velStsResizeFactorErr;
+  ORV_CHECK(checkInterpolation(r.interpolation));
+  const int method = methodOf(r.interpolation);
+  if (method == velInterSuper && (r.xFactor > 1 || r.yFactor > 1)) return velStsResizeFactorErr;
+  if (r.srcRoi.x >= r.srcSize.width || r.srcRoi.y >= r.srcSize.height) return velStsWrongIntersectROI;
+  if (r.srcRoi.width > r.srcSize.width - r.srcRoi.x) r.srcRoi.width = r.srcSize.width - r.srcRoi.x;
+  if (r.srcRoi.height > r.srcSize.height - r.srcRoi.y) r.srcRoi.height = r.srcSize.height - r.srcRoi.y;
+
+  const unsigned flags = unsigned(r.interpolation);
+  plan.smoothEdge = Vel32s(flags & unsigned(velFlagSmoothEdge));
+  plan.subpixelEdge = Vel32s(flags & unsigned(velFlagSubpixelEdge));
+  plan.antialias = Vel32s(flags & unsigned(velFlagAntialiasing));
+  plan.method = substituted(method, r.srcSize);
+  const bool hasRing = plan.smoothEdge != 0 || plan.subpixelEdge != 0;
+  Extent x, y;
+  const VeliRect &s = r.srcRoi, &d = r.dstRoi;
+  ORV_CHECK(mapExtent(s.x, s.width, d.x, d.width, r.xFactor, r.xShift, hasRing, x));
+  ORV_CHECK(mapExtent(s.y, s.height, d.y, d.height, r.yFactor, r.yShift, hasRing, y));
+  plan.dstX = x.start, plan.dstWidth = x.size, plan.xMin = x.min, plan.xMax = x.max;
+  plan.dstY = y.start, plan.dstHeight = y.size, plan.yMin = y.min, plan.yMax = y.max;
+  plan.invXFactor = 1 / r.xFactor;
+  plan.invYFactor = 1 / r.yFactor;
+  plan.xOffset = -r.xShift / r.xFactor;
+  plan.yOffset = -r.yShift / r.yFactor;
+  plan.superArea = plan.method == velInterSuper ? r.xFactor * r.yFactor : 0;
+  return velStsNoErr;
+}
+
+// The methods, without antialiasing.
+ORV_RESIZE_KERNEL(ownpiResizeSP) {
+  const auto run = [=](auto plane, auto three, auto four) {
+    return (images->pixel == 1 ? plane : images->pixel == 3 ? three : four)(plan, images);
+  };
+#define OF(name) ORV_NAME(name)
+  switch (plan->method) {
+    case velInterNearest: return run(OF(ownResize8plN), OF(ownResize8pxN), OF(ownResize8px4N));
+    case velInterLinear: return run(OF(ownResize8plL), OF(ownResize8pxL), OF(ownResize8pxL));
+    case velInterLanczos: return run(OF(ownResize8plLz), OF(ownResize8pxLz), OF(ownResize8pxLz));
+    case velInterSuper: return run(OF(ownDecimate8plSP), OF(ownDecimate8pxSP), OF(ownDecimate8px4SP));
+    default: return run(OF(ownResize8plC), OF(ownResize8pxC), OF(ownResize8pxC));
+  }
+#undef OF
+}
+
 // ---- Bodies
 
 ORV_BODY_A(veliResizeGetBufSize)
@@ -206,7 +201,7 @@ ORV_BODY_A(veliResizeGetBufSize)
   (Src pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi, Dst pDst, int dstStep, VeliRect dstRoi, double xFactor, \
    double yFactor, double xShift, double yShift, int interpolation, Vel8u* pBuffer)
 #define REQUEST \
-  Request { srcSize, srcRoi, dstRoi, xFactor, yFactor, xShift, yShift, interpolation }
+  ResizeRequest { srcSize, srcRoi, dstRoi, xFactor, yFactor, xShift, yShift, interpolation }
 
 ORV_BODY_B(veliResizeSqrPixel_8u_C1R) ARGUMENTS(const Vel8u*, Vel8u*) {
   return resize<C1>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
@@ -221,8 +216,8 @@ ORV_BODY_B(veliResizeSqrPixel_8u_AC4R) ARGUMENTS(const Vel8u*, Vel8u*) {
   return resize<AC4>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
 }
 ORV_BODY_B(veliResizeSqrPixel_8u_P3R) ARGUMENTS(const Vel8u* const*, Vel8u* const*) {
-  return resizePlanes<3>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+  return resize<C1, 3>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
 }
 ORV_BODY_B(veliResizeSqrPixel_8u_P4R) ARGUMENTS(const Vel8u* const*, Vel8u* const*) {
-  return resizePlanes<4>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+  return resize<C1, 4>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
 }

@@ -278,11 +278,12 @@ ORV_INLINE VelStatus decimate(const ResizePlan& plan, const ResizeImages& images
     for (int i = 0; i < (n + 7) / 8 * 8; ++i) table.set(i, i < n ? spanOf(horizontal, x + i) : last, base);
     const int samples = (last.first + last.count - base) * kPixel;
     for (int i = 0; i < 16; i += 4) _mm_storeu_ps(sums + (samples < 16 ? 16 : samples) + i, _mm_setzero_ps());
-    for (int y = 0; y < plan.dstHeight; ++y) {
-      const Span span = spanOf(vertical, y);
-      Rows(images.src + ptrdiff_t(base) * kPixel, images.srcStep, span).sum(samples, sums);
-      table.store(sums, span.inverse, n, rowOf(images.dst, images.dstStep, y) + ptrdiff_t(x) * kPixel);
-    }
+    for (const ResizePlane& plane : images)
+      for (int y = 0; y < plan.dstHeight; ++y) {
+        const Span span = spanOf(vertical, y);
+        Rows(plane.src + ptrdiff_t(base) * kPixel, images.srcStep, span).sum(samples, sums);
+        table.store(sums, span.inverse, n, rowOf(plane.dst, images.dstStep, y) + ptrdiff_t(x) * kPixel);
+      }
   }
   return velStsNoErr;
 }
@@ -346,9 +347,10 @@ template <int n, int kPixel, int kChannels> ORV_INLINE void storePixelCells(cons
 }
 
 template <int n, int kPixel, int kChannels>
-ORV_INLINE VelStatus decimateCells(const ResizePlan& plan, const ResizeImages& images, int firstColumn, int firstRow) {
+ORV_INLINE void decimateCells(const ResizePlan& plan, const ResizeImages& images, const ResizePlane& plane,
+                              int firstColumn, int firstRow) {
   Vel16u* const sums = reinterpret_cast<Vel16u*>(images.buffer);
-  const Vel8u* src = rowOf(images.src, images.srcStep, firstRow) + ptrdiff_t(firstColumn) * kPixel;
+  const Vel8u* src = rowOf(plane.src, images.srcStep, firstRow) + ptrdiff_t(firstColumn) * kPixel;
   const int samples = plan.dstWidth * n * kPixel;
   for (int y = 0; y < plan.dstHeight; ++y, src = rowOf(src, images.srcStep, n)) {
     bySixteen(samples, [&](int i, const auto& load) {
@@ -361,15 +363,15 @@ ORV_INLINE VelStatus decimateCells(const ResizePlan& plan, const ResizeImages& i
       store(sums + i, low);
       store(sums + i + 8, high);
     });
-    Vel8u* const dst = rowOf(images.dst, images.dstStep, y);
+    Vel8u* const dst = rowOf(plane.dst, images.dstStep, y);
     if (kPixel == 1)
       storePlaneCells<n>(sums, plan.dstWidth, dst);
     else
       storePixelCells<n, kPixel, kChannels>(sums, plan.dstWidth, dst);
   }
-  return velStsNoErr;
 }
 
+template <int n> struct Cells { static constexpr int kSide = n; };
 // Where the cells begin, or -1 if the squares are none, or leave the region.
 ORV_INLINE int firstCell(const Axis& axis, int size, int n) {
   const double left = edgeOf(axis, 0), right = edgeOf(axis, size);
@@ -381,12 +383,14 @@ ORV_INLINE int firstCell(const Axis& axis, int size, int n) {
 
 template <int kPixel, int kChannels, class Columns>
 ORV_INLINE VelStatus supersample(const ResizePlan& plan, const ResizeImages& images) {
-  const auto firstColumn = [&](int n) { return firstCell(columns(plan, images), plan.dstWidth, n); };
-  const auto firstRow = [&](int n) { return firstCell(rows(plan, images), plan.dstHeight, n); };
-  const auto hasCells = [&](int n) { return firstColumn(n) >= 0 && firstRow(n) >= 0; };
-  if (hasCells(2)) return decimateCells<2, kPixel, kChannels>(plan, images, firstColumn(2), firstRow(2));
-  if (hasCells(3)) return decimateCells<3, kPixel, kChannels>(plan, images, firstColumn(3), firstRow(3));
-  if (hasCells(4)) return decimateCells<4, kPixel, kChannels>(plan, images, firstColumn(4), firstRow(4));
+  const auto cells = [&](auto n) {
+    const int column = firstCell(columns(plan, images), plan.dstWidth, n.kSide);
+    const int row = firstCell(rows(plan, images), plan.dstHeight, n.kSide);
+    if (column < 0 || row < 0) return false;
+    for (const ResizePlane& plane : images) decimateCells<n.kSide, kPixel, kChannels>(plan, images, plane, column, row);
+    return true;
+  };
+  if (cells(Cells<2>()) || cells(Cells<3>()) || cells(Cells<4>())) return velStsNoErr;
   return decimate<kPixel, kChannels, Columns>(plan, images);
 }
 template <int kPixel, int kChannels = kPixel>
@@ -397,7 +401,7 @@ ORV_INLINE VelStatus supersamplePixels(const ResizePlan& plan, const ResizeImage
 }  // namespace
 
 ORV_RESIZE_KERNEL(ownDecimate8plSP) { return supersample<1, 1, PlaneColumns>(*plan, *images); }
-ORV_RESIZE_KERNEL(ownDecimate8pxSP) {
-  if (images->pixel == 3) return supersamplePixels<3>(*plan, *images);
+ORV_RESIZE_KERNEL(ownDecimate8pxSP) { return supersamplePixels<3>(*plan, *images); }
+ORV_RESIZE_KERNEL(ownDecimate8px4SP) {
   return images->channels == 3 ? supersamplePixels<4, 3>(*plan, *images) : supersamplePixels<4>(*plan, *images);
 }

@@ -19,10 +19,18 @@ PATTERNS = {"A": "w7 w7 s8 s8 p8 g9", "B": "w7 w7 v8 v8 p8 g9", "C": "w7 w7 v8 s
 KERNELS = """ownsCopy_8u velsCopy_8u velsCopy_16s velsCopy_32s velsZero_8u velsZero_16s velsZero_32s
     velsMalloc_8u velsMalloc_32f velsFree veliConvert_8u16u_C1R veliDCT8x8InvLSClip_16s8u_C1R
     ownpj_YUV420ToRGB888LS_MCU
-    ownResize8plN ownResize8pxN ownResize8plL ownResize8pxL ownResize8plC ownResize8pxC ownResize8plLz ownResize8pxLz
-    ownDecimate8plSP ownDecimate8pxSP ownpiResizeAA ownpi_SmoothDstBorder8pl ownpi_SmoothDstBorder8px
-    ownpi_SmoothDstBorder8px4 ownpi_SmoothDstBorder8px4a ownpi_SubpixDstBorder8pl ownpi_SubpixDstBorder8px
-    ownpi_SubpixDstBorder8px4 ownpi_SubpixDstBorder8px4a""".split()
+    ownpiPreludeToResize ownpiResizeSP ownpiResizeAA
+    ownResize8plN ownResize8pxN ownResize8px4N ownResize8plL ownResize8pxL ownResize8plC ownResize8pxC ownResize8plLz
+    ownResize8pxLz ownDecimate8plSP ownDecimate8pxSP ownDecimate8px4SP
+    ownpi_CoefLinear8pl ownpi_CoefLinear8px ownpi_CoefLinear8px4 ownpi_SummLinear8pl ownpi_SummLinear8px
+    ownpi_CalcBorder8plL ownpi_CalcBorder8pxL
+    ownpi_Cubic0Kernel ownpi_Cubic1Kernel ownpi_Cubic2Kernel ownpi_Cubic3Kernel
+    ownpi_RowCubic8pl ownpi_RowCubic8px ownpi_RowCubic8px4 ownpi_ColCubic8pl ownpi_SummCubic8px
+    ownpi_CalcBorder8plC ownpi_CalcBorder8pxC
+    ownpi_Lanczos3 ownpi_RowLanczos8pl ownpi_RowLanczos8px ownpi_RowLanczos8px4 ownpi_ColLanczos8pl ownpi_ColLanczos8px
+    ownpi_CalcBorder8plLz ownpi_CalcBorder8pxLz
+    ownpi_SmoothDstBorder8pl ownpi_SmoothDstBorder8px ownpi_SmoothDstBorder8px4 ownpi_SmoothDstBorder8px4a
+    ownpi_SubpixDstBorder8pl ownpi_SubpixDstBorder8px ownpi_SubpixDstBorder8px4 ownpi_SubpixDstBorder8px4a""".split()
 KERNELS_A = ["veliZigzagInv8x8_16s_C1", "ownpj_EncodeHuffmanStateInit"]
 
 

@@ -21,8 +21,8 @@ struct Axis {
   double high() const { return std::min((double(first) + count) * factor + shift, double(dst) + dstCount); }
   // Whether a pixel of the destination region is written, and not one of the ring.
   bool isWritten(int x, bool hasRing) const {
-    const double start = hasRing ? x : x + 0.5, end = hasRing ? x + 1.0 : x + 0.5;
-    return start >= low() - 1e-10 && end <= high() + 1e-10;
+    if (hasRing) return low() - x <= 1e-10 && high() - x + 1e-10 >= 1;
+    return x + 0.5 >= low() - 1e-10 && x + 0.5 <= high() + 1e-10;
   }
   // Where the edge coordinate d lies in the region.
   double edge(double d) const { return d * (1 / factor) + -shift / factor - first; }
@@ -127,8 +127,9 @@ class Resized {
 };
 
 // A pixel of the ring, covered in part.
-inline int ring(bool isSmooth, float coverage, int edge, int old) {
-  const float value = isSmooth ? coverage * float(edge - old) + float(old) : coverage * float(edge);
+inline int ring(bool isSmooth, double coverage, int edge, int old) {
+  const float weight = float(coverage);
+  const float value = isSmooth ? weight * float(edge - old) + float(old) : weight * float(edge);
   return std::min(std::max(int(0.5000001f + value), 0), 255);
 }
 

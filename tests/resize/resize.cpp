@@ -1,10 +1,14 @@
 // Resizing against the model, on every code path; the paths must agree bit for bit.
+#include <dlfcn.h>
+#include <sys/mman.h>
 #include <algorithm>
 #include <array>
+#include <cfenv>
 #include <climits>
 #include <deque>
 #include <limits>
 #include <random>
+#include <string>
 #include "resize/model.h"
 #include "support/guarded.h"
 #include "support/paths.h"
@@ -108,8 +112,14 @@ class Call {
     for (size_t i = 0; i < dst.size(); ++i) from[i] = src[i].top, to[i] = dst[i].top;
     const Guarded behind(size_t(size) + shift, Guard::kBehind, 0xFF),
         before(size_t(size) + shift, Guard::kBefore, 0xFF);
-    Vel8u* const buffer = shift % 2 ? behind.data() : before.data() + shift;  // 0xFF...: as floats, NaNs
+    Vel8u* const buffer = shift % 2 ? behind.data() : before.data() + shift;
+    // What a call must not compute from: as floats quiet NaNs, signalling ones, and numbers whose sums overflow.
+    constexpr Vel32u kRubbish[] = {0xFFFFFFFF, 0x7FA07FA0, 0x7F7F7F7F};
+    for (int i = 0; i + 4 <= size; i += 4) memcpy(buffer + i, &kRubbish[shift % 3], 4);
+    feclearexcept(FE_ALL_EXCEPT);
     status = l.call(from, src[0].step, to, dst[0].step, g, buffer);
+    const int raised = fetestexcept(FE_INVALID | FE_OVERFLOW | FE_DIVBYZERO);
+    ASSERT_EQ(raised, 0) << "floating-point exceptions, rubbish " << std::hex << kRubbish[shift % 3];
     for (size_t i = 0; i < shift; ++i) {
       ASSERT_EQ(behind[size_t(size) + i], 0xFF);
       ASSERT_EQ(before[i], 0xFF);
@@ -150,26 +160,27 @@ class Call {
         }
     if (hasRing && isDone) {
       // How much the ring's pixels are covered: before and behind.
-      float coverage[2][2];
+      double coverage[2][2];
       for (int i = 0; i < 2; ++i) {
-        const double before = from[i] - axes[i].low(), behind = axes[i].high() - (to[i] + 1);
-        coverage[i][0] = before > 1e-10 ? float(before) : 0, coverage[i][1] = behind > 1e-10 ? float(behind) : 0;
+        coverage[i][0] = from[i] - axes[i].low(), coverage[i][1] = axes[i].high() - (to[i] + 1);
       }
-      const auto draw = [&](int x, int y, float weight) {
+      const auto draw = [&](int x, int y, double weight) {
         const int edgeX = std::min(std::max(x, from[0]), to[0]), edgeY = std::min(std::max(y, from[1]), to[1]);
-        if (weight > 0)
-          for (int c = 0; c < l.channels; ++c) {
-            const int wanted =
-                model::ring(g.interpolation & model::kSmooth, weight, plane.at(edgeX, edgeY)[c], old(x, y)[c]);
-            ASSERT_NEAR(plane.at(x, y)[c], wanted, 1) << "ring " << x << ", " << y;  // coverage in single precision
-            old(x, y)[c] = plane.at(x, y)[c];
-          }
+        for (int c = 0; c < l.channels; ++c) {
+          const int wanted =
+              model::ring(g.interpolation & model::kSmooth, weight, plane.at(edgeX, edgeY)[c], old(x, y)[c]);
+          ASSERT_EQ(plane.at(x, y)[c], wanted) << "ring " << x << ", " << y;
+          old(x, y)[c] = plane.at(x, y)[c];
+        }
       };
       for (int side = 0; side < 2; ++side) {
-        for (int x = from[0]; x <= to[0]; ++x) draw(x, side ? to[1] + 1 : from[1] - 1, coverage[1][side]);
-        for (int y = from[1]; y <= to[1]; ++y) draw(side ? to[0] + 1 : from[0] - 1, y, coverage[0][side]);
+        const int column = side ? to[0] + 1 : from[0] - 1, row = side ? to[1] + 1 : from[1] - 1;
+        const double across = coverage[0][side], down = coverage[1][side];
+        for (int x = from[0]; x <= to[0] && down > 0; ++x) draw(x, row, down);
+        for (int y = from[1]; y <= to[1] && across > 0; ++y) draw(column, y, across);
         for (int other = 0; other < 2; ++other)
-          draw(side ? to[0] + 1 : from[0] - 1, other ? to[1] + 1 : from[1] - 1, coverage[0][side] * coverage[1][other]);
+          if (across > 0 && coverage[1][other] > 0)
+            draw(column, other ? to[1] + 1 : from[1] - 1, across * coverage[1][other]);
       }
     }
     ASSERT_EQ(memcmp(plane.memory.data(), expected.data(), expected.size()), 0) << "something else was written";
@@ -245,6 +256,20 @@ TEST_F(Resize, FollowsTheModelInExtremeCases) {
         for (const Layout& layout : kLayouts) {
           g.interpolation = method | flag;
           ASSERT_NO_FATAL_FAILURE(Call(layout, g, random).expectResized());
+        }
+}
+
+// Sides of the ring that are covered nearly whole, hardly, or so that single precision cannot tell which; corners of a
+// half, which depends on the last bit of the product.
+TEST_F(Resize, LeavesNoPixelOut) {
+  constexpr double kShifts[] = {2, 2.05, 2.1, 2.00000001, 1.99999999, 2.0000000002, 1.9999999998, 2 + 1e-12, 2 - 1e-12};
+  for (const double x : kShifts)
+    for (const double y : kShifts)
+      for (const int flag : {model::kSubpixel, model::kSmooth})
+        for (const Layout& layout : kLayouts) {
+          Call call(layout, {{10, 9}, {0, 0, 10, 9}, {1, 1, 14, 12}, 1, 1, x, y, velInterNearest | flag}, random);
+          for (Plane& plane : call.src) memset(plane.memory.data(), below(2) ? 100 : 200, plane.memory.size());
+          ASSERT_NO_FATAL_FAILURE(call.expectResized());
         }
 }
 
@@ -413,6 +438,31 @@ TEST(ResizeArguments, ClipsEndlessRegions) {
   velStaticInit();
 }
 
+// A row that is nearly as wide as an int allows. All of its columns are past the end where the inverse of the factor is
+// infinite.
+TEST(ResizeArguments, CountsToTheLastColumn) {
+  constexpr int kWidth = INT_MAX - 4;
+  void* const image = mmap(nullptr, kWidth, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (image == MAP_FAILED) GTEST_SKIP() << "no room for an image of 2 GB";
+  Vel8u* const src = static_cast<Vel8u*>(image);
+  src[kWidth - 1] = 200;
+  for (const Path& path : kPaths) {
+    if (!processorHas(path)) continue;
+    velStaticInitCpu(path.code);
+    for (const int method : kMethods) {
+      if (method == velInterSuper) continue;
+      Vel8u dst[8] = {}, *to = dst;
+      std::vector<Vel8u> buffer(1 << 16);
+      const Vel8u* from = src;  // eight times, by a step of 0
+      const Geometry g = {{kWidth, 8}, {0, 0, kWidth, 8}, {0, 0, 1, 8}, 1e-310, 1, 0.5, 0, method};
+      EXPECT_EQ(kLayouts[0].call(&from, 0, &to, 1, g, buffer.data()), velStsNoErr);
+      EXPECT_EQ(std::count(dst, dst + 8, 200), 8) << path << ' ' << g;
+    }
+  }
+  velStaticInit();
+  munmap(image, kWidth);
+}
+
 TEST(ResizeBuffer, HasTheDocumentedSize) {
   const auto up = [](long long n, int multiple) { return (n + multiple - 1) / multiple * multiple; };
   const auto sizeOf = [&](VeliRect s, VeliRect d, int n, int method, bool antialias) {
@@ -466,6 +516,42 @@ TEST(ResizeBuffer, HasTheDocumentedSize) {
     EXPECT_EQ(size, 7);
   }
   velStaticInit();
+}
+
+// The exported kernels that turn fractions into weights.
+class ResizeWeights : public OnEveryPath {};
+ORV_ON_EVERY_PATH(ResizeWeights);
+TEST_P(ResizeWeights, AreThoseOfTheMethod) {
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const float fractions[] = {0, 0.5f, 0.25f, 1.0f / 3, 0.999f, 1, nan};
+  constexpr struct {
+    const char* name;
+    int method, taps;
+  } kKernels[] = {{"ownpi_Cubic0Kernel", velInterCubic, 4},
+                  {"ownpi_Cubic1Kernel", velInterCubicBSpline, 4},
+                  {"ownpi_Cubic2Kernel", velInterCubicCatmullRom, 4},
+                  {"ownpi_Cubic3Kernel", velInterCubicB05C03, 4},
+                  {"ownpi_Lanczos3", velInterLanczos, 6}};
+  for (const auto& k : kKernels) {
+    void* const found = dlsym(RTLD_DEFAULT, (std::string(GetParam().name) + '_' + k.name).c_str());
+    ASSERT_NE(found, nullptr) << k.name;
+    const int count = int(std::size(fractions)) - (k.taps == 6);  // Lanczos' window takes no NaN
+    std::vector<float> weights(size_t(count * k.taps + 1), 7.f);
+    reinterpret_cast<void (*)(const float*, int, float*)>(found)(fractions, count, weights.data());
+    EXPECT_EQ(weights.back(), 7);
+    for (int i = 0; i < count; ++i) {
+      double sum = 0;
+      const auto at = [&](int t) { return model::kernel(k.method, t - (k.taps / 2 - 1) - double(fractions[i])); };
+      for (int t = 0; t < k.taps; ++t) sum += at(t);
+      for (int t = 0; t < k.taps; ++t)
+        EXPECT_NEAR(weights[size_t(i * k.taps + t)],
+                    std::isnan(fractions[i]) ? 1
+                    : k.taps == 6            ? at(t) / sum
+                                             : at(t),
+                    3e-6)
+            << k.name << ", fraction " << fractions[i] << ", tap " << t;
+    }
+  }
 }
 
 TEST(ResizeTable, HoldsTheWindow) {
