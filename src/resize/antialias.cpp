@@ -273,7 +273,7 @@ ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) 
   const Lists vertical(horizontal.end, kernel, rows(plan, images), plan.dstHeight);
   const Ring ring = {reinterpret_cast<float*>(vertical.end), vertical.most, plan.dstWidth * kChannels};
   ring.clear();
-  for (const ResizePlane& plane : images) {
+  for (const ResizePlane plane : images) {
     const Taps* taps = vertical.first;
     int filtered = 0;  // source rows before this one need no more work
     for (int y = 0; y < plan.dstHeight; ++y, taps = taps->next()) {

@@ -340,7 +340,7 @@ ORV_INLINE VelStatus filter(WeightsKernel* weigh, const ResizePlan& plan, const 
 
   SumsOfRows<Method, kPixel> sums = {table, reinterpret_cast<float*>(H::end(table)), {}};
   sums.clearSlack();
-  for (const ResizePlane& plane : images) {
+  for (const ResizePlane plane : images) {
     sums.forget();
     for (int y = 0; y < plan.dstHeight; ++y) {
       const float* from[kTaps];

@@ -293,7 +293,7 @@ template <int kPixel> ORV_INLINE void coefficients(const LinearColumns& c, const
 // Of one plane, with rows of sums for it.
 template <template <int> class Group, int kPixel, bool kKeepsFourth>
 ORV_INLINE void resizePlane(const LinearColumns& table, SumsOfTwo sums, const Axis& axis, int height,
-                            const ResizeImages& images, const ResizePlane& plane) {
+                            const ResizeImages& images, ResizePlane plane) {
   const auto at = [&](int row) { return rowOf(plane.src, images.srcStep, row); };
   for (int y = 0; y < height; ++y) {
     Vel8u* const dst = rowOf(plane.dst, images.dstStep, y);
@@ -334,7 +334,7 @@ ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images, boo
   const SumsOfTwo sums = {first, first + rowWords + kSlack};
   memset(sums.upper + rowWords, 0, kSlack * sizeof *first);
   memset(sums.lower + rowWords, 0, kSlack * sizeof *first);
-  for (const ResizePlane& plane : images)
+  for (const ResizePlane plane : images)
     resizePlane<Group, kPixel, kKeepsFourth>(table, sums, rows(plan, images), plan.dstHeight, images, plane);
   return true;
 }

@@ -133,7 +133,7 @@ template <int kSize, int kPixel> struct Pieces {
 template <class CopyRow> ORV_INLINE VelStatus copyRows(const ResizePlan& plan, const ResizeImages& images,
                                                        int repeatedBytes, const CopyRow& copyRow) {
   const Axis axis = rows(plan, images);
-  for (const ResizePlane& plane : images) {
+  for (const ResizePlane plane : images) {
     int last = -1;
     for (int y = 0; y < plan.dstHeight; ++y) {
       Vel8u* const dst = rowOf(plane.dst, images.dstStep, y);

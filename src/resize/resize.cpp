@@ -79,7 +79,7 @@ template <class Layout, int kPlanes> ORV_INLINE VelStatus resizePlanes(const Vel
   const VelStatus status =
       (plan.antialias && filters ? ORV_NAME(ownpiResizeAA) : ORV_NAME(ownpiResizeSP))(&plan, &images);
   const auto drawRing = [&](auto kernel) {
-    for (const ResizePlane& plane : images)
+    for (const ResizePlane plane : images)
       kernel(plane.dst, dstStep, plan.dstWidth, plan.dstHeight, plan.xMin, plan.xMax, plan.yMin, plan.yMax);
   };
   if (plan.smoothEdge) drawRing(Layout::smooth);

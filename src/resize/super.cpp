@@ -278,7 +278,7 @@ ORV_INLINE VelStatus decimate(const ResizePlan& plan, const ResizeImages& images
     for (int i = 0; i < (n + 7) / 8 * 8; ++i) table.set(i, i < n ? spanOf(horizontal, x + i) : last, base);
     const int samples = (last.first + last.count - base) * kPixel;
     for (int i = 0; i < 16; i += 4) _mm_storeu_ps(sums + (samples < 16 ? 16 : samples) + i, _mm_setzero_ps());
-    for (const ResizePlane& plane : images)
+    for (const ResizePlane plane : images)
       for (int y = 0; y < plan.dstHeight; ++y) {
         const Span span = spanOf(vertical, y);
         Rows(plane.src + ptrdiff_t(base) * kPixel, images.srcStep, span).sum(samples, sums);
@@ -387,7 +387,7 @@ ORV_INLINE VelStatus supersample(const ResizePlan& plan, const ResizeImages& ima
     const int column = firstCell(columns(plan, images), plan.dstWidth, n.kSide);
     const int row = firstCell(rows(plan, images), plan.dstHeight, n.kSide);
     if (column < 0 || row < 0) return false;
-    for (const ResizePlane& plane : images) decimateCells<n.kSide, kPixel, kChannels>(plan, images, plane, column, row);
+    for (const ResizePlane plane : images) decimateCells<n.kSide, kPixel, kChannels>(plan, images, plane, column, row);
     return true;
   };
   if (cells(Cells<2>()) || cells(Cells<3>()) || cells(Cells<4>())) return velStsNoErr;

@@ -235,7 +235,8 @@ TEST_F(Resize, FollowsTheModel) {
 }
 
 // More columns than one vector, group or table has, of every layout; reductions beyond all proportion; factors that have
-// nothing to do with the regions; a pixel between two; fractions that single precision rounds up to 1.
+// nothing to do with the regions; a pixel between two; fractions that single precision rounds up to 1; rows beside
+// the first one and beside the last, with one between them or none.
 TEST_F(Resize, FollowsTheModelInExtremeCases) {
   const Geometry cases[] = {
       {{700, 4}, {0, 0, 700, 4}, {0, 0, 630, 3}, 0.9, 0.75, 0, 0, 0},
@@ -249,6 +250,8 @@ TEST_F(Resize, FollowsTheModelInExtremeCases) {
       {{33, 17}, {0, 0, 33, 17}, {0, 0, 3, 30}, 0.11, 0.99, -0.5, 0.5, 0},
       {{30, 21}, {0, 0, 30, 21}, {0, 0, 10, 7}, 1.0 / 3, 1.0 / 3, 1e-9, 1e-9, 0},
       {{30, 21}, {0, 0, 30, 21}, {0, 0, 30, 21}, 1, 1, 1e-9, 1e-9, 0},
+      {{16, 2}, {0, 0, 16, 2}, {0, 0, 16, 3}, 1, 1, 0, 0.5, 0},
+      {{16, 2}, {0, 0, 16, 2}, {0, 0, 16, 2}, 1, 0.7, 0, 0.29, 0},
   };
   for (Geometry g : cases)
     for (const int method : kMethods)
