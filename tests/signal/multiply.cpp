@@ -10,7 +10,7 @@ Vel16s model(Vel16s val, Vel16s x, int scaleFactor) {
     t *= int64_t(1) << std::min(-int64_t(scaleFactor), int64_t(20));  // no product is so small that more would matter
   } else {
     const int by = std::min(scaleFactor, 40);
-    const int64_t floor = t >> by, rest = t - (floor << by), half = int64_t(1) << (by - 1);
+    const int64_t floor = t >> by, rest = t - floor * (int64_t(1) << by), half = int64_t(1) << (by - 1);
     t = floor + (rest > half || (rest == half && floor % 2 != 0));
   }
   return Vel16s(std::clamp(t, int64_t(INT16_MIN), int64_t(INT16_MAX)));
