@@ -1,10 +1,52 @@
 /* orv.h: libOrv, image, signal and JPEG-coding primitives for x86 Linux.
  *
- * Every primitive has two names with the same arguments and the same result: `vel...`, the entry point that jumps to
- * the body for this processor, and `orv...`, the public layer's forwarder to it. Programs call the orv names.
+ * Contents (each section begins with a line of dashes and its name)
+ *   Types
+ *   Status codes                  what functions return, and what it means
+ *   Code path                     which processor the library works for
+ *   Floating-point control        MXCSR and the x87 words
+ *   Memory                        allocation, and hooks for an allocator of one's own
+ *   Vectors: A-law                samples to and from the codes of ITU-T G.711
+ *   Vectors: logic                AND, OR, XOR, NOT
+ *   Vectors: shifts
+ *   Vectors: scaled multiply and norm
+ *   Images: copy, border, channel swap
+ *   Image: box filter             means of floats, whatever the size of the box
+ *   Image: floating-point arithmetic
+ *   Image: depth conversion       bytes to floats and back
+ *   Resizing                      whole images and regions, by eight methods
+ *   Colour: which function        JFIF, studio video, analogue YUV; which RGB565 is the usual one
+ *   Colour: YCbCr                 studio video, 4:4:4
+ *   Colour: subsampled YUV        analogue YUV, 4:2:2 and 4:2:0
+ *   JPEG: quantisation tables, forward DCT, inverse DCT, Huffman encoding, Huffman decoding, fused decoding
+ *   The vel names                 the same functions, without the public layer
+ *   Status codes not in use
+ *
+ * Names are made of parts: orviYCbCrToRGB_8u_P3C3R is orv, i, what it does, _8u, _P3, C3 and R.
+ *   orv              the public layer's name: programs call these. Each has a twin, vel..., with the same arguments and
+ *                    the same result, which jumps to the body for this processor; orv... leads there.
+ *   s, i             vectors ("signals"); images
+ *   zk, izk          what goes with fused JPEG decoding
+ *   8u 16u 16s 32u 32s 32f
+ *                    the type of the elements: bits, and unsigned, signed or float. Where there are two, 8u16u, the
+ *                    source's and the destination's. 1u is a stream of bits: 1u16s reads one, 16s1u writes one.
+ *   C                behind an operation, AddC: with a constant
+ *   C1, C3, C4       pixels of one, three or four channels, which lie side by side
+ *   AC4              pixels of four channels, of which the first three are worked on
+ *   C2               YUV 4:2:2 in one piece, two bytes a pixel: Y, U, Y, V
+ *   P3, P4           three or four planes, each with one channel
+ *                    Where there are two layouts, P3C3 or C4C3, the source's and the destination's.
+ *   I                in place: the destination is a source, too
+ *   R                images with a step for each side, so that a region of a larger one will do; without R they are
+ *                    packed tightly
+ *   Sfs              the result is scaled, by an argument scaleFactor
+ *   8x8              a block of 64 samples or coefficients; 4x4, 2x2 and 1x1 how many of its coefficients count
+ *   LS               level shift: samples 0..255 on one side, numbers centred on zero on the other
+ *   Direct           the coder's state is in the caller's variables
  *
  * What holds for every function unless its own comment says otherwise:
  *   - The caller owns every buffer. No pointer needs an alignment, not even its element type's.
+ *   - Where several functions share a text, it stands in front of them, and a line with each says which one it is.
  *   - Planes that are read are an array of `const Vel8u*`. C++ takes an array of `Vel8u*` for it; C wants a cast:
  *     orviYUV420ToRGB_8u_P3R((const Vel8u* const*)planes, ...).
  *   - A step is the distance in bytes from one row to the next. Sizes and lengths count pixels or elements.
@@ -65,6 +107,7 @@ typedef struct {
   int x;
   int y;
 } VeliPoint;
+
 /* A region of an image: its first column and row, and its size, in pixels. */
 typedef struct {
   int x;
@@ -75,12 +118,42 @@ typedef struct {
 
 /* ---- Status codes ------------------------------------------------------------------------------------------- */
 
-/* One of the velSts codes, which are listed at the end of this file; warnings may be combined with OR. */
+/* 0 done, negative an error, positive a warning; warnings may be combined with OR. */
 typedef Vel32s VelStatus;
+
+/* The codes that functions give, errors first. There are more, which none gives: they stand at the end of this file. */
+enum {
+  velStsUnknownStatusCodeErr = -216, /* no function returns it; its message is that of numbers that are no code */
+  velStsJPEGHuffTableErr = -64,      /* counts of code lengths that make no code, or a code tree too deep */
+  velStsJPEGDCTRangeErr = -63,       /* a coefficient that the code has no category for, or bits that are no code */
+  velStsJPEGOutOfBufErr = -62,       /* the stream ends within a coefficient */
+  velStsChannelOrderErr = -60,       /* a channel number out of range */
+  velStsNumChannelsErr = -53,        /* a number of channels other than 1, 3 and 4 */
+  velStsAnchorErr = -34,             /* an anchor outside its mask */
+  velStsMaskSizeErr = -33,           /* a mask with a side below 1 */
+  velStsShiftErr = -32,              /* a shift by less than 0 bits */
+  velStsResizeFactorErr = -23,       /* a factor of 0 or less, or above 1 where the method only reduces */
+  velStsInterpolationErr = -22,      /* no method of interpolation, or more than one flag */
+  velStsStepErr = -14,               /* a step below 1 */
+  velStsMemAllocErr = -9,            /* scratch memory could not be allocated */
+  velStsNullPtrErr = -8,             /* a null pointer, or a table or state that could not be allocated */
+  velStsSizeErr = -6,                /* a width, height or length below 1, or too large */
+  velStsBadArgErr = -5,              /* another argument out of range */
+  velStsErr = -2,                    /* an allocation of the fused group failed */
+  velStsNoErr = 0,                   /* done */
+  velStsNoOperation = 1,             /* there was nothing to do; nothing is written */
+  velStsDivByZero = 6,               /* done; a quantisation step of zero was met */
+  velStsNonNemlorCpu = 20,           /* done; the processor is of another make than the library is tuned for */
+  velStsCpuMismatch = 21,            /* no processor-type code; nothing changes */
+  velStsWrongIntersectROI = 29,      /* the source region begins outside the image; nothing is written */
+  velStsDoubleSize = 35,             /* done, but for the odd last column or row */
+  velStsNotSupportedCpu = 36,        /* the processor, or the code given, is below what the library needs */
+  velStsUnknownCacheSize = 37,       /* the processor does not tell */
+  velStsNoAntialiasing = 46          /* done; the method does without antialiasing */
+};
 
 /* The message of a status: its name, a colon and a sentence; for a code that is none, the message of
  * velStsUnknownStatusCodeErr. Never null. The string belongs to the library and lives as long as it is loaded. */
-ORV_API const char* velGetStatusString(VelStatus status);
 ORV_API const char* orvGetStatusString(VelStatus status);
 
 /* ---- Code path ---------------------------------------------------------------------------------------------- */
@@ -124,23 +197,20 @@ enum {
   velCpuAVX = 70        /* index 5: g9 */
 };
 
-/* Selects the code path that suits this processor best; the library does so itself when it is loaded. Sets the two
- * indices above and the mask of enabled features.
+/* Selects the code path that suits this processor best; the library does so itself when it is loaded. velStaticInit
+ * and velInit are other names of it. Sets the two indices above and the mask of enabled features.
  *   velStsNonNemlorCpu      the processor is of another make than the library is tuned for, or has no CPUID; a path has
  *                           been selected all the same, by features alone
  *   velStsNotSupportedCpu   no SSE2: index 0 is selected, and primitives must not be called */
-ORV_API VelStatus velStaticInit(void);
-ORV_API VelStatus velInit(void);
 ORV_API VelStatus orvStaticInit(void);
 
-/* Selects a code path by processor-type code, whatever the processor can do:
+/* Selects a code path by processor-type code, whatever the processor can do. velInitCpu is another name of it.
  *   0, 6..11, 17, 32, 65, 66   index 0        35, 37, 38, 68, 69, 71   index 4
  *   33, 34, 67                 index 2        70                       index 5
  *   36                         index 3        -1                       automatic, and its status
  *   velStsNotSupportedCpu   codes 1..5, 16, 64, 96: classes below SSE2; nothing changes
  *   velStsCpuMismatch       any other number; nothing changes */
 ORV_API VelStatus velStaticInitCpu(VelCpuType cpu);
-ORV_API VelStatus velInitCpu(VelCpuType cpu);
 
 /* In *pFeaturesMask on entry, with pCpuidInfoRegs not null: asks for CPUID of leaf pCpuidInfoRegs[0], sub-leaf
  * pCpuidInfoRegs[2] in place of leaf 1. The letters "cpuquery", first letter in the lowest byte. */
@@ -152,15 +222,17 @@ ORV_API VelStatus velInitCpu(VelCpuType cpu);
 ORV_API VelStatus velGetCpuFeatures(Vel64u* pFeaturesMask, Vel32u pCpuidInfoRegs[4]);
 
 /* The mask of enabled features: what the selected path may use, as the last selection or velSetCpuFeaturesMask left it;
- * 3 before any. Setting it is not checked, always gives velStsNoErr, and changes no code path. */
+ * 3 before any. */
 ORV_API Vel64u velGetEnabledCpuFeatures(void);
+/* Sets the mask of enabled features. It is not checked, always gives velStsNoErr, and changes no code path. */
 ORV_API VelStatus velSetCpuFeaturesMask(Vel64u mask);
 /* 1 when every given bit is set in the mask of enabled features, else 0. */
 ORV_API int ownGetFeature(Vel64u features);
 
 /* Allows automatic selection to choose the class of code 70 (AVX), as it may from the start; no effect for other
- * codes. velIsCpuEnabled: 1 for every code but 70, for which it says whether it may be chosen. */
+ * codes. */
 ORV_API VelStatus velEnableCpu(VelCpuType cpu);
+/* Whether automatic selection may choose the class of this code: 1 for every code but 70. */
 ORV_API int velIsCpuEnabled(VelCpuType cpu);
 
 /* The size in bytes of the largest data or unified cache. The first outcome, good or bad, is remembered; any thread may
@@ -174,47 +246,84 @@ ORV_API VelStatus velGetMaxCacheSizeB(int* pSizeByte);
 ORV_API void ownGetReg(Vel32u regs[4], Vel32u leaf, Vel32u subleaf);
 
 /* Single questions to CPUID, asked anew at every call: 0 or 1 unless stated. All but vel_has_cpuid need CPUID. */
+
+/* There is CPUID. */
 ORV_API int vel_has_cpuid(void);
-ORV_API int vel_max_cpuid_input(void);   /* the highest standard leaf */
-ORV_API int vel_is_vendor_genuine(void); /* of the make that the library is tuned for */
-ORV_API int vel_is_avx_extension(void);  /* AVX, with SSE and AVX state enabled by the system */
+/* The highest standard leaf. */
+ORV_API int vel_max_cpuid_input(void);
+/* The processor is of the make that the library is tuned for. */
+ORV_API int vel_is_vendor_genuine(void);
+/* AVX, with SSE and AVX state enabled by the system. */
+ORV_API int vel_is_avx_extension(void);
+/* The time-stamp counter. */
 ORV_API int vel_has_rdtsc(void);
+/* MMX. */
 ORV_API int vel_is_mmx_extension(void);
-ORV_API int vel_is_ssx_extension(void); /* SSE */
-ORV_API int vel_is_wni_extension(void); /* SSE2 */
-ORV_API int vel_is_htt_extension(void); /* more than one logical processor */
-ORV_API int vel_is_pni_extension(void); /* SSE3 */
-ORV_API int vel_is_mni_extension(void); /* SSSE3 */
+/* SSE. */
+ORV_API int vel_is_ssx_extension(void);
+/* SSE2. */
+ORV_API int vel_is_wni_extension(void);
+/* There is more than one logical processor. */
+ORV_API int vel_is_htt_extension(void);
+/* SSE3. */
+ORV_API int vel_is_pni_extension(void);
+/* SSSE3. */
+ORV_API int vel_is_mni_extension(void);
+/* SSE4.1. */
 ORV_API int vel_is_sse41_extension(void);
+/* SSE4.2. */
 ORV_API int vel_is_sse42_extension(void);
+/* MOVBE. */
 ORV_API int vel_is_movbe(void);
-ORV_API int vel_get_cores_on_die(void);   /* as CPUID leaf 4 tells; 1 without it */
-ORV_API int vel_is_em64t_extension(void); /* 64-bit mode; where the processor has no leaf 0x80000001, its highest
-                                             extended leaf, which is not zero either */
+/* Cores on the die, as CPUID leaf 4 tells; 1 without it. */
+ORV_API int vel_get_cores_on_die(void);
+/* 64-bit mode; where the processor has no leaf 0x80000001, its highest extended leaf, which is not zero either. */
+ORV_API int vel_is_em64t_extension(void);
 
 /* ---- Floating-point control --------------------------------------------------------------------------------- */
 
 /* SSE: access to MXCSR. These need a processor with SSE. */
-ORV_API Vel32u vel_set_rc_ssx(Vel32u rc); /* sets the rounding field (mask 0x6000) to rc; gives MXCSR as it was */
-ORV_API void vel_set_cw_ssx(Vel32u cw);   /* sets MXCSR */
-ORV_API Vel32u ps_get_ssx(void);          /* MXCSR */
-ORV_API Vel32u ps_set_ssx(Vel32u value, Vel32u mask); /* sets the bits in mask to value; gives MXCSR as it was */
-ORV_API Vel32u vel_clear_ssx(void); /* clears the exception flags (mask 0x3F); gives MXCSR as it was */
-ORV_API int vel_tst_daz_ssx(void);  /* 1 when MXCSR can treat denormals as zero (bit 6); needs FXSAVE */
+
+/* Sets the rounding field (mask 0x6000) to rc; gives MXCSR as it was. */
+ORV_API Vel32u vel_set_rc_ssx(Vel32u rc);
+/* Sets MXCSR. */
+ORV_API void vel_set_cw_ssx(Vel32u cw);
+/* MXCSR. */
+ORV_API Vel32u ps_get_ssx(void);
+/* Sets the bits in mask to value; gives MXCSR as it was. */
+ORV_API Vel32u ps_set_ssx(Vel32u value, Vel32u mask);
+/* Clears the exception flags (mask 0x3F); gives MXCSR as it was. */
+ORV_API Vel32u vel_clear_ssx(void);
+/* 1 when MXCSR can treat denormals as zero (bit 6); needs FXSAVE. */
+ORV_API int vel_tst_daz_ssx(void);
 
 /* x87: control word and status word, in the processor's own bit layout. */
+
+/* The control word. */
 ORV_API Vel32u ps_get_cw_fpu(void);
-ORV_API Vel32u ps_set_cw_fpu(Vel32u value, Vel32u mask); /* sets the bits in mask; gives the control word as it was */
-ORV_API Vel32u vel_set_cw_fpu(Vel32u cw);                /* sets the whole word; gives it as it was */
-ORV_API Vel32u vel_set_rcpc_fpu(Vel32u rcpc); /* sets rounding and precision (mask 0xF00); gives the word as it was */
+/* Sets the bits in mask; gives the control word as it was. */
+ORV_API Vel32u ps_set_cw_fpu(Vel32u value, Vel32u mask);
+/* Sets the whole word; gives it as it was. */
+ORV_API Vel32u vel_set_cw_fpu(Vel32u cw);
+/* Sets rounding and precision (mask 0xF00); gives the word as it was. */
+ORV_API Vel32u vel_set_rcpc_fpu(Vel32u rcpc);
+/* The status word. */
 ORV_API Vel32u ps_get_sw_fpu(void);
-ORV_API Vel32u ps_clear_fpu(void); /* clears the exception flags; gives the status word as it was */
+/* Clears the exception flags; gives the status word as it was. */
+ORV_API Vel32u ps_clear_fpu(void);
+
 /* The same in the manner of the C runtimes' control87 family. */
-ORV_API Vel32u vel_control87(Vel32u value, Vel32u mask); /* sets the bits in mask; gives the new control word */
-ORV_API Vel32u vel_status87(void);                       /* the status word */
-ORV_API Vel32u vel_clear87(void); /* clears the exception flags; gives the status word as it was */
-ORV_API int vel_isnan(double x);  /* 1 for a NaN */
-ORV_API int vel_finite(double x); /* 1 for neither a NaN nor an infinity */
+
+/* Sets the bits in mask; gives the new control word. */
+ORV_API Vel32u vel_control87(Vel32u value, Vel32u mask);
+/* The status word. */
+ORV_API Vel32u vel_status87(void);
+/* Clears the exception flags; gives the status word as it was. */
+ORV_API Vel32u vel_clear87(void);
+/* 1 for a NaN. */
+ORV_API int vel_isnan(double x);
+/* 1 for neither a NaN nor an infinity. */
+ORV_API int vel_finite(double x);
 
 /* ---- Memory ------------------------------------------------------------------------------------------------- */
 
@@ -227,16 +336,16 @@ ORV_API extern void (*i_free)(void* ptr);
 ORV_API extern Vel32s i_version;
 ORV_API extern Vel32s i_min_version;
 
-/* len bytes at a multiple of 32, not cleared; null when len is not positive or i_malloc gives null. velFree takes what
- * velMalloc gave, or null. */
+/* len bytes at a multiple of 32, not cleared; null when len is not positive or i_malloc gives null. */
 ORV_API void* velMalloc(int len);
+/* Releases what velMalloc gave; null may be given. */
 ORV_API void velFree(void* ptr);
 
 /* size bytes at a multiple of align, from the C library's malloc whatever the hooks say. align must be a power of two,
- * at least 4; it is not checked. orvzkFreeAligned takes what orvzkMallocAligned gave, or null, and always gives
- * velStsNoErr.
+ * at least 4; it is not checked.
  *   velStsErr   malloc gave null; *ppMem is left as it was */
 ORV_API VelStatus orvzkMallocAligned(void** ppMem, int size, int align);
+/* Releases what orvzkMallocAligned gave; null may be given. Always gives velStsNoErr. */
 ORV_API VelStatus orvzkFreeAligned(void* pMem);
 
 /* ---- Vectors: A-law ----------------------------------------------------------------------------------------- */
@@ -254,17 +363,19 @@ ORV_API VelStatus orvzkFreeAligned(void* pMem);
  * float and then towards zero. So halves go away from zero, and with them the float next to a half of one step. What
  * lies outside -32768..32767 becomes the nearer of the two, and a NaN 0. How MXCSR rounds, and what it makes of
  * denormals, does not matter. */
-ORV_API VelStatus velsLinToALaw_16s8u(const Vel16s* pSrc, Vel8u* pDst, int len);
+
+/* Signed 16-bit samples to A-law codes. */
 ORV_API VelStatus orvsLinToALaw_16s8u(const Vel16s* pSrc, Vel8u* pDst, int len);
-ORV_API VelStatus velsLinToALaw_32f8u(const Vel32f* pSrc, Vel8u* pDst, int len);
+/* Float samples, -1 to 1, to A-law codes. */
 ORV_API VelStatus orvsLinToALaw_32f8u(const Vel32f* pSrc, Vel8u* pDst, int len);
 
 /* Codes to samples. With e the bits 6..4 and m the bits 3..0 of a code exclusive-ored with 0x55, the magnitude is
  * 16 m + 8 for e = 0, else (16 m + 264) 2^(e - 1): 8 to 32256. Where bit 7 is clear the sample is negative. A float is
  * the word divided by 32768. To encode a decoded code gives that code. */
-ORV_API VelStatus velsALawToLin_8u16s(const Vel8u* pSrc, Vel16s* pDst, int len);
+
+/* A-law codes to signed 16-bit samples. */
 ORV_API VelStatus orvsALawToLin_8u16s(const Vel8u* pSrc, Vel16s* pDst, int len);
-ORV_API VelStatus velsALawToLin_8u32f(const Vel8u* pSrc, Vel32f* pDst, int len);
+/* A-law codes to float samples, -1 to 1. */
 ORV_API VelStatus orvsALawToLin_8u32f(const Vel8u* pSrc, Vel32f* pDst, int len);
 
 /* ---- Vectors: logic ------------------------------------------------------------------------------------------ */
@@ -276,101 +387,106 @@ ORV_API VelStatus orvsALawToLin_8u32f(const Vel8u* pSrc, Vel32f* pDst, int len);
  * in any way: they give what going from element to element in order gives, reading what has been written before.
  *   velStsNullPtrErr   a pointer is null
  *   velStsSizeErr      len below 1 */
-ORV_API VelStatus velsAnd_8u(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len);
+
+/* pDst[i] = pSrc1[i] & pSrc2[i]: bytes. */
 ORV_API VelStatus orvsAnd_8u(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len);
-ORV_API VelStatus velsAnd_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len);
+/* pDst[i] = pSrc1[i] & pSrc2[i]: 16-bit words. */
 ORV_API VelStatus orvsAnd_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len);
-ORV_API VelStatus velsAnd_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
+/* pDst[i] = pSrc1[i] & pSrc2[i]: 32-bit words. */
 ORV_API VelStatus orvsAnd_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
-ORV_API VelStatus velsOr_8u(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len);
+/* pDst[i] = pSrc1[i] | pSrc2[i]: bytes. */
 ORV_API VelStatus orvsOr_8u(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len);
-ORV_API VelStatus velsOr_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len);
+/* pDst[i] = pSrc1[i] | pSrc2[i]: 16-bit words. */
 ORV_API VelStatus orvsOr_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len);
-ORV_API VelStatus velsOr_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
+/* pDst[i] = pSrc1[i] | pSrc2[i]: 32-bit words. */
 ORV_API VelStatus orvsOr_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
-ORV_API VelStatus velsXor_8u(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len);
+/* pDst[i] = pSrc1[i] ^ pSrc2[i]: bytes. */
 ORV_API VelStatus orvsXor_8u(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len);
-ORV_API VelStatus velsXor_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len);
+/* pDst[i] = pSrc1[i] ^ pSrc2[i]: 16-bit words. */
 ORV_API VelStatus orvsXor_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len);
-ORV_API VelStatus velsXor_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
+/* pDst[i] = pSrc1[i] ^ pSrc2[i]: 32-bit words. */
 ORV_API VelStatus orvsXor_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
 
 /* The same in place: pSrcDst[i] = pSrcDst[i] op pSrc[i]. */
-ORV_API VelStatus velsAnd_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
+
+/* pSrcDst[i] = pSrcDst[i] & pSrc[i]: bytes. */
 ORV_API VelStatus orvsAnd_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
-ORV_API VelStatus velsAnd_16u_I(const Vel16u* pSrc, Vel16u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] & pSrc[i]: 16-bit words. */
 ORV_API VelStatus orvsAnd_16u_I(const Vel16u* pSrc, Vel16u* pSrcDst, int len);
-ORV_API VelStatus velsAnd_32u_I(const Vel32u* pSrc, Vel32u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] & pSrc[i]: 32-bit words. */
 ORV_API VelStatus orvsAnd_32u_I(const Vel32u* pSrc, Vel32u* pSrcDst, int len);
-ORV_API VelStatus velsOr_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] | pSrc[i]: bytes. */
 ORV_API VelStatus orvsOr_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
-ORV_API VelStatus velsOr_16u_I(const Vel16u* pSrc, Vel16u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] | pSrc[i]: 16-bit words. */
 ORV_API VelStatus orvsOr_16u_I(const Vel16u* pSrc, Vel16u* pSrcDst, int len);
-ORV_API VelStatus velsOr_32u_I(const Vel32u* pSrc, Vel32u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] | pSrc[i]: 32-bit words. */
 ORV_API VelStatus orvsOr_32u_I(const Vel32u* pSrc, Vel32u* pSrcDst, int len);
-ORV_API VelStatus velsXor_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] ^ pSrc[i]: bytes. */
 ORV_API VelStatus orvsXor_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
-ORV_API VelStatus velsXor_16u_I(const Vel16u* pSrc, Vel16u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] ^ pSrc[i]: 16-bit words. */
 ORV_API VelStatus orvsXor_16u_I(const Vel16u* pSrc, Vel16u* pSrcDst, int len);
-ORV_API VelStatus velsXor_32u_I(const Vel32u* pSrc, Vel32u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] ^ pSrc[i]: 32-bit words. */
 ORV_API VelStatus orvsXor_32u_I(const Vel32u* pSrc, Vel32u* pSrcDst, int len);
 
 /* AND, OR and XOR with a constant: pDst[i] = pSrc[i] op val.
  *   velStsNullPtrErr   pSrc or pDst is null
  *   velStsSizeErr      len below 1 */
-ORV_API VelStatus velsAndC_8u(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len);
+
+/* pDst[i] = pSrc[i] & val: bytes. */
 ORV_API VelStatus orvsAndC_8u(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len);
-ORV_API VelStatus velsAndC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len);
+/* pDst[i] = pSrc[i] & val: 16-bit words. */
 ORV_API VelStatus orvsAndC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len);
-ORV_API VelStatus velsAndC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
+/* pDst[i] = pSrc[i] & val: 32-bit words. */
 ORV_API VelStatus orvsAndC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
-ORV_API VelStatus velsOrC_8u(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len);
+/* pDst[i] = pSrc[i] | val: bytes. */
 ORV_API VelStatus orvsOrC_8u(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len);
-ORV_API VelStatus velsOrC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len);
+/* pDst[i] = pSrc[i] | val: 16-bit words. */
 ORV_API VelStatus orvsOrC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len);
-ORV_API VelStatus velsOrC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
+/* pDst[i] = pSrc[i] | val: 32-bit words. */
 ORV_API VelStatus orvsOrC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
-ORV_API VelStatus velsXorC_8u(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len);
+/* pDst[i] = pSrc[i] ^ val: bytes. */
 ORV_API VelStatus orvsXorC_8u(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len);
-ORV_API VelStatus velsXorC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len);
+/* pDst[i] = pSrc[i] ^ val: 16-bit words. */
 ORV_API VelStatus orvsXorC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int len);
-ORV_API VelStatus velsXorC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
+/* pDst[i] = pSrc[i] ^ val: 32-bit words. */
 ORV_API VelStatus orvsXorC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
 
 /* The same in place: pSrcDst[i] = pSrcDst[i] op val.
  *   velStsNullPtrErr   pSrcDst is null
  *   velStsSizeErr      len below 1 */
-ORV_API VelStatus velsAndC_8u_I(Vel8u val, Vel8u* pSrcDst, int len);
+
+/* pSrcDst[i] = pSrcDst[i] & val: bytes. */
 ORV_API VelStatus orvsAndC_8u_I(Vel8u val, Vel8u* pSrcDst, int len);
-ORV_API VelStatus velsAndC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] & val: 16-bit words. */
 ORV_API VelStatus orvsAndC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
-ORV_API VelStatus velsAndC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] & val: 32-bit words. */
 ORV_API VelStatus orvsAndC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
-ORV_API VelStatus velsOrC_8u_I(Vel8u val, Vel8u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] | val: bytes. */
 ORV_API VelStatus orvsOrC_8u_I(Vel8u val, Vel8u* pSrcDst, int len);
-ORV_API VelStatus velsOrC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] | val: 16-bit words. */
 ORV_API VelStatus orvsOrC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
-ORV_API VelStatus velsOrC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] | val: 32-bit words. */
 ORV_API VelStatus orvsOrC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
-ORV_API VelStatus velsXorC_8u_I(Vel8u val, Vel8u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] ^ val: bytes. */
 ORV_API VelStatus orvsXorC_8u_I(Vel8u val, Vel8u* pSrcDst, int len);
-ORV_API VelStatus velsXorC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] ^ val: 16-bit words. */
 ORV_API VelStatus orvsXorC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
-ORV_API VelStatus velsXorC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] ^ val: 32-bit words. */
 ORV_API VelStatus orvsXorC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
 
 /* The complement of every bit: pDst[i] = ~pSrc[i], and in place; statuses as with a constant. */
-ORV_API VelStatus velsNot_8u(const Vel8u* pSrc, Vel8u* pDst, int len);
+
+/* pDst[i] = ~pSrc[i]: bytes. */
 ORV_API VelStatus orvsNot_8u(const Vel8u* pSrc, Vel8u* pDst, int len);
-ORV_API VelStatus velsNot_16u(const Vel16u* pSrc, Vel16u* pDst, int len);
+/* pDst[i] = ~pSrc[i]: 16-bit words. */
 ORV_API VelStatus orvsNot_16u(const Vel16u* pSrc, Vel16u* pDst, int len);
-ORV_API VelStatus velsNot_32u(const Vel32u* pSrc, Vel32u* pDst, int len);
+/* pDst[i] = ~pSrc[i]: 32-bit words. */
 ORV_API VelStatus orvsNot_32u(const Vel32u* pSrc, Vel32u* pDst, int len);
-ORV_API VelStatus velsNot_8u_I(Vel8u* pSrcDst, int len);
+/* pSrcDst[i] = ~pSrcDst[i]: bytes. */
 ORV_API VelStatus orvsNot_8u_I(Vel8u* pSrcDst, int len);
-ORV_API VelStatus velsNot_16u_I(Vel16u* pSrcDst, int len);
+/* pSrcDst[i] = ~pSrcDst[i]: 16-bit words. */
 ORV_API VelStatus orvsNot_16u_I(Vel16u* pSrcDst, int len);
-ORV_API VelStatus velsNot_32u_I(Vel32u* pSrcDst, int len);
+/* pSrcDst[i] = ~pSrcDst[i]: 32-bit words. */
 ORV_API VelStatus orvsNot_32u_I(Vel32u* pSrcDst, int len);
 
 /* ---- Vectors: shifts ----------------------------------------------------------------------------------------- */
@@ -381,42 +497,44 @@ ORV_API VelStatus orvsNot_32u_I(Vel32u* pSrcDst, int len);
  *   velStsNullPtrErr   pSrc or pDst is null
  *   velStsSizeErr      len below 1
  *   velStsShiftErr     val below 0 */
-ORV_API VelStatus velsLShiftC_8u(const Vel8u* pSrc, int val, Vel8u* pDst, int len);
+
+/* pDst[i] = pSrc[i] << val: bytes. */
 ORV_API VelStatus orvsLShiftC_8u(const Vel8u* pSrc, int val, Vel8u* pDst, int len);
-ORV_API VelStatus velsLShiftC_16u(const Vel16u* pSrc, int val, Vel16u* pDst, int len);
+/* pDst[i] = pSrc[i] << val: 16-bit words. */
 ORV_API VelStatus orvsLShiftC_16u(const Vel16u* pSrc, int val, Vel16u* pDst, int len);
-ORV_API VelStatus velsLShiftC_16s(const Vel16s* pSrc, int val, Vel16s* pDst, int len);
+/* pDst[i] = pSrc[i] << val: signed 16-bit words. */
 ORV_API VelStatus orvsLShiftC_16s(const Vel16s* pSrc, int val, Vel16s* pDst, int len);
-ORV_API VelStatus velsLShiftC_32s(const Vel32s* pSrc, int val, Vel32s* pDst, int len);
+/* pDst[i] = pSrc[i] << val: signed 32-bit words. */
 ORV_API VelStatus orvsLShiftC_32s(const Vel32s* pSrc, int val, Vel32s* pDst, int len);
-ORV_API VelStatus velsRShiftC_8u(const Vel8u* pSrc, int val, Vel8u* pDst, int len);
+/* pDst[i] = pSrc[i] >> val: bytes. */
 ORV_API VelStatus orvsRShiftC_8u(const Vel8u* pSrc, int val, Vel8u* pDst, int len);
-ORV_API VelStatus velsRShiftC_16u(const Vel16u* pSrc, int val, Vel16u* pDst, int len);
+/* pDst[i] = pSrc[i] >> val: 16-bit words. */
 ORV_API VelStatus orvsRShiftC_16u(const Vel16u* pSrc, int val, Vel16u* pDst, int len);
-ORV_API VelStatus velsRShiftC_16s(const Vel16s* pSrc, int val, Vel16s* pDst, int len);
+/* pDst[i] = pSrc[i] >> val: signed 16-bit words. */
 ORV_API VelStatus orvsRShiftC_16s(const Vel16s* pSrc, int val, Vel16s* pDst, int len);
-ORV_API VelStatus velsRShiftC_32s(const Vel32s* pSrc, int val, Vel32s* pDst, int len);
+/* pDst[i] = pSrc[i] >> val: signed 32-bit words. */
 ORV_API VelStatus orvsRShiftC_32s(const Vel32s* pSrc, int val, Vel32s* pDst, int len);
 
 /* The same in place.
  *   velStsNullPtrErr   pSrcDst is null
  *   velStsSizeErr      len below 1
  *   velStsShiftErr     val below 0 */
-ORV_API VelStatus velsLShiftC_8u_I(int val, Vel8u* pSrcDst, int len);
+
+/* pSrcDst[i] = pSrcDst[i] << val: bytes. */
 ORV_API VelStatus orvsLShiftC_8u_I(int val, Vel8u* pSrcDst, int len);
-ORV_API VelStatus velsLShiftC_16u_I(int val, Vel16u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] << val: 16-bit words. */
 ORV_API VelStatus orvsLShiftC_16u_I(int val, Vel16u* pSrcDst, int len);
-ORV_API VelStatus velsLShiftC_16s_I(int val, Vel16s* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] << val: signed 16-bit words. */
 ORV_API VelStatus orvsLShiftC_16s_I(int val, Vel16s* pSrcDst, int len);
-ORV_API VelStatus velsLShiftC_32s_I(int val, Vel32s* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] << val: signed 32-bit words. */
 ORV_API VelStatus orvsLShiftC_32s_I(int val, Vel32s* pSrcDst, int len);
-ORV_API VelStatus velsRShiftC_8u_I(int val, Vel8u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] >> val: bytes. */
 ORV_API VelStatus orvsRShiftC_8u_I(int val, Vel8u* pSrcDst, int len);
-ORV_API VelStatus velsRShiftC_16u_I(int val, Vel16u* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] >> val: 16-bit words. */
 ORV_API VelStatus orvsRShiftC_16u_I(int val, Vel16u* pSrcDst, int len);
-ORV_API VelStatus velsRShiftC_16s_I(int val, Vel16s* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] >> val: signed 16-bit words. */
 ORV_API VelStatus orvsRShiftC_16s_I(int val, Vel16s* pSrcDst, int len);
-ORV_API VelStatus velsRShiftC_32s_I(int val, Vel32s* pSrcDst, int len);
+/* pSrcDst[i] = pSrcDst[i] >> val: signed 32-bit words. */
 ORV_API VelStatus orvsRShiftC_32s_I(int val, Vel32s* pSrcDst, int len);
 
 /* ---- Vectors: scaled multiply and norm ----------------------------------------------------------------------- */
@@ -426,14 +544,12 @@ ORV_API VelStatus orvsRShiftC_32s_I(int val, Vel32s* pSrcDst, int len);
  * becomes zero.
  *   velStsNullPtrErr   pSrcDst is null
  *   velStsSizeErr      len below 1 */
-ORV_API VelStatus velsMulC_16s_ISfs(Vel16s val, Vel16s* pSrcDst, int len, int scaleFactor);
 ORV_API VelStatus orvsMulC_16s_ISfs(Vel16s val, Vel16s* pSrcDst, int len, int scaleFactor);
 
 /* The Euclidean norm, the root of the sum of the squares. The sum is exact; converting it to double, its root and
  * converting that to float round to nearest.
  *   velStsNullPtrErr   pSrc or pNorm is null
  *   velStsSizeErr      len below 1 */
-ORV_API VelStatus velsNorm_L2_16s32f(const Vel16s* pSrc, int len, Vel32f* pNorm);
 ORV_API VelStatus orvsNorm_L2_16s32f(const Vel16s* pSrc, int len, Vel32f* pNorm);
 
 /* ---- Images: copy, border, channel swap --------------------------------------------------------------------- */
@@ -442,11 +558,12 @@ ORV_API VelStatus orvsNorm_L2_16s32f(const Vel16s* pSrc, int len, Vel32f* pNorm)
  *   velStsNullPtrErr   pSrc or pDst is null
  *   velStsSizeErr      width or height below 1
  * Steps are not checked: a negative one walks upwards. */
-ORV_API VelStatus veliCopy_8u_C1R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+
+/* Copies pixels of one byte. */
 ORV_API VelStatus orviCopy_8u_C1R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliCopy_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+/* Copies pixels of three bytes. */
 ORV_API VelStatus orviCopy_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliCopy_8u_C4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+/* Copies pixels of four bytes, alpha too. */
 ORV_API VelStatus orviCopy_8u_C4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
 
 /* Surrounds a region of one-channel pixels with copies of its outermost ones, in the same image. pSrc is the first
@@ -456,8 +573,6 @@ ORV_API VelStatus orviCopy_8u_C4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, i
  *   velStsStepErr      srcDstStep below 1
  *   velStsSizeErr      a width or height below 1, a border below 0, or the source with its top and left border reaches
  *                      beyond dstRoiSize */
-ORV_API VelStatus veliCopyReplicateBorder_8u_C1IR(const Vel8u* pSrc, int srcDstStep, VeliSize srcRoiSize,
-                                                  VeliSize dstRoiSize, int topBorderHeight, int leftBorderWidth);
 ORV_API VelStatus orviCopyReplicateBorder_8u_C1IR(const Vel8u* pSrc, int srcDstStep, VeliSize srcRoiSize,
                                                   VeliSize dstRoiSize, int topBorderHeight, int leftBorderWidth);
 
@@ -471,49 +586,40 @@ ORV_API VelStatus orviCopyReplicateBorder_8u_C1IR(const Vel8u* pSrc, int srcDstS
  *   velStsSizeErr           width or height below 1
  *   velStsStepErr           the other forms: a step below 1
  *   velStsChannelOrderErr   an entry of dstOrder is none of those above */
-ORV_API VelStatus veliSwapChannels_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
-                                          const int dstOrder[3]);
+
+/* Reorders three channels: bytes. */
 ORV_API VelStatus orviSwapChannels_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
                                           const int dstOrder[3]);
-ORV_API VelStatus veliSwapChannels_16u_C3R(const Vel16u* pSrc, int srcStep, Vel16u* pDst, int dstStep, VeliSize roiSize,
-                                           const int dstOrder[3]);
+/* Reorders three channels: 16-bit words. */
 ORV_API VelStatus orviSwapChannels_16u_C3R(const Vel16u* pSrc, int srcStep, Vel16u* pDst, int dstStep, VeliSize roiSize,
                                            const int dstOrder[3]);
-ORV_API VelStatus veliSwapChannels_16s_C3R(const Vel16s* pSrc, int srcStep, Vel16s* pDst, int dstStep, VeliSize roiSize,
-                                           const int dstOrder[3]);
+/* Reorders three channels: signed 16-bit words. */
 ORV_API VelStatus orviSwapChannels_16s_C3R(const Vel16s* pSrc, int srcStep, Vel16s* pDst, int dstStep, VeliSize roiSize,
                                            const int dstOrder[3]);
-ORV_API VelStatus veliSwapChannels_32s_C3R(const Vel32s* pSrc, int srcStep, Vel32s* pDst, int dstStep, VeliSize roiSize,
-                                           const int dstOrder[3]);
+/* Reorders three channels: signed 32-bit words. */
 ORV_API VelStatus orviSwapChannels_32s_C3R(const Vel32s* pSrc, int srcStep, Vel32s* pDst, int dstStep, VeliSize roiSize,
                                            const int dstOrder[3]);
-ORV_API VelStatus veliSwapChannels_32f_C3R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize,
-                                           const int dstOrder[3]);
+/* Reorders three channels: floats. */
 ORV_API VelStatus orviSwapChannels_32f_C3R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize,
                                            const int dstOrder[3]);
-ORV_API VelStatus veliSwapChannels_8u_AC4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
-                                           const int dstOrder[3]);
+/* Reorders three channels of four: bytes. */
 ORV_API VelStatus orviSwapChannels_8u_AC4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
                                            const int dstOrder[3]);
-ORV_API VelStatus veliSwapChannels_16u_AC4R(const Vel16u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
-                                            VeliSize roiSize, const int dstOrder[3]);
+/* Reorders three channels of four: 16-bit words. */
 ORV_API VelStatus orviSwapChannels_16u_AC4R(const Vel16u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
                                             VeliSize roiSize, const int dstOrder[3]);
-ORV_API VelStatus veliSwapChannels_16s_AC4R(const Vel16s* pSrc, int srcStep, Vel16s* pDst, int dstStep,
-                                            VeliSize roiSize, const int dstOrder[3]);
+/* Reorders three channels of four: signed 16-bit words. */
 ORV_API VelStatus orviSwapChannels_16s_AC4R(const Vel16s* pSrc, int srcStep, Vel16s* pDst, int dstStep,
                                             VeliSize roiSize, const int dstOrder[3]);
-ORV_API VelStatus veliSwapChannels_32s_AC4R(const Vel32s* pSrc, int srcStep, Vel32s* pDst, int dstStep,
-                                            VeliSize roiSize, const int dstOrder[3]);
+/* Reorders three channels of four: signed 32-bit words. */
 ORV_API VelStatus orviSwapChannels_32s_AC4R(const Vel32s* pSrc, int srcStep, Vel32s* pDst, int dstStep,
                                             VeliSize roiSize, const int dstOrder[3]);
-ORV_API VelStatus veliSwapChannels_32f_AC4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep,
-                                            VeliSize roiSize, const int dstOrder[3]);
+/* Reorders three channels of four: floats. */
 ORV_API VelStatus orviSwapChannels_32f_AC4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep,
                                             VeliSize roiSize, const int dstOrder[3]);
-ORV_API VelStatus veliSwapChannels_8u_C3IR(Vel8u* pSrcDst, int srcDstStep, VeliSize roiSize, const int dstOrder[3]);
+/* Reorders three channels in place: bytes. */
 ORV_API VelStatus orviSwapChannels_8u_C3IR(Vel8u* pSrcDst, int srcDstStep, VeliSize roiSize, const int dstOrder[3]);
-ORV_API VelStatus veliSwapChannels_8u_C4IR(Vel8u* pSrcDst, int srcDstStep, VeliSize roiSize, const int dstOrder[4]);
+/* Reorders four channels in place: bytes. */
 ORV_API VelStatus orviSwapChannels_8u_C4IR(Vel8u* pSrcDst, int srcDstStep, VeliSize roiSize, const int dstOrder[4]);
 
 /* Three of four channels: destination channel i gets source channel dstOrder[i], 0..3.
@@ -521,8 +627,6 @@ ORV_API VelStatus orviSwapChannels_8u_C4IR(Vel8u* pSrcDst, int srcDstStep, VeliS
  *   velStsSizeErr           width or height below 1
  *   velStsChannelOrderErr   an entry of dstOrder is none of 0..3
  * Steps are not checked: a negative one walks upwards. */
-ORV_API VelStatus veliSwapChannels_8u_C4C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
-                                            const int dstOrder[3]);
 ORV_API VelStatus orviSwapChannels_8u_C4C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
                                             const int dstOrder[3]);
 
@@ -534,8 +638,6 @@ ORV_API VelStatus orviSwapChannels_8u_C4C3R(const Vel8u* pSrc, int srcStep, Vel8
  *   velStsSizeErr           width or height below 1
  *   velStsChannelOrderErr   one of the first three entries of dstOrder is negative
  * Steps are not checked: a negative one walks upwards. */
-ORV_API VelStatus veliSwapChannels_8u_C3C4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
-                                            const int dstOrder[4], Vel8u val);
 ORV_API VelStatus orviSwapChannels_8u_C3C4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
                                             const int dstOrder[4], Vel8u val);
 
@@ -565,20 +667,17 @@ ORV_API VelStatus orviSwapChannels_8u_C3C4R(const Vel8u* pSrc, int srcStep, Vel8
  *   velStsMaskSizeErr   the mask's width or height below 1
  *   velStsAnchorErr     the anchor lies outside the mask
  *   velStsMemAllocErr   the scratch could not be allocated, or is larger than an int can say; nothing was written */
-ORV_API VelStatus veliFilterBox_32f_C1R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize,
-                                        VeliSize maskSize, VeliPoint anchor);
+
+/* Mean of a box around each pixel: floats, one channel. */
 ORV_API VelStatus orviFilterBox_32f_C1R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize,
                                         VeliSize maskSize, VeliPoint anchor);
-ORV_API VelStatus veliFilterBox_32f_C3R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize,
-                                        VeliSize maskSize, VeliPoint anchor);
+/* Mean of a box around each pixel: floats, three channels. */
 ORV_API VelStatus orviFilterBox_32f_C3R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize,
                                         VeliSize maskSize, VeliPoint anchor);
-ORV_API VelStatus veliFilterBox_32f_C4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize,
-                                        VeliSize maskSize, VeliPoint anchor);
+/* Mean of a box around each pixel: floats, four channels. */
 ORV_API VelStatus orviFilterBox_32f_C4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize,
                                         VeliSize maskSize, VeliPoint anchor);
-ORV_API VelStatus veliFilterBox_32f_AC4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep,
-                                         VeliSize dstRoiSize, VeliSize maskSize, VeliPoint anchor);
+/* Mean of a box around each pixel: floats, three channels of four. */
 ORV_API VelStatus orviFilterBox_32f_AC4R(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep,
                                          VeliSize dstRoiSize, VeliSize maskSize, VeliPoint anchor);
 
@@ -597,53 +696,54 @@ ORV_API VelStatus orviFilterBox_32f_AC4R(const Vel32f* pSrc, int srcStep, Vel32f
  *   velStsNullPtrErr   pSrc, value (where it is a pointer) or pSrcDst is null
  *   velStsSizeErr      width or height below 1
  * Steps are not checked: a negative one walks upwards. */
-ORV_API VelStatus veliAdd_32f_C1IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+
+/* pSrcDst = pSrcDst + pSrc: floats, one channel. */
 ORV_API VelStatus orviAdd_32f_C1IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliAdd_32f_C3IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst + pSrc: floats, three channels. */
 ORV_API VelStatus orviAdd_32f_C3IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliAdd_32f_C4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst + pSrc: floats, four channels. */
 ORV_API VelStatus orviAdd_32f_C4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliAdd_32f_AC4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst + pSrc: floats, three channels of four. */
 ORV_API VelStatus orviAdd_32f_AC4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliSub_32f_C1IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst - pSrc: floats, one channel. */
 ORV_API VelStatus orviSub_32f_C1IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliSub_32f_C3IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst - pSrc: floats, three channels. */
 ORV_API VelStatus orviSub_32f_C3IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliSub_32f_C4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst - pSrc: floats, four channels. */
 ORV_API VelStatus orviSub_32f_C4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliSub_32f_AC4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst - pSrc: floats, three channels of four. */
 ORV_API VelStatus orviSub_32f_AC4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliMul_32f_C1IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst * pSrc: floats, one channel. */
 ORV_API VelStatus orviMul_32f_C1IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliMul_32f_C3IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst * pSrc: floats, three channels. */
 ORV_API VelStatus orviMul_32f_C3IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliMul_32f_C4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst * pSrc: floats, four channels. */
 ORV_API VelStatus orviMul_32f_C4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliMul_32f_AC4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst * pSrc: floats, three channels of four. */
 ORV_API VelStatus orviMul_32f_AC4IR(const Vel32f* pSrc, int srcStep, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliAddC_32f_C1IR(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst + value: floats, one channel. */
 ORV_API VelStatus orviAddC_32f_C1IR(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliAddC_32f_C3IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst + value: floats, three channels. */
 ORV_API VelStatus orviAddC_32f_C3IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliAddC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst + value: floats, four channels. */
 ORV_API VelStatus orviAddC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliAddC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst + value: floats, three channels of four. */
 ORV_API VelStatus orviAddC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliSubC_32f_C1IR(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst - value: floats, one channel. */
 ORV_API VelStatus orviSubC_32f_C1IR(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliSubC_32f_C3IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst - value: floats, three channels. */
 ORV_API VelStatus orviSubC_32f_C3IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliSubC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst - value: floats, four channels. */
 ORV_API VelStatus orviSubC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliSubC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst - value: floats, three channels of four. */
 ORV_API VelStatus orviSubC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliMulC_32f_C1IR(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst * value: floats, one channel. */
 ORV_API VelStatus orviMulC_32f_C1IR(Vel32f value, Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliMulC_32f_C3IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst * value: floats, three channels. */
 ORV_API VelStatus orviMulC_32f_C3IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliMulC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst * value: floats, four channels. */
 ORV_API VelStatus orviMulC_32f_C4IR(const Vel32f value[4], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
-ORV_API VelStatus veliMulC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
+/* pSrcDst = pSrcDst * value: floats, three channels of four. */
 ORV_API VelStatus orviMulC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int srcDstStep, VeliSize roiSize);
 
 /* ---- Image: depth conversion -------------------------------------------------------------------------------- */
@@ -653,13 +753,14 @@ ORV_API VelStatus orviMulC_32f_AC4IR(const Vel32f value[3], Vel32f* pSrcDst, int
  *   velStsNullPtrErr   pSrc or pDst is null
  *   velStsSizeErr      width or height below 1
  *   velStsStepErr      a step below 1 */
-ORV_API VelStatus veliConvert_8u32f_C1R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
+
+/* Bytes to floats of the same value: one channel. */
 ORV_API VelStatus orviConvert_8u32f_C1R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliConvert_8u32f_C3R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
+/* Bytes to floats of the same value: three channels. */
 ORV_API VelStatus orviConvert_8u32f_C3R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliConvert_8u32f_C4R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
+/* Bytes to floats of the same value: four channels. */
 ORV_API VelStatus orviConvert_8u32f_C4R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliConvert_8u32f_AC4R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
+/* Bytes to floats of the same value: three channels of four. */
 ORV_API VelStatus orviConvert_8u32f_AC4R(const Vel8u* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize roiSize);
 
 /* Floats to bytes: limited to 0..255 and rounded as roundMode says, whatever rounding mode the caller has set, which is
@@ -669,20 +770,17 @@ ORV_API VelStatus orviConvert_8u32f_AC4R(const Vel8u* pSrc, int srcStep, Vel32f*
  *   1       to the nearest integer, halves to the even one
  *   other   to the nearest integer, halves away from zero
  * Statuses as above. */
-ORV_API VelStatus veliConvert_32f8u_C1R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
-                                        int roundMode);
+
+/* Floats to bytes, rounded and saturated: one channel. */
 ORV_API VelStatus orviConvert_32f8u_C1R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
                                         int roundMode);
-ORV_API VelStatus veliConvert_32f8u_C3R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
-                                        int roundMode);
+/* Floats to bytes, rounded and saturated: three channels. */
 ORV_API VelStatus orviConvert_32f8u_C3R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
                                         int roundMode);
-ORV_API VelStatus veliConvert_32f8u_C4R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
-                                        int roundMode);
+/* Floats to bytes, rounded and saturated: four channels. */
 ORV_API VelStatus orviConvert_32f8u_C4R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
                                         int roundMode);
-ORV_API VelStatus veliConvert_32f8u_AC4R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
-                                         int roundMode);
+/* Floats to bytes, rounded and saturated: three channels of four. */
 ORV_API VelStatus orviConvert_32f8u_AC4R(const Vel32f* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize,
                                          int roundMode);
 
@@ -711,8 +809,6 @@ enum {
  *   velStsInterpolationErr  interpolation is no method with at most one flag
  *   velStsSizeErr           the size does not fit an int; nothing is stored
  *   velStsNoAntialiasing    done; antialiasing was asked of nearest or supersampling, which do without */
-ORV_API VelStatus veliResizeGetBufSize(VeliRect srcRoi, VeliRect dstRoi, int nChannel, int interpolation,
-                                       int* pBufferSize);
 ORV_API VelStatus orviResizeGetBufSize(VeliRect srcRoi, VeliRect dstRoi, int nChannel, int interpolation,
                                        int* pBufferSize);
 
@@ -720,11 +816,18 @@ ORV_API VelStatus orviResizeGetBufSize(VeliRect srcRoi, VeliRect dstRoi, int nCh
  *
  * pSrc and pDst point to the images' first pixels, not the regions'; steps are in bytes and are not checked, a negative
  * one walks upwards. srcRoi is clipped to the image of srcSize. Nothing outside the clipped region is read, and nothing
- * outside dstRoi is written. pBuffer has the size that veliResizeGetBufSize gives for srcRoi, dstRoi, the channels and
+ * outside dstRoi is written. pBuffer has the size that orviResizeGetBufSize gives for srcRoi, dstRoi, the channels and
  * interpolation.
  *   C1   one channel           C3   three channels          C4   four channels
  *   AC4  four channels, of which the destination's fourth keeps its value
  *   P3, P4  three or four planes of one channel, which share a step on each side
+ *
+ * To fit srcRoi into dstRoi, which is what most callers want:
+ *   xFactor = (double)dstRoi.width / srcRoi.width        xShift = dstRoi.x - srcRoi.x * xFactor
+ *   yFactor = (double)dstRoi.height / srcRoi.height      yShift = dstRoi.y - srcRoi.y * yFactor
+ * The shifts are 0 when both regions begin at their image's first pixel. To bring the 400 by 300 pixels from (100, 50)
+ * on to 200 by 150 pixels from (10, 20) on, the factors are 0.5, xShift is 10 - 100 * 0.5 = -40 and yShift
+ * 20 - 50 * 0.5 = -5. With a shift that does not fit, pixels of dstRoi stay as they were.
  *
  * The model. Source pixel i covers [i, i + 1). The edge coordinate u of the source lies at u * xFactor + xShift in the
  * destination, and the centre of destination pixel x at (x + 0.5 - xShift) / xFactor - 0.5 between the centres of
@@ -773,42 +876,29 @@ ORV_API VelStatus orviResizeGetBufSize(VeliRect srcRoi, VeliRect dstRoi, int nCh
  *   velStsWrongIntersectROI  warning: srcRoi begins outside the image; nothing is written
  *   velStsNoOperation        warning: no pixel of dstRoi is in the scaled region; nothing is written
  *   velStsNoAntialiasing     done; antialiasing was asked of nearest or supersampling, which do without */
-ORV_API VelStatus veliResizeSqrPixel_8u_C1R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
-                                            Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
-                                            double xShift, double yShift, int interpolation, Vel8u* pBuffer);
+
+/* Resizes bytes: one channel. */
 ORV_API VelStatus orviResizeSqrPixel_8u_C1R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
                                             Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
                                             double xShift, double yShift, int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus veliResizeSqrPixel_8u_C3R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
-                                            Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
-                                            double xShift, double yShift, int interpolation, Vel8u* pBuffer);
+/* Resizes bytes: three channels. */
 ORV_API VelStatus orviResizeSqrPixel_8u_C3R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
                                             Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
                                             double xShift, double yShift, int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus veliResizeSqrPixel_8u_C4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
-                                            Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
-                                            double xShift, double yShift, int interpolation, Vel8u* pBuffer);
+/* Resizes bytes: four channels. */
 ORV_API VelStatus orviResizeSqrPixel_8u_C4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
                                             Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
                                             double xShift, double yShift, int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus veliResizeSqrPixel_8u_AC4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
-                                             Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
-                                             double xShift, double yShift, int interpolation, Vel8u* pBuffer);
+/* Resizes bytes: three channels of four. */
 ORV_API VelStatus orviResizeSqrPixel_8u_AC4R(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi,
                                              Vel8u* pDst, int dstStep, VeliRect dstRoi, double xFactor, double yFactor,
                                              double xShift, double yShift, int interpolation, Vel8u* pBuffer);
-ORV_API VelStatus veliResizeSqrPixel_8u_P3R(const Vel8u* const pSrc[3], VeliSize srcSize, int srcStep, VeliRect srcRoi,
-                                            Vel8u* const pDst[3], int dstStep, VeliRect dstRoi, double xFactor,
-                                            double yFactor, double xShift, double yShift, int interpolation,
-                                            Vel8u* pBuffer);
+/* Resizes bytes: three planes. */
 ORV_API VelStatus orviResizeSqrPixel_8u_P3R(const Vel8u* const pSrc[3], VeliSize srcSize, int srcStep, VeliRect srcRoi,
                                             Vel8u* const pDst[3], int dstStep, VeliRect dstRoi, double xFactor,
                                             double yFactor, double xShift, double yShift, int interpolation,
                                             Vel8u* pBuffer);
-ORV_API VelStatus veliResizeSqrPixel_8u_P4R(const Vel8u* const pSrc[4], VeliSize srcSize, int srcStep, VeliRect srcRoi,
-                                            Vel8u* const pDst[4], int dstStep, VeliRect dstRoi, double xFactor,
-                                            double yFactor, double xShift, double yShift, int interpolation,
-                                            Vel8u* pBuffer);
+/* Resizes bytes: four planes. */
 ORV_API VelStatus orviResizeSqrPixel_8u_P4R(const Vel8u* const pSrc[4], VeliSize srcSize, int srcStep, VeliRect srcRoi,
                                             Vel8u* const pDst[4], int dstStep, VeliRect dstRoi, double xFactor,
                                             double yFactor, double xShift, double yShift, int interpolation,
@@ -817,6 +907,31 @@ ORV_API VelStatus orviResizeSqrPixel_8u_P4R(const Vel8u* const pSrc[4], VeliSize
 /* Lanczos' window of three lobes in hundredths: entry i is L(i / 100), where L(x) = 3 sin(pi x) sin(pi x / 3) / (pi x)^2,
  * L(0) = 1, rounded to single precision; entries 300 and 301 are 0. */
 ORV_API extern const Vel32f tblLanczos3[302];
+
+/* ---- Colour: which function --------------------------------------------------------------------------------- */
+
+/* Three encodings go by the names YCbCr and YUV, and a picture that is taken for another one looks almost right: too
+ * flat, too pale, or too blue. All have the luma weights of ITU-R BT.601.
+ *
+ *   data                          luma, chroma            to RGB                            from RGB
+ *   JFIF: what JPEG files hold    0..255, 0..255          orvizkYUV420ToRGB888LS_MCU_...,   none; orviRGBToYCbCr
+ *                                                         a 4:2:0 MCU; for one pixel        is not for JPEG
+ *                                                         computeRGBFromYUV_JPEG_F32_U8
+ *   studio video: what cameras,   16..235, 16..240        orviYCbCrToRGB_..., 4:4:4         orviRGBToYCbCr_...
+ *   capture cards and video                               orviYCbCrToRGB565_... and so
+ *   files hold                                            on, to words
+ *   analogue video's YUV          0..255, 128 + 0.492     orviYUV420ToRGB_...               orviRGBToYUV420_...
+ *                                 (B - Y), 128 + 0.877    orviYUV422ToRGB_...               orviRGBToYUV422_...
+ *                                 (R - Y)                 orviYUV420ToRGB565_... and so on
+ *
+ * Subsampled studio video has no function of its own. Of planes (I420), bring chroma to the size of luma with
+ * orviResizeSqrPixel_8u_C1R and convert with orviYCbCrToRGB_8u_P3C3R; of YUYV, write each pixel's Y, Cb and Cr side by
+ * side and convert with the C3 functions. The YUV functions take such data as well, but their reds are then pale, black
+ * is 16 and white 235. BT.709 (HDTV) has other weights, for which there is no function here.
+ *
+ * Words of sixteen bits are named from bit 0 upwards: RGB565 has R in bits 0 to 4. What framebuffers, graphics
+ * libraries and cameras call RGB565 has R in bits 11 to 15, and is BGR565 here. So it is with 555 and 444. Words are
+ * in the processor's byte order. */
 
 /* ---- Colour: YCbCr ------------------------------------------------------------------------------------------ */
 
@@ -835,12 +950,12 @@ ORV_API extern const Vel32f tblLanczos3[302];
  *   Y  = (16843 R + 33030 G + 6423 B + 1081344) >> 16       16.5 * 65536: the offset, and a half to round
  *   Cb = (-9699 R - 19071 G + 28770 B + 8421376) >> 16      128.5 * 65536
  *   Cr = (28770 R - 24117 G - 4653 B + 8421376) >> 16 */
-ORV_API VelStatus veliRGBToYCbCr_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+
+/* RGB to studio YCbCr: three bytes a pixel. */
 ORV_API VelStatus orviRGBToYCbCr_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliRGBToYCbCr_8u_AC4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+/* RGB to studio YCbCr: three bytes of four. */
 ORV_API VelStatus orviRGBToYCbCr_8u_AC4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliRGBToYCbCr_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3], int dstStep,
-                                        VeliSize roiSize);
+/* RGB to studio YCbCr: three planes. */
 ORV_API VelStatus orviRGBToYCbCr_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3], int dstStep,
                                         VeliSize roiSize);
 
@@ -857,16 +972,15 @@ ORV_API VelStatus orviRGBToYCbCr_8u_P3R(const Vel8u* const pSrc[3], int srcStep,
  * by P3C3R, and by C3R with 9536 and -3203 in place of 9535 and -3211. These results are those of P3R or differ by
  * one. The last width % 8 pixels of a row are converted by C3R like those of AC4R, by P3C3R with the weights 76282,
  * 104593, 25689, 53279 and 132184, and 1220512, which is 16 * 76282. */
-ORV_API VelStatus veliYCbCrToRGB_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+
+/* Studio YCbCr to RGB: three bytes a pixel. */
 ORV_API VelStatus orviYCbCrToRGB_8u_C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliYCbCrToRGB_8u_AC4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+/* Studio YCbCr to RGB: three bytes of four. */
 ORV_API VelStatus orviYCbCrToRGB_8u_AC4R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliYCbCrToRGB_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3], int dstStep,
-                                        VeliSize roiSize);
+/* Studio YCbCr to RGB: three planes. */
 ORV_API VelStatus orviYCbCrToRGB_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3], int dstStep,
                                         VeliSize roiSize);
-ORV_API VelStatus veliYCbCrToRGB_8u_P3C3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* pDst, int dstStep,
-                                          VeliSize roiSize);
+/* Studio YCbCr to RGB: three planes to three bytes a pixel. */
 ORV_API VelStatus orviYCbCrToRGB_8u_P3C3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* pDst, int dstStep,
                                           VeliSize roiSize);
 
@@ -880,28 +994,23 @@ ORV_API VelStatus orviYCbCrToRGB_8u_P3C3R(const Vel8u* const pSrc[3], int srcSte
  * dstStep is in bytes; an odd one counts as the even one below it. Steps are not checked.
  *   velStsNullPtrErr   pSrc or pDst is null
  *   velStsSizeErr      width or height below 1 */
-ORV_API VelStatus veliYCbCrToRGB565_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
-                                              VeliSize roiSize);
+
+/* Studio YCbCr to words: R in bits 0-4, G 5-10, B 11-15. */
 ORV_API VelStatus orviYCbCrToRGB565_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
                                               VeliSize roiSize);
-ORV_API VelStatus veliYCbCrToRGB555_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
-                                              VeliSize roiSize);
+/* Studio YCbCr to words: R in bits 0-4, G 5-9, B 10-14. */
 ORV_API VelStatus orviYCbCrToRGB555_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
                                               VeliSize roiSize);
-ORV_API VelStatus veliYCbCrToRGB444_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
-                                              VeliSize roiSize);
+/* Studio YCbCr to words: R in bits 0-3, G 4-7, B 8-11. */
 ORV_API VelStatus orviYCbCrToRGB444_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
                                               VeliSize roiSize);
-ORV_API VelStatus veliYCbCrToBGR565_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
-                                              VeliSize roiSize);
+/* Studio YCbCr to words: B in bits 0-4, G 5-10, R 11-15; the usual RGB565. */
 ORV_API VelStatus orviYCbCrToBGR565_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
                                               VeliSize roiSize);
-ORV_API VelStatus veliYCbCrToBGR555_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
-                                              VeliSize roiSize);
+/* Studio YCbCr to words: B in bits 0-4, G 5-9, R 10-14; the usual RGB555. */
 ORV_API VelStatus orviYCbCrToBGR555_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
                                               VeliSize roiSize);
-ORV_API VelStatus veliYCbCrToBGR444_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
-                                              VeliSize roiSize);
+/* Studio YCbCr to words: B in bits 0-3, G 4-7, R 8-11; the usual RGB444. */
 ORV_API VelStatus orviYCbCrToBGR444_8u16u_C3R(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep,
                                               VeliSize roiSize);
 
@@ -942,31 +1051,28 @@ ORV_API VelStatus orviYCbCrToBGR444_8u16u_C3R(const Vel8u* pSrc, int srcStep, Ve
  *   U = 128 + (((32768 B - S) >> 15) * 16121 >> 15)
  *   V = 128 + (((32768 R - S) >> 15) * 28737 >> 15), clamped to 0..255
  * (a grey but black U = V = 127). A pair or block of one colour gives the same or one more, in each of Y, U and V. */
-ORV_API VelStatus veliRGBToYUV420_8u_C3P3R(const Vel8u* pSrc, int srcStep, Vel8u* const pDst[3], const int dstStep[3],
-                                           VeliSize roiSize);
+
+/* RGB pixels to planes of YUV 4:2:0. */
 ORV_API VelStatus orviRGBToYUV420_8u_C3P3R(const Vel8u* pSrc, int srcStep, Vel8u* const pDst[3], const int dstStep[3],
                                            VeliSize roiSize);
-ORV_API VelStatus veliRGBToYUV420_8u_C3P3(const Vel8u* pSrc, Vel8u* const pDst[3], VeliSize roiSize);
+/* RGB pixels to planes of YUV 4:2:0, tightly packed. */
 ORV_API VelStatus orviRGBToYUV420_8u_C3P3(const Vel8u* pSrc, Vel8u* const pDst[3], VeliSize roiSize);
-ORV_API VelStatus veliRGBToYUV420_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3],
-                                         const int dstStep[3], VeliSize roiSize);
+/* R, G and B planes to planes of YUV 4:2:0. */
 ORV_API VelStatus orviRGBToYUV420_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3],
                                          const int dstStep[3], VeliSize roiSize);
-ORV_API VelStatus veliRGBToYUV420_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
+/* R, G and B planes to planes of YUV 4:2:0, tightly packed. */
 ORV_API VelStatus orviRGBToYUV420_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
-ORV_API VelStatus veliRGBToYUV422_8u_C3C2R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+/* RGB pixels to YUV 4:2:2 as bytes Y, U, Y, V. */
 ORV_API VelStatus orviRGBToYUV422_8u_C3C2R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliRGBToYUV422_8u_C3P3R(const Vel8u* pSrc, int srcStep, Vel8u* const pDst[3], const int dstStep[3],
-                                           VeliSize roiSize);
+/* RGB pixels to planes of YUV 4:2:2. */
 ORV_API VelStatus orviRGBToYUV422_8u_C3P3R(const Vel8u* pSrc, int srcStep, Vel8u* const pDst[3], const int dstStep[3],
                                            VeliSize roiSize);
-ORV_API VelStatus veliRGBToYUV422_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3],
-                                         const int dstStep[3], VeliSize roiSize);
+/* R, G and B planes to planes of YUV 4:2:2. */
 ORV_API VelStatus orviRGBToYUV422_8u_P3R(const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3],
                                          const int dstStep[3], VeliSize roiSize);
-ORV_API VelStatus veliRGBToYUV422_8u_C3P3(const Vel8u* pSrc, Vel8u* const pDst[3], VeliSize roiSize);
+/* RGB pixels to planes of YUV 4:2:2, tightly packed. */
 ORV_API VelStatus orviRGBToYUV422_8u_C3P3(const Vel8u* pSrc, Vel8u* const pDst[3], VeliSize roiSize);
-ORV_API VelStatus veliRGBToYUV422_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
+/* R, G and B planes to planes of YUV 4:2:2, tightly packed. */
 ORV_API VelStatus orviRGBToYUV422_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
 
 /* YUV to RGB. With u = U - 128, v = V - 128 and arithmetic shifts,
@@ -974,43 +1080,37 @@ ORV_API VelStatus orviRGBToYUV422_8u_P3(const Vel8u* const pSrc[3], Vel8u* const
  *   G = clamp((8192 Y - 3227 u - 4759 v) >> 13)    0.394 u, 0.581 v
  *   B = clamp((8192 Y + 16645 u) >> 13)            2.032 u
  * clamped to 0..255. Chroma is not interpolated. */
-ORV_API VelStatus veliYUV420ToRGB_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
-                                           VeliSize roiSize);
+
+/* Planes of YUV 4:2:0 to RGB pixels. */
 ORV_API VelStatus orviYUV420ToRGB_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
                                            VeliSize roiSize);
-ORV_API VelStatus veliYUV420ToRGB_8u_P3AC4R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
-                                            VeliSize roiSize);
+/* Planes of YUV 4:2:0 to RGB pixels of four bytes, of which the fourth keeps its value. */
 ORV_API VelStatus orviYUV420ToRGB_8u_P3AC4R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
                                             VeliSize roiSize);
-ORV_API VelStatus veliYUV420ToRGB_8u_P3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* const pDst[3],
-                                         int dstStep, VeliSize roiSize);
+/* Planes of YUV 4:2:0 to R, G and B planes. */
 ORV_API VelStatus orviYUV420ToRGB_8u_P3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* const pDst[3],
                                          int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliYUV420ToRGB_8u_P3C3(const Vel8u* const pSrc[3], Vel8u* pDst, VeliSize roiSize);
+/* Planes of YUV 4:2:0 to RGB pixels, tightly packed. */
 ORV_API VelStatus orviYUV420ToRGB_8u_P3C3(const Vel8u* const pSrc[3], Vel8u* pDst, VeliSize roiSize);
-ORV_API VelStatus veliYUV420ToRGB_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
+/* Planes of YUV 4:2:0 to R, G and B planes, tightly packed. */
 ORV_API VelStatus orviYUV420ToRGB_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
-ORV_API VelStatus veliYUV420ToBGR_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
-                                           VeliSize roiSize);
+/* Planes of YUV 4:2:0 to BGR pixels. */
 ORV_API VelStatus orviYUV420ToBGR_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
                                            VeliSize roiSize);
-ORV_API VelStatus veliYUV422ToRGB_8u_C2C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
+/* YUV 4:2:2, as bytes Y, U, Y, V, to RGB pixels. */
 ORV_API VelStatus orviYUV422ToRGB_8u_C2C3R(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliYUV422ToRGB_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
-                                           VeliSize roiSize);
+/* Planes of YUV 4:2:2 to RGB pixels. */
 ORV_API VelStatus orviYUV422ToRGB_8u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
                                            VeliSize roiSize);
-ORV_API VelStatus veliYUV422ToRGB_8u_P3AC4R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
-                                            VeliSize roiSize);
+/* Planes of YUV 4:2:2 to RGB pixels of four bytes, of which the fourth keeps its value. */
 ORV_API VelStatus orviYUV422ToRGB_8u_P3AC4R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* pDst, int dstStep,
                                             VeliSize roiSize);
-ORV_API VelStatus veliYUV422ToRGB_8u_P3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* const pDst[3],
-                                         int dstStep, VeliSize roiSize);
+/* Planes of YUV 4:2:2 to R, G and B planes. */
 ORV_API VelStatus orviYUV422ToRGB_8u_P3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel8u* const pDst[3],
                                          int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliYUV422ToRGB_8u_P3C3(const Vel8u* const pSrc[3], Vel8u* pDst, VeliSize roiSize);
+/* Planes of YUV 4:2:2 to RGB pixels, tightly packed. */
 ORV_API VelStatus orviYUV422ToRGB_8u_P3C3(const Vel8u* const pSrc[3], Vel8u* pDst, VeliSize roiSize);
-ORV_API VelStatus veliYUV422ToRGB_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
+/* Planes of YUV 4:2:2 to R, G and B planes, tightly packed. */
 ORV_API VelStatus orviYUV422ToRGB_8u_P3(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize);
 
 /* YUV 4:2:0 to 16-bit words: the colours above, cut to their upper bits and packed from bit 0 upwards,
@@ -1018,28 +1118,23 @@ ORV_API VelStatus orviYUV422ToRGB_8u_P3(const Vel8u* const pSrc[3], Vel8u* const
  *   555   R >> 3, G >> 3, B >> 3; bit 15 is 0
  *   444   R >> 4, G >> 4, B >> 4; bits 12 to 15 are 0
  * with R and B exchanged in the BGR forms. dstStep is in bytes, like all steps; it may be odd. */
-ORV_API VelStatus veliYUV420ToRGB565_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
-                                                 int dstStep, VeliSize roiSize);
+
+/* Planes of YUV 4:2:0 to words: R in bits 0-4, G 5-10, B 11-15. */
 ORV_API VelStatus orviYUV420ToRGB565_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
                                                  int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliYUV420ToRGB555_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
-                                                 int dstStep, VeliSize roiSize);
+/* Planes of YUV 4:2:0 to words: R in bits 0-4, G 5-9, B 10-14. */
 ORV_API VelStatus orviYUV420ToRGB555_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
                                                  int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliYUV420ToRGB444_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
-                                                 int dstStep, VeliSize roiSize);
+/* Planes of YUV 4:2:0 to words: R in bits 0-3, G 4-7, B 8-11. */
 ORV_API VelStatus orviYUV420ToRGB444_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
                                                  int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliYUV420ToBGR565_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
-                                                 int dstStep, VeliSize roiSize);
+/* Planes of YUV 4:2:0 to words: B in bits 0-4, G 5-10, R 11-15; the usual RGB565. */
 ORV_API VelStatus orviYUV420ToBGR565_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
                                                  int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliYUV420ToBGR555_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
-                                                 int dstStep, VeliSize roiSize);
+/* Planes of YUV 4:2:0 to words: B in bits 0-4, G 5-9, R 10-14; the usual RGB555. */
 ORV_API VelStatus orviYUV420ToBGR555_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
                                                  int dstStep, VeliSize roiSize);
-ORV_API VelStatus veliYUV420ToBGR444_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
-                                                 int dstStep, VeliSize roiSize);
+/* Planes of YUV 4:2:0 to words: B in bits 0-3, G 4-7, R 8-11; the usual RGB444. */
 ORV_API VelStatus orviYUV420ToBGR444_8u16u_P3C3R(const Vel8u* const pSrc[3], const int srcStep[3], Vel16u* pDst,
                                                  int dstStep, VeliSize roiSize);
 
@@ -1053,19 +1148,16 @@ ORV_API VelStatus orviYUV420ToBGR444_8u16u_P3C3R(const Vel8u* const pSrc[3], con
  * ones.
  *   velStsNullPtrErr   pQuantRawTable is null
  *   velStsBadArgErr    qualityFactor below 1 */
-ORV_API VelStatus veliQuantFwdRawTableInit_JPEG_8u(Vel8u* pQuantRawTable, int qualityFactor);
 ORV_API VelStatus orviQuantFwdRawTableInit_JPEG_8u(Vel8u* pQuantRawTable, int qualityFactor);
 
 /* The encoder's table from a raw one: reciprocals 32768 / step, rounded to the nearest integer. A step of 1 gives
  * 32768.
  *   velStsNullPtrErr   a pointer is null
  *   velStsDivByZero    done; a step of zero was given 65535 */
-ORV_API VelStatus veliQuantFwdTableInit_JPEG_8u16u(const Vel8u* pQuantRawTable, Vel16u* pQuantFwdTable);
 ORV_API VelStatus orviQuantFwdTableInit_JPEG_8u16u(const Vel8u* pQuantRawTable, Vel16u* pQuantFwdTable);
 
 /* The decoder's table from a raw one: the steps themselves, in natural order.
  *   velStsNullPtrErr   a pointer is null */
-ORV_API VelStatus veliQuantInvTableInit_JPEG_8u16u(const Vel8u* pQuantRawTable, Vel16u* pQuantInvTable);
 ORV_API VelStatus orviQuantInvTableInit_JPEG_8u16u(const Vel8u* pQuantRawTable, Vel16u* pQuantInvTable);
 
 /* Constants of the JPEG entropy coders (ITU-T T.81, figure A.6 and F.1.2), for programs with coders of their own. */
@@ -1088,8 +1180,6 @@ ORV_API extern const Vel32s own_pj_lowest_coef[16];
  *   velStsNullPtrErr   pSrc or pDst is null
  *   velStsStepErr      srcStep below 1
  *   velStsNullPtrErr   pQuantFwdTable is null */
-ORV_API VelStatus veliDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const Vel8u* pSrc, int srcStep, Vel16s* pDst,
-                                                      const Vel16u* pQuantFwdTable);
 ORV_API VelStatus orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const Vel8u* pSrc, int srcStep, Vel16s* pDst,
                                                       const Vel16u* pQuantFwdTable);
 
@@ -1104,33 +1194,29 @@ ORV_API VelStatus orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const Vel8u* pSrc, int src
  *   velStsNullPtrErr   pSrc or pDst is null
  *   velStsStepErr      dstStep below 1
  *   velStsNullPtrErr   pQuantInvTable is null */
-ORV_API VelStatus veliDCTQuantInv8x8LS_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
-                                                      const Vel16u* pQuantInvTable);
+
+/* A block of samples from all 64 coefficients. */
 ORV_API VelStatus orviDCTQuantInv8x8LS_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
                                                       const Vel16u* pQuantInvTable);
-ORV_API VelStatus veliDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
-                                                          const Vel16u* pQuantInvTable);
+/* A block of samples from the 4x4 coefficients of lowest frequency. */
 ORV_API VelStatus orviDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
                                                           const Vel16u* pQuantInvTable);
-ORV_API VelStatus veliDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
-                                                          const Vel16u* pQuantInvTable);
+/* A block of samples from the 2x2 coefficients of lowest frequency. */
 ORV_API VelStatus orviDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
                                                           const Vel16u* pQuantInvTable);
-ORV_API VelStatus veliDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
-                                                          const Vel16u* pQuantInvTable);
+/* A block of samples from the DC alone. */
 ORV_API VelStatus orviDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
                                                           const Vel16u* pQuantInvTable);
 
 /* ---- JPEG: Huffman encoding --------------------------------------------------------------------------------- */
 
-/* An encoder table: 1024 bytes, as veliEncodeHuffmanSpecGetBufSize_JPEG_8u tells. */
+/* An encoder table: 1024 bytes, as orviEncodeHuffmanSpecGetBufSize_JPEG_8u tells. */
 typedef struct VeliEncodeHuffmanSpec VeliEncodeHuffmanSpec;
 /* An encoder state of 1044 bytes. The block encoder keeps its state in the caller's variables instead. */
 typedef struct VeliEncodeHuffmanState VeliEncodeHuffmanState;
 
 /* The size of an encoder table in bytes.
  *   velStsNullPtrErr   pSize is null */
-ORV_API VelStatus veliEncodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
 ORV_API VelStatus orviEncodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
 
 /* Builds an encoder table from what a DHT segment carries: the number of codes of each length 1..16 (16 bytes), and as
@@ -1139,30 +1225,28 @@ ORV_API VelStatus orviEncodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
  *   velStsNullPtrErr         a pointer is null, or the table could not be allocated
  *   velStsJPEGHuffTableErr   more than 256 codes, more codes of a length than it has room for, or a code that is all
  *                            ones; the caller's table is cleared; InitAlloc leaves *ppEncHuffSpec as it was */
-ORV_API VelStatus veliEncodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
-                                                    VeliEncodeHuffmanSpec* pEncHuffSpec);
+
+/* Builds an encoder table in the caller's memory. */
 ORV_API VelStatus orviEncodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
                                                     VeliEncodeHuffmanSpec* pEncHuffSpec);
-ORV_API VelStatus veliEncodeHuffmanSpecInitAlloc_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
-                                                         VeliEncodeHuffmanSpec** ppEncHuffSpec);
+/* Allocates and builds an encoder table. */
 ORV_API VelStatus orviEncodeHuffmanSpecInitAlloc_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
                                                          VeliEncodeHuffmanSpec** ppEncHuffSpec);
-ORV_API VelStatus veliEncodeHuffmanSpecFree_JPEG_8u(VeliEncodeHuffmanSpec* pEncHuffSpec);
+/* Releases what SpecInitAlloc allocated. */
 ORV_API VelStatus orviEncodeHuffmanSpecFree_JPEG_8u(VeliEncodeHuffmanSpec* pEncHuffSpec);
 
 /* Allocates and clears a state, and releases one.
  *   velStsNullPtrErr   the pointer is null, or a state could not be allocated, and *ppEncHuffState is left as it was */
-ORV_API VelStatus veliEncodeHuffmanStateInitAlloc_JPEG_8u(VeliEncodeHuffmanState** ppEncHuffState);
+
+/* Allocates and clears an encoder state. */
 ORV_API VelStatus orviEncodeHuffmanStateInitAlloc_JPEG_8u(VeliEncodeHuffmanState** ppEncHuffState);
-ORV_API VelStatus veliEncodeHuffmanStateFree_JPEG_8u(VeliEncodeHuffmanState* pEncHuffState);
+/* Releases an encoder state. */
 ORV_API VelStatus orviEncodeHuffmanStateFree_JPEG_8u(VeliEncodeHuffmanState* pEncHuffState);
 
 /* Counts the symbols of one block (64 coefficients in natural order) in the caller's counters; sets *pLastDC.
  *   velStsNullPtrErr        a pointer is null
  *   velStsJPEGDCTRangeErr   the DC difference has a category above 15, or an AC coefficient one above 14; *pLastDC is
  *                           set and what comes before it is counted */
-ORV_API VelStatus veliGetHuffmanStatistics8x8_JPEG_16s_C1(const Vel16s* pSrc, int pDcStatistics[256],
-                                                          int pAcStatistics[256], Vel16s* pLastDC);
 ORV_API VelStatus orviGetHuffmanStatistics8x8_JPEG_16s_C1(const Vel16s* pSrc, int pDcStatistics[256],
                                                           int pAcStatistics[256], Vel16s* pLastDC);
 
@@ -1171,7 +1255,6 @@ ORV_API VelStatus orviGetHuffmanStatistics8x8_JPEG_16s_C1(const Vel16s* pSrc, in
  * symbols with a count. Counts add up to less than 1000000000.
  *   velStsNullPtrErr         a pointer is null
  *   velStsJPEGHuffTableErr   the code tree is deeper than 32 levels */
-ORV_API VelStatus veliEncodeHuffmanRawTableInit_JPEG_8u(const int pStatistics[256], Vel8u* pListBits, Vel8u* pListVals);
 ORV_API VelStatus orviEncodeHuffmanRawTableInit_JPEG_8u(const int pStatistics[256], Vel8u* pListBits, Vel8u* pListVals);
 
 /* Encodes one block (64 coefficients in natural order) of a baseline scan (ITU-T T.81, F.1.2) at *pDstBitsLen, in bits
@@ -1180,23 +1263,19 @@ ORV_API VelStatus orviEncodeHuffmanRawTableInit_JPEG_8u(const int pStatistics[25
  * for which there must be room. The DC difference must have a category of 15 at most, AC coefficients one of 14, and
  * each symbol a code: this is not checked.
  *   velStsNullPtrErr   a pointer is null */
-ORV_API VelStatus veliEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const Vel16s* pSrc, Vel8u* pDst, int* pDstBitsLen,
-                                                            Vel16s* pLastDC, const VeliEncodeHuffmanSpec* pDcTable,
-                                                            const VeliEncodeHuffmanSpec* pAcTable);
 ORV_API VelStatus orviEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const Vel16s* pSrc, Vel8u* pDst, int* pDstBitsLen,
                                                             Vel16s* pLastDC, const VeliEncodeHuffmanSpec* pDcTable,
                                                             const VeliEncodeHuffmanSpec* pAcTable);
 
 /* ---- JPEG: Huffman decoding --------------------------------------------------------------------------------- */
 
-/* A decoder table: 1644 bytes, as veliDecodeHuffmanSpecGetBufSize_JPEG_8u tells. */
+/* A decoder table: 1644 bytes, as orviDecodeHuffmanSpecGetBufSize_JPEG_8u tells. */
 typedef struct VeliDecodeHuffmanSpec VeliDecodeHuffmanSpec;
 /* A decoder state of 20 bytes. The block decoder keeps its state in the caller's variables instead. */
 typedef struct VeliDecodeHuffmanState VeliDecodeHuffmanState;
 
 /* The size of a decoder table in bytes.
  *   velStsNullPtrErr   pSize is null */
-ORV_API VelStatus veliDecodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
 ORV_API VelStatus orviDecodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
 
 /* Builds a decoder table from what a DHT segment carries: the number of codes of each length 1..16 (16 bytes), and as
@@ -1204,18 +1283,17 @@ ORV_API VelStatus orviDecodeHuffmanSpecGetBufSize_JPEG_8u(int* pSize);
  *   velStsNullPtrErr         a pointer is null
  *   velStsJPEGHuffTableErr   more than 256 codes, more codes of a length than it has room for, or a code that is all
  *                            ones; the table is cleared */
-ORV_API VelStatus veliDecodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
-                                                    VeliDecodeHuffmanSpec* pDecHuffSpec);
 ORV_API VelStatus orviDecodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
                                                     VeliDecodeHuffmanSpec* pDecHuffSpec);
 
 /* Clears a state; allocates and clears one (released with StateFree, through the allocation hooks); releases one.
  *   velStsNullPtrErr   the pointer is null, or a state could not be allocated, and *ppDecHuffState is left as it was */
-ORV_API VelStatus veliDecodeHuffmanStateInit_JPEG_8u(VeliDecodeHuffmanState* pDecHuffState);
+
+/* Clears a decoder state in the caller's memory. */
 ORV_API VelStatus orviDecodeHuffmanStateInit_JPEG_8u(VeliDecodeHuffmanState* pDecHuffState);
-ORV_API VelStatus veliDecodeHuffmanStateInitAlloc_JPEG_8u(VeliDecodeHuffmanState** ppDecHuffState);
+/* Allocates and clears a decoder state. */
 ORV_API VelStatus orviDecodeHuffmanStateInitAlloc_JPEG_8u(VeliDecodeHuffmanState** ppDecHuffState);
-ORV_API VelStatus veliDecodeHuffmanStateFree_JPEG_8u(VeliDecodeHuffmanState* pDecHuffState);
+/* Releases a decoder state. */
 ORV_API VelStatus orviDecodeHuffmanStateFree_JPEG_8u(VeliDecodeHuffmanState* pDecHuffState);
 
 /* Decodes one block of a baseline scan (ITU-T T.81, F.2.2) to 64 coefficients in natural order.
@@ -1240,11 +1318,6 @@ ORV_API VelStatus orviDecodeHuffmanStateFree_JPEG_8u(VeliDecodeHuffmanState* pDe
  * The last two leave what was decoded before. When the bits end at a marker in front of or within a code, the result is
  * velStsNoErr, and the coefficients that are missing are zero. A run past the block's end lands in the last
  * coefficient. */
-ORV_API VelStatus veliDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const Vel8u* pSrc, int* pSrcBitsLen, Vel16s* pDst,
-                                                            Vel16s* pLastDC, int* pMarker, Vel32u* pPrefetchedBits,
-                                                            int* pNumValidPrefetchedBits,
-                                                            const VeliDecodeHuffmanSpec* pDcTable,
-                                                            const VeliDecodeHuffmanSpec* pAcTable);
 ORV_API VelStatus orviDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const Vel8u* pSrc, int* pSrcBitsLen, Vel16s* pDst,
                                                             Vel16s* pLastDC, int* pMarker, Vel32u* pPrefetchedBits,
                                                             int* pNumValidPrefetchedBits,
@@ -1256,17 +1329,20 @@ ORV_API VelStatus orviDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const Vel8u* pSrc, i
 /* The scratch for numBlocks blocks: *pSize bytes at a multiple of *pAlignment. Nothing is checked. */
 ORV_API VelStatus orvizkDCTQuantInv8x8TmpBufferSize(int* pSize, int* pAlignment, int numBlocks);
 
-/* Allocate and release a decoder table; the allocation is orvzkMallocAligned's, and so is its status. Null may be
- * freed. */
+/* Allocates a decoder table, for orviDecodeHuffmanSpecInit_JPEG_8u to build; allocation and status are
+ * orvzkMallocAligned's. */
 ORV_API VelStatus orvizkDecodeHuffmanSpecAlloc_JPEG_8u(VeliDecodeHuffmanSpec** ppDecHuffSpec);
+/* Releases such a table; null may be given. */
 ORV_API VelStatus orvizkDecodeHuffmanSpecFree_JPEG_8u(VeliDecodeHuffmanSpec* pDecHuffSpec);
 
-/* Allocate and release an inverse quantisation table, with the C library's malloc.
+/* Allocates an inverse quantisation table, with the C library's malloc.
  *   velStsErr   the allocation failed; *ppQuantInvTable is null */
 ORV_API VelStatus orvizkQuantInvTableAlloc(Vel16u** ppQuantInvTable);
+/* Releases such a table; null may be given. */
 ORV_API VelStatus orvizkQuantInvTableFree(Vel16u* pQuantInvTable);
-/* orviQuantInvTableInit_JPEG_8u16u and orviDCTQuantInv8x8LS_JPEG_16s8u_C1R under names of this group. */
+/* orviQuantInvTableInit_JPEG_8u16u under a name of this group. */
 ORV_API VelStatus orvizkQuantInvTableInit_JPEG_8u16u(const Vel8u* pQuantRawTable, Vel16u* pQuantInvTable);
+/* orviDCTQuantInv8x8LS_JPEG_16s8u_C1R under a name of this group. */
 ORV_API VelStatus orvizkDCTQuantInv8x8LS_JPEG_16s8u_C1R(const Vel16s* pSrc, Vel8u* pDst, int dstStep,
                                                         const Vel16u* pQuantInvTable);
 
@@ -1295,8 +1371,207 @@ ORV_API int computeRGBFromYUV_JPEG_F32_U8(float y, float cb, float cr, Vel8u* pR
 /* high where x > high, low where x < low, else x, which a NaN is. */
 ORV_API float clip_F32(float low, float high, float x);
 
-/* ---- All status codes --------------------------------------------------------------------------------------- */
+/* ---- The vel names ------------------------------------------------------------------------------------------ */
 
+/* Each vel name stands for the function that its orv name leads to: arguments and results are written there, and are
+ * taken from there. A call by the vel name saves a jump. */
+ORV_API extern __typeof__(orvGetStatusString) velGetStatusString;
+ORV_API extern __typeof__(orvStaticInit) velStaticInit;
+ORV_API extern __typeof__(orvStaticInit) velInit;
+ORV_API extern __typeof__(velStaticInitCpu) velInitCpu;
+
+ORV_API extern __typeof__(orvsLinToALaw_16s8u) velsLinToALaw_16s8u;
+ORV_API extern __typeof__(orvsLinToALaw_32f8u) velsLinToALaw_32f8u;
+ORV_API extern __typeof__(orvsALawToLin_8u16s) velsALawToLin_8u16s;
+ORV_API extern __typeof__(orvsALawToLin_8u32f) velsALawToLin_8u32f;
+ORV_API extern __typeof__(orvsAnd_8u) velsAnd_8u;
+ORV_API extern __typeof__(orvsAnd_16u) velsAnd_16u;
+ORV_API extern __typeof__(orvsAnd_32u) velsAnd_32u;
+ORV_API extern __typeof__(orvsOr_8u) velsOr_8u;
+ORV_API extern __typeof__(orvsOr_16u) velsOr_16u;
+ORV_API extern __typeof__(orvsOr_32u) velsOr_32u;
+ORV_API extern __typeof__(orvsXor_8u) velsXor_8u;
+ORV_API extern __typeof__(orvsXor_16u) velsXor_16u;
+ORV_API extern __typeof__(orvsXor_32u) velsXor_32u;
+ORV_API extern __typeof__(orvsAnd_8u_I) velsAnd_8u_I;
+ORV_API extern __typeof__(orvsAnd_16u_I) velsAnd_16u_I;
+ORV_API extern __typeof__(orvsAnd_32u_I) velsAnd_32u_I;
+ORV_API extern __typeof__(orvsOr_8u_I) velsOr_8u_I;
+ORV_API extern __typeof__(orvsOr_16u_I) velsOr_16u_I;
+ORV_API extern __typeof__(orvsOr_32u_I) velsOr_32u_I;
+ORV_API extern __typeof__(orvsXor_8u_I) velsXor_8u_I;
+ORV_API extern __typeof__(orvsXor_16u_I) velsXor_16u_I;
+ORV_API extern __typeof__(orvsXor_32u_I) velsXor_32u_I;
+ORV_API extern __typeof__(orvsAndC_8u) velsAndC_8u;
+ORV_API extern __typeof__(orvsAndC_16u) velsAndC_16u;
+ORV_API extern __typeof__(orvsAndC_32u) velsAndC_32u;
+ORV_API extern __typeof__(orvsOrC_8u) velsOrC_8u;
+ORV_API extern __typeof__(orvsOrC_16u) velsOrC_16u;
+ORV_API extern __typeof__(orvsOrC_32u) velsOrC_32u;
+ORV_API extern __typeof__(orvsXorC_8u) velsXorC_8u;
+ORV_API extern __typeof__(orvsXorC_16u) velsXorC_16u;
+ORV_API extern __typeof__(orvsXorC_32u) velsXorC_32u;
+ORV_API extern __typeof__(orvsAndC_8u_I) velsAndC_8u_I;
+ORV_API extern __typeof__(orvsAndC_16u_I) velsAndC_16u_I;
+ORV_API extern __typeof__(orvsAndC_32u_I) velsAndC_32u_I;
+ORV_API extern __typeof__(orvsOrC_8u_I) velsOrC_8u_I;
+ORV_API extern __typeof__(orvsOrC_16u_I) velsOrC_16u_I;
+ORV_API extern __typeof__(orvsOrC_32u_I) velsOrC_32u_I;
+ORV_API extern __typeof__(orvsXorC_8u_I) velsXorC_8u_I;
+ORV_API extern __typeof__(orvsXorC_16u_I) velsXorC_16u_I;
+ORV_API extern __typeof__(orvsXorC_32u_I) velsXorC_32u_I;
+ORV_API extern __typeof__(orvsNot_8u) velsNot_8u;
+ORV_API extern __typeof__(orvsNot_16u) velsNot_16u;
+ORV_API extern __typeof__(orvsNot_32u) velsNot_32u;
+ORV_API extern __typeof__(orvsNot_8u_I) velsNot_8u_I;
+ORV_API extern __typeof__(orvsNot_16u_I) velsNot_16u_I;
+ORV_API extern __typeof__(orvsNot_32u_I) velsNot_32u_I;
+ORV_API extern __typeof__(orvsLShiftC_8u) velsLShiftC_8u;
+ORV_API extern __typeof__(orvsLShiftC_16u) velsLShiftC_16u;
+ORV_API extern __typeof__(orvsLShiftC_16s) velsLShiftC_16s;
+ORV_API extern __typeof__(orvsLShiftC_32s) velsLShiftC_32s;
+ORV_API extern __typeof__(orvsRShiftC_8u) velsRShiftC_8u;
+ORV_API extern __typeof__(orvsRShiftC_16u) velsRShiftC_16u;
+ORV_API extern __typeof__(orvsRShiftC_16s) velsRShiftC_16s;
+ORV_API extern __typeof__(orvsRShiftC_32s) velsRShiftC_32s;
+ORV_API extern __typeof__(orvsLShiftC_8u_I) velsLShiftC_8u_I;
+ORV_API extern __typeof__(orvsLShiftC_16u_I) velsLShiftC_16u_I;
+ORV_API extern __typeof__(orvsLShiftC_16s_I) velsLShiftC_16s_I;
+ORV_API extern __typeof__(orvsLShiftC_32s_I) velsLShiftC_32s_I;
+ORV_API extern __typeof__(orvsRShiftC_8u_I) velsRShiftC_8u_I;
+ORV_API extern __typeof__(orvsRShiftC_16u_I) velsRShiftC_16u_I;
+ORV_API extern __typeof__(orvsRShiftC_16s_I) velsRShiftC_16s_I;
+ORV_API extern __typeof__(orvsRShiftC_32s_I) velsRShiftC_32s_I;
+ORV_API extern __typeof__(orvsMulC_16s_ISfs) velsMulC_16s_ISfs;
+ORV_API extern __typeof__(orvsNorm_L2_16s32f) velsNorm_L2_16s32f;
+ORV_API extern __typeof__(orviCopy_8u_C1R) veliCopy_8u_C1R;
+ORV_API extern __typeof__(orviCopy_8u_C3R) veliCopy_8u_C3R;
+ORV_API extern __typeof__(orviCopy_8u_C4R) veliCopy_8u_C4R;
+ORV_API extern __typeof__(orviCopyReplicateBorder_8u_C1IR) veliCopyReplicateBorder_8u_C1IR;
+ORV_API extern __typeof__(orviSwapChannels_8u_C3R) veliSwapChannels_8u_C3R;
+ORV_API extern __typeof__(orviSwapChannels_16u_C3R) veliSwapChannels_16u_C3R;
+ORV_API extern __typeof__(orviSwapChannels_16s_C3R) veliSwapChannels_16s_C3R;
+ORV_API extern __typeof__(orviSwapChannels_32s_C3R) veliSwapChannels_32s_C3R;
+ORV_API extern __typeof__(orviSwapChannels_32f_C3R) veliSwapChannels_32f_C3R;
+ORV_API extern __typeof__(orviSwapChannels_8u_AC4R) veliSwapChannels_8u_AC4R;
+ORV_API extern __typeof__(orviSwapChannels_16u_AC4R) veliSwapChannels_16u_AC4R;
+ORV_API extern __typeof__(orviSwapChannels_16s_AC4R) veliSwapChannels_16s_AC4R;
+ORV_API extern __typeof__(orviSwapChannels_32s_AC4R) veliSwapChannels_32s_AC4R;
+ORV_API extern __typeof__(orviSwapChannels_32f_AC4R) veliSwapChannels_32f_AC4R;
+ORV_API extern __typeof__(orviSwapChannels_8u_C3IR) veliSwapChannels_8u_C3IR;
+ORV_API extern __typeof__(orviSwapChannels_8u_C4IR) veliSwapChannels_8u_C4IR;
+ORV_API extern __typeof__(orviSwapChannels_8u_C4C3R) veliSwapChannels_8u_C4C3R;
+ORV_API extern __typeof__(orviSwapChannels_8u_C3C4R) veliSwapChannels_8u_C3C4R;
+ORV_API extern __typeof__(orviFilterBox_32f_C1R) veliFilterBox_32f_C1R;
+ORV_API extern __typeof__(orviFilterBox_32f_C3R) veliFilterBox_32f_C3R;
+ORV_API extern __typeof__(orviFilterBox_32f_C4R) veliFilterBox_32f_C4R;
+ORV_API extern __typeof__(orviFilterBox_32f_AC4R) veliFilterBox_32f_AC4R;
+ORV_API extern __typeof__(orviAdd_32f_C1IR) veliAdd_32f_C1IR;
+ORV_API extern __typeof__(orviAdd_32f_C3IR) veliAdd_32f_C3IR;
+ORV_API extern __typeof__(orviAdd_32f_C4IR) veliAdd_32f_C4IR;
+ORV_API extern __typeof__(orviAdd_32f_AC4IR) veliAdd_32f_AC4IR;
+ORV_API extern __typeof__(orviSub_32f_C1IR) veliSub_32f_C1IR;
+ORV_API extern __typeof__(orviSub_32f_C3IR) veliSub_32f_C3IR;
+ORV_API extern __typeof__(orviSub_32f_C4IR) veliSub_32f_C4IR;
+ORV_API extern __typeof__(orviSub_32f_AC4IR) veliSub_32f_AC4IR;
+ORV_API extern __typeof__(orviMul_32f_C1IR) veliMul_32f_C1IR;
+ORV_API extern __typeof__(orviMul_32f_C3IR) veliMul_32f_C3IR;
+ORV_API extern __typeof__(orviMul_32f_C4IR) veliMul_32f_C4IR;
+ORV_API extern __typeof__(orviMul_32f_AC4IR) veliMul_32f_AC4IR;
+ORV_API extern __typeof__(orviAddC_32f_C1IR) veliAddC_32f_C1IR;
+ORV_API extern __typeof__(orviAddC_32f_C3IR) veliAddC_32f_C3IR;
+ORV_API extern __typeof__(orviAddC_32f_C4IR) veliAddC_32f_C4IR;
+ORV_API extern __typeof__(orviAddC_32f_AC4IR) veliAddC_32f_AC4IR;
+ORV_API extern __typeof__(orviSubC_32f_C1IR) veliSubC_32f_C1IR;
+ORV_API extern __typeof__(orviSubC_32f_C3IR) veliSubC_32f_C3IR;
+ORV_API extern __typeof__(orviSubC_32f_C4IR) veliSubC_32f_C4IR;
+ORV_API extern __typeof__(orviSubC_32f_AC4IR) veliSubC_32f_AC4IR;
+ORV_API extern __typeof__(orviMulC_32f_C1IR) veliMulC_32f_C1IR;
+ORV_API extern __typeof__(orviMulC_32f_C3IR) veliMulC_32f_C3IR;
+ORV_API extern __typeof__(orviMulC_32f_C4IR) veliMulC_32f_C4IR;
+ORV_API extern __typeof__(orviMulC_32f_AC4IR) veliMulC_32f_AC4IR;
+ORV_API extern __typeof__(orviConvert_8u32f_C1R) veliConvert_8u32f_C1R;
+ORV_API extern __typeof__(orviConvert_8u32f_C3R) veliConvert_8u32f_C3R;
+ORV_API extern __typeof__(orviConvert_8u32f_C4R) veliConvert_8u32f_C4R;
+ORV_API extern __typeof__(orviConvert_8u32f_AC4R) veliConvert_8u32f_AC4R;
+ORV_API extern __typeof__(orviConvert_32f8u_C1R) veliConvert_32f8u_C1R;
+ORV_API extern __typeof__(orviConvert_32f8u_C3R) veliConvert_32f8u_C3R;
+ORV_API extern __typeof__(orviConvert_32f8u_C4R) veliConvert_32f8u_C4R;
+ORV_API extern __typeof__(orviConvert_32f8u_AC4R) veliConvert_32f8u_AC4R;
+ORV_API extern __typeof__(orviResizeGetBufSize) veliResizeGetBufSize;
+ORV_API extern __typeof__(orviResizeSqrPixel_8u_C1R) veliResizeSqrPixel_8u_C1R;
+ORV_API extern __typeof__(orviResizeSqrPixel_8u_C3R) veliResizeSqrPixel_8u_C3R;
+ORV_API extern __typeof__(orviResizeSqrPixel_8u_C4R) veliResizeSqrPixel_8u_C4R;
+ORV_API extern __typeof__(orviResizeSqrPixel_8u_AC4R) veliResizeSqrPixel_8u_AC4R;
+ORV_API extern __typeof__(orviResizeSqrPixel_8u_P3R) veliResizeSqrPixel_8u_P3R;
+ORV_API extern __typeof__(orviResizeSqrPixel_8u_P4R) veliResizeSqrPixel_8u_P4R;
+ORV_API extern __typeof__(orviRGBToYCbCr_8u_C3R) veliRGBToYCbCr_8u_C3R;
+ORV_API extern __typeof__(orviRGBToYCbCr_8u_AC4R) veliRGBToYCbCr_8u_AC4R;
+ORV_API extern __typeof__(orviRGBToYCbCr_8u_P3R) veliRGBToYCbCr_8u_P3R;
+ORV_API extern __typeof__(orviYCbCrToRGB_8u_C3R) veliYCbCrToRGB_8u_C3R;
+ORV_API extern __typeof__(orviYCbCrToRGB_8u_AC4R) veliYCbCrToRGB_8u_AC4R;
+ORV_API extern __typeof__(orviYCbCrToRGB_8u_P3R) veliYCbCrToRGB_8u_P3R;
+ORV_API extern __typeof__(orviYCbCrToRGB_8u_P3C3R) veliYCbCrToRGB_8u_P3C3R;
+ORV_API extern __typeof__(orviYCbCrToRGB565_8u16u_C3R) veliYCbCrToRGB565_8u16u_C3R;
+ORV_API extern __typeof__(orviYCbCrToRGB555_8u16u_C3R) veliYCbCrToRGB555_8u16u_C3R;
+ORV_API extern __typeof__(orviYCbCrToRGB444_8u16u_C3R) veliYCbCrToRGB444_8u16u_C3R;
+ORV_API extern __typeof__(orviYCbCrToBGR565_8u16u_C3R) veliYCbCrToBGR565_8u16u_C3R;
+ORV_API extern __typeof__(orviYCbCrToBGR555_8u16u_C3R) veliYCbCrToBGR555_8u16u_C3R;
+ORV_API extern __typeof__(orviYCbCrToBGR444_8u16u_C3R) veliYCbCrToBGR444_8u16u_C3R;
+ORV_API extern __typeof__(orviRGBToYUV420_8u_C3P3R) veliRGBToYUV420_8u_C3P3R;
+ORV_API extern __typeof__(orviRGBToYUV420_8u_C3P3) veliRGBToYUV420_8u_C3P3;
+ORV_API extern __typeof__(orviRGBToYUV420_8u_P3R) veliRGBToYUV420_8u_P3R;
+ORV_API extern __typeof__(orviRGBToYUV420_8u_P3) veliRGBToYUV420_8u_P3;
+ORV_API extern __typeof__(orviRGBToYUV422_8u_C3C2R) veliRGBToYUV422_8u_C3C2R;
+ORV_API extern __typeof__(orviRGBToYUV422_8u_C3P3R) veliRGBToYUV422_8u_C3P3R;
+ORV_API extern __typeof__(orviRGBToYUV422_8u_P3R) veliRGBToYUV422_8u_P3R;
+ORV_API extern __typeof__(orviRGBToYUV422_8u_C3P3) veliRGBToYUV422_8u_C3P3;
+ORV_API extern __typeof__(orviRGBToYUV422_8u_P3) veliRGBToYUV422_8u_P3;
+ORV_API extern __typeof__(orviYUV420ToRGB_8u_P3C3R) veliYUV420ToRGB_8u_P3C3R;
+ORV_API extern __typeof__(orviYUV420ToRGB_8u_P3AC4R) veliYUV420ToRGB_8u_P3AC4R;
+ORV_API extern __typeof__(orviYUV420ToRGB_8u_P3R) veliYUV420ToRGB_8u_P3R;
+ORV_API extern __typeof__(orviYUV420ToRGB_8u_P3C3) veliYUV420ToRGB_8u_P3C3;
+ORV_API extern __typeof__(orviYUV420ToRGB_8u_P3) veliYUV420ToRGB_8u_P3;
+ORV_API extern __typeof__(orviYUV420ToBGR_8u_P3C3R) veliYUV420ToBGR_8u_P3C3R;
+ORV_API extern __typeof__(orviYUV422ToRGB_8u_C2C3R) veliYUV422ToRGB_8u_C2C3R;
+ORV_API extern __typeof__(orviYUV422ToRGB_8u_P3C3R) veliYUV422ToRGB_8u_P3C3R;
+ORV_API extern __typeof__(orviYUV422ToRGB_8u_P3AC4R) veliYUV422ToRGB_8u_P3AC4R;
+ORV_API extern __typeof__(orviYUV422ToRGB_8u_P3R) veliYUV422ToRGB_8u_P3R;
+ORV_API extern __typeof__(orviYUV422ToRGB_8u_P3C3) veliYUV422ToRGB_8u_P3C3;
+ORV_API extern __typeof__(orviYUV422ToRGB_8u_P3) veliYUV422ToRGB_8u_P3;
+ORV_API extern __typeof__(orviYUV420ToRGB565_8u16u_P3C3R) veliYUV420ToRGB565_8u16u_P3C3R;
+ORV_API extern __typeof__(orviYUV420ToRGB555_8u16u_P3C3R) veliYUV420ToRGB555_8u16u_P3C3R;
+ORV_API extern __typeof__(orviYUV420ToRGB444_8u16u_P3C3R) veliYUV420ToRGB444_8u16u_P3C3R;
+ORV_API extern __typeof__(orviYUV420ToBGR565_8u16u_P3C3R) veliYUV420ToBGR565_8u16u_P3C3R;
+ORV_API extern __typeof__(orviYUV420ToBGR555_8u16u_P3C3R) veliYUV420ToBGR555_8u16u_P3C3R;
+ORV_API extern __typeof__(orviYUV420ToBGR444_8u16u_P3C3R) veliYUV420ToBGR444_8u16u_P3C3R;
+ORV_API extern __typeof__(orviQuantFwdRawTableInit_JPEG_8u) veliQuantFwdRawTableInit_JPEG_8u;
+ORV_API extern __typeof__(orviQuantFwdTableInit_JPEG_8u16u) veliQuantFwdTableInit_JPEG_8u16u;
+ORV_API extern __typeof__(orviQuantInvTableInit_JPEG_8u16u) veliQuantInvTableInit_JPEG_8u16u;
+ORV_API extern __typeof__(orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R) veliDCTQuantFwd8x8LS_JPEG_8u16s_C1R;
+ORV_API extern __typeof__(orviDCTQuantInv8x8LS_JPEG_16s8u_C1R) veliDCTQuantInv8x8LS_JPEG_16s8u_C1R;
+ORV_API extern __typeof__(orviDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R) veliDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R;
+ORV_API extern __typeof__(orviDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R) veliDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R;
+ORV_API extern __typeof__(orviDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R) veliDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R;
+ORV_API extern __typeof__(orviEncodeHuffmanSpecGetBufSize_JPEG_8u) veliEncodeHuffmanSpecGetBufSize_JPEG_8u;
+ORV_API extern __typeof__(orviEncodeHuffmanSpecInit_JPEG_8u) veliEncodeHuffmanSpecInit_JPEG_8u;
+ORV_API extern __typeof__(orviEncodeHuffmanSpecInitAlloc_JPEG_8u) veliEncodeHuffmanSpecInitAlloc_JPEG_8u;
+ORV_API extern __typeof__(orviEncodeHuffmanSpecFree_JPEG_8u) veliEncodeHuffmanSpecFree_JPEG_8u;
+ORV_API extern __typeof__(orviEncodeHuffmanStateInitAlloc_JPEG_8u) veliEncodeHuffmanStateInitAlloc_JPEG_8u;
+ORV_API extern __typeof__(orviEncodeHuffmanStateFree_JPEG_8u) veliEncodeHuffmanStateFree_JPEG_8u;
+ORV_API extern __typeof__(orviGetHuffmanStatistics8x8_JPEG_16s_C1) veliGetHuffmanStatistics8x8_JPEG_16s_C1;
+ORV_API extern __typeof__(orviEncodeHuffmanRawTableInit_JPEG_8u) veliEncodeHuffmanRawTableInit_JPEG_8u;
+ORV_API extern __typeof__(orviEncodeHuffman8x8_Direct_JPEG_16s1u_C1) veliEncodeHuffman8x8_Direct_JPEG_16s1u_C1;
+ORV_API extern __typeof__(orviDecodeHuffmanSpecGetBufSize_JPEG_8u) veliDecodeHuffmanSpecGetBufSize_JPEG_8u;
+ORV_API extern __typeof__(orviDecodeHuffmanSpecInit_JPEG_8u) veliDecodeHuffmanSpecInit_JPEG_8u;
+ORV_API extern __typeof__(orviDecodeHuffmanStateInit_JPEG_8u) veliDecodeHuffmanStateInit_JPEG_8u;
+ORV_API extern __typeof__(orviDecodeHuffmanStateInitAlloc_JPEG_8u) veliDecodeHuffmanStateInitAlloc_JPEG_8u;
+ORV_API extern __typeof__(orviDecodeHuffmanStateFree_JPEG_8u) veliDecodeHuffmanStateFree_JPEG_8u;
+ORV_API extern __typeof__(orviDecodeHuffman8x8_Direct_JPEG_1u16s_C1) veliDecodeHuffman8x8_Direct_JPEG_1u16s_C1;
+
+/* ---- Status codes not in use --------------------------------------------------------------------------------- */
+
+/* Codes that no function gives. velGetStatusString knows them, and programs may use them for outcomes of their own. */
 enum {
   velStsNotSupportedModeErr = -9999,
   velStsCpuNotSupportedErr = -9998,
@@ -1308,7 +1583,6 @@ enum {
   velStsI18nUnsupportedErr = -219,
   velStsI18nMsgCatalogOpenErr = -218,
   velStsI18nMsgCatalogCloseErr = -217,
-  velStsUnknownStatusCodeErr = -216,
   velStsOFBSizeErr = -215,
   velStsLzoBrokenStreamErr = -214,
   velStsRoundModeNotSupportedErr = -213,
@@ -1452,18 +1726,13 @@ enum {
   velStsNegOccErr = -67,
   velStsCdbkFlagErr = -66,
   velStsSVDCnvgErr = -65,
-  velStsJPEGHuffTableErr = -64,
-  velStsJPEGDCTRangeErr = -63,
-  velStsJPEGOutOfBufErr = -62,
   velStsDrawTextErr = -61,
-  velStsChannelOrderErr = -60,
   velStsZeroMaskValuesErr = -59,
   velStsQuadErr = -58,
   velStsRectErr = -57,
   velStsCoeffErr = -56,
   velStsNoiseValErr = -55,
   velStsDitherLevelsErr = -54,
-  velStsNumChannelsErr = -53,
   velStsCOIErr = -52,
   velStsDivisorErr = -51,
   velStsAlphaTypeErr = -50,
@@ -1482,9 +1751,6 @@ enum {
   velStsStrideErr = -37,
   velStsEpsValErr = -36,
   velStsWtOffsetErr = -35,
-  velStsAnchorErr = -34,
-  velStsMaskSizeErr = -33,
-  velStsShiftErr = -32,
   velStsSampleFactorErr = -31,
   velStsSamplePhaseErr = -30,
   velStsFIRMRFactorErr = -29,
@@ -1493,8 +1759,6 @@ enum {
   velStsFIRLenErr = -26,
   velStsIIROrderErr = -25,
   velStsDlyLineIndexErr = -24,
-  velStsResizeFactorErr = -23,
-  velStsInterpolationErr = -22,
   velStsMirrorFlipErr = -21,
   velStsMoment00ZeroErr = -20,
   velStsThreshNegLevelErr = -19,
@@ -1502,27 +1766,18 @@ enum {
   velStsContextMatchErr = -17,
   velStsFftFlagErr = -16,
   velStsFftOrderErr = -15,
-  velStsStepErr = -14,
   velStsScaleRangeErr = -13,
   velStsDataTypeErr = -12,
   velStsOutOfRangeErr = -11,
   velStsDivByZeroErr = -10,
-  velStsMemAllocErr = -9,
-  velStsNullPtrErr = -8,
   velStsRangeErr = -7,
-  velStsSizeErr = -6,
-  velStsBadArgErr = -5,
   velStsNoMemErr = -4,
   velStsSAReservedErr3 = -3,
-  velStsErr = -2,
   velStsSAReservedErr1 = -1,
-  velStsNoErr = 0,
-  velStsNoOperation = 1,
   velStsMisalignedBuf = 2,
   velStsSqrtNegArg = 3,
   velStsInvZero = 4,
   velStsEvenMedianMaskSize = 5,
-  velStsDivByZero = 6,
   velStsLnZeroArg = 7,
   velStsLnNegArg = 8,
   velStsNanArg = 9,
@@ -1536,8 +1791,6 @@ enum {
   velStsUnderflow = 17,
   velStsSingularity = 18,
   velStsDomain = 19,
-  velStsNonNemlorCpu = 20,
-  velStsCpuMismatch = 21,
   velStsNoVelFunctionFound = 22,
   velStsDllNotFoundBestUsed = 23,
   velStsNoOperationInDll = 24,
@@ -1545,15 +1798,11 @@ enum {
   velStsOvermuchStrings = 26,
   velStsOverlongString = 27,
   velStsAffineQuadChanged = 28,
-  velStsWrongIntersectROI = 29,
   velStsWrongIntersectQuad = 30,
   velStsSmallerCodebook = 31,
   velStsSrcSizeLessExpected = 32,
   velStsDstSizeLessExpected = 33,
   velStsStreamEnd = 34,
-  velStsDoubleSize = 35,
-  velStsNotSupportedCpu = 36,
-  velStsUnknownCacheSize = 37,
   velStsSymKernelExpected = 38,
   velStsEvenMedianWeight = 39,
   velStsWrongIntersectVOI = 40,
@@ -1562,7 +1811,6 @@ enum {
   velStsWaterfall = 43,
   velStsPrevLibraryUsed = 44,
   velStsLLADisabled = 45,
-  velStsNoAntialiasing = 46,
   velStsRepetitiveSrcData = 47
 };
 

@@ -8,8 +8,7 @@
 #define ORV_SLOTS_C(name) \
   { w7_##name, w7_##name, v8_##name, s8_##name, p8_##name, g9_##name }
 
-// The forwarder and the bodies have their primitive's type, so that two prototypes that differ in the header are an error.
-// Of the five bodies declared here, a pattern uses four or five.
+// The forwarder and the bodies have their primitive's type. Of the five bodies declared here, a pattern uses four or five.
 #define ORV_PRIMITIVE(name, pattern)                                                                              \
   extern "C" decltype(vel##name) orv##name, w7_vel##name, v8_vel##name, s8_vel##name, p8_vel##name, g9_vel##name; \
   extern "C" ORV_API decltype(vel##name)* const vel##name##_arraddr[6];                                           \

@@ -53,6 +53,10 @@ def declared():
     text = re.sub(r"/\*.*?\*/|^#[^\n]*", "", source("include/orv.h"), flags=re.DOTALL | re.MULTILINE)
     names = {}
     for declaration in re.findall(r"\bORV_API\s+([^;]+);", text):
+        twin = re.fullmatch(r"extern __typeof__\((\w+)\) (\w+)", declaration)
+        if twin:
+            names[twin[2]] = names[twin[1]]
+            continue
         variable = re.match(r"extern\b.*?(\w+)(?:\[\d+\]|\)\(.*\))?$", declaration, re.DOTALL)
         names[variable[1] if variable else re.search(r"(\w+)\(", declaration)[1]] = not variable
     return names
@@ -105,6 +109,29 @@ def symbol_faults(path, file):
     found = [line.split()[-2:] for line in output("nm", "--defined-only", file).splitlines()]
     return [f"{kind} {name}" for kind, name in found if not name.startswith("__x86.get_pc_thunk.") and (
         kind in "WVwvu" or kind.isupper() and not name.startswith(path + "_"))]
+
+
+class Header(unittest.TestCase):
+    """What the public header says about itself, where no compiler would notice."""
+
+    def test_header_comments(self):
+        bare = re.findall(r"(?<!\*/\n)^ORV_API (?!extern)[^(]*?(\w+)\(", source("include/orv.h"), re.MULTILINE)
+        self.assertEqual(bare, [], "functions that do not stand directly under a comment")
+
+    def test_header_twins(self):
+        twins = re.findall(r"^ORV_API extern __typeof__\(orv(\w+)\) vel(\w+);$", source("include/orv.h"), re.MULTILINE)
+        self.assertEqual([pair for pair in twins if pair[0] != pair[1]], [("StaticInit", "Init")])
+        self.assertEqual({name for _, name in twins}, {"GetStatusString", "StaticInit", "Init", *primitives()})
+
+    def test_header_statuses(self):
+        used, others = (set(re.findall(r"^ +(velSts\w+) = ", part, re.MULTILINE))
+                        for part in source("include/orv.h").split("/* ---- Status codes not in use"))
+        folder = os.path.join(BUILD["source"], "src")
+        files = [os.path.relpath(os.path.join(where, name), BUILD["source"])
+                 for where, _, names in os.walk(folder) for name in names if name.endswith((".cpp", ".h"))]
+        given = {name for file in files for name in re.findall(r"\bvelSts\w+", re.sub(r"//.*", "", source(file)))}
+        self.assertEqual(used, given)
+        self.assertEqual(len(used) + len(others - used), 266)
 
 
 class Linkage(unittest.TestCase):
