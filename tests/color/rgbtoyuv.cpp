@@ -36,10 +36,7 @@ struct Rgb {
   int r, g, b;
 };
 // A channel's byte of a pixel of the source.
-Vel8u& sample(Picture& picture, int channel, int x, int y) {
-  const bool isPlanar = picture.form.src == Format::kP3;
-  return isPlanar ? picture.src[channel].at(x, y) : picture.src[0].at(3 * x + channel, y);
-}
+Vel8u& sample(Picture& picture, int channel, int x, int y) { return channelAt(picture.src, x, y, channel); }
 Rgb pixelAt(Picture& picture, int x, int y) {
   return {sample(picture, 0, x, y), sample(picture, 1, x, y), sample(picture, 2, x, y)};
 }
@@ -47,13 +44,13 @@ Rgb pixelAt(Picture& picture, int x, int y) {
 void expectBlocks(Picture& picture) {
   const bool isPacked = picture.form.dst == Format::kC2;
   const int rows = picture.form.dst == Format::k420 ? 2 : 1;
-  Image& dst = picture.dst;
-  const auto expectLuma = [&](int x, int y, int value) { dst[0].expected(isPacked ? 2 * x : x, y) = Vel8u(value); };
+  std::vector<Copied>& expected = picture.expected;
+  const auto expectLuma = [&](int x, int y, int value) { expected[0].at(x, y) = Vel8u(value); };
   const auto expectChroma = [&](int plane, int pair, int y, int value) {
     if (isPacked)
-      dst[0].expected(4 * pair + 2 * plane - 1, y) = Vel8u(value);
+      expected[0].at(2 * pair + plane - 1, y, 1) = Vel8u(value);
     else
-      dst[plane].expected(pair, y) = Vel8u(value);
+      expected[size_t(plane)].at(pair, y) = Vel8u(value);
   };
   for (int top = 0; top + rows <= picture.size.height; top += rows) {
     for (int x = 0; x + 2 <= picture.size.width; x += 2) {
@@ -80,7 +77,7 @@ void expectBlocks(Picture& picture) {
 
 class RgbToYuv : public OnEveryPath {
  protected:
-  std::mt19937 random{709};
+  Random random{709};
 };
 ORV_ON_EVERY_PATH(RgbToYuv);
 

@@ -3,11 +3,8 @@
 #pragma once
 #include <algorithm>
 #include <array>
-#include <deque>
-#include <random>
 #include <vector>
-#include "support/guarded.h"
-#include "support/paths.h"
+#include "support/image.h"
 
 enum class Format { kC3, kAC4, kP3, kC2, kWords, k420, k422 };
 constexpr bool isPlanar(Format f) { return f == Format::kP3 || f == Format::k420 || f == Format::k422; }
@@ -29,70 +26,27 @@ struct Form {
     return (void)srcStep, (void)dstStep, __VA_ARGS__;                                                     \
   }
 
-struct Layout {
-  int pad;       // bytes between rows
-  bool upwards;  // row 0 comes last, and the step is negative
-  Guard guard;
-};
 constexpr Layout kLayouts[] = {{0, false, Guard::kBehind},  {0, false, Guard::kBefore}, {1, false, Guard::kBehind},
                                {24, false, Guard::kBefore}, {0, true, Guard::kBefore},  {7, true, Guard::kBehind}};
 
-// A plane in exactly the memory that its rows take, filled at random, and what is expected to stand there.
-class Plane {
- public:
-  Plane(int rowBytes, int height, Layout layout, std::mt19937& random)
-      : rows_(height),
-        step_((rowBytes + layout.pad) * (layout.upwards ? -1 : 1)),
-        memory_(rowBytes && rows_ ? size_t((rows_ - 1) * (rowBytes + layout.pad) + rowBytes) : 0, layout.guard) {
-    for (size_t i = 0; i < memory_.size(); ++i) memory_[i] = Vel8u(random());
-    expected_.assign(memory_.data(), memory_.data() + memory_.size());
-  }
-  Vel8u& at(int x, int y) const { return memory_[index(x, y)]; }
-  Vel8u& expected(int x, int y) { return expected_[index(x, y)]; }
-  bool isAsExpected() const {
-    return std::equal(expected_.begin(), expected_.end(), memory_.data()) && memory_.intact();
-  }
-  Vel8u* top() const { return memory_.size() ? &at(0, 0) : memory_.data(); }
-  int step() const { return step_; }
-
- private:
-  size_t index(int x, int y) const { return size_t((step_ < 0 ? y - rows_ + 1 : y) * step_ + x); }
-
-  int rows_, step_;
-  Guarded memory_;
-  std::vector<Vel8u> expected_;
-};
-
-struct Image {
-  Image(Format format, VeliSize size, bool hasSteps, Layout layout, std::mt19937& random) {
-    const auto add = [&](int rowBytes, int height, int padFactor) {
-      planes.emplace_back(rowBytes, height, Layout{layout.pad * padFactor, layout.upwards, layout.guard}, random);
-    };
-    const int w = size.width, h = size.height;
-    if (format == Format::k420 || format == Format::k422) {
-      const int width = format == Format::k422 && hasSteps ? (w + 1) / 2 : w / 2;
-      const int height = format == Format::k420 ? h / 2 : h;
-      add(w, h, 1), add(width, height, 2), add(width, height, 3);
-    } else {
-      const int bytes = format == Format::kC3 ? 3 : format == Format::kAC4 ? 4 : format == Format::kP3 ? 1 : 2;
-      for (int i = 0; i < (format == Format::kP3 ? 3 : 1); ++i) add(w * bytes, h, 1);
-    }
-    for (int i = 0; i < 3; ++i) {
-      const Plane& plane = planes[planes.size() == 3 ? size_t(i) : 0];
-      top[i] = plane.top();
-      step[i] = plane.step();
-    }
-  }
-  Plane& operator[](int i) { return planes[size_t(i)]; }
-
-  std::deque<Plane> planes;
-  Vel8u* top[3];
-  int step[3];
-};
+inline Planes planesOf(Format format, VeliSize size, bool hasSteps, Layout layout, std::mt19937& random) {
+  const bool isSubsampled = format == Format::k420 || format == Format::k422;
+  const int channels = format == Format::kC3 ? 3 : format == Format::kAC4 ? 4 : format == Format::kC2 ? 2 : 1;
+  Planes planes(format == Format::kP3 ? 3 : 1, size, {channels, format == Format::kWords ? 2 : 1}, layout, random);
+  const int width = (size.width + (format == Format::k422 && hasSteps)) / 2;
+  const int height = format == Format::k420 ? size.height / 2 : size.height;
+  for (int padFactor = 2; isSubsampled && padFactor <= 3; ++padFactor)
+    planes.add({width, height}, {}, {layout.pad * padFactor, layout.upwards, layout.guard}, random);
+  return planes;
+}
 
 struct Picture {
   Picture(const Form& f, VeliSize s, Layout layout, std::mt19937& random)
-      : form(f), size(s), src(f.src, s, f.hasSteps, layout, random), dst(f.dst, s, f.hasSteps, layout, random) {}
+      : form(f),
+        size(s),
+        src(planesOf(f.src, s, f.hasSteps, layout, random)),
+        dst(planesOf(f.dst, s, f.hasSteps, layout, random)),
+        expected(dst.copy()) {}
 
   void expectConverted() {
     const bool is420 = form.src == Format::k420 || form.dst == Format::k420;
@@ -100,12 +54,13 @@ struct Picture {
                              : is420 && (size.width | size.height) & 1      ? velStsDoubleSize
                                                                             : velStsNoErr;
     ASSERT_EQ(form.convert(src.top, src.step, dst.top, dst.step, size), status);
-    for (const Plane& plane : dst.planes) ASSERT_TRUE(plane.isAsExpected()) << "plane " << &plane - &dst.planes[0];
+    ASSERT_TRUE(expectSame(dst, expected));
   }
 
   const Form& form;
   VeliSize size;
-  Image src, dst;
+  Planes src, dst;
+  std::vector<Copied> expected;
 };
 
 // Converts pictures of every size in every memory layout. Rows that end at a guard page begin at every alignment as the
@@ -168,13 +123,8 @@ inline void expectPixel(Picture& picture, int x, int y, std::array<int, 3> rgb) 
     const int bits[3] = {form.packing / 100, form.packing / 10 % 10, form.packing % 10};
     const int word =
         rgb[0] >> (8 - bits[0]) | rgb[1] >> (8 - bits[1]) << bits[0] | rgb[2] >> (8 - bits[2]) << (bits[0] + bits[1]);
-    picture.dst[0].expected(2 * x, y) = Vel8u(word);
-    picture.dst[0].expected(2 * x + 1, y) = Vel8u(word >> 8);
+    picture.expected[0].set(x, y, 0, Vel16u(word));
     return;
   }
-  for (int c = 0; c < 3; ++c)
-    if (form.dst == Format::kP3)
-      picture.dst[c].expected(x, y) = Vel8u(rgb[size_t(c)]);
-    else
-      picture.dst[0].expected(x * (form.dst == Format::kAC4 ? 4 : 3) + c, y) = Vel8u(rgb[size_t(c)]);
+  for (int c = 0; c < 3; ++c) channelAt(picture.expected, x, y, c) = Vel8u(rgb[size_t(c)]);
 }

@@ -1,11 +1,7 @@
 // RGB to YCbCr, back, and to 16-bit words, against the formulas in plain integers.
 #include <algorithm>
 #include <array>
-#include <deque>
-#include <random>
-#include <vector>
-#include "support/guarded.h"
-#include "support/paths.h"
+#include "support/image.h"
 
 namespace {
 
@@ -84,99 +80,50 @@ const Form kForms[] = {
 
 // ---- Images
 
-struct Layout {
-  int srcPad, dstPad;  // bytes between rows
-  bool srcUp, dstUp;   // row 0 comes last, and the step is negative
-  Guard guard;
-};
-
-// A plane in exactly the memory that its rows take.
-struct Plane {
-  Plane(int rowBytes, int height, int pad, bool upwards, Guard guard, bool evenStep = false)
-      : step((rowBytes + pad) * (upwards ? -1 : 1)),
-        stride(evenStep ? step & ~1 : step),
-        memory(size_t((height - 1) * std::abs(stride) + rowBytes), guard),
-        top(upwards ? memory.size() - size_t(rowBytes) : 0) {}
-  size_t at(int byte, int y) const { return top + size_t(y * stride + byte); }
-  void fill(std::mt19937& random) {
-    for (size_t i = 0; i < memory.size(); ++i) memory[i] = Vel8u(random());
-  }
-  int step, stride;  // as the function is told, and as it takes it
-  Guarded memory;
-  size_t top;
-};
-
 struct Picture {
-  Picture(const Form& f, VeliSize s, Layout layout) : form(f), size(s) {
-    for (int i = 0; i < f.srcPlanes; ++i)
-      src.emplace_back(s.width * f.srcPixel, s.height, layout.srcPad, layout.srcUp, layout.guard);
-    for (int i = 0; i < f.dstPlanes; ++i)
-      dst.emplace_back(s.width * f.dstPixel, s.height, layout.dstPad, layout.dstUp, layout.guard, f.isPacked());
+  Picture(const Form& f, VeliSize s, Layout from, Layout to, std::mt19937& random)
+      : form(f), size(s), src(f.srcPlanes, s, {f.srcPixel}, from, random), dst(planesOf(f, s, to, random)) {
     // Words of tightly packed images are one row.
     if (f.isPacked() && src[0].step == s.width * 3 && dst[0].step >> 1 == s.width) groupWidth = s.width * s.height;
   }
-  // Where a channel of row y begins in these planes.
-  static Vel8u* channel(const std::deque<Plane>& planes, int c, int y) {
-    const Plane& plane = planes[planes.size() == 3 ? size_t(c) : 0];
-    return plane.memory.data() + plane.at(planes.size() == 3 ? 0 : c, y);
+  static Planes planesOf(const Form& f, VeliSize s, Layout layout, std::mt19937& random) {
+    layout.stepUnit = f.isPacked() ? 2 : 1;
+    return Planes(f.dstPlanes, s, f.isPacked() ? pixelOf<Vel16u>() : Pixel{f.dstPixel}, layout, random);
   }
   // Gives every pixel the colour of colourOf(index).
   template <class ColourOf> void paint(const ColourOf& colourOf) {
     for (int y = 0; y < size.height; ++y)
-      for (int c = 0; c < 3; ++c) {
-        Vel8u* const row = channel(src, c, y);
-        for (int x = 0; x < size.width; ++x) row[x * form.srcPixel] = Vel8u(colourOf(y * size.width + x)[size_t(c)]);
-      }
-  }
-  void fill(std::mt19937& random) {
-    for (Plane& p : src) p.fill(random);
-    for (Plane& p : dst) p.fill(random);
+      for (int x = 0; x < size.width; ++x)
+        for (int c = 0; c < 3; ++c) channelAt(src, x, y, c) = Vel8u(colourOf(y * size.width + x)[size_t(c)]);
   }
   // inPlace: from the destination into itself.
   void expectConverted(bool inPlace = false) {
-    const std::deque<Plane>& from = inPlace ? dst : src;
-    std::vector<Vel8u> expected[3];
-    for (size_t i = 0; i < dst.size(); ++i)
-      expected[i].assign(dst[i].memory.data(), dst[i].memory.data() + dst[i].memory.size());
-    for (int y = 0; y < size.height; ++y) {
-      const Vel8u* in[3];
-      Vel8u* out[3];
-      for (int c = 0; c < 3; ++c) {
-        in[c] = channel(from, c, y);
-        const size_t plane = dst.size() == 3 ? size_t(c) : 0;
-        out[c] = expected[plane].data() + (channel(dst, c, y) - dst[plane].memory.data());
-      }
+    const Planes& from = inPlace ? dst : src;
+    std::vector<Copied> expected = dst.copy();
+    const int length = groupWidth ? groupWidth : size.width;
+    for (int y = 0; y < size.height; ++y)
       for (int x = 0; x < size.width; ++x) {
-        const int index = groupWidth ? y * size.width + x : x, length = groupWidth ? groupWidth : size.width;
-        const auto convert = index < (length & ~7) ? form.inGroups : form.inTail;
-        const auto at = [&](int c) { return in[c][x * form.srcPixel]; };
+        const auto convert = (groupWidth ? y * size.width + x : x) < (length & ~7) ? form.inGroups : form.inTail;
+        const auto at = [&](int c) { return channelAt(from, x, y, c); };
         const auto bytes = form.stored(convert(at(0), at(1), at(2)));
-        for (int c = 0; c < (form.isPacked() ? 2 : 3); ++c) out[c][x * form.dstPixel] = bytes[size_t(c)];
+        if (form.isPacked())
+          std::copy_n(bytes.begin(), 2, &expected[0].at(x, y));
+        else
+          for (int c = 0; c < 3; ++c) channelAt(expected, x, y, c) = bytes[size_t(c)];
       }
-    }
-    const Vel8u* s[3];
-    Vel8u* d[3];
-    for (size_t i = 0; i < 3; ++i) {
-      const Plane &p = from[i % from.size()], &q = dst[i % dst.size()];
-      s[i] = p.memory.data() + p.top;
-      d[i] = q.memory.data() + q.top;
-    }
-    ASSERT_EQ(form.convert(s, from[0].step, d, dst[0].step, size), velStsNoErr);
-    for (size_t i = 0; i < dst.size(); ++i) {
-      ASSERT_EQ(memcmp(dst[i].memory.data(), expected[i].data(), expected[i].size()), 0) << "plane " << i;
-      ASSERT_TRUE(dst[i].memory.intact());
-    }
+    ASSERT_EQ(form.convert(from.top, from.step[0], dst.top, dst.step[0], size), velStsNoErr);
+    ASSERT_TRUE(expectSame(dst, expected));
   }
 
   const Form& form;
   VeliSize size;
-  std::deque<Plane> src, dst;
+  Planes src, dst;
   int groupWidth = 0;
 };
 
 class Ycbcr : public OnEveryPath {
  protected:
-  std::mt19937 random{601};
+  Random random{601};
 };
 ORV_ON_EVERY_PATH(Ycbcr);
 
@@ -186,7 +133,7 @@ TEST_P(Ycbcr, ConvertsEveryColour) {
   for (const Form& form : kForms)
     for (const int width : {256, 7}) {
       if (width == 7 && form.inGroups == form.inTail) continue;
-      Picture picture(form, {width, 65536 / width + 1}, {form.isPacked() ? 3 : 0, 0, false, false, Guard::kBehind});
+      Picture picture(form, {width, 65536 / width + 1}, {form.isPacked() ? 3 : 0}, {}, random);
       for (int first = 0; first < 256; first += form.isPacked() ? 17 : 1) {
         picture.paint([=](int i) { return Colour{first, i >> 8, i}; });
         ASSERT_NO_FATAL_FAILURE(picture.expectConverted()) << form.name << ", width " << width << ", " << first;
@@ -196,15 +143,15 @@ TEST_P(Ycbcr, ConvertsEveryColour) {
 
 // Rows that end at a guard page begin at every alignment as the width changes.
 TEST_P(Ycbcr, ConvertsEverySize) {
-  const Layout layouts[] = {{0, 0, false, false, Guard::kBehind}, {0, 0, false, false, Guard::kBefore},
-                            {0, 1, false, false, Guard::kBehind}, {24, 7, false, true, Guard::kBefore},
-                            {0, 0, true, true, Guard::kBefore},   {7, 5, true, false, Guard::kBehind}};
+  constexpr Guard kBefore = Guard::kBefore, kBehind = Guard::kBehind;
+  const Layout layouts[][2] = {{{0, false, kBehind}, {0, false, kBehind}}, {{0, false, kBefore}, {0, false, kBefore}},
+                               {{0, false, kBehind}, {1, false, kBehind}}, {{24, false, kBefore}, {7, true, kBefore}},
+                               {{0, true, kBefore}, {0, true, kBefore}},   {{7, true, kBehind}, {5, false, kBehind}}};
   for (const Form& form : kForms)
-    for (const Layout& layout : layouts)
+    for (const auto& layout : layouts)
       for (int height = 1; height <= 3; ++height)
         for (int width = 1; width <= 67; ++width) {
-          Picture picture(form, {width, height}, layout);
-          picture.fill(random);
+          Picture picture(form, {width, height}, layout[0], layout[1], random);
           SCOPED_TRACE(testing::Message()
                        << form.name << ' ' << width << " x " << height << ", layout " << &layout - layouts);
           ASSERT_NO_FATAL_FAILURE(picture.expectConverted());

@@ -36,7 +36,7 @@ void expectBlocks(Picture& picture) {
 
 class Yuv420 : public OnEveryPath {
  protected:
-  std::mt19937 random{420};
+  Random random{420};
 };
 ORV_ON_EVERY_PATH(Yuv420);
 

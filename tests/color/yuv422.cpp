@@ -14,12 +14,12 @@ const Form kForms[] = {
 
 // Where the samples of pixel x of a row lie; what there is none of is 128.
 struct At {
-  int plane, x;
+  int plane, x, channel = 0;
 };
 std::array<At, 3> samplesOf(const Form& form, int x, int width) {
   if (form.src == Format::kC2) {
-    const At y{0, 2 * x}, u{0, x / 2 * 4 + 1}, v{0, x / 2 * 4 + 3};
-    return {y, u, v.x < 2 * width ? v : At{0, y.x - 1}};  // the pair before has the lone pixel's
+    const int v = x | 1;
+    return {At{0, x}, At{0, v - 1, 1}, At{0, v < width ? v : x - 1, 1}};  // the pair before has the lone pixel's
   }
   const int pair = !form.hasSteps && x == (width & ~1) ? x / 2 - 1 : x / 2;
   return {At{0, x}, At{1, pair}, At{2, pair}};
@@ -29,14 +29,14 @@ void expectRows(Picture& picture) {
     for (int x = 0; x < picture.size.width; ++x) {
       int yuv[3], i = 0;
       for (const At& at : samplesOf(picture.form, x, picture.size.width))
-        yuv[i++] = at.x < 0 ? 128 : picture.src[at.plane].at(at.x, y);
+        yuv[i++] = at.x < 0 ? 128 : picture.src[size_t(at.plane)].at(at.x, y, at.channel);
       expectPixel(picture, x, y, rgbOf(yuv[0], yuv[1], yuv[2]));
     }
 }
 
 class Yuv422 : public OnEveryPath {
  protected:
-  std::mt19937 random{422};
+  Random random{422};
 };
 ORV_ON_EVERY_PATH(Yuv422);
 

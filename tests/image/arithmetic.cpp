@@ -2,8 +2,7 @@
 // harm, and against the rule for NaNs.
 #include <cmath>
 #include <string>
-#include "image/plane.h"
-#include "support/paths.h"
+#include "support/image.h"
 
 namespace {
 
@@ -69,44 +68,37 @@ struct Picture {
   Picture(const Form& f, VeliSize s, Layout layout, std::mt19937& random)
       : form(f),
         size(s),
-        elements(s.width * f.channels),
-        src(elements * 4, s.height, {s.width % 2 ? layout.pad * 3 : layout.pad + 12, layout.upwards, layout.guard},
-            random),
-        dst(elements * 4, s.height, layout, random),
-        value(f.channels * 4 - (f.keepsAlpha ? 4 : 0), 1, layout, random) {
-    for (int y = 0; y < s.height; ++y)
-      for (int x = 0; x < elements; ++x) src.set(x, y, sample(random)), dst.set(x, y, sample(random));
-    for (int c = 0; c < f.channels - f.keepsAlpha; ++c) value.set(c, 0, sample(random));
+        src(s, pixelOf<float>(f.channels),
+            {s.width % 2 ? layout.pad * 3 : layout.pad + 12, layout.upwards, layout.guard}, random),
+        dst(s, pixelOf<float>(f.channels), layout, random),
+        value({1, 1}, pixelOf<float>(f.channels - f.keepsAlpha), layout, random) {
+    dst.forEach([&](int x, int y, int c) { src.set(x, y, c, sample(random)), dst.set(x, y, c, sample(random)); });
+    value.forEach([&](int x, int y, int c) { value.set(x, y, c, sample(random)); });
   }
 
   // onItself: the second image is the first.
   void expectResult(bool onItself = false) const {
     const Plane& from = !form.hasImage ? value : onItself ? dst : src;
-    std::vector<Vel8u> expected = dst.copy();
-    for (int y = 0; y < size.height; ++y)
-      for (int x = 0; x < elements; ++x) {
-        const int channel = x % form.channels;
-        const Bits neutral = form.op == '*' ? 0x3F800000 : 0;
-        const Bits s = form.keepsAlpha && channel == 3 ? neutral
-                       : form.hasImage                 ? from.get<Bits>(x, y)
-                                                       : from.get<Bits>(channel, 0);
-        const Bits result = model(form.op, dst.get<Bits>(x, y), s);
-        memcpy(&expected[dst.at<Bits>(x, y)], &result, sizeof result);
-      }
-    ASSERT_EQ(form.call(from.top<float>(), from.step, dst.top<float>(), dst.step, size), velStsNoErr);
-    ASSERT_EQ(dst.copy(), expected);
-    ASSERT_TRUE(dst.memory.intact());
+    Copied expected = dst.copy();
+    expected.forEach([&](int x, int y, int c) {
+      const Bits neutral = form.op == '*' ? 0x3F800000 : 0;
+      const Bits s = form.keepsAlpha && c == 3 ? neutral
+                     : form.hasImage           ? from.get<Bits>(x, y, c)
+                                               : from.get<Bits>(0, 0, c);
+      expected.set(x, y, c, model(form.op, dst.get<Bits>(x, y, c), s));
+    });
+    ASSERT_EQ(form.call(from.data<float>(), from.step, dst.data<float>(), dst.step, size), velStsNoErr);
+    ASSERT_TRUE(expectSame(dst, expected));
   }
 
   const Form& form;
   VeliSize size;
-  int elements;
   Plane src, dst, value;
 };
 
 class Arithmetic : public OnEveryPath {
  protected:
-  std::mt19937 random{32};
+  Random random{32};
 };
 ORV_ON_EVERY_PATH(Arithmetic);
 

@@ -3,10 +3,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <memory>
-#include <random>
 #include <vector>
-#include "support/guarded.h"
-#include "support/paths.h"
+#include "support/image.h"
 
 namespace {
 
@@ -91,30 +89,12 @@ Floats model(const Form& form, const Call& call, const Floats& frame) {
   return means;
 }
 
-// How an image lies in memory: floats between its rows, bytes of its step beyond whole floats, bytes off a float's
-// alignment, and on which side nothing may be touched.
-struct Layout {
-  int pad, surplus, shift;
-  Guard guard;
-};
-const Layout kLayouts[] = {{0, 0, 0, Guard::kBehind},
-                           {0, 3, 0, Guard::kBefore},
-                           {5, 1, 1, Guard::kBehind},
-                           {8, 0, 2, Guard::kBefore},
-                           {0, 2, 3, Guard::kBehind}};
-
-// Rows of floats in exactly the memory that they take, but for the shift.
-struct Image {
-  Image(int rowFloats, int rows, const Layout& layout)
-      : pitch((rowFloats + layout.pad) * 4),
-        step(pitch + layout.surplus),
-        memory(size_t((rows - 1) * pitch + rowFloats * 4 + layout.shift), layout.guard, 0x5A),
-        start(memory.data() + (layout.guard == Guard::kBefore ? layout.shift : 0)) {}
-  Vel8u* row(int y) const { return start + y * pitch; }
-  int pitch, step;
-  Guarded memory;
-  Vel8u* start;
-};
+// Steps count in whole floats, which may lie off their alignment.
+const Layout kLayouts[] = {{0, false, Guard::kBehind, 0, 4},
+                           {3, false, Guard::kBefore, 0, 4},
+                           {21, false, Guard::kBehind, 1, 4},
+                           {32, false, Guard::kBefore, 2, 4},
+                           {2, false, Guard::kBehind, 3, 4}};
 
 // The scratch lies before a guard page and holds NaNs at first.
 std::unique_ptr<Guarded> scratch;
@@ -153,31 +133,31 @@ class Box : public OnEveryPath {
     SCOPED_TRACE(testing::Message() << form.name << ' ' << call.size.width << " x " << call.size.height << ", mask "
                                     << call.mask.width << " x " << call.mask.height << ", anchor " << call.anchor.x
                                     << ", " << call.anchor.y << ", layout " << &layout - kLayouts);
-    const int c = form.channels, n = (call.size.width + call.mask.width - 1) * c, width = call.size.width * c;
-    const int rows = call.size.height + call.mask.height - 1;
-    const Image src(n, rows, layout), dst(width, call.size.height, layout);
-    for (int y = 0; y < rows; ++y) memcpy(src.row(y), &frame[size_t(y * n)], size_t(n) * 4);
-    std::vector<Vel8u> expected(dst.memory.data(), dst.memory.data() + dst.memory.size());
+    const VeliSize all = {call.size.width + call.mask.width - 1, call.size.height + call.mask.height - 1};
+    Plane src(all, pixelOf<Vel32f>(form.channels), layout, random);
+    const Plane dst(call.size, src.pixel, layout, random);
+    auto from = frame.begin();
+    src.forEach([&](int x, int y, int c) { memcpy(&src.at(x, y, c), &*from++, 4); });
+    Copied expected = dst.copy();
+    const Copied before = src.copy();
     const Floats means = model(form, call, frame);
+    auto mean = means.begin();
+    expected.forEach([&](int x, int y, int c) {
+      if (!(form.keepsFourth && c == 3)) memcpy(&expected.at(x, y, c), &*mean, 4);
+      ++mean;
+    });
 
     allocations = 0;
-    const auto anchor = reinterpret_cast<const Vel32f*>(src.row(call.anchor.y) + call.anchor.x * c * 4);
-    ASSERT_EQ(form.filter(anchor, src.step, reinterpret_cast<Vel32f*>(dst.start), dst.step, call.size, call.mask,
-                          call.anchor),
+    const auto anchor = reinterpret_cast<const Vel32f*>(&src.at(call.anchor.x, call.anchor.y));
+    ASSERT_EQ(form.filter(anchor, src.step, dst.data<Vel32f>(), dst.step, call.size, call.mask, call.anchor),
               velStsNoErr);
     EXPECT_EQ(allocations, 1);
     EXPECT_EQ(scratch, nullptr);
-    for (int i = 0; i < width * call.size.height; ++i) {
-      const ptrdiff_t place = dst.row(i / width) - dst.memory.data() + i % width * 4;
-      if (!(form.keepsFourth && i % 4 == 3)) memcpy(&expected[size_t(place)], &means[size_t(i)], 4);
-      ASSERT_EQ(bitsAt(&dst.memory[size_t(place)]), bitsAt(&expected[size_t(place)]))
-          << "column " << i % width << ", row " << i / width;
-    }
-    ASSERT_EQ(memcmp(dst.memory.data(), expected.data(), expected.size()), 0) << "between the rows";
-    ASSERT_TRUE(src.memory.intact() && dst.memory.intact());
+    ASSERT_TRUE(expectSame(dst, expected));
+    ASSERT_TRUE(expectSame(src, before)) << "the source has changed";
   }
 
-  std::mt19937 random{77};
+  Random random{77};
 };
 ORV_ON_EVERY_PATH(Box);
 

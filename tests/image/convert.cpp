@@ -1,9 +1,8 @@
 // Depth conversion against whole numbers.
 #include <algorithm>
 #include <cmath>
-#include "image/plane.h"
+#include "support/image.h"
 #include "support/caches.h"
-#include "support/paths.h"
 
 namespace {
 
@@ -14,8 +13,7 @@ struct Form {
   int channels;
   bool keepsAlpha, toBytes;
   Call* call;
-  int srcSize() const { return toBytes ? 4 : 1; }
-  int dstSize() const { return toBytes ? 1 : 4; }
+  Pixel floats() const { return pixelOf<Vel32f>(channels); }
 };
 #define TO_FLOATS(layout)                                                                                             \
   [](const void* src, int srcStep, void* dst, int dstStep, VeliSize size, int) {                                      \
@@ -64,41 +62,34 @@ struct Picture {
   Picture(const Form& f, VeliSize s, Layout srcLayout, Layout dstLayout, std::mt19937& random)
       : form(f),
         size(s),
-        elements(s.width * f.channels),
-        src(elements * f.srcSize(), s.height, srcLayout, random),
-        dst(elements * f.dstSize(), s.height, dstLayout, random) {
+        src(s, f.toBytes ? f.floats() : Pixel{f.channels}, srcLayout, random),
+        dst(s, f.toBytes ? Pixel{f.channels} : f.floats(), dstLayout, random) {
     static const std::vector<float> interesting = interestingFloats();
     if (f.toBytes)
-      for (int y = 0; y < s.height; ++y)
-        for (int x = 0; x < elements; ++x) src.set(x, y, interesting[random() % interesting.size()]);
+      src.forEach([&](int x, int y, int c) { src.set(x, y, c, interesting[random() % interesting.size()]); });
   }
 
   void expectConverted(int roundMode) const {
-    std::vector<Vel8u> expected = dst.copy();
-    for (int y = 0; y < size.height; ++y)
-      for (int x = 0; x < elements; ++x) {
-        if (form.keepsAlpha && x % 4 == 3) continue;
-        if (form.toBytes) {
-          expected[dst.at<Vel8u>(x, y)] = model(src.get<float>(x, y), roundMode);
-        } else {
-          const float value = src.get<Vel8u>(x, y);
-          memcpy(&expected[dst.at<float>(x, y)], &value, sizeof value);
-        }
-      }
-    ASSERT_EQ(form.call(src.top<void>(), src.step, dst.top<void>(), dst.step, size, roundMode), velStsNoErr);
-    ASSERT_TRUE(dst.copy() == expected);
-    ASSERT_TRUE(dst.memory.intact());
+    Copied expected = dst.copy();
+    expected.forEach([&](int x, int y, int c) {
+      if (form.keepsAlpha && c == 3) return;
+      if (form.toBytes)
+        expected.at(x, y, c) = model(src.get<float>(x, y, c), roundMode);
+      else
+        expected.set(x, y, c, float(src.at(x, y, c)));
+    });
+    ASSERT_EQ(form.call(src.data(), src.step, dst.data(), dst.step, size, roundMode), velStsNoErr);
+    ASSERT_TRUE(expectSame(dst, expected));
   }
 
   const Form& form;
   VeliSize size;
-  int elements;
   Plane src, dst;
 };
 
 class Convert : public OnEveryPath {
  protected:
-  std::mt19937 random{8};
+  Random random{8};
 };
 ORV_ON_EVERY_PATH(Convert);
 

@@ -1,7 +1,6 @@
 // Copying a region and replicating its border, byte by byte.
 #include <algorithm>
-#include "image/plane.h"
-#include "support/paths.h"
+#include "support/image.h"
 
 namespace {
 
@@ -14,18 +13,14 @@ const Form kForms[] = {{1, orviCopy_8u_C1R}, {3, orviCopy_8u_C3R}, {4, orviCopy_
 class Copy : public OnEveryPath {
  protected:
   void check(const Form& form, VeliSize size, Layout srcLayout, Layout dstLayout) {
-    const int bytes = size.width * form.channels;
-    const Plane src(bytes, size.height, srcLayout, random), dst(bytes, size.height, dstLayout, random);
-    std::vector<Vel8u> expected = dst.copy();
-    for (int y = 0; y < size.height; ++y)
-      for (int x = 0; x < bytes; ++x) expected[dst.at<Vel8u>(x, y)] = src.get<Vel8u>(x, y);
-    ASSERT_EQ(form.copy(src.top<Vel8u>(), src.step, dst.top<Vel8u>(), dst.step, size), velStsNoErr);
-    ASSERT_EQ(memcmp(dst.memory.data(), expected.data(), expected.size()), 0)
-        << 'C' << form.channels << ' ' << size.width << " x " << size.height << ", pads " << srcLayout.pad << ' '
-        << dstLayout.pad;
-    ASSERT_TRUE(dst.memory.intact());
+    const Plane src(size, {form.channels}, srcLayout, random), dst(size, {form.channels}, dstLayout, random);
+    Copied expected = dst.copy();
+    for (int y = 0; y < size.height; ++y) std::copy_n(&src.at(0, y), src.rowBytes, &expected.at(0, y));
+    ASSERT_EQ(form.copy(src.data(), src.step, dst.data(), dst.step, size), velStsNoErr);
+    ASSERT_TRUE(expectSame(dst, expected)) << 'C' << form.channels << ' ' << size.width << " x " << size.height
+                                           << ", pads " << srcLayout.pad << ' ' << dstLayout.pad;
   }
-  std::mt19937 random{35};
+  Random random{35};
 };
 ORV_ON_EVERY_PATH(Copy);
 
@@ -71,19 +66,17 @@ class Border : public OnEveryPath {
  protected:
   void check(VeliSize size, int left, int top, int right, int bottom, Layout layout) {
     const VeliSize whole = {left + size.width + right, top + size.height + bottom};
-    const Plane image(whole.width, whole.height, layout, random);
-    std::vector<Vel8u> expected = image.copy();
-    for (int y = 0; y < whole.height; ++y)
-      for (int x = 0; x < whole.width; ++x)
-        expected[image.at<Vel8u>(x, y)] =
-            image.get<Vel8u>(std::clamp(x, left, left + size.width - 1), std::clamp(y, top, top + size.height - 1));
-    const Vel8u* const src = image.memory.data() + image.at<Vel8u>(left, top);
-    ASSERT_EQ(orviCopyReplicateBorder_8u_C1IR(src, image.step, size, whole, top, left), velStsNoErr);
-    ASSERT_EQ(memcmp(image.memory.data(), expected.data(), expected.size()), 0)
+    const Plane image(whole, {}, layout, random);
+    Copied expected = image.copy();
+    expected.forEach([&](int x, int y, int) {
+      expected.at(x, y) =
+          image.at(std::clamp(x, left, left + size.width - 1), std::clamp(y, top, top + size.height - 1));
+    });
+    ASSERT_EQ(orviCopyReplicateBorder_8u_C1IR(&image.at(left, top), image.step, size, whole, top, left), velStsNoErr);
+    ASSERT_TRUE(expectSame(image, expected))
         << size.width << " x " << size.height << ", borders " << left << ' ' << top << ' ' << right << ' ' << bottom;
-    ASSERT_TRUE(image.memory.intact());
   }
-  std::mt19937 random{36};
+  Random random{36};
 };
 ORV_ON_EVERY_PATH(Border);
 

@@ -1,7 +1,6 @@
 // Channel swaps against a model that moves one channel at a time.
 #include <algorithm>
-#include "image/plane.h"
-#include "support/paths.h"
+#include "support/image.h"
 
 namespace {
 
@@ -64,32 +63,21 @@ class Swap : public OnEveryPath {
  protected:
   // Swaps, in one image if so asked, and compares.
   void check(const Form& form, VeliSize size, Layout layout, const Order& order, bool inPlace) {
-    const int fromPixel = form.from * form.bytes, toPixel = form.to * form.bytes;
-    const Plane src(size.width * fromPixel, size.height, layout, random);
-    const Plane dst(size.width * toPixel, size.height, layout, random);
+    const Plane src(size, {form.from, form.bytes}, layout, random), dst(size, {form.to, form.bytes}, layout, random);
     const Plane& source = inPlace ? dst : src;
     const Vel8u val = Vel8u(random());
-    const std::vector<Vel8u> before = src.copy(), from = source.copy();
-    std::vector<Vel8u> expected = dst.copy();
-    for (int y = 0; y < size.height; ++y) {
-      const Vel8u* in = &from[source.at<Vel8u>(0, y)];
-      Vel8u* out = &expected[dst.at<Vel8u>(0, y)];
-      for (int x = 0; x < size.width; ++x, in += fromPixel, out += toPixel)
-        for (int c = 0; c < form.entries; ++c) {
-          const int entry = order.entry[c];
-          for (int i = 0; i < form.bytes; ++i) {
-            if (entry >= 0 && entry < form.from)
-              out[c * form.bytes + i] = in[entry * form.bytes + i];
-            else if (entry == form.from)
-              out[c * form.bytes + i] = val;
-          }
-        }
-    }
-    ASSERT_EQ(form.call(source.top<void>(), source.step, dst.top<void>(), dst.step, size, order.entry, val),
-              velStsNoErr);
-    ASSERT_EQ(memcmp(dst.memory.data(), expected.data(), expected.size()), 0);
-    ASSERT_TRUE(dst.memory.intact());
-    ASSERT_EQ(memcmp(src.memory.data(), before.data(), before.size()), 0) << "the source has changed";
+    const Copied before = src.copy();
+    Copied expected = dst.copy();
+    expected.forEach([&](int x, int y, int c) {
+      const int entry = c < form.entries ? order.entry[c] : -1;
+      if (entry >= 0 && entry < form.from)
+        std::copy_n(&source.at(x, y, entry), form.bytes, &expected.at(x, y, c));
+      else if (entry == form.from)
+        expected.at(x, y, c) = val;
+    });
+    ASSERT_EQ(form.call(source.data(), source.step, dst.data(), dst.step, size, order.entry, val), velStsNoErr);
+    ASSERT_TRUE(expectSame(dst, expected));
+    ASSERT_TRUE(expectSame(src, before)) << "the source has changed";
   }
   void checkEitherWay(const Form& form, VeliSize size, Layout layout, const Order& order) {
     for (const bool inPlace : {true, false}) {
@@ -105,7 +93,7 @@ class Swap : public OnEveryPath {
     for (int& entry : order.entry) entry = int(random() % unsigned(form.highest + 1));
     return order;
   }
-  std::mt19937 random{34};
+  Random random{34};
 };
 ORV_ON_EVERY_PATH(Swap);
 

@@ -31,7 +31,7 @@ class JpegForward : public OnEveryPath {};
 ORV_ON_EVERY_PATH(JpegForward);
 
 TEST_P(JpegForward, IsItsFixedPointWithinAUnitAndQuantisesExactly) {
-  std::mt19937 random(5);
+  Random random(5);
   for (int round = 0; round < 400; ++round) {
     for (const Guard end : {Guard::kBefore, Guard::kBehind}) {
       const size_t step = 8 + random() % 20, odd = random() % 2;
@@ -49,7 +49,7 @@ TEST_P(JpegForward, IsItsFixedPointWithinAUnitAndQuantisesExactly) {
       ASSERT_EQ(orviDCTQuantFwd8x8LS_JPEG_8u16s_C1R(src.data(), int(step), out, steps1), 0);
       Block plain, quantised;
       memcpy(plain.data(), out, 128);
-      ASSERT_EQ(plain, transforms::forward(samples, step)) << "block " << round;
+      ASSERT_TRUE(expectSame(plain, transforms::forward(samples, step))) << "block " << round;
       for (int i = 0; i < 64; ++i)
         ASSERT_NEAR(plain[size_t(i)], exact(samples, step, i / 8, i % 8), 1.0) << "coefficient " << i;
       ASSERT_EQ(veliDCTQuantFwd8x8LS_JPEG_8u16s_C1R(src.data(), int(step), out, steps), 0);
@@ -57,8 +57,9 @@ TEST_P(JpegForward, IsItsFixedPointWithinAUnitAndQuantisesExactly) {
       for (size_t i = 0; i < 64; ++i) {
         Vel16u q;
         memcpy(&q, steps + i, 2);
-        ASSERT_EQ(quantised[i], std::nearbyint(plain[i] * double(q) / 32768)) << plain[i] << " times " << q;
+        plain[i] = Vel16s(std::nearbyint(plain[i] * double(q) / 32768));
       }
+      ASSERT_TRUE(expectSame(quantised, plain)) << "block " << round;
       ASSERT_TRUE(dst.intact());
     }
   }

@@ -7,7 +7,7 @@ using Mcu = std::array<Vel16s, 384>;
 
 class JpegFused : public OnEveryPath {
  protected:
-  std::mt19937 random{384};
+  Random random{384};
 };
 ORV_ON_EVERY_PATH(JpegFused);
 
@@ -42,8 +42,8 @@ TEST_P(JpegFused, PlanePathIsSixTransformsAndAConversion) {
     ASSERT_EQ(orvizkDCTQuantInv8x8LS_JPEG_16s8u_YUV420ToRGB_8u_P3C3R(src.as<Vel16s>(), tmp.data(), quant, dst.data(),
                                                                      step, size),
               status);
-    ASSERT_EQ(memcmp(tmp.data(), expectedTmp, 384), 0);
-    ASSERT_EQ(memcmp(dst.data(), expected.data(), used), 0) << size.width << " x " << size.height;
+    ASSERT_TRUE(expectSame(tmp.data(), expectedTmp, 384)) << "samples of " << size.width << " x " << size.height;
+    ASSERT_TRUE(expectSame(dst.data(), expected.data(), used)) << size.width << " x " << size.height;
     ASSERT_TRUE(tmp.intact() && dst.intact());
   }
 }
@@ -94,25 +94,23 @@ TEST(JpegPixel, IsRoundedAndClipped) {
 }
 
 // Converts an MCU in exactly the memory that it needs, misaligned by `off` bytes, and compares each pixel.
-void expectPixels(const Mcu& mcu, int step, Guard guard, size_t off) {
-  const size_t skip = guard == Guard::kBefore ? off : 0, stride = size_t(std::abs(step));
-  Guarded luma(512 + off, guard), cb(128 + off, guard), cr(128 + off, guard), dst(15 * stride + 48 + off, guard, 0x5A);
-  memcpy(luma.data() + skip, mcu.data(), 512);
-  memcpy(cb.data() + skip, mcu.data() + 256, 128);
-  memcpy(cr.data() + skip, mcu.data() + 320, 128);
-  const auto words = [&](const Guarded& g) { return reinterpret_cast<const Vel16s*>(g.data() + skip); };
-  const Vel16s* const src[3] = {words(luma), words(cb), words(cr)};
-  Vel8u* const top = dst.data() + skip + (step < 0 ? 15 * stride : 0);
-  Bytes expected(dst.size(), 0x5A);
+void expectPixels(const Mcu& mcu, int step, Guard guard, int off, std::mt19937& random) {
+  const Plane luma({256, 1}, {1, 2}, {0, false, guard, off}, random),
+      cb({64, 1}, {1, 2}, {0, false, guard, off}, random), cr({64, 1}, {1, 2}, {0, false, guard, off}, random),
+      dst({16, 16}, {3}, {std::abs(step) - 48, step < 0, guard, off}, random);
+  memcpy(luma.data(), mcu.data(), 512);
+  memcpy(cb.data(), mcu.data() + 256, 128);
+  memcpy(cr.data(), mcu.data() + 320, 128);
+  const Vel16s* const src[3] = {luma.data<Vel16s>(), cb.data<Vel16s>(), cr.data<Vel16s>()};
+  Copied expected = dst.copy();
   for (int y = 0; y < 16; ++y)
     for (int x = 0; x < 16; ++x) {
       const size_t c = size_t(y / 2 * 8 + x / 2), l = size_t(y / 8 * 128 + x / 8 * 64 + y % 8 * 8 + x % 8);
       const Rgb p = pixel(mcu[l], mcu[256 + c], mcu[320 + c]);
-      std::copy(p.begin(), p.end(), expected.begin() + (top - dst.data()) + y * step + 3 * x);
+      std::copy(p.begin(), p.end(), &expected.at(x, y));
     }
-  ASSERT_EQ(orvizkYUV420ToRGB888LS_MCU_S16_U8_P3C3(src, top, step), velStsNoErr);
-  ASSERT_EQ(memcmp(dst.data(), expected.data(), expected.size()), 0);
-  ASSERT_TRUE(dst.intact());
+  ASSERT_EQ(orvizkYUV420ToRGB888LS_MCU_S16_U8_P3C3(src, dst.data(), step), velStsNoErr);
+  ASSERT_TRUE(expectSame(dst, expected));
 }
 
 // Every pair of chroma samples, with four luma samples from all of their range.
@@ -125,7 +123,7 @@ TEST_P(JpegFused, PixelPathConvertsEveryChroma) {
         const int pair = block * 64 + n;
         mcu[size_t(256 + n)] = Vel16s(pair / 256 - 128), mcu[size_t(320 + n)] = Vel16s(pair % 256 - 128);
       }
-      ASSERT_NO_FATAL_FAILURE(expectPixels(mcu, 48, block % 2 ? Guard::kBefore : Guard::kBehind, 0))
+      ASSERT_NO_FATAL_FAILURE(expectPixels(mcu, 48, block % 2 ? Guard::kBefore : Guard::kBehind, 0, random))
           << "block " << block;
     }
 }
@@ -141,7 +139,7 @@ TEST_P(JpegFused, PixelPathConvertsAnySamples) {
     if (i & 4) mcu[256 + random() % 128] = Vel16s(i & 8 ? 128 : -129);
     const int steps[] = {48, 49, 61, 4000, -48, -51};
     ASSERT_NO_FATAL_FAILURE(
-        expectPixels(mcu, steps[i % 6], i % 5 ? Guard::kBehind : Guard::kBefore, i < 100 ? size_t(i % 17) : 0))
+        expectPixels(mcu, steps[i % 6], i % 5 ? Guard::kBehind : Guard::kBefore, i < 100 ? i % 17 : 0, random))
         << "MCU " << i;
   }
 }

@@ -46,7 +46,7 @@ class JpegEncode : public OnEveryPath {};
 ORV_ON_EVERY_PATH(JpegEncode);
 
 TEST_P(JpegEncode, WritesBlocks) {
-  std::mt19937 random(11);
+  Random random(11);
   Bytes acSymbols;
   for (int s = 0; s < 256; ++s)
     if (s % 16 < 15 && (s % 16 || s == 0 || s == 0xF0)) acSymbols.push_back(Vel8u(s));
@@ -88,12 +88,12 @@ TEST_P(JpegEncode, WritesBlocks) {
       ASSERT_EQ(position, ends[i]) << "block " << i;
       ASSERT_EQ(last, blocks[i][0]);
     }
-    ASSERT_EQ(Bytes(dst.data(), dst.data() + writer.bytes.size()), writer.bytes);
+    ASSERT_TRUE(expectSame(dst.data(), writer.bytes.data(), writer.bytes.size()));
   }
 }
 
 TEST_P(JpegEncode, CountsSymbols) {
-  std::mt19937 random(12);
+  Random random(12);
   int dc[256] = {}, ac[256] = {}, expectedDc[256] = {}, expectedAc[256] = {};
   Vel16s last = 0;
   for (int i = 0; i < 400; ++i) {
@@ -156,7 +156,7 @@ std::vector<int> chainOf(int levels) {
 }
 
 TEST_P(JpegEncode, FindsTheBestCode) {
-  std::mt19937 random(13);
+  Random random(13);
   for (int round = 0; round < 60; ++round) {
     std::vector<int> counts = round < 3 ? chainOf(30 + round) : std::vector<int>(256);
     const int used = round < 4 ? round / 3 : 1 + int(random() % 256);
@@ -181,7 +181,7 @@ TEST_P(JpegEncode, FindsTheBestCode) {
     for (size_t n = 16, reserved = 1; n > 0; --n)
       if (reserved && perLength[n]) --perLength[n], reserved = 0;
     for (size_t n = 1; n <= 16; ++n) ASSERT_EQ(bits[n - 1], perLength[n]) << "length " << n;
-    ASSERT_EQ(Bytes(values.begin(), values.begin() + long(expected.size())), expected);
+    ASSERT_TRUE(expectSame(values.data(), expected.data(), expected.size()));
     ASSERT_TRUE(expected.size() == 256 || values[expected.size()] == 0xCC);
   }
   for (int levels : {33, 40}) {
@@ -193,7 +193,7 @@ TEST_P(JpegEncode, FindsTheBestCode) {
 }
 
 TEST_P(JpegEncode, BuildsTables) {
-  std::mt19937 random(14);
+  Random random(14);
   const Codes codes = randomCodes(symbolsUpTo(200), 9, random);
   const Guarded values(codes.values.size(), Guard::kBehind);
   memcpy(values.data(), codes.values.data(), values.size());
@@ -203,7 +203,7 @@ TEST_P(JpegEncode, BuildsTables) {
       expected[codes.values[size_t(codes.index[n] + i)]] = Vel32u(n) << 16 | Vel32u(codes.first[n] + i);
   VeliEncodeHuffmanSpec* spec = nullptr;
   ASSERT_EQ(orviEncodeHuffmanSpecInitAlloc_JPEG_8u(codes.bits.data(), values.data(), &spec), 0);
-  EXPECT_EQ(memcmp(spec, expected.data(), 1024), 0);
+  EXPECT_TRUE(expectSame(reinterpret_cast<const Vel32u*>(spec), expected.data(), 256));
   // Over-subscribed, too many, all ones; the caller's table is cleared, and the caller's pointer stays.
   const std::array<Vel8u, 16> kBad[] = {{3}, {0, 0, 0, 0, 0, 0, 0, 0, 0, 255, 2}, {2}};
   const Bytes zeros(512);

@@ -5,12 +5,10 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
-#include "support/guarded.h"
-#include "support/paths.h"
+#include "support/image.h"
 
 using Block = std::array<Vel16s, 64>;
 using Table = std::array<Vel16u, 64>;

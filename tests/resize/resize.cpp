@@ -5,13 +5,10 @@
 #include <array>
 #include <cfenv>
 #include <climits>
-#include <deque>
 #include <limits>
-#include <random>
 #include <string>
 #include "resize/model.h"
-#include "support/guarded.h"
-#include "support/paths.h"
+#include "support/image.h"
 
 namespace {
 
@@ -39,12 +36,12 @@ std::ostream& operator<<(std::ostream& out, const Geometry& g) {
 }
 
 using Pixels = const Vel8u* const*;
-struct Layout {
+struct Form {
   const char* name;
   int planes, pixel, channels;
   VelStatus (*call)(Pixels src, int srcStep, Vel8u* const* dst, int dstStep, const Geometry& g, Vel8u* buffer);
 };
-#define LAYOUT(name, planes, pixel, channels, from, to)                                                         \
+#define FORM(name, planes, pixel, channels, from, to)                                                           \
   {                                                                                                             \
 #name, planes, pixel, channels,                                                                               \
         [](Pixels src, int srcStep, Vel8u* const* dst, int dstStep, const Geometry& g, Vel8u* buffer) -> VelStatus { \
@@ -52,64 +49,39 @@ struct Layout {
                                                  g.yFactor, g.xShift, g.yShift, g.interpolation, buffer);         \
         } \
   }
-const Layout kLayouts[] = {LAYOUT(C1, 1, 1, 1, *src, *dst), LAYOUT(C3, 1, 3, 3, *src, *dst),
-                           LAYOUT(C4, 1, 4, 4, *src, *dst), LAYOUT(AC4, 1, 4, 3, *src, *dst),
-                           LAYOUT(P3, 3, 1, 1, src, dst),   LAYOUT(P4, 4, 1, 1, src, dst)};
-
-// A plane in exactly the memory its rows take, filled at random.
-struct Plane {
-  Plane(VeliSize size, int pixelBytes, bool upwards, Guard guard, std::mt19937& random)
-      : pixel(pixelBytes), rowBytes(size.width * pixel), height(size.height), memory(size_t(rowBytes * height), guard) {
-    for (size_t i = 0; i < memory.size(); ++i) memory[i] = Vel8u(random());
-    step = upwards ? -rowBytes : rowBytes;
-    top = memory.data() + (upwards ? (height - 1) * rowBytes : 0);
-  }
-  Vel8u* at(int x, int y) const { return top + y * step + x * pixel; }
-
-  int pixel, rowBytes, height, step;
-  Guarded memory;
-  Vel8u* top;
-};
+const Form kForms[] = {FORM(C1, 1, 1, 1, *src, *dst),  FORM(C3, 1, 3, 3, *src, *dst), FORM(C4, 1, 4, 4, *src, *dst),
+                       FORM(AC4, 1, 4, 3, *src, *dst), FORM(P3, 3, 1, 1, src, dst),   FORM(P4, 4, 1, 1, src, dst)};
 
 // Source and destination planes, and a buffer of exactly the size that is asked for.
 class Call {
  public:
-  Call(const Layout& layout, const Geometry& geometry, std::mt19937& random) : l(layout), g(geometry) {
-    const bool upwards = random() % 4 == 0;
-    const Guard guard = random() % 2 ? Guard::kBefore : Guard::kBehind;
-    const VeliSize dstSize = {g.dst.x + g.dst.width + int(random() % 3), g.dst.y + g.dst.height + int(random() % 3)};
-    for (int i = 0; i < l.planes; ++i) {
-      src.emplace_back(g.image, l.pixel, upwards, guard, random);
-      dst.emplace_back(dstSize, l.pixel, upwards != (random() % 4 == 0 && l.planes == 1), guard, random);
-    }
+  Call(const Form& form, const Geometry& geometry, std::mt19937& random)
+      : Call(form, geometry, {0, random() % 4 == 0, random() % 2 ? Guard::kBefore : Guard::kBehind}, random) {}
+  Call(const Form& form, const Geometry& geometry, Layout layout, std::mt19937& random)
+      : l(form),
+        g(geometry),
+        src(l.planes, g.image, {l.pixel}, layout, random),
+        dst(l.planes, {g.dst.x + g.dst.width + int(random() % 3), g.dst.y + g.dst.height + int(random() % 3)},
+            {l.pixel}, {0, layout.upwards != (l.planes == 1 && random() % 4 == 0), layout.guard}, random),
+        shift(random() % 16) {
     EXPECT_GE(orviResizeGetBufSize(g.src, g.dst, l.channels, g.interpolation, &size), velStsNoErr);
-    shift = size_t(random() % 16);
   }
 
-  // Runs on every path, and compares the first result with the model, the others with the first.
-  void expectResized() {
-    std::vector<std::vector<Vel8u>> before, first;
-    for (const Plane& plane : dst) before.emplace_back(plane.memory.data(), plane.memory.data() + plane.memory.size());
-    for (const Path& path : kPaths) {
-      if (!processorHas(path)) continue;
-      velStaticInitCpu(path.code);
-      for (size_t i = 0; i < dst.size(); ++i) memcpy(dst[i].memory.data(), before[i].data(), before[i].size());
-      ASSERT_NO_FATAL_FAILURE(run()) << path << ' ' << l.name << ' ' << g;
-      if (first.empty())
-        for (size_t i = 0; i < dst.size(); ++i) {
-          first.emplace_back(dst[i].memory.data(), dst[i].memory.data() + dst[i].memory.size());
-          ASSERT_NO_FATAL_FAILURE(compare(dst[i], src[i], before[i])) << path << ' ' << l.name << ' ' << g;
-        }
-      for (size_t i = 0; i < dst.size(); ++i)
-        ASSERT_EQ(memcmp(dst[i].memory.data(), first[i].data(), first[i].size()), 0)
-            << path << ' ' << l.name << ' ' << g;
-    }
-    velStaticInit();
+  // Compares the first path's result with the model, and this path's with the first's.
+  void expectResized(const Path& path) {
+    SCOPED_TRACE(testing::Message() << l.name << ' ' << g);
+    const std::vector<Copied> before = dst.copy();
+    velStaticInitCpu(kPaths[0].code);
+    ASSERT_NO_FATAL_FAILURE(run());
+    for (size_t i = 0; i < dst.size() && path.index == kPaths[0].index; ++i)
+      ASSERT_NO_FATAL_FAILURE(compare(dst[i], src[i], before[i]));
+    const std::vector<Copied> first = dst.copy();
+    for (size_t i = 0; i < dst.size(); ++i) dst[i].restore(before[i]);
+    velStaticInitCpu(path.code);
+    ASSERT_NO_FATAL_FAILURE(run());
+    ASSERT_TRUE(expectSame(dst, first));
   }
   void run() {
-    const Vel8u* from[4];
-    Vel8u* to[4];
-    for (size_t i = 0; i < dst.size(); ++i) from[i] = src[i].top, to[i] = dst[i].top;
     const Guarded behind(size_t(size) + shift, Guard::kBehind, 0xFF),
         before(size_t(size) + shift, Guard::kBefore, 0xFF);
     Vel8u* const buffer = shift % 2 ? behind.data() : before.data() + shift;
@@ -117,7 +89,7 @@ class Call {
     constexpr Vel32u kRubbish[] = {0xFFFFFFFF, 0x7FA07FA0, 0x7F7F7F7F};
     for (int i = 0; i + 4 <= size; i += 4) memcpy(buffer + i, &kRubbish[shift % 3], 4);
     feclearexcept(FE_ALL_EXCEPT);
-    status = l.call(from, src[0].step, to, dst[0].step, g, buffer);
+    status = l.call(src.top, src.step[0], dst.top, dst.step[0], g, buffer);
     const int raised = fetestexcept(FE_INVALID | FE_OVERFLOW | FE_DIVBYZERO);
     ASSERT_EQ(raised, 0) << "floating-point exceptions, rubbish " << std::hex << kRubbish[shift % 3];
     for (size_t i = 0; i < shift; ++i) {
@@ -127,22 +99,21 @@ class Call {
     for (const Plane& plane : dst) ASSERT_TRUE(plane.memory.intact());
   }
 
-  const Layout& l;
+  const Form& l;
   const Geometry g;
-  std::deque<Plane> src, dst;
+  Planes src, dst;
   VelStatus status = velStsNoErr;
   int size = 0;
   size_t shift;
 
  private:
-  void compare(const Plane& plane, const Plane& source, std::vector<Vel8u> expected) const {
+  void compare(const Plane& plane, const Plane& source, Copied expected) const {
     const bool hasRing = g.interpolation & (model::kSmooth | model::kSubpixel);
     const model::Axis axes[2] = {g.x(), g.y()};
     const int method = model::substituted(g.method(), g.image);
     const model::Resized resized(method, g.antialiases(), axes[0], axes[1]);
-    const model::Source at = [&](int x, int y, int c) { return source.at(g.src.x + x, g.src.y + y)[c]; };
+    const model::Source at = [&](int x, int y, int c) { return source.at(g.src.x + x, g.src.y + y, c); };
     const double noise = method == velInterNearest || (method == velInterLinear && !g.antialiases()) ? 0 : 0.501;
-    const auto old = [&](int x, int y) { return &expected[size_t(plane.at(x, y) - plane.memory.data())]; };
     int from[2] = {INT_MAX, INT_MAX}, to[2] = {-1, -1};
     for (int i = 0; i < 2; ++i)
       for (int k = axes[i].dst; k < axes[i].dst + axes[i].dstCount; ++k)
@@ -155,8 +126,8 @@ class Call {
       for (int x = from[0]; x <= to[0]; ++x)
         for (int c = 0; c < l.channels; ++c) {
           const double value = resized.at(x - g.dst.x, y - g.dst.y, c, at);
-          ASSERT_NEAR(plane.at(x, y)[c], value, noise) << x << ", " << y << " channel " << c;
-          old(x, y)[c] = plane.at(x, y)[c];
+          ASSERT_NEAR(plane.at(x, y, c), value, noise) << x << ", " << y << " channel " << c;
+          expected.at(x, y, c) = plane.at(x, y, c);
         }
     if (hasRing && isDone) {
       // How much the ring's pixels are covered: before and behind.
@@ -168,9 +139,9 @@ class Call {
         const int edgeX = std::min(std::max(x, from[0]), to[0]), edgeY = std::min(std::max(y, from[1]), to[1]);
         for (int c = 0; c < l.channels; ++c) {
           const int wanted =
-              model::ring(g.interpolation & model::kSmooth, weight, plane.at(edgeX, edgeY)[c], old(x, y)[c]);
-          ASSERT_EQ(plane.at(x, y)[c], wanted) << "ring " << x << ", " << y;
-          old(x, y)[c] = plane.at(x, y)[c];
+              model::ring(g.interpolation & model::kSmooth, weight, plane.at(edgeX, edgeY, c), expected.at(x, y, c));
+          ASSERT_EQ(plane.at(x, y, c), wanted) << "ring " << x << ", " << y;
+          expected.at(x, y, c) = plane.at(x, y, c);
         }
       };
       for (int side = 0; side < 2; ++side) {
@@ -183,11 +154,11 @@ class Call {
             draw(column, other ? to[1] + 1 : from[1] - 1, across * coverage[1][other]);
       }
     }
-    ASSERT_EQ(memcmp(plane.memory.data(), expected.data(), expected.size()), 0) << "something else was written";
+    ASSERT_TRUE(expectSame(plane, expected)) << "something else was written";
   }
 };
 
-class Resize : public testing::Test {
+class Resize : public OnEveryPath {
  protected:
   int below(int n) { return int(random() % unsigned(n)); }
   // A region of an image, which often touches its borders.
@@ -216,12 +187,13 @@ class Resize : public testing::Test {
     Geometry g = {image, regionOf(image), {}, xFactor, yFactor, 0, 0, interpolation};
     g.dst = destinationOf(g);
     g.xShift = shiftTo(g.dst.x, g.src.x, xFactor), g.yShift = shiftTo(g.dst.y, g.src.y, yFactor);
-    ASSERT_NO_FATAL_FAILURE(Call(kLayouts[below(6)], g, random).expectResized());
+    ASSERT_NO_FATAL_FAILURE(Call(kForms[below(6)], g, random).expectResized(GetParam()));
   }
-  std::mt19937 random{85};
+  Random random{85};
 };
+ORV_ON_EVERY_PATH(Resize);
 
-TEST_F(Resize, FollowsTheModel) {
+TEST_P(Resize, FollowsTheModel) {
   constexpr double kFactors[] = {2, 1.7, 1, 0.5, 0.37, 0.25, 1.0 / 3, 0.06, 30};
   for (const int method : kMethods)
     for (const int flag : {0, model::kAntialias, model::kSubpixel, model::kSmooth})
@@ -237,7 +209,7 @@ TEST_F(Resize, FollowsTheModel) {
 // More columns than one vector, group or table has, of every layout; reductions beyond all proportion; factors that have
 // nothing to do with the regions; a pixel between two; fractions that single precision rounds up to 1; rows beside
 // the first one and beside the last, with one between them or none.
-TEST_F(Resize, FollowsTheModelInExtremeCases) {
+TEST_P(Resize, FollowsTheModelInExtremeCases) {
   const Geometry cases[] = {
       {{700, 4}, {0, 0, 700, 4}, {0, 0, 630, 3}, 0.9, 0.75, 0, 0, 0},
       {{1030, 3}, {3, 0, 1027, 3}, {1, 1, 515, 1}, 0.5, 1.0 / 3, 0, 0, 0},
@@ -256,31 +228,31 @@ TEST_F(Resize, FollowsTheModelInExtremeCases) {
   for (Geometry g : cases)
     for (const int method : kMethods)
       for (const int flag : {0, model::kAntialias})
-        for (const Layout& layout : kLayouts) {
+        for (const Form& form : kForms) {
           g.interpolation = method | flag;
-          ASSERT_NO_FATAL_FAILURE(Call(layout, g, random).expectResized());
+          ASSERT_NO_FATAL_FAILURE(Call(form, g, random).expectResized(GetParam()));
         }
 }
 
 // Sides of the ring that are covered nearly whole, hardly, or so that single precision cannot tell which; corners of a
 // half, which depends on the last bit of the product.
-TEST_F(Resize, LeavesNoPixelOut) {
+TEST_P(Resize, LeavesNoPixelOut) {
   constexpr double kShifts[] = {2, 2.05, 2.1, 2.00000001, 1.99999999, 2.0000000002, 1.9999999998, 2 + 1e-12, 2 - 1e-12};
   for (const double x : kShifts)
     for (const double y : kShifts)
       for (const int flag : {model::kSubpixel, model::kSmooth})
-        for (const Layout& layout : kLayouts) {
-          Call call(layout, {{10, 9}, {0, 0, 10, 9}, {1, 1, 14, 12}, 1, 1, x, y, velInterNearest | flag}, random);
+        for (const Form& form : kForms) {
+          Call call(form, {{10, 9}, {0, 0, 10, 9}, {1, 1, 14, 12}, 1, 1, x, y, velInterNearest | flag}, random);
           for (Plane& plane : call.src) memset(plane.memory.data(), below(2) ? 100 : 200, plane.memory.size());
-          ASSERT_NO_FATAL_FAILURE(call.expectResized());
+          ASSERT_NO_FATAL_FAILURE(call.expectResized(GetParam()));
         }
 }
 
 // Cells of whole pixels are averaged exactly, halves up, where kernels of their own do it and where not; a constant image
 // stays what it is, however much of it makes a pixel.
-TEST_F(Resize, SupersamplesExactly) {
+TEST_P(Resize, SupersamplesExactly) {
   for (const int n : {2, 3, 4, 5, 6, 8})
-    for (const Layout& layout : kLayouts)
+    for (const Form& form : kForms)
       for (const int first : {0, 1}) {
         const int width = 21, height = 3;
         const Geometry g = {{width * n + 2, height * n + 1},
@@ -291,22 +263,22 @@ TEST_F(Resize, SupersamplesExactly) {
                             -double(first) / n,
                             0,
                             velInterSuper};
-        Call call(layout, g, random);
+        Call call(form, g, random);
         for (Plane& plane : call.src)
           for (size_t i = 0; i < plane.memory.size(); ++i) plane.memory[i] &= 0x81;  // often a half
-        ASSERT_NO_FATAL_FAILURE(call.expectResized());
+        ASSERT_NO_FATAL_FAILURE(call.expectResized(GetParam()));
         for (size_t p = 0; p < call.dst.size(); ++p)
           for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x)
-              for (int c = 0; c < layout.channels; ++c) {
+              for (int c = 0; c < form.channels; ++c) {
                 int sum = 0;
-                for (int i = 0; i < n * n; ++i) sum += call.src[p].at(first + x * n + i % n, y * n + i / n)[c];
-                ASSERT_EQ(call.dst[p].at(x, y)[c], (2 * sum + n * n) / (2 * n * n)) << layout.name << " n = " << n;
+                for (int i = 0; i < n * n; ++i) sum += call.src[p].at(first + x * n + i % n, y * n + i / n, c);
+                ASSERT_EQ(call.dst[p].at(x, y, c), (2 * sum + n * n) / (2 * n * n)) << form.name << " n = " << n;
               }
       }
   for (const VeliSize image : {VeliSize{70001, 3}, {3, 70001}, {300, 300}})
     for (const int value : {1, 101, 254, 255}) {
-      Call call(kLayouts[below(6)],
+      Call call(kForms[below(6)],
                 {image,
                  {0, 0, image.width, image.height},
                  {0, 0, 1, 1},
@@ -318,25 +290,25 @@ TEST_F(Resize, SupersamplesExactly) {
                 random);
       for (Plane& plane : call.src) memset(plane.memory.data(), value, plane.memory.size());
       ASSERT_NO_FATAL_FAILURE(call.run());
-      ASSERT_EQ(call.dst[0].at(0, 0)[0], value);
+      ASSERT_EQ(call.dst[0].at(0, 0), value);
     }
 }
 
 // A slope must come out where it was: half a pixel beside it, or mirrored, it would be off by more than roundings are.
-TEST_F(Resize, KeepsThingsInTheirPlaces) {
+TEST_P(Resize, KeepsThingsInTheirPlaces) {
   for (const int method : kMethods)
     for (const int flag : {0, model::kAntialias})
       for (const double factor : {0.4, 0.5, 0.77, 1.0, 1.5, 2.0, 3.3}) {
         if (method == velInterNearest || (method == velInterSuper && factor > 1)) continue;
         const double xFactor = factor, yFactor = factor * 0.9, xShift = 0.3, yShift = -0.4;
         const int width = int(40 * xFactor), height = int(30 * yFactor);
-        Call call(kLayouts[below(6)],
+        Call call(kForms[below(6)],
                   {{40, 30}, {0, 0, 40, 30}, {0, 0, width, height}, xFactor, yFactor, xShift, yShift, method | flag},
                   random);
         for (Plane& plane : call.src)
           for (int y = 0; y < 30; ++y)
             for (int x = 0; x < 40; ++x)
-              for (int c = 0; c < plane.pixel; ++c) plane.at(x, y)[c] = Vel8u(93 + 4 * x - 3 * y);
+              for (int c = 0; c < plane.pixel.channels; ++c) plane.at(x, y, c) = Vel8u(93 + 4 * x - 3 * y);
         ASSERT_NO_FATAL_FAILURE(call.run());
         int checked = 0;
         for (int y = 0; y < height; ++y)
@@ -344,13 +316,16 @@ TEST_F(Resize, KeepsThingsInTheirPlaces) {
             const double u = (x + 0.5 - xShift) / xFactor - 0.5, v = (y + 0.5 - yShift) / yFactor - 0.5;
             if (u < 8 || u > 31 || v < 8 || v > 21) continue;
             ++checked;
-            ASSERT_NEAR(call.dst[0].at(x, y)[0], 93 + 4 * u - 3 * v, 0.9) << method << ' ' << flag << ' ' << factor;
+            ASSERT_NEAR(call.dst[0].at(x, y), 93 + 4 * u - 3 * v, 0.9) << method << ' ' << flag << ' ' << factor;
           }
         ASSERT_GT(checked, 30);
       }
 }
 
-TEST(ResizeArguments, AreCheckedInOrder) {
+class ResizeArguments : public OnEveryPath {};
+ORV_ON_EVERY_PATH(ResizeArguments);
+
+TEST_P(ResizeArguments, AreCheckedInOrder) {
   Guarded memory(16384, Guard::kBehind, 7);
   Vel8u* const p = memory.data();
   const double nan = std::numeric_limits<double>::quiet_NaN(), infinity = std::numeric_limits<double>::infinity();
@@ -385,88 +360,76 @@ TEST(ResizeArguments, AreCheckedInOrder) {
         [](auto& g) { g.xFactor = 1e-300; }, [](auto& g) { g.xFactor = 5e-324, g.xShift = 3; },
         [](auto& g) { g.dst.x = INT_MAX; }}},
   };
-  for (const Path& path : kPaths) {
-    if (!processorHas(path)) continue;
-    velStaticInitCpu(path.code);
-    for (const Layout& l : kLayouts) {
-      SCOPED_TRACE(l.name);
-      const Vel8u* const src[4] = {p, p, p, p};
-      Vel8u* const dst[4] = {p, p, p, p};
-      Vel8u* const none[4] = {};
-      Geometry later = good;  // with the faults that are found later
-      for (size_t k = std::size(kinds); k-- > 0;) {
-        for (const Change& change : kinds[k].changes) {
-          Geometry g = later;
-          change(g);
-          EXPECT_EQ(l.call(src, 8, dst, 8, g, p), kinds[k].status) << g;
-        }
-        if (k != 3) kinds[k].changes[0](later);  // the fault of supersampling rules out other methods' faults
+  for (const Form& l : kForms) {
+    SCOPED_TRACE(l.name);
+    const Vel8u* const src[4] = {p, p, p, p};
+    Vel8u* const dst[4] = {p, p, p, p};
+    Vel8u* const none[4] = {};
+    Geometry later = good;  // with the faults that are found later
+    for (size_t k = std::size(kinds); k-- > 0;) {
+      for (const Change& change : kinds[k].changes) {
+        Geometry g = later;
+        change(g);
+        EXPECT_EQ(l.call(src, 8, dst, 8, g, p), kinds[k].status) << g;
       }
-      EXPECT_EQ(l.call(src, 8, dst, 8, later, nullptr), velStsNullPtrErr);
-      EXPECT_EQ(l.call(none, 8, dst, 8, later, p), velStsNullPtrErr);
-      EXPECT_EQ(l.call(src, 8, none, 8, later, p), velStsNullPtrErr);
-      for (int i = 0; i < l.planes; ++i) {
-        const Vel8u* someSrc[4] = {p, p, p, p};
-        Vel8u* someDst[4] = {p, p, p, p};
-        someSrc[i] = someDst[i] = nullptr;
-        EXPECT_EQ(l.call(someSrc, 8, dst, 8, later, p), velStsNullPtrErr);
-        EXPECT_EQ(l.call(src, 8, someDst, 8, later, p), velStsNullPtrErr);
-      }
+      if (k != 3) kinds[k].changes[0](later);  // the fault of supersampling rules out other methods' faults
+    }
+    EXPECT_EQ(l.call(src, 8, dst, 8, later, nullptr), velStsNullPtrErr);
+    EXPECT_EQ(l.call(none, 8, dst, 8, later, p), velStsNullPtrErr);
+    EXPECT_EQ(l.call(src, 8, none, 8, later, p), velStsNullPtrErr);
+    for (int i = 0; i < l.planes; ++i) {
+      const Vel8u* someSrc[4] = {p, p, p, p};
+      Vel8u* someDst[4] = {p, p, p, p};
+      someSrc[i] = someDst[i] = nullptr;
+      EXPECT_EQ(l.call(someSrc, 8, dst, 8, later, p), velStsNullPtrErr);
+      EXPECT_EQ(l.call(src, 8, someDst, 8, later, p), velStsNullPtrErr);
     }
   }
-  velStaticInit();
   EXPECT_EQ(orviResizeSqrPixel_8u_P3R(nullptr, {8, 8}, 8, good.src, nullptr, 8, good.dst, 1, 1, 0, 0, 2, p),
             velStsNullPtrErr);
   EXPECT_EQ(std::count(p, p + memory.size(), 7), int(memory.size())) << "an error wrote";
 }
 
 // Regions far larger than the image and the destination's part that is written.
-TEST(ResizeArguments, ClipsEndlessRegions) {
-  for (const Path& path : kPaths) {
-    if (!processorHas(path)) continue;
-    velStaticInitCpu(path.code);
-    std::vector<Vel8u> src(64), dst(256), expected(256), buffer(65536);
-    for (size_t i = 0; i < 64; ++i) src[i] = Vel8u(i * 37);
-    for (const int method : kMethods)
-      for (const int flag : {0, model::kAntialias}) {
-        Geometry g = {{8, 8}, {0, 0, 8, 8}, {0, 0, 16, 16}, 0.9, 0.9, 1e-3, 0.5, method | flag};
-        const Vel8u* from = src.data();
-        Vel8u *to = dst.data(), *wanted = expected.data();
-        const VelStatus status = kLayouts[0].call(&from, 8, &wanted, 16, g, buffer.data());
-        g.src.width = g.src.height = g.dst.width = g.dst.height = INT_MAX;
-        EXPECT_EQ(kLayouts[0].call(&from, 8, &to, 16, g, buffer.data()), status);
-        EXPECT_EQ(dst, expected) << g;
-      }
-  }
-  velStaticInit();
+TEST_P(ResizeArguments, ClipsEndlessRegions) {
+  std::vector<Vel8u> src(64), dst(256), expected(256), buffer(65536);
+  for (size_t i = 0; i < 64; ++i) src[i] = Vel8u(i * 37);
+  for (const int method : kMethods)
+    for (const int flag : {0, model::kAntialias}) {
+      Geometry g = {{8, 8}, {0, 0, 8, 8}, {0, 0, 16, 16}, 0.9, 0.9, 1e-3, 0.5, method | flag};
+      const Vel8u* from = src.data();
+      Vel8u *to = dst.data(), *wanted = expected.data();
+      const VelStatus status = kForms[0].call(&from, 8, &wanted, 16, g, buffer.data());
+      g.src.width = g.src.height = g.dst.width = g.dst.height = INT_MAX;
+      EXPECT_EQ(kForms[0].call(&from, 8, &to, 16, g, buffer.data()), status);
+      EXPECT_EQ(dst, expected) << g;
+    }
 }
 
 // A row that is nearly as wide as an int allows. All of its columns are past the end where the inverse of the factor is
 // infinite.
-TEST(ResizeArguments, CountsToTheLastColumn) {
+TEST_P(ResizeArguments, CountsToTheLastColumn) {
   constexpr int kWidth = INT_MAX - 4;
   void* const image = mmap(nullptr, kWidth, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   if (image == MAP_FAILED) GTEST_SKIP() << "no room for an image of 2 GB";
   Vel8u* const src = static_cast<Vel8u*>(image);
   src[kWidth - 1] = 200;
-  for (const Path& path : kPaths) {
-    if (!processorHas(path)) continue;
-    velStaticInitCpu(path.code);
-    for (const int method : kMethods) {
-      if (method == velInterSuper) continue;
-      Vel8u dst[8] = {}, *to = dst;
-      std::vector<Vel8u> buffer(1 << 16);
-      const Vel8u* from = src;  // eight times, by a step of 0
-      const Geometry g = {{kWidth, 8}, {0, 0, kWidth, 8}, {0, 0, 1, 8}, 1e-310, 1, 0.5, 0, method};
-      EXPECT_EQ(kLayouts[0].call(&from, 0, &to, 1, g, buffer.data()), velStsNoErr);
-      EXPECT_EQ(std::count(dst, dst + 8, 200), 8) << path << ' ' << g;
-    }
+  for (const int method : kMethods) {
+    if (method == velInterSuper) continue;
+    Vel8u dst[8] = {}, *to = dst;
+    std::vector<Vel8u> buffer(1 << 16);
+    const Vel8u* from = src;  // eight times, by a step of 0
+    const Geometry g = {{kWidth, 8}, {0, 0, kWidth, 8}, {0, 0, 1, 8}, 1e-310, 1, 0.5, 0, method};
+    EXPECT_EQ(kForms[0].call(&from, 0, &to, 1, g, buffer.data()), velStsNoErr);
+    EXPECT_EQ(std::count(dst, dst + 8, 200), 8) << g;
   }
-  velStaticInit();
   munmap(image, kWidth);
 }
 
-TEST(ResizeBuffer, HasTheDocumentedSize) {
+class ResizeBuffer : public OnEveryPath {};
+ORV_ON_EVERY_PATH(ResizeBuffer);
+
+TEST_P(ResizeBuffer, HasTheDocumentedSize) {
   const auto up = [](long long n, int multiple) { return (n + multiple - 1) / multiple * multiple; };
   const auto sizeOf = [&](VeliRect s, VeliRect d, int n, int method, bool antialias) {
     const long long w = d.width, h = d.height, indices = 4 * (up(w, 16) + up(h, 16));
@@ -486,39 +449,34 @@ TEST(ResizeBuffer, HasTheDocumentedSize) {
            16;
   };
   int size;
-  for (const Path& path : kPaths) {
-    if (!processorHas(path)) continue;
-    velStaticInitCpu(path.code);
-    for (const int method : kMethods)
-      for (const int flag : {0, model::kAntialias, model::kSmooth, model::kSubpixel})
-        for (const int n : {1, 3, 4})
-          for (const auto [sw, sh, w, h] : {std::array{1, 1, 1, 1},
-                                            {16, 33, 7, 100},
-                                            {640, 480, 321, 239},
-                                            {7, 5, 64, 65},
-                                            {100, 3, 49, 1},
-                                            {100000, 100, 3, 50000}}) {
-            const VeliRect src = {5, 6, sw, sh}, dst = {7, 8, w, h};
-            const bool antialias = flag == model::kAntialias;
-            ASSERT_EQ(orviResizeGetBufSize(src, dst, n, method | flag, &size),
-                      antialias && (method == 1 || method == 8) ? velStsNoAntialiasing : velStsNoErr);
-            ASSERT_EQ(size, sizeOf(src, dst, n, method, antialias)) << method << ' ' << flag << ' ' << n << ' ' << w;
-          }
-    // Each call has the faults that are found later, too.
-    size = 7;
-    const VeliRect good = {0, 0, 9, 9}, huge = {0, 0, INT_MAX, INT_MAX};
-    EXPECT_EQ(orviResizeGetBufSize({-1, 0, 9, 9}, good, 2, 3, nullptr), velStsNullPtrErr);
-    for (const VeliRect bad : {VeliRect{-1, 0, 9, 9}, {0, -1, 9, 9}, {0, 0, 0, 9}, {0, 0, 9, INT_MIN}}) {
-      EXPECT_EQ(orviResizeGetBufSize(bad, good, 2, 3, &size), velStsSizeErr);
-      EXPECT_EQ(orviResizeGetBufSize(good, bad, 2, 3, &size), velStsSizeErr);
-    }
-    for (const int n : {0, 2, 5, -1}) EXPECT_EQ(orviResizeGetBufSize(huge, huge, n, 3, &size), velStsNumChannelsErr);
-    for (const int bad : {0, 3, 9, 15, 32, 0x60000002, INT_MIN | 0x20000002, INT_MIN | 0x40000002})
-      EXPECT_EQ(orviResizeGetBufSize(huge, huge, 1, bad, &size), velStsInterpolationErr);
-    for (const int method : kMethods) EXPECT_EQ(orviResizeGetBufSize(huge, huge, 1, method, &size), velStsSizeErr);
-    EXPECT_EQ(size, 7);
+  for (const int method : kMethods)
+    for (const int flag : {0, model::kAntialias, model::kSmooth, model::kSubpixel})
+      for (const int n : {1, 3, 4})
+        for (const auto [sw, sh, w, h] : {std::array{1, 1, 1, 1},
+                                          {16, 33, 7, 100},
+                                          {640, 480, 321, 239},
+                                          {7, 5, 64, 65},
+                                          {100, 3, 49, 1},
+                                          {100000, 100, 3, 50000}}) {
+          const VeliRect src = {5, 6, sw, sh}, dst = {7, 8, w, h};
+          const bool antialias = flag == model::kAntialias;
+          ASSERT_EQ(orviResizeGetBufSize(src, dst, n, method | flag, &size),
+                    antialias && (method == 1 || method == 8) ? velStsNoAntialiasing : velStsNoErr);
+          ASSERT_EQ(size, sizeOf(src, dst, n, method, antialias)) << method << ' ' << flag << ' ' << n << ' ' << w;
+        }
+  // Each call has the faults that are found later, too.
+  size = 7;
+  const VeliRect good = {0, 0, 9, 9}, huge = {0, 0, INT_MAX, INT_MAX};
+  EXPECT_EQ(orviResizeGetBufSize({-1, 0, 9, 9}, good, 2, 3, nullptr), velStsNullPtrErr);
+  for (const VeliRect bad : {VeliRect{-1, 0, 9, 9}, {0, -1, 9, 9}, {0, 0, 0, 9}, {0, 0, 9, INT_MIN}}) {
+    EXPECT_EQ(orviResizeGetBufSize(bad, good, 2, 3, &size), velStsSizeErr);
+    EXPECT_EQ(orviResizeGetBufSize(good, bad, 2, 3, &size), velStsSizeErr);
   }
-  velStaticInit();
+  for (const int n : {0, 2, 5, -1}) EXPECT_EQ(orviResizeGetBufSize(huge, huge, n, 3, &size), velStsNumChannelsErr);
+  for (const int bad : {0, 3, 9, 15, 32, 0x60000002, INT_MIN | 0x20000002, INT_MIN | 0x40000002})
+    EXPECT_EQ(orviResizeGetBufSize(huge, huge, 1, bad, &size), velStsInterpolationErr);
+  for (const int method : kMethods) EXPECT_EQ(orviResizeGetBufSize(huge, huge, 1, method, &size), velStsSizeErr);
+  EXPECT_EQ(size, 7);
 }
 
 // The exported kernels that turn fractions into weights.

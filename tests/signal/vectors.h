@@ -1,11 +1,8 @@
 // Vectors in guarded memory, for functions that make one from one or two others.
 #pragma once
 #include <algorithm>
-#include <random>
-#include <vector>
 #include "support/caches.h"
-#include "support/guarded.h"
-#include "support/paths.h"
+#include "support/image.h"
 
 struct Operands {
   Vel8u *src1, *src2, *dst;
@@ -37,7 +34,7 @@ class Vectors {
           model(room[0] + at[0], room[1] + at[1], expected.data() + at[to]);
           ASSERT_EQ(call(Operands{room[0] + at[0], room[1] + at[1], room[to] + at[to]}), velStsNoErr);
           for (size_t i = 0; i < 3; ++i)
-            ASSERT_EQ(memcmp(room[i], i == to ? expected.data() : fill_.data() + 16 * i, kRoom), 0)
+            ASSERT_TRUE(expectSame(room[i], i == to ? expected.data() : fill_.data() + 16 * i, kRoom))
                 << "operand " << i << " of " << n << " bytes at " << at[0] << ", " << at[1] << ", " << at[2]
                 << ", destination " << to;
         }
@@ -45,7 +42,7 @@ class Vectors {
 
  private:
   static constexpr size_t kRoom = 1024;
-  std::mt19937 random_{21};
+  Random random_{21};
   std::vector<Vel8u> fill_ = [this] {
     std::vector<Vel8u> bytes(kRoom + 32);
     for (Vel8u& x : bytes) x = Vel8u(random_());

@@ -7,6 +7,12 @@
 using Path = CodePath;
 inline constexpr auto& kPaths = kCodePaths;
 inline std::ostream& operator<<(std::ostream& out, const Path& path) { return out << path.name; }
+// The path that calls take now. Index 1 has the bodies of index 0.
+inline const char* pathInForce() {
+  for (const Path& path : kPaths)
+    if (path.index == velJumpIndexForMergedLibs) return path.name;
+  return kPaths[0].name;
+}
 
 // A fixture whose tests run once per code path, with that path forced:
 //   class Xxx : public OnEveryPath {};
