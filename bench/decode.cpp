@@ -4,7 +4,7 @@
 #include <memory>
 #include <stdexcept>
 #include <jpeglib.h>
-#include "jpeg_decoder.h"
+#include "codec/decoder.h"
 #include "run.h"
 
 namespace {

@@ -4,8 +4,8 @@
 #include <memory>
 #include <stdexcept>
 #include <jpeglib.h>
-#include "jpeg_decoder.h"
-#include "jpeg_encoder.h"
+#include "codec/decoder.h"
+#include "codec/encoder.h"
 #include "run.h"
 
 namespace {

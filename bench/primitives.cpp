@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <memory>
 #include "box.h"
-#include "jpeg_reader.h"
+#include "codec/reader.h"
 #include "run.h"
 #include "ycbcr.h"
 #include "yuv.h"

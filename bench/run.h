@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <vector>
-#include "code_paths.h"
+#include "tools/support/code_paths.h"
 
 // One call of `work` does `count` units of work and gives the statuses of all, combined with OR.
 template <class Work>

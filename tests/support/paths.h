@@ -2,7 +2,7 @@
 #pragma once
 #include <gtest/gtest.h>
 #include <ostream>
-#include "tools/orv/code_paths.h"
+#include "tools/support/code_paths.h"
 
 using Path = CodePath;
 inline constexpr auto& kPaths = kCodePaths;

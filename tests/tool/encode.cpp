@@ -2,8 +2,8 @@
 #include <cstring>
 #include <random>
 #include <regex>
-#include "jpeg_decoder.h"
-#include "jpeg_encoder.h"
+#include "codec/decoder.h"
+#include "codec/encoder.h"
 #include "pictures.h"
 #include "support/guarded.h"
 

@@ -1,8 +1,6 @@
 // What the program's commands share.
 #pragma once
-#include <cstdint>
 #include <stdexcept>
-#include <string>
 #include "messages.h"
 #include "orv.h"
 
@@ -27,8 +25,3 @@ int runSwap(int argc, char** argv);
 int runResize(int argc, char** argv);
 int runSheet(int argc, char** argv);
 int runThumb(int argc, char** argv);
-
-// What getopt_long stopped at, with opterr = 0 and a leading ':' in the short options: '?' or ':'.
-[[noreturn]] void refuseOption(int result, char** argv);
-// An option's value: a number from 1 to most.
-uint64_t optionNumber(const char* option, const char* text, uint64_t most);

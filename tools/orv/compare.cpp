@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include "commands.h"
+#include "options.h"
 #include "paths.h"
 #include "picture_file.h"
 

@@ -7,6 +7,7 @@
 #include <memory>
 #include "commands.h"
 #include "endings.h"
+#include "options.h"
 #include "orv.h"
 #include "output_file.h"
 #include "paths.h"
@@ -217,10 +218,9 @@ struct Arguments {
 };
 
 void parseSize(const std::string& text, Arguments* a) {
-  const size_t x = text.find('x');
-  if (x == std::string::npos) throw UsageError("--size takes WIDTHxHEIGHT");
-  a->width = int(optionNumber("--size's width", text.substr(0, x).c_str(), kMostInMemory));
-  a->height = int(optionNumber("--size's height", text.substr(x + 1).c_str(), kMostInMemory));
+  const VeliSize size = optionSize("--size", text, kMostInMemory);
+  a->width = size.width;
+  a->height = size.height;
   if (a->width > kMostInMemory / a->height)
     throw UsageError("--size takes up to " + std::to_string(kMostInMemory) + " pixels");
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include "commands.h"
 #include "endings.h"
+#include "options.h"
 #include "paths.h"
 #include "picture_file.h"
 #include "timing.h"
@@ -47,7 +48,7 @@ Arguments parse(int argc, char** argv) {
       case 'f': a.jpeg.fused = true; break;
       case 'm': a.jpeg.maxPixels = optionNumber("--max-pixels", optarg, jpeg::kMostPixels); break;
       case 'S': a.jpeg.strict = true; break;
-      case 'r': a.repeat = int(optionNumber("--repeat", optarg, 1000000)); [[fallthrough]];
+      case 'r': a.repeat = optionRepeat(optarg); [[fallthrough]];
       case 't': a.time = true; break;
       default: refuseOption(c, argv);
     }

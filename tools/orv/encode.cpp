@@ -3,6 +3,7 @@
 #include <cstdio>
 #include "commands.h"
 #include "endings.h"
+#include "options.h"
 #include "paths.h"
 #include "picture_file.h"
 #include "timing.h"
@@ -57,12 +58,12 @@ Arguments parse(int argc, char** argv) {
     switch (c) {
       case 'h': a.help = true; return a;
       case 'p': selectPath(optarg); break;
-      case 'q': a.jpeg.quality = int(optionNumber("--quality", optarg, 100)); break;
+      case 'q': a.jpeg.quality = optionQuality(optarg); break;
       case 's': a.jpeg.sampling = sampling(optarg); break;
       case 'o': a.jpeg.optimize = true; break;
       case 'i': a.jpeg.restartInterval = int(optionNumber("--restart", optarg, 65535)); break;
       case 'S': a.reading.strict = true; break;
-      case 'r': a.repeat = int(optionNumber("--repeat", optarg, 1000000)); [[fallthrough]];
+      case 'r': a.repeat = optionRepeat(optarg); [[fallthrough]];
       case 't': a.time = true; break;
       default: refuseOption(c, argv);
     }

@@ -5,6 +5,7 @@
 #include <vector>
 #include "commands.h"
 #include "endings.h"
+#include "options.h"
 #include "orv.h"
 #include "paths.h"
 #include "picture_file.h"
@@ -26,13 +27,6 @@ constexpr char kHelp[] =
 
 constexpr int kLargestBox = 9999;
 constexpr double kMostSamples = 1 << 26;  // of the picture with its border, which are floats in memory
-
-VeliSize boxSize(const std::string& text) {
-  const size_t cross = text.find('x');
-  if (cross == std::string::npos) throw UsageError("--box takes a size like 9x9");
-  return {int(optionNumber("--box's width", text.substr(0, cross).c_str(), kLargestBox)),
-          int(optionNumber("--box's height", text.substr(cross + 1).c_str(), kLargestBox))};
-}
 
 // Floats with a border of repeated pixels all round, which the filter reads.
 struct Bordered {
@@ -86,7 +80,7 @@ int runFilter(int argc, char** argv) {
   for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
     switch (c) {
       case 'h': return fputs(kHelp, stdout), 0;
-      case 'b': box = boxSize(optarg); break;
+      case 'b': box = optionSize("--box", optarg, kLargestBox); break;
       case 'p': selectPath(optarg); break;
       case 'S': reading.strict = true; break;
       default: refuseOption(c, argv);

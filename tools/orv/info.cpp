@@ -2,6 +2,7 @@
 #include <getopt.h>
 #include <cstdio>
 #include "commands.h"
+#include "options.h"
 #include "orv.h"
 #include "paths.h"
 

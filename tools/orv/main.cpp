@@ -3,9 +3,7 @@
 #include <getopt.h>
 #include <signal.h>
 #include <unistd.h>
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include "commands.h"
@@ -62,23 +60,6 @@ int run(int argc, char** argv) {
 }
 
 }  // namespace
-
-void refuseOption(int result, char** argv) {
-  const std::string given = optopt > 0 && optopt < 128 && strncmp(argv[optind - 1], "--", 2) != 0
-                                ? std::string("-") + char(optopt)
-                                : argv[optind - 1];
-  if (result == ':') throw UsageError("option '" + given + "' needs a value");
-  throw UsageError("unknown option '" + given + "' (see orv " + argv[0] + " --help)");
-}
-
-uint64_t optionNumber(const char* option, const char* text, uint64_t most) {
-  char* end = nullptr;
-  errno = 0;
-  const unsigned long long value = strtoull(text, &end, 10);
-  if (*text < '0' || *text > '9' || *end != 0 || errno != 0 || value < 1 || value > most)
-    throw UsageError(std::string(option) + " takes a number from 1 to " + std::to_string(most));
-  return value;
-}
 
 int main(int argc, char** argv) {
   openStandardFiles();

@@ -1,6 +1,6 @@
 #include "paths.h"
 #include <stdexcept>
-#include "commands.h"
+#include "messages.h"
 
 namespace {
 

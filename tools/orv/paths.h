@@ -1,7 +1,7 @@
 // The library's code paths, by name.
 #pragma once
 #include <string>
-#include "code_paths.h"
+#include "tools/support/code_paths.h"
 
 const CodePath& selectedPath();
 // Selects a path by name; throws UsageError where there is no such path, std::runtime_error where the processor lacks

@@ -2,9 +2,9 @@
 #pragma once
 #include <string>
 #include <vector>
+#include "codec/decoder.h"
+#include "codec/encoder.h"
 #include "input_file.h"
-#include "jpeg_decoder.h"
-#include "jpeg_encoder.h"
 #include "output_file.h"
 
 // Writes one, row by row. Throws FileError where a PGM file would have colours.

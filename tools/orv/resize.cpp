@@ -6,6 +6,7 @@
 #include <cstring>
 #include "commands.h"
 #include "endings.h"
+#include "options.h"
 #include "paths.h"
 #include "resizer.h"
 #include "timing.h"
@@ -107,8 +108,8 @@ Arguments parse(int argc, char** argv) {
       case 'a': a.antialias = true; break;
       case 'n': a.antialias = false; break;
       case 'S': a.reading.strict = true; break;
-      case 'q': a.jpeg.quality = int(optionNumber("--quality", optarg, 100)); break;
-      case 'r': a.repeat = int(optionNumber("--repeat", optarg, 1000000)); [[fallthrough]];
+      case 'q': a.jpeg.quality = optionQuality(optarg); break;
+      case 'r': a.repeat = optionRepeat(optarg); [[fallthrough]];
       case 't': a.time = true; break;
       default: refuseOption(c, argv);
     }

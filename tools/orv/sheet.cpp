@@ -8,6 +8,7 @@
 #include "commands.h"
 #include "endings.h"
 #include "label.h"
+#include "options.h"
 #include "paths.h"
 #include "resizer.h"
 

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include "commands.h"
 #include "endings.h"
+#include "options.h"
 #include "orv.h"
 #include "paths.h"
 #include "picture_file.h"

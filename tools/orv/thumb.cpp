@@ -11,6 +11,7 @@
 #include <set>
 #include "commands.h"
 #include "endings.h"
+#include "options.h"
 #include "paths.h"
 #include "progress.h"
 #include "resizer.h"
@@ -54,7 +55,7 @@ Arguments parse(int argc, char** argv) {
       case 'h': a.help = true; return a;
       case 'p': selectPath(optarg); break;
       case 's': a.size = int(optionNumber("--size", optarg, jpeg::kLargestSide)); break;
-      case 'q': a.jpeg.quality = int(optionNumber("--quality", optarg, 100)); break;
+      case 'q': a.jpeg.quality = optionQuality(optarg); break;
       case 'S': a.reading.strict = true; break;
       default: refuseOption(c, argv);
     }

@@ -14,7 +14,7 @@ void interleave(const uint8_t* r, const uint8_t* g, const uint8_t* b, int width,
 //   Cb = (-0.299 R - 0.587 G + 0.886 B) / 1.772 + 128
 //   Cr = (0.701 R - 0.587 G - 0.114 B) / 1.402 + 128
 // exact, then rounded to the nearest integer, halves up, and clamped to 255. A chroma sample that serves several pixels
-// is the mean of theirs, and is rounded only once. width is a multiple of kGroup; one byte behind the pixels is read.
+// is the mean of theirs, and is rounded only once. width is a multiple of kGroup; one byte after the pixels is read.
 constexpr int kGroup = 16;
 // How many columns are best converted at a time in many rows.
 constexpr int kTileWidth = 256;

@@ -1,8 +1,7 @@
-#include "jpeg_decoder.h"
-#include <emmintrin.h>
+#include "codec/decoder.h"
 #include <algorithm>
 #include <cstring>
-#include "colour.h"
+#include "codec/colour.h"
 
 namespace jpeg {
 
@@ -10,22 +9,6 @@ namespace {
 
 int divideUp(int a, int b) { return (a + b - 1) / b; }
 bool isRestart(int code) { return code >= kRst0 && code < kRst0 + 8; }
-
-// All coefficients but the 2x2 of lowest frequency are zero.
-bool inCorner(const Vel16s* block) {
-  const auto row = [block](int i) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(block) + i); };
-  __m128i rest = _mm_andnot_si128(_mm_setr_epi32(-1, 0, 0, 0), _mm_or_si128(row(0), row(1)));
-  for (int i = 2; i < 8; ++i) rest = _mm_or_si128(rest, row(i));
-  return _mm_movemask_epi8(_mm_cmpeq_epi8(rest, _mm_setzero_si128())) == 0xFFFF;
-}
-
-// The smaller transform gives the same samples.
-void transform(const Vel16s* block, Vel8u* samples, int step, const Vel16u* quant) {
-  if (inCorner(block))
-    orviDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(block, samples, step, quant);
-  else
-    orviDCTQuantInv8x8LS_JPEG_16s8u_C1R(block, samples, step, quant);
-}
 
 }  // namespace
 
@@ -72,7 +55,7 @@ void Decoder::startScan() {
   nextRestart_ = 0;
 }
 
-// Called where the next MCU lies behind a restart marker.
+// Called where the next MCU comes after a restart marker.
 void Decoder::nextInterval() {
   lost_ = !findRestart(nextRestart_);
   nextRestart_ = (nextRestart_ + 1) % 8;
@@ -84,7 +67,7 @@ void Decoder::nextInterval() {
 }
 
 // Whether next_ is the restart marker of this number; without damage it is. Otherwise next_ goes over what can be none of
-// the coming ones. Where the marker behind is the right one for the next interval, only this one's number is damaged.
+// the coming ones. Where the marker after it is the right one for the next interval, only this number is damaged.
 bool Decoder::findRestart(int number) {
   const auto following = [this] { return findMarker(next_.at + 2, reader_.limit()); };
   for (;; next_ = following()) {
@@ -145,8 +128,8 @@ void Decoder::transformMcu(int x, int y) {
     const Component& component = frame_.components[size_t(c.index)];
     Plane& plane = planes_[size_t(c.index)];
     const int column = x * (single ? 1 : component.h) + block.x, row = y * (single ? 1 : component.v) + block.y;
-    transform(coefficients, plane.samples.data() + size_t(row) * kSize * size_t(plane.step) + column * kSize,
-              plane.step, c.quant);
+    Vel8u* const samples = plane.samples.data() + size_t(row) * kSize * size_t(plane.step) + column * kSize;
+    orviDCTQuantInv8x8LS_JPEG_16s8u_C1R(coefficients, samples, plane.step, c.quant);
     coefficients += kSamples;
   }
 }
@@ -237,7 +220,8 @@ void Decoder::convert420(uint8_t* rgb, int step) {
     orvizkDCTQuantInv8x8LS_JPEG_16s8u_YUV420ToRGB_8u_P3C3R(coefficients_, samples, quant, rgb, step, {16, 16});
     return;
   }
-  for (int i = 0; i < 6; ++i) transform(coefficients_ + i * kSamples, samples + i * kSamples, kSize, quant[i]);
+  for (int i = 0; i < 6; ++i)
+    orviDCTQuantInv8x8LS_JPEG_16s8u_C1R(coefficients_ + i * kSamples, samples + i * kSamples, kSize, quant[i]);
   alignas(16) Vel16s centred[6 * kSamples];
   for (int i = 0; i < 6 * kSamples; ++i) centred[i] = Vel16s(samples[i] - 128);
   const Vel16s* const blocks[3] = {centred, centred + 4 * kSamples, centred + 5 * kSamples};

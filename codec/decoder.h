@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <vector>
-#include "jpeg_reader.h"
+#include "codec/reader.h"
 
 namespace jpeg {
 
@@ -35,7 +35,7 @@ class RowSink {
   virtual void done(int y, int count) = 0;
 };
 
-// All that is wrong with a file's headers comes as Error. A picture whose data are damaged loses what lies behind the
+// All that is wrong with a file's headers comes as Error. A picture whose data are damaged loses what follows the
 // damage, up to the next restart marker where it has them.
 class Decoder {
  public:
@@ -53,7 +53,7 @@ class Decoder {
  private:
   static constexpr int kSize = 8, kSamples = 64, kMaxBlocks = 10;
 
-  // The bits between two markers, one restart interval or a scan without any. They are copied, with bits of one behind
+  // The bits between two markers, one restart interval or a scan without any. They are copied, with bits of one after
   // them: no code is all ones, so a block that is cut off always runs into those, and shows that it did.
   class Interval {
    public:

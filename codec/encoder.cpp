@@ -1,10 +1,10 @@
-#include "jpeg_encoder.h"
+#include "codec/encoder.h"
 #include <algorithm>
 #include <cstring>
 #include <new>
 #include <numeric>
 #include <string>
-#include "jpeg_reader.h"
+#include "codec/reader.h"
 
 namespace jpeg {
 
@@ -26,7 +26,7 @@ constexpr Vel8u kQuant[2][64] = {{16, 11, 10, 16, 24,  40,  51,  61,  12, 12, 14
 constexpr Vel8u kDcBits[2][16] = {{0, 1, 5, 1, 1, 1, 1, 1, 1}, {0, 3, 1, 1, 1, 1, 1, 1, 1, 1, 1}};
 constexpr Vel8u kAcBits[2][16] = {{0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 125},
                                   {0, 2, 1, 2, 4, 4, 3, 4, 7, 5, 4, 4, 0, 1, 2, 119}};
-// Of the AC codes the symbols with less than 16 bits. Behind them come the others, in order.
+// Of the AC codes the symbols with less than 16 bits. The others follow, in order.
 constexpr Vel8u kLumaAc[] = {0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13,
                              0x51, 0x61, 0x07, 0x22, 0x71, 0x14, 0x32, 0x81, 0x91, 0xA1, 0x08, 0x23, 0x42,
                              0xB1, 0xC1, 0x15, 0x52, 0xD1, 0xF0, 0x24, 0x33, 0x62, 0x72, 0x82};
@@ -54,7 +54,7 @@ void setAc(int kind, Vel8u bits[16], Vel8u values[256]) {
 
 // ---- Measures
 
-// A block has at most 64 codes of 16 bits with 15 bits behind each, and a zero behind each byte; the block encoder
+// A block has at most 64 codes of 16 bits with 15 bits after each, and a zero after each byte; the block encoder
 // wants 8 bytes more.
 constexpr size_t kBlockRoom = 64 * (16 + 15) / 8 * 2 + 8;
 constexpr size_t kStreamSize = 1 << 16;

@@ -1,4 +1,4 @@
-#include "colour.h"
+#include "codec/colour.h"
 #include <emmintrin.h>
 #include <cmath>
 #include "orv.h"

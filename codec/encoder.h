@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <vector>
-#include "colour.h"
+#include "codec/colour.h"
 #include "orv.h"
 
 namespace jpeg {

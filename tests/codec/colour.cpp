@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <random>
 #include <vector>
-#include "colour.h"
+#include "codec/colour.h"
 #include "orv.h"
 
 TEST(Colour, EveryChromaPairGivesTheLibrarysPixel) {

@@ -48,7 +48,7 @@ struct ScanComponent {
 
 struct Scan {
   std::vector<ScanComponent> components;
-  const uint8_t* data;  // behind the header
+  const uint8_t* data;  // after the header
   int restartInterval;  // in MCUs, or 0
 };
 
@@ -60,7 +60,7 @@ class Reader {
   // Reads on to the next scan's data; false where the picture, or the data, ends instead. The tables that the scan
   // refers to are good until the next call.
   bool nextScan(Scan* scan);
-  // Goes on from behind a scan's data.
+  // Goes on after a scan's data.
   void resume(const uint8_t* at) { at_ = at; }
 
   const Frame& frame() const { return frame_; }

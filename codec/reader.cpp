@@ -1,4 +1,4 @@
-#include "jpeg_reader.h"
+#include "codec/reader.h"
 #include <algorithm>
 #include <cstring>
 
@@ -47,7 +47,7 @@ bool Frame::is420() const {
          std::all_of(components.begin() + 1, components.end(), [](const Component& c) { return c.h == 1 && c.v == 1; });
 }
 
-// A segment's bytes behind its length.
+// A segment's bytes after its length.
 class Reader::Segment {
  public:
   Segment(const uint8_t* at, const uint8_t* end) : at_(at), end_(end) {}
