@@ -84,7 +84,8 @@
 #endif
 #define ORV_BODY_C ORV_EXPORTED_BODY
 
-#define ORV_INLINE [[maybe_unused]] static inline __attribute__((always_inline))
+// A helper that is always inlined. It is defined in an anonymous namespace, or in a class there.
+#define ORV_INLINE inline __attribute__((always_inline, unused))
 
 // In front of a loop with a constant count: unroll it.
 #ifdef __clang__

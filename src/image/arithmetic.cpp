@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int kLanes = int(kWide / sizeof(float));
+constexpr int kLanes = int(kFloatsBytes / sizeof(float));
 
 // ---- Operations: d op s
 //
@@ -23,21 +23,21 @@ constexpr int kLanes = int(kWide / sizeof(float));
 // kNeutral leaves d as it is.
 struct Add {
   static constexpr float kNeutral = 0;
-  template <class V> ORV_INLINE V of(V d, V s) {
+  template <class V> static ORV_INLINE V of(V d, V s) {
     ORV_COMBINE("addps", d, s);
     return d;
   }
 };
 struct Sub {
   static constexpr float kNeutral = 0;
-  template <class V> ORV_INLINE V of(V d, V s) {
+  template <class V> static ORV_INLINE V of(V d, V s) {
     ORV_COMBINE("subps", d, s);
     return d;
   }
 };
 struct Mul {
   static constexpr float kNeutral = 1;
-  template <class V> ORV_INLINE V of(V d, V s) {
+  template <class V> static ORV_INLINE V of(V d, V s) {
     ORV_COMBINE("mulps", d, s);
     return d;
   }
@@ -47,15 +47,15 @@ struct Mul {
 
 template <int n> ORV_INLINE auto loadFloats(const void* p) {
   if constexpr (n == kLanes)
-    return loadWide(p);
+    return load<Floats>(p);
   else
-    return _mm_castsi128_ps(loadPart<4 * n>(p));
+    return asFloats(loadFirst<4 * n>(p));
 }
 template <int n, class V> ORV_INLINE void storeFloats(float* p, V v) {
   if constexpr (n == kLanes)
-    storeWide(p, v);
+    store(p, v);
   else
-    storePart<4 * n>(p, _mm_castps_si128(v));
+    storeFirst<4 * n>(p, asBits(v));
 }
 
 // ---- Second operands
@@ -75,7 +75,7 @@ struct Image {
 
   struct Block {
     const float* p;
-    Wide vector(int j) const { return loadWide(p + j * kLanes); }
+    Floats vector(int j) const { return load<Floats>(p + j * kLanes); }
     void next() { p += kBlock * kLanes; }
   };
   Block from(size_t i) const { return {row + i}; }
@@ -97,8 +97,8 @@ template <int kPeriod> struct Pattern {
   template <int n> auto at(size_t i) const { return loadFloats<n>(elements + i % kPeriod); }
 
   struct Block {
-    Wide v[kVectors];
-    Wide vector(int j) const { return v[j % kVectors]; }
+    Floats v[kVectors];
+    Floats vector(int j) const { return v[j % kVectors]; }
     void next() {}
   };
   Block from(size_t i) const {
@@ -115,14 +115,14 @@ template <class Op> struct ImageButAlpha {
   Image image;
   const Pattern<4>&colours, &neutral;  // all bits of three channels; the number in the fourth
 
-  static __m128 only(__m128 s, __m128 kept, __m128 other) {
-    s = _mm_and_ps(s, kept);
-    return Op::kNeutral == 0 ? s : _mm_or_ps(s, other);
+  static Floats4 only(Floats4 s, Floats4 kept, Floats4 other) {
+    s = bitAnd(s, kept);
+    return Op::kNeutral == 0 ? s : bitOr(s, other);
   }
 #if ORV_HAS_WIDE_FLOAT
-  static __m256 only(__m256 s, __m256 kept, __m256 other) {
-    s = andWide(s, kept);
-    return Op::kNeutral == 0 ? s : orWide(s, other);
+  static Floats only(Floats s, Floats kept, Floats other) {
+    s = bitAnd(s, kept);
+    return Op::kNeutral == 0 ? s : bitOr(s, other);
   }
 #endif
 
@@ -134,8 +134,8 @@ template <class Op> struct ImageButAlpha {
 
   struct Block {
     Image::Block image;
-    Wide colours, neutral;
-    Wide vector(int j) const { return only(image.vector(j), colours, neutral); }
+    Floats colours, neutral;
+    Floats vector(int j) const { return only(image.vector(j), colours, neutral); }
     void next() { image.next(); }
   };
   Block from(size_t i) const { return {image.from(i), colours.template at<kLanes>(i), neutral.template at<kLanes>(i)}; }
@@ -157,21 +157,21 @@ template <class Op, int n, class Operand> ORV_INLINE void ends(float* d, const O
 // A row of whole vectors, those between the ends at aligned places.
 template <class Op, class Operand> ORV_INLINE void vectors(float* d, const Operand& s, size_t len) {
   float* const end = d + (len - kLanes);
-  const Wide first = result<Op, kLanes>(d, s, 0), last = result<Op, kLanes>(d, s, len - kLanes);
+  const Floats first = result<Op, kLanes>(d, s, 0), last = result<Op, kLanes>(d, s, len - kLanes);
   const size_t head = kLanes - reinterpret_cast<uintptr_t>(d) / sizeof *d % kLanes;
   auto loop = s.from(head);
   float* p = d + head;
   constexpr int kBlock = Operand::kBlock;
   for (; p + (kBlock - 1) * kLanes < end; p += kBlock * kLanes) {
     ORV_UNROLL
-    for (int j = 0; j < kBlock; ++j) storeWide(p + j * kLanes, Op::of(loadWide(p + j * kLanes), loop.vector(j)));
+    for (int j = 0; j < kBlock; ++j) store(p + j * kLanes, Op::of(load<Floats>(p + j * kLanes), loop.vector(j)));
     loop.next();
   }
   ORV_UNROLL
   for (int j = 0; j < kBlock - 1; ++j)
-    if (p + j * kLanes < end) storeWide(p + j * kLanes, Op::of(loadWide(p + j * kLanes), loop.vector(j)));
-  storeWide(d, first);
-  storeWide(end, last);
+    if (p + j * kLanes < end) store(p + j * kLanes, Op::of(load<Floats>(p + j * kLanes), loop.vector(j)));
+  store(d, first);
+  store(end, last);
 }
 
 template <class Op, class Operand> ORV_INLINE void row(float* d, const Operand& s, size_t len) {

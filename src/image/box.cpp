@@ -6,36 +6,37 @@
 // column; then come the running sums along these vectors, and what they give is turned back: all of it for a chunk of
 // columns that stays in the first-level cache, then for the next. The channels of four-channel pixels run side by side
 // already, and so do the four rows of a band of them: nothing is turned.
+#include "core/cache.h"
 #include "core/simd.h"
 #include "image/checks.h"
 #include "signal/memory.h"
 
 namespace {
 
-constexpr int kLanes = int(kWide / sizeof(float));
+constexpr int kLanes = int(kFloatsBytes / sizeof(float));
 
 // ---- Vectors
 
 // loadSome: the first n floats, nothing behind them is touched. four: lanes 4 i to 4 i + 3.
 #if ORV_HAS_WIDE_FLOAT
-ORV_INLINE Wide loadSome(const float* p, int n) {
-  const Wide places = _mm256_setr_ps(0, 1, 2, 3, 4, 5, 6, 7);
-  return _mm256_maskload_ps(p, _mm256_castps_si256(_mm256_cmp_ps(places, allWide(float(n)), _CMP_LT_OQ)));
+ORV_INLINE Floats loadSome(const float* p, int n) {
+  const Floats places = _mm256_setr_ps(0, 1, 2, 3, 4, 5, 6, 7);
+  return _mm256_maskload_ps(p, asBits(_mm256_cmp_ps(places, allFloats(float(n)), _CMP_LT_OQ)));
 }
-ORV_INLINE __m128 four(Wide v, int i) { return i == 0 ? _mm256_castps256_ps128(v) : _mm256_extractf128_ps(v, 1); }
+ORV_INLINE Floats4 four(Floats v, int i) { return i == 0 ? lowHalf(v) : highHalf(v); }
 #define ORV_WIDE(name) _mm256_##name
 #else
-ORV_INLINE Wide loadSome(const float* p, int n) {
+ORV_INLINE Floats loadSome(const float* p, int n) {
   if (n == 1) return _mm_load_ss(p);
-  const Wide two = _mm_castsi128_ps(loadLow(p));
+  const Floats two = asFloats(loadLow(p));
   return n == 2 ? two : _mm_movelh_ps(two, _mm_load_ss(p + 2));
 }
-ORV_INLINE __m128 four(Wide v, int) { return v; }
+ORV_INLINE Floats4 four(Floats v, int) { return v; }
 #define ORV_WIDE(name) _mm_##name
 #endif
-ORV_INLINE void storeSome(float* p, __m128 v, int n) {
+ORV_INLINE void storeSome(float* p, Floats4 v, int n) {
   if (n == 1) return _mm_store_ss(p, v);
-  storeLow(p, _mm_castps_si128(v));
+  storeLow(p, asBits(v));
   if (n == 3) _mm_store_ss(p + 2, _mm_movehl_ps(v, v));
 }
 
@@ -43,7 +44,7 @@ ORV_INLINE void storeSome(float* p, __m128 v, int n) {
 #if ORV_HAS_WIDE_FLOAT
 using InWindow = __m256_u;
 #else
-using InWindow = __m128;
+using InWindow = Floats4;
 #endif
 ORV_INLINE const InWindow& inWindow(const float* p) { return *reinterpret_cast<const InWindow*>(p); }
 
@@ -54,29 +55,29 @@ ORV_INLINE const InWindow& inWindow(const float* p) { return *reinterpret_cast<c
 #else
 #define ORV_ADD(sum, where, x) __asm__("addps %1, %0" : "+x"(sum) : where(x))
 #endif
-ORV_INLINE Wide added(Wide sum, Wide x) {
+ORV_INLINE Floats added(Floats sum, Floats x) {
   ORV_ADD(sum, "x", x);
   return sum;
 }
-ORV_INLINE Wide addedInWindow(Wide sum, const float* p) {
+ORV_INLINE Floats addedInWindow(Floats sum, const float* p) {
   ORV_ADD(sum, "m", inWindow(p));
   return sum;
 }
 
 // Four vectors: matrices of four by four.
 struct Tile {
-  Wide v[4];
+  Floats v[4];
 };
 ORV_INLINE Tile turned(const Tile& t) {
-  const Wide a = ORV_WIDE(unpacklo_ps)(t.v[0], t.v[1]), b = ORV_WIDE(unpacklo_ps)(t.v[2], t.v[3]);
-  const Wide c = ORV_WIDE(unpackhi_ps)(t.v[0], t.v[1]), d = ORV_WIDE(unpackhi_ps)(t.v[2], t.v[3]);
+  const Floats a = ORV_WIDE(unpacklo_ps)(t.v[0], t.v[1]), b = ORV_WIDE(unpacklo_ps)(t.v[2], t.v[3]);
+  const Floats c = ORV_WIDE(unpackhi_ps)(t.v[0], t.v[1]), d = ORV_WIDE(unpackhi_ps)(t.v[2], t.v[3]);
   return {{ORV_WIDE(shuffle_ps)(a, b, 0x44), ORV_WIDE(shuffle_ps)(a, b, 0xEE), ORV_WIDE(shuffle_ps)(c, d, 0x44),
            ORV_WIDE(shuffle_ps)(c, d, 0xEE)}};
 }
 
-// Calls work(x, load) for each vector of the columns from x to `end`; load(p) loads what there is of it.
+// Calls work(x, loadAt) for each vector of the columns from x to `end`; loadAt(p) loads what there is of it.
 template <class Work> ORV_INLINE void eachVector(int x, int end, const Work& work) {
-  for (; x + kLanes <= end; x += kLanes) work(x, [](const float* p) { return loadWide(p); });
+  for (; x + kLanes <= end; x += kLanes) work(x, [](const float* p) { return load<Floats>(p); });
   if (x < end) work(x, [=](const float* p) { return loadSome(p, end - x); });
 }
 
@@ -87,16 +88,16 @@ template <int kChannels_, int kRows_> struct Interleaved {
   static constexpr int kChannels = kChannels_, kRows = kRows_, kStep = kChannels == 3 ? 12 : 4;
   static constexpr bool kTurned = kChannels != 4;
   // The first n floats, when there are no more.
-  ORV_INLINE void put(float* to, __m128 v, int n) { n < 4 ? storeSome(to, v, n) : _mm_storeu_ps(to, v); }
+  static ORV_INLINE void put(float* to, Floats4 v, int n) { n < 4 ? storeSome(to, v, n) : store(to, v); }
 };
 struct C4 : Interleaved<4, 4> {};
 struct AC4 : C4 {
-  ORV_INLINE void put(float* to, __m128 v, int) {
-    const __m128 alpha = _mm_loadu_ps(to);
+  static ORV_INLINE void put(float* to, Floats4 v, int) {
+    const Floats4 alpha = load<Floats4>(to);
 #if ORV_HAS_BLEND
-    _mm_storeu_ps(to, _mm_blend_ps(v, alpha, 8));
+    store(to, _mm_blend_ps(v, alpha, 8));
 #else
-    _mm_storeu_ps(to, _mm_shuffle_ps(v, _mm_unpackhi_ps(v, alpha), 0xC4));
+    store(to, _mm_shuffle_ps(v, _mm_unpackhi_ps(v, alpha), 0xC4));
 #endif
   }
 };
@@ -122,11 +123,11 @@ constexpr int kSlack = 12;  // columns of the window that the last vector or ste
 
 // The column sums of the first row, added from the top down.
 ORV_INLINE void sumColumns(const Filter& f) {
-  eachVector(0, f.columns, [&](int x, auto load) { storeWide(f.sums + x, load(f.frame + x)); });
+  eachVector(0, f.columns, [&](int x, auto loadAt) { store(f.sums + x, loadAt(f.frame + x)); });
   for (int y = 1; y < f.mask.height; ++y) {
     const Vel32f* const row = rowOf(f.frame, f.srcStep, y);
     eachVector(0, f.columns,
-               [&](int x, auto load) { storeWide(f.sums + x, added(loadWide(f.sums + x), load(row + x))); });
+               [&](int x, auto loadAt) { store(f.sums + x, added(load<Floats>(f.sums + x), loadAt(row + x))); });
   }
 }
 
@@ -138,20 +139,20 @@ template <class Layout> ORV_INLINE void loadColumns(const Filter& f, int y, int 
   const Vel32f* const comes = rowOf(leaves, f.srcStep, f.mask.height);
   const int step = f.srcStep;
   float* const sums = f.sums;
-  eachVector(start, end, [&](int x, auto load) {
+  eachVector(start, end, [&](int x, auto loadAt) {
     const Vel32f *in = comes + x, *out = leaves + x;
     Tile t;
-    Wide sum = loadWide(sums + x);
+    Floats sum = load<Floats>(sums + x);
     ORV_UNROLL
     for (int r = 0; r < 4; ++r) {
       t.v[r] = sum;
       if (r >= moves) continue;
-      sum = subWide(added(sum, load(in)), load(out));
+      sum = added(sum, loadAt(in)) - loadAt(out);
       prefetch(in, kChunk * ptrdiff_t(sizeof *in));
       in = rowOf(in, step, 1);
       out = rowOf(out, step, 1);
     }
-    storeWide(sums + x, sum);
+    store(sums + x, sum);
     if (Layout::kTurned) t = turned(t);
     ORV_UNROLL
     for (int k = 0; k < kLanes; ++k) _mm_store_ps(to + k * Layout::kRows, four(t.v[k & 3], k >> 2));
@@ -162,7 +163,7 @@ template <class Layout> ORV_INLINE void loadColumns(const Filter& f, int y, int 
 // The running sums of a band, as many vectors as the columns of a pixel fill.
 template <class Layout> struct Sums {
   static constexpr int kVectors = Layout::kChannels * Layout::kRows / kLanes;
-  Wide v[kVectors];
+  Floats v[kVectors];
 };
 
 // Of the first columns, from left to right.
@@ -170,7 +171,7 @@ template <class Layout> ORV_INLINE Sums<Layout> sumFirst(const float* at, int co
   Sums<Layout> s;
   memcpy(s.v, at, sizeof s.v);
   for (int x = Layout::kChannels; x < columns; x += Layout::kChannels)
-    for (int i = 0; i < s.kVectors; ++i) s.v[i] = added(s.v[i], loadWide(at + x * Layout::kRows + i * kLanes));
+    for (int i = 0; i < s.kVectors; ++i) s.v[i] = added(s.v[i], load<Floats>(at + x * Layout::kRows + i * kLanes));
   return s;
 }
 
@@ -178,7 +179,7 @@ template <class Layout> ORV_INLINE Sums<Layout> sumFirst(const float* at, int co
 struct Run {
   const float* at;
   ptrdiff_t lag;
-  Wide norm;
+  Floats norm;
 };
 struct Target {
   Vel32f* dst;
@@ -186,11 +187,11 @@ struct Target {
 };
 
 // What vector i of a step gives; then its columns leave and others come in.
-template <class Layout> ORV_INLINE Wide move(Sums<Layout>& s, int i, const Run& run) {
-  Wide& sum = s.v[i % s.kVectors];
+template <class Layout> ORV_INLINE Floats move(Sums<Layout>& s, int i, const Run& run) {
+  Floats& sum = s.v[i % s.kVectors];
   const float* const leaves = run.at + i * kLanes;
-  const Wide mean = mulWide(run.norm, sum);
-  sum = subWide(addedInWindow(sum, leaves + run.lag), inWindow(leaves));
+  const Floats mean = run.norm * sum;
+  sum = addedInWindow(sum, leaves + run.lag) - inWindow(leaves);
   return mean;
 }
 
@@ -221,7 +222,7 @@ template <class Layout> ORV_INLINE void stepPixel(Sums<Layout>& s, const Run& ru
   Vel32f* row = target.dst;
   ORV_UNROLL
   for (int i = 0; i < s.kVectors; ++i) {
-    const Wide mean = move(s, i, run);
+    const Floats mean = move(s, i, run);
     ORV_UNROLL
     for (int r = 0; r < kLanes / 4; ++r) {
       if (i * kLanes / 4 + r < target.rows) Layout::put(row, four(mean, r), 4);
@@ -250,7 +251,7 @@ template <class Layout> void filterBand(const Filter& f, int y) {
   const int left = f.height - y, rows = left < kRows ? left : kRows;
   const int all = f.width * Layout::kChannels, lag = f.mask.width * Layout::kChannels;
   int first = 0, loaded = 0;  // the first column in the window, and that behind the last
-  const auto load = [&](int end) {
+  const auto loadUpTo = [&](int end) {
     const int whole = (end + kLanes - 1) & -kLanes;  // so that a row has one vector at most that is not
     end = whole < f.columns ? whole : f.columns;
     for (int r = 0; r < rows; r += 4) {
@@ -262,7 +263,7 @@ template <class Layout> void filterBand(const Filter& f, int y) {
     }
     loaded = end;
   };
-  load(lag);
+  loadUpTo(lag);
   Sums<Layout> sums = sumFirst<Layout>(f.window, lag);
   for (int x = 0; x < all; x += kChunk) {
     const int n = all - x < kChunk ? all - x : kChunk;
@@ -270,8 +271,8 @@ template <class Layout> void filterBand(const Filter& f, int y) {
       memmove(f.window, f.window + (x - first) * kRows, size_t((loaded - x) * kRows) * sizeof(float));
       first = x;
     }
-    load(x + n + lag);
-    const Run run{f.window + (x - first) * kRows, lag * kRows, allWide(f.norm)};
+    loadUpTo(x + n + lag);
+    const Run run{f.window + (x - first) * kRows, lag * kRows, allFloats(f.norm)};
     Vel32f* const dst = rowOf(f.dst, f.dstStep, y) + x;
     if (rows == kRows)
       runSums(sums, run, {dst, f.dstStep, kRows}, n);
@@ -343,8 +344,8 @@ template <class Layout, class Last = Layout> ORV_INLINE VelStatus filter(const V
 
 // ---- Four channels under a mask of 3 by 3: sums along rows, then of three rows
 
-template <class Load> ORV_INLINE Wide sumOfThree(const Load& load, const Vel32f* p) {
-  return added(added(load(p), load(p + 4)), load(p + 8));
+template <class Load> ORV_INLINE Floats sumOfThree(const Load& loadAt, const Vel32f* p) {
+  return added(added(loadAt(p), loadAt(p + 4)), loadAt(p + 8));
 }
 
 ORV_INLINE VelStatus filter3x3(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize size,
@@ -357,21 +358,21 @@ ORV_INLINE VelStatus filter3x3(const Vel32f* pSrc, int srcStep, Vel32f* pDst, in
   const int n = 4 * size.width;
   const Vel32f* src = frameOf(pSrc, srcStep, anchor, 4);
   float *older = scratch, *newer = scratch + int(row);  // the two rows above
-  eachVector(0, n, [&](int x, auto load) {
-    storeWide(older + x, sumOfThree(load, src + x));
-    storeWide(newer + x, sumOfThree(load, rowOf(src, srcStep, 1) + x));
+  eachVector(0, n, [&](int x, auto loadAt) {
+    store(older + x, sumOfThree(loadAt, src + x));
+    store(newer + x, sumOfThree(loadAt, rowOf(src, srcStep, 1) + x));
   });
   src = rowOf(src, srcStep, 2);
-  const Wide ninth = allWide(1.0f / 9);
+  const Floats ninth = allFloats(1.0f / 9);
   for (int y = 0; y < size.height; ++y) {
-    eachVector(0, n, [&](int x, auto load) {
-      const Wide newest = sumOfThree(load, src + x);
-      const Wide mean = mulWide(added(added(loadWide(older + x), loadWide(newer + x)), newest), ninth);
-      storeWide(older + x, newest);
+    eachVector(0, n, [&](int x, auto loadAt) {
+      const Floats newest = sumOfThree(loadAt, src + x);
+      const Floats mean = added(added(load<Floats>(older + x), load<Floats>(newer + x)), newest) * ninth;
+      store(older + x, newest);
       if (x + kLanes <= n)
-        storeWide(pDst + x, mean);
+        store(pDst + x, mean);
       else
-        _mm_storeu_ps(pDst + x, four(mean, 0));
+        store(pDst + x, four(mean, 0));
     });
     float* const newest = older;
     older = newer;

@@ -19,7 +19,7 @@ ORV_INLINE VelStatus copy(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstSt
   ORV_CHECK(checkSize(size));
   size_t row = size_t(size.width) * kChannels;
   int rows = size.height;
-  const bool streams = double(row) * rows > kMovedPastCaches;
+  const bool streams = double(row) * rows > kCopiedPastCaches;
   if (srcStep == dstStep && size_t(srcStep) == row) {
     row *= size_t(rows);
     rows = 1;
@@ -55,19 +55,19 @@ void extendRows(Side left, Side right, int step, int rows) {
     }
   };
   if (are(16, 16))
-    each([](Vec v, Vel8u* dst, size_t) { store(dst, v); });
+    each([](Lane v, Vel8u* dst, size_t) { store(dst, v); });
   else if (are(16, 32))
-    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<16>(Repeated{v}, dst, width); });
+    each([](Lane v, Vel8u* dst, size_t width) { fillByTwo<16>(Repeated{v}, dst, width); });
   else if (are(8, 16))
-    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<8>(Repeated{v}, dst, width); });
+    each([](Lane v, Vel8u* dst, size_t width) { fillByTwo<8>(Repeated{v}, dst, width); });
   else if (are(4, 8))
-    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<4>(Repeated{v}, dst, width); });
+    each([](Lane v, Vel8u* dst, size_t width) { fillByTwo<4>(Repeated{v}, dst, width); });
   else if (are(2, 4))
-    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<2>(Repeated{v}, dst, width); });
+    each([](Lane v, Vel8u* dst, size_t width) { fillByTwo<2>(Repeated{v}, dst, width); });
   else if (are(1, 2))
-    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<1>(Repeated{v}, dst, width); });
+    each([](Lane v, Vel8u* dst, size_t width) { fillByTwo<1>(Repeated{v}, dst, width); });
   else
-    each([](Vec v, Vel8u* dst, size_t width) { fillHere(Repeated{v}, dst, width); });
+    each([](Lane v, Vel8u* dst, size_t width) { fillHere(Repeated{v}, dst, width); });
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 // per call, whatever the order is. Pixels are swapped in blocks of as many as have 16 bytes in each channel. The last block
 // of a row overlaps the one before it, but not in place, where no pixel may be swapped twice: there, and in short rows,
 // what is left is swapped one by one.
+#include "core/cache.h"
 #include "core/simd.h"
 #include "image/checks.h"
 
@@ -40,7 +41,7 @@ template <class F> ORV_INLINE void swapOne(const Selection& s, const Vel8u* src,
   }
 }
 
-template <bool kStreams> ORV_INLINE void putVec(Vel8u* dst, Vec v) {
+template <bool kStreams> ORV_INLINE void putVec(Vel8u* dst, Lane v) {
   if (kStreams)
     stream(dst, v);
   else
@@ -49,25 +50,24 @@ template <bool kStreams> ORV_INLINE void putVec(Vel8u* dst, Vec v) {
 
 // What four channels become that are not selected from the source.
 template <class F> struct Rest {
-  Vec kept, value;
+  Lane kept, value;
   // codes: for each byte of the destination kKept, kValue, or something else.
-  Rest(const Selection& s, Vec codes)
-      : kept(_mm_cmpeq_epi8(codes, all8(kKept))),
-        value(_mm_and_si128(_mm_cmpeq_epi8(codes, all8(kValue)), all8(s.value))) {}
-  Vec withValue(Vec selected) const { return F::kFrom == 3 ? _mm_or_si128(selected, value) : selected; }
+  Rest(const Selection& s, Lane codes)
+      : kept(equal8(codes, all8(kKept))), value((equal8(codes, all8(kValue)) & all8(s.value))) {}
+  Lane withValue(Lane selected) const { return F::kFrom == 3 ? (selected | value) : selected; }
   // Stores what is selected with the rest; putTwo does it for two vectors, and touches what is kept of both at once.
-  template <bool kStreams> void put(Vel8u* dst, Vec selected) const {
+  template <bool kStreams> void put(Vel8u* dst, Lane selected) const {
     selected = withValue(selected);
     if (F::kKeeps)
-      store(dst, _mm_or_si128(selected, _mm_and_si128(load(dst), kept)));
+      store(dst, (selected | (load(dst) & kept)));
     else
       putVec<kStreams>(dst, selected);
   }
-  template <bool kStreams> void putTwo(Vel8u* dst, Vec a, Vec b) const {
+  template <bool kStreams> void putTwo(Vel8u* dst, Lane a, Lane b) const {
 #if ORV_HAS_WIDE_FLOAT
     if (F::kKeeps) {
-      const Wide selected = _mm256_castsi256_ps(_mm256_set_m128i(withValue(b), withValue(a)));
-      return storeWide(dst, orWide(selected, andWide(loadWide(dst), repeatWide(kept))));
+      const Floats selected = asFloats(_mm256_set_m128i(withValue(b), withValue(a)));
+      return store(dst, bitOr(selected, bitAnd(load<Floats>(dst), repeatLane(kept))));
     }
 #endif
     put<kStreams>(dst, a);
@@ -96,28 +96,28 @@ template <class F> class Blocks {
   }
 
  private:
-  Blocks(const Selection& s, Vec codes)
+  Blocks(const Selection& s, Lane codes)
       : rest_(s, codes),
-        early_(F::kTo == 3 ? _mm_shuffle_epi32(codes, 0x90) : codes),
-        late_(F::kTo == 3 ? _mm_shuffle_epi32(codes, 0xA4) : codes),
-        last_(_mm_add_epi8(late_, all8(16 - F::kFromGroup))) {}
+        early_(F::kTo == 3 ? shuffle32<0, 0, 1, 2>(codes) : codes),
+        late_(F::kTo == 3 ? shuffle32<0, 1, 2, 2>(codes) : codes),
+        last_(add8(late_, all8(16 - F::kFromGroup))) {}
   template <bool kStreams> __attribute__((always_inline)) void block(const Vel8u* src, Vel8u* dst) const {
     if constexpr (F::kTo == 3) {
-      const Vec a = group(src, 0), b = group(src, 1), c = group(src, 2), d = group(src, 3);
-      putVec<kStreams>(dst, _mm_alignr_epi8(b, a, 4));
-      putVec<kStreams>(dst + 16, _mm_alignr_epi8(c, b, 8));
-      putVec<kStreams>(dst + 32, _mm_alignr_epi8(d, c, 12));
+      const Lane a = group(src, 0), b = group(src, 1), c = group(src, 2), d = group(src, 3);
+      putVec<kStreams>(dst, align8<4>(a, b));
+      putVec<kStreams>(dst + 16, align8<8>(b, c));
+      putVec<kStreams>(dst + 32, align8<12>(c, d));
     } else {
       ORV_UNROLL
       for (int i = 0; i < 4; i += 2) rest_.template putTwo<kStreams>(dst + 16 * i, group(src, i), group(src, i + 1));
     }
   }
   // The i-th of a block. Of three channels, the last one stands at the end of its vector.
-  Vec group(const Vel8u* src, int i) const {
-    const Vec mask = i == 3 ? last_ : i == 2 ? late_ : early_;
-    return _mm_shuffle_epi8(load(src + i * F::kFromGroup - (i == 3 ? 16 - F::kFromGroup : 0)), mask);
+  Lane group(const Vel8u* src, int i) const {
+    const Lane mask = i == 3 ? last_ : i == 2 ? late_ : early_;
+    return shuffle8(load(src + i * F::kFromGroup - (i == 3 ? 16 - F::kFromGroup : 0)), mask);
   }
-  static Vec codes(const Selection& s) {
+  static Lane codes(const Selection& s) {
     Vel8u code[16] = {};
     for (int i = 0; i < F::kToGroup; ++i) {
       const int pixel = i / F::kToPixel, channel = s.channel[i / F::kBytes % F::kTo];
@@ -127,24 +127,26 @@ template <class F> class Blocks {
   }
 
   Rest<F> rest_;
-  Vec early_, late_, last_;
+  Lane early_, late_, last_;
 };
 
 #else
 
 // Channels of four bytes in an order that takes each of three once: an instruction for a pixel. Of a vector that holds a
 // pixel and what follows it:
-template <int kOrder> ORV_INLINE Vec reordered(const Vel8u* src) { return _mm_shuffle_epi32(load(src), kOrder | 0xC0); }
-ORV_INLINE void storeThree(Vel8u* dst, Vec v) {
+template <int kOrder> ORV_INLINE Lane reordered(const Vel8u* src) {
+  return _mm_shuffle_epi32(load(src), kOrder | 0xC0);
+}
+ORV_INLINE void storeThree(Vel8u* dst, Lane v) {
   storeLow(dst, v);
-  storeAs<Vel32u>(dst + 8, _mm_unpackhi_epi64(v, v));
+  storeFirst<4>(dst + 8, interleaveHigh64(v, v));
 }
 // Four pixels or a multiple of them, so many in a turn: a loop within one line of the instruction cache may store only once
 // in a cycle. A pixel is loaded before a store reaches into it, in place.
 template <int kOrder> ORV_INLINE void reorder3(const Vel8u* src, Vel8u* dst, size_t pixels) {
-  Vec v = reordered<kOrder>(src);
+  Lane v = reordered<kOrder>(src);
   const auto step = [&v](const Vel8u* from, Vel8u* to) __attribute__((always_inline)) {
-    const Vec next = reordered<kOrder>(from + 12);
+    const Lane next = reordered<kOrder>(from + 12);
     store(to, v);
     v = next;
   };
@@ -187,14 +189,14 @@ template <class F> bool reorder(Vel32u order, const Vel8u* src, Vel8u* dst, size
 
 // Four channels: channel c becomes channel c ^ x, so pixels are taken with their channels exchanged in each of these four
 // ways, and masked. kPairs: x is 0 or 2 for all.
-template <int kBytes, int x> ORV_INLINE Vec exchanged(Vec v) {
+template <int kBytes, int x> ORV_INLINE Lane exchanged(Lane v) {
   if (x == 0) return v;
   if (kBytes == 1) {
-    if (x >= 2) v = _mm_shufflehi_epi16(_mm_shufflelo_epi16(v, 0xB1), 0xB1);
-    return x & 1 ? _mm_or_si128(_mm_slli_epi16(v, 8), _mm_srli_epi16(v, 8)) : v;
+    if (x >= 2) v = shuffleHalves16<1, 0, 3, 2>(v);
+    return x & 1 ? (shiftLeft16(v, 8) | shiftRightU16(v, 8)) : v;
   }
   if (kBytes == 4) return _mm_shuffle_epi32(v, x == 1 ? 0xB1 : x == 2 ? 0x4E : 0x1B);
-  if (x == 2) return _mm_shuffle_epi32(v, 0xB1);
+  if (x == 2) return shuffle32<1, 0, 3, 2>(v);
   constexpr int kWords = x == 1 ? 0xB1 : 0x1B;
   return _mm_shufflehi_epi16(_mm_shufflelo_epi16(v, kWords), kWords);
 }
@@ -203,20 +205,20 @@ template <class F> class Exchange {
  public:
   explicit Exchange(const Selection& s) : Exchange(s, codes(s)) {}
   // The channels that nothing from the source becomes are zero.
-  template <bool kPairs> Vec swapped(Vec v) const {
-    Vec sum = _mm_or_si128(_mm_and_si128(v, where_[0]), _mm_and_si128(exchanged<F::kBytes, 2>(v), where_[2]));
+  template <bool kPairs> Lane swapped(Lane v) const {
+    Lane sum = (v & where_[0]) | _mm_and_si128(exchanged<F::kBytes, 2>(v), where_[2]);
     if (kPairs) return sum;
-    sum = _mm_or_si128(sum, _mm_and_si128(exchanged<F::kBytes, 1>(v), where_[1]));
-    return _mm_or_si128(sum, _mm_and_si128(exchanged<F::kBytes, 3>(v), where_[3]));
+    sum = sum | _mm_and_si128(exchanged<F::kBytes, 1>(v), where_[1]);
+    return sum | _mm_and_si128(exchanged<F::kBytes, 3>(v), where_[3]);
   }
   const Rest<F>& rest() const { return rest_; }
-  bool pairs() const { return allZero(_mm_or_si128(where_[1], where_[3])); }
+  bool pairs() const { return allZero((where_[1] | where_[3])); }
 
  private:
-  Exchange(const Selection& s, Vec codes) : rest_(s, codes) {
-    for (int x = 0; x < 4; ++x) where_[x] = _mm_cmpeq_epi8(codes, all8(x));
+  Exchange(const Selection& s, Lane codes) : rest_(s, codes) {
+    for (int x = 0; x < 4; ++x) where_[x] = equal8(codes, all8(x));
   }
-  static Vec codes(const Selection& s) {
+  static Lane codes(const Selection& s) {
     Vel8u code[16];
     for (int i = 0; i < 16; ++i) {
       const int c = i / F::kBytes % 4;
@@ -225,7 +227,7 @@ template <class F> class Exchange {
     return load(code);
   }
 
-  Vec where_[4];
+  Lane where_[4];
   Rest<F> rest_;
 };
 
@@ -250,12 +252,12 @@ template <class F> class Blocks {
     const Exchange<F> exchange = exchange_;  // which the stores cannot reach
     for (; count; --count, src += 4 * F::kFromGroup, dst += 4 * F::kToGroup) {
       if constexpr (F::kTo == 3) {
-        Vec g[4];
+        Lane g[4];
         ORV_UNROLL
         for (int i = 0; i < 4; ++i) g[i] = joined(exchange.template swapped<kPairs>(four<F::kFrom>(src, i)));
-        store(dst, _mm_or_si128(_mm_srli_si128(g[0], 2), _mm_slli_si128(g[1], 10)));
-        store(dst + 16, _mm_or_si128(_mm_srli_si128(g[1], 6), _mm_slli_si128(g[2], 6)));
-        store(dst + 32, _mm_or_si128(_mm_srli_si128(g[2], 10), _mm_slli_si128(g[3], 2)));
+        store(dst, (shiftBytesDown<2>(g[0]) | shiftBytesUp<10>(g[1])));
+        store(dst + 16, (shiftBytesDown<6>(g[1]) | shiftBytesUp<6>(g[2])));
+        store(dst + 32, (shiftBytesDown<10>(g[2]) | shiftBytesUp<2>(g[3])));
       } else {
         ORV_UNROLL
         for (int i = 0; i < 4; ++i)
@@ -265,23 +267,22 @@ template <class F> class Blocks {
   }
   // The i-th group of a block in four channels. Pixels of three bytes get a fourth, whichever lies behind them; those of
   // the last group are loaded with one in front and shifted, so that nothing behind the block is read.
-  template <int kFrom> static Vec four(const Vel8u* src, int i) {
+  template <int kFrom> static Lane four(const Vel8u* src, int i) {
     if (kFrom == 4) return load(src + 16 * i);
     if (i < 3) return dwords<0x88>(src + 12 * i, src + 12 * i + 3, src + 12 * i + 6, src + 12 * i + 9);
-    return _mm_srli_epi32(dwords<0xD8>(src + 35, src + 38, src + 37, src + 40), 8);
+    return shiftRightU32(dwords<0xD8>(src + 35, src + 38, src + 37, src + 40), 8);
   }
   // Two each from eight bytes at a and b, and from eight bytes at c and d.
-  template <int kWhich> static Vec dwords(const Vel8u* a, const Vel8u* b, const Vel8u* c, const Vel8u* d) {
-    return _mm_castps_si128(
-        _mm_shuffle_ps(_mm_castsi128_ps(loadHalves(a, b)), _mm_castsi128_ps(loadHalves(c, d)), kWhich));
+  template <int kWhich> static Lane dwords(const Vel8u* a, const Vel8u* b, const Vel8u* c, const Vel8u* d) {
+    return asBits(_mm_shuffle_ps(asFloats(loadHalves(a, b)), asFloats(loadHalves(c, d)), kWhich));
   }
   // Of pixels with a fourth channel of zeros the other three: twelve bytes, with two zeros on either side.
-  static Vec joined(Vec v) {
-    const Vec twos = _mm_or_si128(_mm_and_si128(v, evenDwords()), _mm_srli_epi64(_mm_and_si128(v, oddDwords()), 8));
-    return _mm_shufflelo_epi16(twos, 0x93);
+  static Lane joined(Lane v) {
+    const Lane twos = (v & evenDwords()) | shiftRightU64((v & oddDwords()), 8);
+    return shuffleLow16<3, 0, 1, 2>(twos);
   }
-  static Vec evenDwords() { return _mm_set_epi32(0, -1, 0, -1); }
-  static Vec oddDwords() { return _mm_set_epi32(-1, 0, -1, 0); }
+  static Lane evenDwords() { return _mm_set_epi32(0, -1, 0, -1); }
+  static Lane oddDwords() { return _mm_set_epi32(-1, 0, -1, 0); }
 
   Exchange<F> exchange_;
   bool pairs_;
@@ -308,9 +309,9 @@ template <int kBytes> class Blocks<Form<3, 3, kBytes, false>> {
     if (!count) return;
     if (!kStreams && reorder<Form<3, 3, kBytes, false>>(order_, src, dst, count * (16 / kBytes))) return;
     const Blocks masks = *this;  // which the stores cannot reach
-    Vec a = masks.swapped<0>(src);
+    Lane a = masks.swapped<0>(src);
     for (;;) {
-      const Vec b = masks.swapped<1>(src + 16), c = masks.swapped<2>(src + 32);
+      const Lane b = masks.swapped<1>(src + 16), c = masks.swapped<2>(src + 32);
       putVec<kStreams>(dst, a);
       putVec<kStreams>(dst + 16, b);
       src += 48;
@@ -323,15 +324,13 @@ template <int kBytes> class Blocks<Form<3, 3, kBytes, false>> {
 
  private:
   // Of the n-th vector of a block.
-  template <int n> Vec swapped(const Vel8u* src) const {
-    const auto part = [&](int c) {
-      return _mm_and_si128(load(src + way_[c]), third_[(c + n * (kBytes == 2 ? 1 : 2)) % 3]);
-    };
-    return _mm_or_si128(_mm_or_si128(part(0), part(1)), part(2));
+  template <int n> Lane swapped(const Vel8u* src) const {
+    const auto part = [&](int c) { return load(src + way_[c]) & third_[(c + n * (kBytes == 2 ? 1 : 2)) % 3]; };
+    return (part(0) | part(1)) | part(2);
   }
 
   ptrdiff_t way_[3];
-  Vec third_[3];
+  Lane third_[3];
   Vel32u order_;
 };
 
@@ -394,7 +393,7 @@ void swapRows(const T* pSrc, int srcStep, T* pDst, int dstStep, VeliSize size, c
   const Blocks<F> blocks(selection);
   size_t width = size_t(size.width);
   int rows = size.height;
-  const bool streams = Blocks<F>::kMayStream && pSrc != pDst && double(width * F::kToPixel) * rows > kMovedPastCaches;
+  const bool streams = Blocks<F>::kMayStream && pSrc != pDst && double(width * F::kToPixel) * rows > kCopiedPastCaches;
   if (size_t(srcStep) == width * F::kFromPixel && size_t(dstStep) == width * F::kToPixel) {
     width *= size_t(rows);
     rows = 1;

@@ -15,7 +15,7 @@ constexpr Words words(int a, int b, int c, int d, int e, int f, int g, int h) {
 }
 constexpr Words all(int x) { return words(x, x, x, x, x, x, x, x); }
 
-template <class T> ORV_INLINE Vec constant(const T& vector) {
+template <class T> ORV_INLINE Lane constant(const T& vector) {
   static_assert(sizeof vector == 16, "one vector");
   return loadAligned(&vector);
 }
@@ -37,13 +37,13 @@ constexpr Tangents kTangents = {all(13036),          // tan(pi / 16), times 2^16
                                 all(43790 - 65536),  // tan(3 pi / 16) - 1
                                 all(23170)};         // cos(4 pi / 16) / 2
 
-ORV_INLINE Vec add(Vec a, Vec b) { return _mm_adds_epi16(a, b); }
-ORV_INLINE Vec sub(Vec a, Vec b) { return _mm_subs_epi16(a, b); }
-ORV_INLINE Vec mulHigh(Vec a, const Words& c) { return _mm_mulhi_epi16(a, constant(c)); }
-ORV_INLINE Vec timesTan3(Vec a, const Tangents& t) { return add(mulHigh(a, t.tan3), a); }
+ORV_INLINE Lane add(Lane a, Lane b) { return addSat16(a, b); }
+ORV_INLINE Lane sub(Lane a, Lane b) { return subSat16(a, b); }
+ORV_INLINE Lane mulHigh(Lane a, const Words& c) { return mulHigh16(a, constant(c)); }
+ORV_INLINE Lane timesTan3(Lane a, const Tangents& t) { return add(mulHigh(a, t.tan3), a); }
 
 struct TwoRows {
-  Vec a, b;
+  Lane a, b;
 };
 
 }  // namespace

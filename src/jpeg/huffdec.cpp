@@ -169,24 +169,24 @@ ORV_INLINE bool appendTwo(const Vel8u*& src, Vel32u& window, int& valid) {
   const Vel32u two = loaded;
   if (__builtin_expect((two & 0xFF) == 0xFF || two >= 0xFF00, 0))
     return appendByte(src, window, valid) && appendByte(src, window, valid);
-  window |= (__builtin_bswap32(two) >> valid);
+  window |= __builtin_bswap32(two) >> valid;
   valid += 16;
   src += 2;
   return true;
 }
 
 // A code of 9 to 16 bits at the top of the window: length << 16 | symbol, or 0. All eight lengths are tried at once.
-ORV_INLINE Vec codesOfLengths9To16(Vel32u window) {
-  const Vec top = all16(int(window >> 16));
-  const Vec shifted =
-      _mm_mulhi_epu16(top, _mm_setr_epi16(1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14, short(1 << 15), 0));
-  return _mm_or_si128(shifted, _mm_and_si128(top, _mm_setr_epi16(0, 0, 0, 0, 0, 0, 0, -1)));
+ORV_INLINE Lane codesOfLengths9To16(Vel32u window) {
+  const Lane top = all16(int(window >> 16));
+  const Lane shifted =
+      mulHighU16(top, _mm_setr_epi16(1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14, short(1 << 15), 0));
+  return shifted | (top & _mm_setr_epi16(0, 0, 0, 0, 0, 0, 0, -1));
 }
 __attribute__((noinline)) Vel32u longCode(const VeliDecodeHuffmanSpec& spec, Vel32u window) {
-  const Vec codes = codesOfLengths9To16(window), last = load(spec.maxCode + 9);
-  const Vec above = _mm_subs_epu16(codes, last);  // zero where the code is not above the last of its length
-  const Vec matches = _mm_andnot_si128(_mm_cmpeq_epi16(last, all16(-1)), _mm_cmpeq_epi16(above, zero()));
-  const int found = _mm_movemask_epi8(matches);
+  const Lane codes = codesOfLengths9To16(window), last = load(spec.maxCode + 9);
+  const Lane above = subSatU16(codes, last);  // zero where the code is not above the last of its length
+  const Lane matches = ~equal16(last, all16(-1)) & equal16(above, zero());
+  const int found = signBits8(matches);
   if (found == 0) return 0;
   const int length = 9 + __builtin_ctz(unsigned(found)) / 2;
   const int code = int(window >> (32 - length));
@@ -195,7 +195,7 @@ __attribute__((noinline)) Vel32u longCode(const VeliDecodeHuffmanSpec& spec, Vel
 
 // One by one, because of a loop the compiler would make a string instruction, which is slow to start.
 ORV_INLINE void clearBlock(Vel16s* dst) {
-  const Vec z = zero();
+  const Lane z = zero();
   store(dst, z), store(dst + 8, z), store(dst + 16, z), store(dst + 24, z);
   store(dst + 32, z), store(dst + 40, z), store(dst + 48, z), store(dst + 56, z);
 }

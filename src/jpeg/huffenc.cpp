@@ -98,8 +98,8 @@ ORV_INLINE Vel32u withExtraBits(Vel32u code, int v, int category) {
 struct Scanned {
   signed char bytes[64];
 };
-ORV_INLINE Vec saturated16(const Vel16s* src) { return _mm_packs_epi16(load(src), load(src + 8)); }
-ORV_INLINE Vel32u nonZero16(Vec bytes) { return Vel32u(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, zero()))) ^ 0xFFFF; }
+ORV_INLINE Lane saturated16(const Vel16s* src) { return narrow16(load(src), load(src + 8)); }
+ORV_INLINE Vel32u nonZero16(Lane bytes) { return Vel32u(signBits8(equal8(bytes, zero()))) ^ 0xFFFF; }
 
 #if ORV_HAS_SHUFFLE
 // Byte shuffles that bring what belongs there of each quarter of the coefficients to each quarter of the zigzag order.
@@ -122,20 +122,20 @@ constexpr ZigzagShuffles kZigzagShuffles = makeZigzagShuffles();
 
 // A quarter of the zigzag order; gives which of it are not zero.
 template <int kQuarter>
-ORV_INLINE Vel32u scanQuarter(const Vec natural[4], const ZigzagShuffles*& shuffles, signed char* to) {
-  reload(shuffles);
-  Vec zigzag = zero();
+ORV_INLINE Vel32u scanQuarter(const Lane natural[4], const ZigzagShuffles*& shuffles, signed char* to) {
+  opaque(shuffles);
+  Lane zigzag = zero();
   ORV_UNROLL for (int i = 0; i < 4; ++i) {
     if (!kZigzagShuffles.any[kQuarter][i]) continue;
-    zigzag = _mm_or_si128(zigzag, _mm_shuffle_epi8(natural[i], loadAligned(shuffles->at[kQuarter][i])));
-    settle(zigzag);
+    zigzag = zigzag | shuffle8(natural[i], loadAligned(shuffles->at[kQuarter][i]));
+    opaque(zigzag);
   }
   store(to + 16 * kQuarter, zigzag);
   return nonZero16(zigzag);
 }
 // Not inlined: the vectors that it holds would be spilled around what follows.
 __attribute__((noinline)) Vel64u scan(const Vel16s* src, Scanned* to) {
-  const Vec natural[4] = {saturated16(src), saturated16(src + 16), saturated16(src + 32), saturated16(src + 48)};
+  const Lane natural[4] = {saturated16(src), saturated16(src + 16), saturated16(src + 32), saturated16(src + 48)};
   const ZigzagShuffles* shuffles = &kZigzagShuffles;
   const Vel32u first = scanQuarter<0>(natural, shuffles, to->bytes);
   const Vel32u low = (first | scanQuarter<1>(natural, shuffles, to->bytes) << 16) & ~1u;
@@ -148,15 +148,14 @@ ORV_INLINE Place placeOf(const Scanned& s, int k) { return s.bytes + k; }
 ORV_INLINE int byteAt(const Scanned&, Place place) { return *place; }
 #else
 __attribute__((noinline)) Vel64u scan(const Vel16s* src, Scanned* to) {
-  Vec bits = zero();
+  Lane bits = zero();
   ORV_UNROLL for (int i = 0; i < 4; ++i) {
-    const Vec bytes = saturated16(src + 16 * i);
+    const Lane bytes = saturated16(src + 16 * i);
     store(to->bytes + 16 * i, bytes);
     const Vel32u mask = nonZero16(bytes);
-    ORV_UNROLL for (int j = 0; j < 4; ++j) bits =
-        _mm_or_si128(bits, loadLow(&ownZigzagBits.of[4 * i + j][mask >> 4 * j & 15]));
+    ORV_UNROLL for (int j = 0; j < 4; ++j) bits = (bits | loadLow(&ownZigzagBits.of[4 * i + j][mask >> 4 * j & 15]));
   }
-  return Vel64u(Vel32u(_mm_cvtsi128_si32(_mm_srli_si128(bits, 4)))) << 32 | (Vel32u(_mm_cvtsi128_si32(bits)) & ~1u);
+  return Vel64u(Vel32u(toInt(shiftBytesDown<4>(bits)))) << 32 | (Vel32u(toInt(bits)) & ~1u);
 }
 
 constexpr Vel8u kZigzag[64] = {ORV_ZIGZAG};
@@ -210,17 +209,17 @@ constexpr Coding makeCoding() {
 constexpr Coding kCoding = makeCoding();
 
 #if ORV_HAS_WIDE_FLOAT
-ORV_INLINE Vec loadEntry(const Coding::Entry* p) { return load(p); }  // an operand of what uses it
+ORV_INLINE Lane loadEntry(const Coding::Entry* p) { return load(p); }  // an operand of what uses it
 #else
-ORV_INLINE Vec loadEntry(const Coding::Entry* p) { return loadLow(p); }
+ORV_INLINE Lane loadEntry(const Coding::Entry* p) { return loadLow(p); }
 #endif
 
 // The low eight bytes from last to first.
-ORV_INLINE Vec swap8(Vec v, [[maybe_unused]] const Coding* coding) {
+ORV_INLINE Lane swap8(Lane v, [[maybe_unused]] const Coding* coding) {
 #if ORV_HAS_SHUFFLE
-  return _mm_shuffle_epi8(v, loadAligned(coding->swap));
+  return shuffle8(v, loadAligned(coding->swap));
 #else
-  return _mm_shufflelo_epi16(_mm_or_si128(_mm_srli_epi16(v, 8), _mm_slli_epi16(v, 8)), 0x1B);
+  return shuffleLow16<3, 2, 1, 0>((shiftRightU16(v, 8) | shiftLeft16(v, 8)));
 #endif
 }
 
@@ -228,35 +227,33 @@ ORV_INLINE Vec swap8(Vec v, [[maybe_unused]] const Coding* coding) {
 // count: 32-bit code needs its general registers elsewhere. Nothing here branches on how many there are. An FF goes out
 // without its zero; stuff() puts the zeros in where there was one.
 struct Writer {
-  Vec window, count;     // the count is of those bits that are not in the stream as whole bytes
-  Vec largest = zero();  // of the bytes stored
+  Lane window, count;     // the count is of those bits that are not in the stream as whole bytes
+  Lane largest = zero();  // of the bytes stored
   Vel8u* dst;
 
   Writer(Vel8u* p, Vel32u bitPosition)
-      : window(_mm_cvtsi32_si128(p[bitPosition / 8] >> (8 - (bitPosition & 7)))),
-        count(_mm_cvtsi32_si128(int(bitPosition & 7))),
+      : window(fromInt(p[bitPosition / 8] >> (8 - (bitPosition & 7)))),
+        count(fromInt(int(bitPosition & 7))),
         dst(p + bitPosition / 8) {}
   // Bits and how many, which may not fill the window.
-  __attribute__((always_inline)) void append(Vec bits, Vec n) {
-    settle(bits);
-    window = _mm_or_si128(_mm_sll_epi64(window, n), bits);
-    count = _mm_add_epi32(count, n);
+  __attribute__((always_inline)) void append(Lane bits, Lane n) {
+    opaque(bits);
+    window = shiftLeft64(window, n) | bits;
+    count = add32(count, n);
   }
-  __attribute__((always_inline)) void append(Vel32u bits, int n) {
-    append(_mm_cvtsi32_si128(int(bits)), _mm_cvtsi32_si128(n));
-  }
+  __attribute__((always_inline)) void append(Vel32u bits, int n) { append(fromInt(int(bits)), fromInt(n)); }
   // Stores the whole bytes, and the last bits with zeros behind them: eight bytes in all. Those last bits, fewer than
   // eight, stay.
   __attribute__((always_inline)) void flush(const Coding*& coding) {
-    reload(coding);
-    const Vec bytes = swap8(_mm_sll_epi64(window, _mm_sub_epi32(_mm_cvtsi32_si128(64), count)), coding);
+    opaque(coding);
+    const Lane bytes = swap8(shiftLeft64(window, sub32(fromInt(64), count)), coding);
     storeLow(dst, bytes);
-    largest = _mm_max_epu8(largest, bytes);
-    dst += _mm_cvtsi128_si32(count) >> 3;
-    count = _mm_and_si128(count, loadAligned(coding->seven));
+    largest = maxU8(largest, bytes);
+    dst += toInt(count) >> 3;
+    count = count & loadAligned(coding->seven);
   }
-  int left() const { return _mm_cvtsi128_si32(count); }
-  bool needsZeros() const { return (_mm_movemask_epi8(_mm_cmpeq_epi8(largest, all8(-1))) & 0xFF) != 0; }
+  int left() const { return toInt(count); }
+  bool needsZeros() const { return (signBits8(equal8(largest, all8(-1))) & 0xFF) != 0; }
 };
 
 // Puts a zero behind every FF of the whole bytes [from, to); the byte at `to` has `left` bits. Gives the position.
@@ -313,15 +310,15 @@ ORV_INLINE int encodeBlock(const Vel16s* src, int diff, Vel8u* dst, Vel32u posit
   putSymbol(out, dc, category, diff, category);  // with a first small coefficient, at most 7 + 31 + 23 bits
 
   const Coding* coding = &kCoding;
-  reload(coding);
+  opaque(coding);
   Place half = placeOf(s, 0);
   int before = 0;  // sixteen times the index, in this half, of the coefficient before
   const auto symbol = [&]() __attribute__((always_inline)) {
     const int k = __builtin_ctz(bits);
     bits &= bits - 1;
-    settle(bits);
+    opaque(bits);
     const Coding::Entry* extra = &coding->entries[byteAt(s, half + k) + 128];
-    reload(extra);
+    opaque(extra);
     const Coding::Entry* const size = extra + kCategories;
     int index = 16 * k - before + int(size->low);
     if (__builtin_expect(index > 255 + 16, 0)) {
@@ -329,9 +326,9 @@ ORV_INLINE int encodeBlock(const Vel16s* src, int diff, Vel8u* dst, Vel32u posit
       for (; index > 255 + 16; index -= 256) putSymbol(out, ac, kSixteenZeros, 0, 0), out.flush(coding);
     }
     before = 16 * k;
-    const Vec code = _mm_cvtsi32_si128(int(ac.codes[index - 16])), n = loadEntry(size);  // a neighbour is a run of none
-    out.append(_mm_or_si128(_mm_sll_epi64(_mm_and_si128(code, loadAligned(coding->lowWord)), n), loadEntry(extra)),
-               _mm_add_epi32(_mm_srli_epi32(code, 16), n));
+    const Lane code = fromInt(int(ac.codes[index - 16])), n = loadEntry(size);  // a neighbour is a run of none
+    out.append((shiftLeft64((code & loadAligned(coding->lowWord)), n) | loadEntry(extra)),
+               add32(shiftRightU32(code, 16), n));
     return true;
   };
   for (;;) {

@@ -82,12 +82,12 @@ struct Lists {
 
 // ---- Horizontal pass
 
-ORV_INLINE __m128 fourFloats(Vec bytes) { return _mm_cvtepi32_ps(_mm_unpacklo_epi16(widenLow8(bytes), zero())); }
-ORV_INLINE Vec fewerBytes(const Vel8u* p, int n) {
+ORV_INLINE Floats4 fourFloats(Lane bytes) { return toFloats(interleaveLow16(widenLowU8(bytes), zero())); }
+ORV_INLINE Lane fewerBytes(const Vel8u* p, int n) {
   Vel32u bytes = p[0];
   if (n > 1) bytes |= Vel32u(p[1]) << 8;
   if (n > 2) bytes |= Vel32u(p[2]) << 16;
-  return _mm_cvtsi32_si128(int(bytes));
+  return fromInt(int(bytes));
 }
 
 // Of one channel, one row or two, as the lists cannot be walked fast: their lengths tell where the next ones are. Lane i
@@ -99,43 +99,43 @@ template <int kRows> struct PlaneRows {
   float* to[2];
 
   // Up to four bytes of each row.
-  template <class Load> void floats(const Load& loadFrom, Wide (&v)[kVectors]) const {
-    const auto quad = [&](int r) { return _mm_unpacklo_epi16(widenLow8(loadFrom(rows[r])), zero()); };
+  template <class Load> void floats(const Load& loadFrom, Floats (&v)[kVectors]) const {
+    const auto quad = [&](int r) { return interleaveLow16(widenLowU8(loadFrom(rows[r])), zero()); };
 #if ORV_HAS_WIDE_FLOAT
-    v[0] = _mm256_cvtepi32_ps(_mm256_insertf128_si256(_mm256_castsi128_si256(quad(0)), quad(1), 1));
+    v[0] = toFloats(_mm256_insertf128_si256(_mm256_castsi128_si256(quad(0)), quad(1), 1));
 #else
-    ORV_UNROLL for (int r = 0; r < kRows; ++r) v[r] = _mm_cvtepi32_ps(quad(r));
+    ORV_UNROLL for (int r = 0; r < kRows; ++r) v[r] = toFloats(quad(r));
 #endif
   }
-  void lanesOf(const Taps& taps, int width, Wide (&sums)[kVectors]) const {
+  void lanesOf(const Taps& taps, int width, Floats (&sums)[kVectors]) const {
     const Vel32f* weights = taps.weights();
-    for (Wide& sum : sums) sum = zeroWide();
+    for (Floats& sum : sums) sum = allFloats(0);
     int at = taps.first, left = taps.count;
     const auto add = [&](const auto& loadFrom) __attribute__((always_inline)) {
-      Wide v[kVectors];
+      Floats v[kVectors];
       floats(loadFrom, v);
-      const Wide four = repeatWide(load(weights));
-      ORV_UNROLL for (int k = 0; k < kVectors; ++k) sums[k] = addWide(sums[k], mulWide(v[k], four));
+      const Floats four = repeatLane(load(weights));
+      ORV_UNROLL for (int k = 0; k < kVectors; ++k) sums[k] = sums[k] + (v[k] * four);
     };
     for (; left > 0 && width - at >= 4; left -= 4, at += 4, weights += 4)
-      add([at](const Vel8u* row) { return loadPart<4>(row + at); });
+      add([at](const Vel8u* row) { return loadFirst<4>(row + at); });
     if (left > 0) add([=](const Vel8u* row) { return fewerBytes(row + at, left); });
   }
   void filter(const Lists& columns, int width) const {
     const Taps* taps = columns.first;
     for (int x = 0; x < columns.count; x += 4) {
-      Wide lanes[4][kVectors];
+      Floats lanes[4][kVectors];
       for (int i = 0; i < 4; ++i) {
         if (x + i < columns.count) {
           lanesOf(*taps, width, lanes[i]), taps = taps->next();
         } else {
-          for (Wide& v : lanes[i]) v = zeroWide();
+          for (Floats& v : lanes[i]) v = allFloats(0);
         }
       }
       float sums[2 * 4];
       ORV_UNROLL for (int k = 0; k < kVectors; ++k) {
-        const Wide quad[4] = {lanes[0][k], lanes[1][k], lanes[2][k], lanes[3][k]};
-        storeWide(sums + k * kLanesOfWide, laneSums(quad));
+        const Floats quad[4] = {lanes[0][k], lanes[1][k], lanes[2][k], lanes[3][k]};
+        store(sums + k * kLanesOfWide, laneSums(quad));
       }
       const size_t n = x + 4 <= columns.count ? 4 : size_t(columns.count - x);
       for (int r = 0; r < kRows; ++r) memcpy(to[r] + x, sums + 4 * r, n * sizeof *sums);
@@ -147,16 +147,16 @@ template <int kRows> struct PlaneRows {
 
 // Four pixels that follow one another. Of three channels the fourth lane is whatever comes next.
 template <int kPixel> struct FourPixels {
-  Vec bytes;
+  Lane bytes;
   explicit FourPixels(const Vel8u* p) : bytes(kPixel == 4 ? load(p) : loadHalves(p, p + 4)) {}
-  template <int i> __m128 floats() const {
+  template <int i> Floats4 floats() const {
     constexpr int kAt = kPixel == 4 ? 4 * i : i < 2 ? 3 * i : 3 * i + 4;
 #if ORV_HAS_SHUFFLE
 #define AT(c) (kAt + c < 16 ? kAt + c : -1), -1, -1, -1
-    return _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, _mm_setr_epi8(AT(0), AT(1), AT(2), AT(3))));
+    return toFloats(shuffle8(bytes, _mm_setr_epi8(AT(0), AT(1), AT(2), AT(3))));
 #undef AT
 #else
-    return fourFloats(_mm_srli_si128(bytes, kAt));
+    return fourFloats(shiftBytesDown<kAt>(bytes));
 #endif
   }
 };
@@ -166,28 +166,29 @@ ORV_INLINE void filterPixelRow(const Lists& columns, const Vel8u* row, int width
   for (int x = 0; x < columns.count; ++x, taps = taps->next(), to += kChannels) {
     const Vel8u* p = row + ptrdiff_t(taps->first) * kPixel;
     const Vel32f* weights = taps->weights();
-    __m128 sums[4] = {_mm_setzero_ps(), _mm_setzero_ps(), _mm_setzero_ps(), _mm_setzero_ps()};  // of every fourth tap
+    Floats4 sums[4] = {allFloats<Floats4>(0), allFloats<Floats4>(0), allFloats<Floats4>(0),
+                       allFloats<Floats4>(0)};  // of every fourth tap
     int left = taps->count;
     const Vel8u* const end = row + ptrdiff_t(width - 3) * kPixel;
     for (; left > 0 && p < end; left -= 4, weights += 4, p += 4 * kPixel) {
       const FourPixels<kPixel> pixels(p);
-      const __m128 w = _mm_loadu_ps(weights);
-      sums[0] = _mm_add_ps(sums[0], _mm_mul_ps(pixels.template floats<0>(), _mm_shuffle_ps(w, w, 0x00)));
-      sums[1] = _mm_add_ps(sums[1], _mm_mul_ps(pixels.template floats<1>(), _mm_shuffle_ps(w, w, 0x55)));
-      sums[2] = _mm_add_ps(sums[2], _mm_mul_ps(pixels.template floats<2>(), _mm_shuffle_ps(w, w, 0xAA)));
-      sums[3] = _mm_add_ps(sums[3], _mm_mul_ps(pixels.template floats<3>(), _mm_shuffle_ps(w, w, 0xFF)));
+      const Floats4 w = load<Floats4>(weights);
+      sums[0] = sums[0] + (pixels.template floats<0>() * _mm_shuffle_ps(w, w, 0x00));
+      sums[1] = sums[1] + (pixels.template floats<1>() * _mm_shuffle_ps(w, w, 0x55));
+      sums[2] = sums[2] + (pixels.template floats<2>() * _mm_shuffle_ps(w, w, 0xAA));
+      sums[3] = sums[3] + (pixels.template floats<3>() * _mm_shuffle_ps(w, w, 0xFF));
     }
     ORV_UNROLL for (int i = 0; i < 3; ++i) {  // fewer are left in the row
       if (i >= left) continue;
-      const Vec pixel = kPixel == 4 ? loadPart<4>(p + 4 * i) : fewerBytes(p + 3 * i, 3);
-      sums[i] = _mm_add_ps(sums[i], _mm_mul_ps(fourFloats(pixel), _mm_set1_ps(weights[i])));
+      const Lane pixel = kPixel == 4 ? loadFirst<4>(p + 4 * i) : fewerBytes(p + 3 * i, 3);
+      sums[i] = sums[i] + (fourFloats(pixel) * allFloats<Floats4>(weights[i]));
     }
-    const __m128 sum = _mm_add_ps(_mm_add_ps(sums[0], sums[2]), _mm_add_ps(sums[1], sums[3]));
+    const Floats4 sum = (sums[0] + sums[2]) + (sums[1] + sums[3]);
     if (kChannels == 4 || x + 1 < columns.count) {
-      _mm_storeu_ps(to, sum);
+      store(to, sum);
     } else {
       float three[4];
-      _mm_storeu_ps(three, sum);
+      store(three, sum);
       memcpy(to, three, 3 * sizeof(float));
     }
   }
@@ -208,33 +209,33 @@ struct Ring {
   }
 
   // Sixteen elements of the sum of rows, ties to even.
-  Vec sum(const Taps& taps, int element) const {
-    Wide sums[kWidesOf16];
-    for (Wide& s : sums) s = zeroWide();
+  Lane sum(const Taps& taps, int element) const {
+    Floats sums[kWidesOf16];
+    for (Floats& s : sums) s = allFloats(0);
     const float *p = row(taps.first) + element, *const end = rows + ptrdiff_t(slots) * elements;
     const Vel32f* weight = taps.weights();
     for (int left = taps.count; left > 0; --left, ++weight) {
       ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) sums[k] =
-          addWide(sums[k], mulWide(loadWide(p + k * kLanesOfWide), allWide(*weight)));
+          (sums[k] + (load<Floats>(p + k * kLanesOfWide) * allFloats(*weight)));
       p += elements;
       if (p >= end) p -= ptrdiff_t(slots) * elements;
     }
-    Vec quads[4];
+    Lane quads[4];
 #if ORV_HAS_WIDE_FLOAT
     ORV_UNROLL for (int k = 0; k < 2; ++k) {
-      const __m256i v = _mm256_cvtps_epi32(sums[k]);
-      quads[2 * k] = _mm256_castsi256_si128(v), quads[2 * k + 1] = _mm256_extractf128_si256(v, 1);
+      const Dwords v = toNearest(sums[k]);
+      quads[2 * k] = lowHalf(v), quads[2 * k + 1] = highHalf(v);
     }
 #else
-    ORV_UNROLL for (int k = 0; k < 4; ++k) quads[k] = _mm_cvtps_epi32(sums[k]);
+    ORV_UNROLL for (int k = 0; k < 4; ++k) quads[k] = toNearest(sums[k]);
 #endif
-    return _mm_packus_epi16(_mm_packs_epi32(quads[0], quads[1]), _mm_packs_epi32(quads[2], quads[3]));
+    return narrow16To8U(narrow32(quads[0], quads[1]), narrow32(quads[2], quads[3]));
   }
   template <bool kKeepsFourth> void store(const Taps& taps, Vel8u* dst) const {
     constexpr int kWhole = kKeepsFourth ? 15 : 16;  // five pixels, where the destination has gaps
     for (int i = 0; i < elements; i += kWhole) {
       const int n = elements - i < kWhole ? elements - i : kWhole;
-      const Vec v = sum(taps, i);
+      const Lane v = sum(taps, i);
       if (!kKeepsFourth && n == 16) {
         ::store(dst + i, v);
         continue;

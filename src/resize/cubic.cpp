@@ -9,9 +9,9 @@ struct Cubic {
 
   // To the nearest integer, ties to even.
 #if ORV_HAS_WIDE_FLOAT
-  static __m256i round(Wide v) { return _mm256_cvtps_epi32(v); }
+  static Dwords round(Floats v) { return toNearest(v); }
 #else
-  static Vec round(Wide v) { return _mm_cvtps_epi32(v); }
+  static Lane round(Floats v) { return toNearest(v); }
 #endif
   template <int kPixel> static constexpr auto* row = kPixel == 1   ? ORV_NAME(ownpi_RowCubic8pl)
                                                      : kPixel == 3 ? ORV_NAME(ownpi_RowCubic8px)

@@ -30,10 +30,10 @@ ORV_INLINE void weighAll(WeightsKernel* weigh, int n, const PositionAt& position
   }
 }
 
-ORV_INLINE Vec load4(const Vel8u* p) {
+ORV_INLINE Lane load4(const Vel8u* p) {
   Vel32s four;
   memcpy(&four, p, 4);
-  return _mm_cvtsi32_si128(four);
+  return fromInt(four);
 }
 
 // ---- The ends of source rows
@@ -71,13 +71,13 @@ template <int kTaps, int kPixel> struct RowEnd {
 // A group is as many columns as fill a wide vector with floats: four or eight of one channel, one or two pixels of three
 // or four channels, of which each has four lanes.
 
-constexpr int kLanes = int(kWide / sizeof(float));
+constexpr int kLanes = int(kFloatsBytes / sizeof(float));
 
-ORV_INLINE Wide toFloats([[maybe_unused]] const Vec* quads) {
+ORV_INLINE Floats toFloats([[maybe_unused]] const Lane* quads) {
 #if ORV_HAS_WIDE_FLOAT
-  return _mm256_cvtepi32_ps(_mm256_insertf128_si256(_mm256_castsi128_si256(quads[0]), quads[1], 1));
+  return toFloats(_mm256_insertf128_si256(_mm256_castsi128_si256(quads[0]), quads[1], 1));
 #else
-  return _mm_cvtepi32_ps(quads[0]);
+  return toFloats(quads[0]);
 #endif
 }
 
@@ -93,22 +93,23 @@ template <int kTaps, int kPixel> struct Group {  // of whole pixels
     column[i].from = from;
     memcpy(column[i].weights, weights, sizeof column[i].weights);
   }
-  __attribute__((always_inline)) Wide filtered(const Vel8u* row) const {
-    Wide sum = zeroWide();
+  __attribute__((always_inline)) Floats filtered(const Vel8u* row) const {
+    Floats sum = allFloats(0);
     ORV_UNROLL for (int t = 0; t < kTaps; ++t) {
-      Vec quads[kColumns];
+      Lane quads[kColumns];
       ORV_UNROLL for (int i = 0; i < kColumns; ++i) quads[i] =
-          _mm_unpacklo_epi16(widenLow8(load4(row + column[i].from + t * kPixel)), zero());
-      const Wide product = mulWide(toFloats(quads), weights(t));
-      sum = t == 0 ? product : addWide(sum, product);
+          interleaveLow16(widenLowU8(load4(row + column[i].from + t * kPixel)), zero());
+      const Floats product = toFloats(quads) * weights(t);
+      sum = t == 0 ? product : (sum + product);
     }
     return sum;
   }
-  Wide weights(int t) const {
+  Floats weights(int t) const {
 #if ORV_HAS_WIDE_FLOAT
-    return _mm256_insertf128_ps(_mm256_broadcast_ss(&column[0].weights[t]), _mm_set1_ps(column[1].weights[t]), 1);
+    return _mm256_insertf128_ps(_mm256_broadcast_ss(&column[0].weights[t]), allFloats<Floats4>(column[1].weights[t]),
+                                1);
 #else
-    return _mm_set1_ps(column[0].weights[t]);
+    return allFloats<Floats4>(column[0].weights[t]);
 #endif
   }
 };
@@ -122,40 +123,40 @@ template <int kTaps> struct Group<kTaps, 1> {  // of single samples
     from[i] = first;
     for (int t = 0; t < kTaps; ++t) weights[t][i] = w[t];
   }
-  __attribute__((always_inline)) Wide filtered(const Vel8u* row) const {
+  __attribute__((always_inline)) Floats filtered(const Vel8u* row) const {
     const auto two = [&](int i) {
-      return _mm_unpacklo_epi8(loadPart<kBytes>(row + from[i]), loadPart<kBytes>(row + from[i + 1]));
+      return interleaveLow8(loadFirst<kBytes>(row + from[i]), loadFirst<kBytes>(row + from[i + 1]));
     };
-    Vec bytes[2][kLanes / 4];  // of four taps, for four columns each
+    Lane bytes[2][kLanes / 4];  // of four taps, for four columns each
     ORV_UNROLL for (int q = 0; q < kLanes / 4; ++q) {
-      const Vec ab = two(4 * q), cd = two(4 * q + 2);
-      bytes[0][q] = _mm_unpacklo_epi16(ab, cd);
-      bytes[1][q] = _mm_unpackhi_epi16(ab, cd);
+      const Lane ab = two(4 * q), cd = two(4 * q + 2);
+      bytes[0][q] = interleaveLow16(ab, cd);
+      bytes[1][q] = interleaveHigh16(ab, cd);
     }
-    Wide sum = zeroWide();
+    Floats sum = allFloats(0);
     ORV_UNROLL for (int t = 0; t < kTaps; ++t) {
-      Vec quads[kLanes / 4];
+      Lane quads[kLanes / 4];
       ORV_UNROLL for (int q = 0; q < kLanes / 4; ++q) {
-        const Vec words = t % 4 < 2 ? widenLow8(bytes[t / 4][q]) : widenHigh8(bytes[t / 4][q]);
-        quads[q] = t % 2 ? _mm_unpackhi_epi16(words, zero()) : _mm_unpacklo_epi16(words, zero());
+        const Lane words = t % 4 < 2 ? widenLowU8(bytes[t / 4][q]) : widenHighU8(bytes[t / 4][q]);
+        quads[q] = t % 2 ? interleaveHigh16(words, zero()) : interleaveLow16(words, zero());
       }
-      const Wide product = mulWide(toFloats(quads), loadWide(weights[t]));
-      sum = t == 0 ? product : addWide(sum, product);
+      const Floats product = toFloats(quads) * load<Floats>(weights[t]);
+      sum = t == 0 ? product : (sum + product);
     }
     return sum;
   }
 };
 
 // Sums of a group, in memory: of three channels each pixel's fourth lane is written over by the next one.
-template <int kPixel, int kChannels> ORV_INLINE void storeSums(float* to, Wide sums) {
+template <int kPixel, int kChannels> ORV_INLINE void storeSums(float* to, Floats sums) {
 #if ORV_HAS_WIDE_FLOAT
   if (kPixel > 1 && kChannels == 3) {
-    _mm_storeu_ps(to, _mm256_castps256_ps128(sums));
-    _mm_storeu_ps(to + 3, _mm256_extractf128_ps(sums, 1));
+    store(to, lowHalf(sums));
+    store(to + 3, highHalf(sums));
     return;
   }
 #endif
-  storeWide(to, sums);
+  store(to, sums);
 }
 
 // A table of columns; groups of a part follow those of the one before.
@@ -234,21 +235,21 @@ template <class Method> struct Vertical {
   const float* const* rows;
   const float* weights;
 
-  __attribute__((always_inline)) Wide wide(int i) const {
-    Wide sum = mulWide(loadWide(rows[0] + i), allWide(weights[0]));
-    ORV_UNROLL for (int t = 1; t < kTaps; ++t) sum = addWide(sum, mulWide(loadWide(rows[t] + i), allWide(weights[t])));
+  __attribute__((always_inline)) Floats wide(int i) const {
+    Floats sum = load<Floats>(rows[0] + i) * allFloats(weights[0]);
+    ORV_UNROLL for (int t = 1; t < kTaps; ++t) sum = sum + (load<Floats>(rows[t] + i) * allFloats(weights[t]));
     return sum;
   }
-  __attribute__((always_inline)) Vec sixteen(int i) const {
+  __attribute__((always_inline)) Lane sixteen(int i) const {
 #if ORV_HAS_WIDE_FLOAT
-    const __m256i a = Method::round(wide(i)), b = Method::round(wide(i + 8));
-    const Vec low = _mm_packs_epi32(_mm256_castsi256_si128(a), _mm256_extractf128_si256(a, 1));
-    const Vec high = _mm_packs_epi32(_mm256_castsi256_si128(b), _mm256_extractf128_si256(b, 1));
+    const Dwords a = Method::round(wide(i)), b = Method::round(wide(i + 8));
+    const Lane low = narrow32(lowHalf(a), highHalf(a));
+    const Lane high = narrow32(lowHalf(b), highHalf(b));
 #else
-    const Vec low = _mm_packs_epi32(Method::round(wide(i)), Method::round(wide(i + 4)));
-    const Vec high = _mm_packs_epi32(Method::round(wide(i + 8)), Method::round(wide(i + 12)));
+    const Lane low = narrow32(Method::round(wide(i)), Method::round(wide(i + 4)));
+    const Lane high = narrow32(Method::round(wide(i + 8)), Method::round(wide(i + 12)));
 #endif
-    return _mm_packus_epi16(low, high);
+    return narrow16To8U(low, high);
   }
   __attribute__((always_inline)) void run(Vel8u* dst, int elements) const {
     int i = 0;

@@ -8,9 +8,9 @@ struct Lanczos {
 
   static constexpr float kHalf = 0.5000001192092896f;
 #if ORV_HAS_WIDE_FLOAT
-  static __m256i round(Wide v) { return _mm256_cvttps_epi32(addWide(v, allWide(kHalf))); }
+  static Dwords round(Floats v) { return truncated((v + allFloats(kHalf))); }
 #else
-  static Vec round(Wide v) { return _mm_cvttps_epi32(addWide(v, allWide(kHalf))); }
+  static Lane round(Floats v) { return truncated((v + allFloats(kHalf))); }
 #endif
   template <int kPixel> static constexpr auto* row = kPixel == 1   ? ORV_NAME(ownpi_RowLanczos8pl)
                                                      : kPixel == 3 ? ORV_NAME(ownpi_RowLanczos8px)

@@ -2,6 +2,7 @@
 //
 // A column beside the first or last pixels' centres has one neighbour, not two. Given a second one with weight 0 the two
 // passes come to the same sum for it as weighing the two rows alone does. Rows have no such way: see the rounding below.
+#include "core/cache.h"
 #include "resize/kernels.h"
 
 namespace {
@@ -41,39 +42,39 @@ template <int kPixel> struct Weights {
     for (int c = 0; c < kPixel; ++c) of[column * kPixel + c] = Vel16s(-2 * weight);
     for (int i = kEnd; i < 8; ++i) of[i] = 0;  // of nobody
   }
-  Vec all() const { return load(of); }
+  Lane all() const { return load(of); }
 };
 template <> struct Weights<4> {  // of AC4 the buffer has no room for more
   Vel16s of[4];
   void set(int column, int weight) { of[2 * column] = of[2 * column + 1] = Vel16s(-2 * weight); }
-  Vec all() const { return _mm_shuffle_epi32(loadLow(of), 0x50); }
+  Lane all() const { return shuffle32<0, 0, 1, 1>(loadLow(of)); }
 };
-template <int kScale, int kPixel> ORV_INLINE Vec weighted(Vec pairs, const Weights<kPixel>& weights) {
-  const Vec left = _mm_maddubs_epi16(pairs, all16(kScale));
-  const Vec difference = _mm_maddubs_epi16(pairs, all16(kScale - (kScale << 8)));
-  return _mm_add_epi16(left, _mm_mulhrs_epi16(difference, weights.all()));
+template <int kScale, int kPixel> ORV_INLINE Lane weighted(Lane pairs, const Weights<kPixel>& weights) {
+  const Lane left = mulAddPairs8(pairs, all16(kScale));
+  const Lane difference = mulAddPairs8(pairs, all16(kScale - (kScale << 8)));
+  return add16(left, mulRound16(difference, weights.all()));
 }
 #else
 // The pairs of weights of a group, as the sums of its eight pairs of bytes take them.
 template <int kPixel> struct Weights {
   Vel32u of[2];
   void set(int column, int weight) { of[column] = Vel32u(kOne - weight) | Vel32u(weight) << 16; }
-  Vec low() const { return _mm_shuffle_epi32(loadLow(of), kPixel == 3 ? 0x40 : 0x00); }
-  Vec high() const { return _mm_shuffle_epi32(loadLow(of), 0x55); }
+  Lane low() const { return _mm_shuffle_epi32(loadLow(of), kPixel == 3 ? 0x40 : 0x00); }
+  Lane high() const { return shuffle32<1, 1, 1, 1>(loadLow(of)); }
 };
 template <> struct Weights<1> {
   Vel32u of[8];
   void set(int column, int weight) { of[column] = Vel32u(kOne - weight) | Vel32u(weight) << 16; }
-  Vec low() const { return load(of); }
-  Vec high() const { return load(of + 4); }
+  Lane low() const { return load(of); }
+  Lane high() const { return load(of + 4); }
 };
-template <int kScale, int kPixel> ORV_INLINE Vec weighted(Vec pairs, const Weights<kPixel>& weights) {
+template <int kScale, int kPixel> ORV_INLINE Lane weighted(Lane pairs, const Weights<kPixel>& weights) {
   constexpr int kDivisor = kOne / kScale, kShift = kScale == 1 ? 14 : 8;
   static_assert(kDivisor == 1 << kShift, "");
-  const auto sums = [](Vec four, Vec by) {
-    return _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(four, by), all32(kDivisor / 2)), kShift);
+  const auto sums = [](Lane four, Lane by) {
+    return shiftRightU32(add32(mulAddPairs16(four, by), all32(kDivisor / 2)), kShift);
   };
-  return _mm_packs_epi32(sums(widenLow8(pairs), weights.low()), sums(widenHigh8(pairs), weights.high()));
+  return narrow32(sums(widenLowU8(pairs), weights.low()), sums(widenHighU8(pairs), weights.high()));
 }
 #endif
 
@@ -86,25 +87,25 @@ template <int kPixel> struct Gathered {
     for (int i = 0; i < kColumns<kPixel>; ++i) from[i] = firsts[i] * kPixel;
     return true;
   }
-  static Vec pairs(const Vel8u* row, const Vel32s (&from)[2]) {
+  static Lane pairs(const Vel8u* row, const Vel32s (&from)[2]) {
     const Vel8u *const p = row + from[0], *const q = row + from[1];
     if (kPixel == 4) {
-      const auto pair = [](Vec both) { return _mm_unpacklo_epi8(both, _mm_srli_epi64(both, 32)); };
-      return _mm_unpacklo_epi64(pair(loadLow(p)), pair(loadLow(q)));
+      const auto pair = [](Lane both) { return interleaveLow8(both, shiftRightU64(both, 32)); };
+      return interleaveLow64(pair(loadLow(p)), pair(loadLow(q)));
     }
     // Of three channels the second load begins with the first pixel's last one: of p that is the end of something that
     // is nobody's pair, ahead of the three pairs.
-    const Vec ahead = _mm_unpacklo_epi8(_mm_slli_epi32(loadPart<4>(p), 8), loadPart<4>(p + 2));
-    const Vec behind = _mm_unpacklo_epi8(loadPart<4>(q), _mm_srli_epi32(loadPart<4>(q + 2), 8));
-    return _mm_srli_si128(_mm_unpacklo_epi64(ahead, behind), 2);
+    const Lane ahead = interleaveLow8(shiftLeft32(loadFirst<4>(p), 8), loadFirst<4>(p + 2));
+    const Lane behind = interleaveLow8(loadFirst<4>(q), shiftRightU32(loadFirst<4>(q + 2), 8));
+    return shiftBytesDown<2>(interleaveLow64(ahead, behind));
   }
-  static Vec pairs(const Vel8u* row, const Vel32s (&from)[8]) {
+  static Lane pairs(const Vel8u* row, const Vel32s (&from)[8]) {
     const auto at = [&](int i) {
       Vel16u two;
       memcpy(&two, row + from[i], 2);
       return int(two);
     };
-    Vec v = _mm_cvtsi32_si128(at(0));
+    Lane v = fromInt(at(0));
     v = _mm_insert_epi16(v, at(1), 1);
     v = _mm_insert_epi16(v, at(2), 2);
     v = _mm_insert_epi16(v, at(3), 3);
@@ -113,7 +114,7 @@ template <int kPixel> struct Gathered {
     v = _mm_insert_epi16(v, at(6), 6);
     return _mm_insert_epi16(v, at(7), 7);
   }
-  Vec pairs(const Vel8u* row) const { return pairs(row, from); }
+  Lane pairs(const Vel8u* row) const { return pairs(row, from); }
   int place() const { return from[0]; }
 };
 
@@ -136,7 +137,7 @@ template <int kPixel> struct Shuffled {
     return true;
   }
   int place() const { return from; }
-  Vec pairs(const Vel8u* row) const { return _mm_shuffle_epi8(load(row + from), load(at)); }
+  Lane pairs(const Vel8u* row) const { return shuffle8(load(row + from), load(at)); }
 };
 #endif
 
@@ -190,15 +191,15 @@ template <int kScale, int kPixel> ORV_INLINE void filterRow(const LinearColumns&
 template <bool kKeepsFourth, bool kInOrder, int kBytes = 16, class Blend>
 ORV_INLINE void storeBytes(Vel8u* dst, int bytes, Blend blend) {
   const auto put = [&](Vel8u * to, int i) __attribute__((always_inline)) {
-    Vec v = blend(i);
+    Lane v = blend(i);
     if (kBytes == 12) {
       storeLow(to, v);
       storeHigh(to + 6, v);
       return;
     }
     if (kKeepsFourth) {
-      const Vec fourth = all32(int(0xFF000000));
-      v = _mm_or_si128(_mm_andnot_si128(fourth, v), _mm_and_si128(fourth, load(to)));
+      const Lane fourth = all32(int(0xFF000000));
+      v = (~fourth & v) | (fourth & load(to));
     }
     store(to, v);
   };
@@ -214,28 +215,28 @@ ORV_INLINE void storeBytes(Vel8u* dst, int bytes, Blend blend) {
 }
 
 // Without the six fractional bits.
-ORV_INLINE Vec roundedOff(Vec sums) {
+ORV_INLINE Lane roundedOff(Lane sums) {
 #if ORV_HAS_SHUFFLE
-  return _mm_mulhrs_epi16(sums, all16(512));
+  return mulRound16(sums, all16(512));
 #else
-  return _mm_srli_epi16(_mm_add_epi16(sums, all16(32)), 6);
+  return shiftRightU16(add16(sums, all16(32)), 6);
 #endif
 }
 // upper + weight (lower - upper), whose second term is cut off downwards: a fraction of what is rounded off then
 // changes nothing. Seen from the nearer row, the other one weighs half at most: -4 times that fits 16 bits.
 struct BlendRows {
   const Vel16u *nearer, *farther;
-  Vec weight;
+  Lane weight;
 
   BlendRows(const Vel16u* upper, const Vel16u* lower, int w)
       : nearer(w > kOne / 2 ? lower : upper),
         farther(w > kOne / 2 ? upper : lower),
         weight(all16(-4 * (w > kOne / 2 ? kOne - w : w))) {}
-  Vec eight(int i) const {
-    const Vec a = load(nearer + i);
-    return roundedOff(_mm_add_epi16(a, _mm_mulhi_epi16(_mm_sub_epi16(a, load(farther + i)), weight)));
+  Lane eight(int i) const {
+    const Lane a = load(nearer + i);
+    return roundedOff(add16(a, mulHigh16(sub16(a, load(farther + i)), weight)));
   }
-  Vec operator()(int i) const { return _mm_packus_epi16(eight(i), eight(i + 8)); }
+  Lane operator()(int i) const { return narrow16To8U(eight(i), eight(i + 8)); }
 };
 // Two source rows of which no sums are held: the lower one's are kept, the upper one's needed here only. Called for the
 // groups of a row in their order, two at a time.
@@ -244,22 +245,22 @@ template <class G, int kElements> struct FilterAndBlend {
   const Vel8u* upper;
   ptrdiff_t step;
   Vel16u* kept;
-  Vec weight;  // -2 times the lower row's
-  __attribute__((always_inline)) Vec eight() {
+  Lane weight;  // -2 times the lower row's
+  __attribute__((always_inline)) Lane eight() {
     const Vel8u* const lower = upper + step;
-    const Vec below = weighted<kForBlend>(group->pairs(lower), group->weights);
-    const Vec above = weighted<kForBlend>(group->pairs(upper), group->weights);
+    const Lane below = weighted<kForBlend>(group->pairs(lower), group->weights);
+    const Lane above = weighted<kForBlend>(group->pairs(upper), group->weights);
     store(kept, below);
     ++group, kept += kElements;
-    const Vec difference = _mm_sub_epi16(above, below);
-    return roundedOff(_mm_add_epi16(above, _mm_mulhi_epi16(_mm_add_epi16(difference, difference), weight)));
+    const Lane difference = sub16(above, below);
+    return roundedOff(add16(above, mulHigh16(add16(difference, difference), weight)));
   }
-  __attribute__((always_inline)) Vec operator()(int) {
+  __attribute__((always_inline)) Lane operator()(int) {
     // Of two rows at once the processor does not foresee the next ones.
     prefetch(upper, group->place() + 2 * step);
     prefetch(upper, group->place() + 3 * step);
-    const Vec low = eight();
-    return _mm_packus_epi16(low, eight());
+    const Lane low = eight();
+    return narrow16To8U(low, eight());
   }
 };
 
@@ -350,8 +351,7 @@ ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) 
 
 // Sums that are results already.
 template <bool kKeepsFourth> ORV_INLINE void storeAlone(Vel8u* dst, int bytes, const Vel16u* sums) {
-  storeBytes<kKeepsFourth, false>(dst, bytes,
-                                  [=](int i) { return _mm_packus_epi16(load(sums + i), load(sums + i + 8)); });
+  storeBytes<kKeepsFourth, false>(dst, bytes, [=](int i) { return narrow16To8U(load(sums + i), load(sums + i + 8)); });
 }
 
 }  // namespace

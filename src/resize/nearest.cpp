@@ -34,9 +34,9 @@ struct Columns {
     }
   }
 };
-ORV_INLINE Vec fourPixels(const Vel8u* src, const Vel32s* offset) {
-  const auto at = [=](int i) { return loadPart<4>(src + offset[i]); };
-  return _mm_unpacklo_epi64(_mm_unpacklo_epi32(at(0), at(1)), _mm_unpacklo_epi32(at(2), at(3)));
+ORV_INLINE Lane fourPixels(const Vel8u* src, const Vel32s* offset) {
+  const auto at = [=](int i) { return loadFirst<4>(src + offset[i]); };
+  return interleaveLow64(interleaveLow32(at(0), at(1)), interleaveLow32(at(2), at(3)));
 }
 template <int kPixel, bool kKeepsFourth>
 ORV_INLINE void copyPixels(const Vel8u* src, const Columns& columns, Vel8u* dst) {
@@ -51,16 +51,16 @@ ORV_INLINE void copyPixels(const Vel8u* src, const Columns& columns, Vel8u* dst)
     const int last = columns.before < columns.count ? columns.before : columns.count - 1;
 #if ORV_HAS_SHUFFLE
     for (; x + 6 <= last; x += 4)
-      store(dst + 3 * x, _mm_shuffle_epi8(fourPixels(src, offset + x),
-                                          _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
+      store(dst + 3 * x, shuffle8(fourPixels(src, offset + x),
+                                  _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
 #endif
     for (; x < last; ++x) store4(dst + 3 * x, load4(src + offset[x]));
   } else {
     for (; x + 4 <= columns.count; x += 4) {
-      Vec four = fourPixels(src, offset + x);
+      Lane four = fourPixels(src, offset + x);
       if (kKeepsFourth) {
-        const Vec fourth = all32(int(0xFF000000));
-        four = _mm_or_si128(_mm_andnot_si128(fourth, four), _mm_and_si128(fourth, load(dst + 4 * x)));
+        const Lane fourth = all32(int(0xFF000000));
+        four = (~fourth & four) | (fourth & load(dst + 4 * x));
       }
       store(dst + 4 * x, four);
     }
@@ -81,10 +81,10 @@ template <int kSize> struct Piece {
   Vel8u at[kSize];
 };
 ORV_INLINE void shufflePiece(const Vel8u* src, const Piece<16>& piece, Vel8u* dst) {
-  store(dst, _mm_shuffle_epi8(load(src + piece.from), load(piece.at)));
+  store(dst, shuffle8(load(src + piece.from), load(piece.at)));
 }
 ORV_INLINE void shufflePiece(const Vel8u* src, const Piece<8>& piece, Vel8u* dst) {
-  storeLow(dst, _mm_shuffle_epi8(load(src + piece.from), loadLow(piece.at)));
+  storeLow(dst, shuffle8(load(src + piece.from), loadLow(piece.at)));
 }
 
 // The last piece ends with the row, so it may overlap the one before.

@@ -3,6 +3,7 @@
 // Rows come first: those that a destination row covers are weighed and added up at full width, into a row of floats.
 // Whole pixels weigh 1 and are added up as integers, so that sums of whole cells are exact; the area is divided by at
 // the end. Cells of 2 x 2 to 4 x 4 whole pixels have kernels of their own, in words.
+#include "core/cache.h"
 #include "resize/sums.h"
 
 namespace {
@@ -44,11 +45,11 @@ constexpr float kHalf = 0.5f + 1.0f / 4096;
 // ---- Rows
 
 struct Sixteen {
-  Vec operator()(const Vel8u* p) const { return load(p); }
+  Lane operator()(const Vel8u* p) const { return load(p); }
 };
 struct Fewer {
   int count;
-  Vec operator()(const Vel8u* p) const {
+  Lane operator()(const Vel8u* p) const {
     Vel8u bytes[16] = {};
     memcpy(bytes, p, size_t(count));
     return load(bytes);
@@ -81,10 +82,10 @@ struct Rows {
     if (span.count > 1 && span.tail < 1) tail = last, --wholes;
   }
 
-  static void addWeighed(Vec bytes, float weight, Wide (&sums)[kWidesOf16]) {
-    Wide floats[kWidesOf16];
+  static void addWeighed(Lane bytes, float weight, Floats (&sums)[kWidesOf16]) {
+    Floats floats[kWidesOf16];
     bytesToFloats(bytes, floats);
-    ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) sums[k] = addWide(sums[k], mulWide(floats[k], allWide(weight)));
+    ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) sums[k] = sums[k] + (floats[k] * allFloats(weight));
   }
   // Rows of a strip are too short for the processor to foresee the next ones.
   __attribute__((always_inline)) void foresee(int i) const {
@@ -93,24 +94,24 @@ struct Rows {
   }
   template <class Load> void sum(int i, const Load& load, float* to) const {
     constexpr int kMost = 256;  // bytes that a word holds the sum of
-    Wide sums[kWidesOf16];
-    for (Wide& s : sums) s = zeroWide();
+    Floats sums[kWidesOf16];
+    for (Floats& s : sums) s = allFloats(0);
     const Vel8u* p = whole;
     for (int left = wholes; left > 0; left -= kMost) {
-      Vec low = zero(), high = zero();
+      Lane low = zero(), high = zero();
       for (int n = left < kMost ? left : kMost; n > 0; --n, p = rowOf(p, step, 1)) {
-        const Vec bytes = load(p + i);
-        low = _mm_add_epi16(low, widenLow8(bytes));
-        high = _mm_add_epi16(high, widenHigh8(bytes));
+        const Lane bytes = load(p + i);
+        low = add16(low, widenLowU8(bytes));
+        high = add16(high, widenHighU8(bytes));
       }
-      Wide floats[kWidesOf16];
+      Floats floats[kWidesOf16];
       wordsToFloats(low, high, floats);
-      ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) sums[k] = addWide(sums[k], floats[k]);
+      ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) sums[k] = sums[k] + floats[k];
     }
     foresee(i);
     if (head) addWeighed(load(head + i), headWeight, sums);
     if (tail) addWeighed(load(tail + i), tailWeight, sums);
-    ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) storeWide(to + i + k * kLanesOfWide, sums[k]);
+    ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) store(to + i + k * kLanesOfWide, sums[k]);
   }
   // The same of two or three rows, of which no more than one is whole: it comes first, with a weight of 1.
   template <int kRows> void sumFew(int samples, float* to) const {
@@ -123,17 +124,17 @@ struct Rows {
     if (tail) add(tail, tailWeight);
     for (int place = 0; place < samples; place += 16) {
       const int i = place + 16 <= samples ? place : samples - 16;
-      Wide sums[kWidesOf16];
+      Floats sums[kWidesOf16];
       ORV_UNROLL for (int r = 0; r < kRows; ++r) {
-        Wide floats[kWidesOf16];
+        Floats floats[kWidesOf16];
         bytesToFloats(load(row[r] + i), floats);
         ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) {
-          const Wide product = mulWide(floats[k], allWide(weight[r]));
-          sums[k] = r == 0 ? product : addWide(sums[k], product);
+          const Floats product = floats[k] * allFloats(weight[r]);
+          sums[k] = r == 0 ? product : (sums[k] + product);
         }
       }
       foresee(i);
-      ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) storeWide(to + i + k * kLanesOfWide, sums[k]);
+      ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) store(to + i + k * kLanesOfWide, sums[k]);
     }
   }
   void sum(int samples, float* to) const {
@@ -151,17 +152,17 @@ struct Rows {
 constexpr int kStrip = 256;
 
 // The sum of n vectors, in parts short enough for single precision.
-template <class At> ORV_INLINE __m128 sumOf(int n, const At& at) {
-  __m128 sum = _mm_setzero_ps();
+template <class At> ORV_INLINE Floats4 sumOf(int n, const At& at) {
+  Floats4 sum = allFloats<Floats4>(0);
   for (int i = 0; i < n;) {
-    __m128 part = _mm_setzero_ps();
-    for (const int end = n - i > 1024 ? i + 1024 : n; i < end; ++i) part = _mm_add_ps(part, at(i));
-    sum = _mm_add_ps(sum, part);
+    Floats4 part = allFloats<Floats4>(0);
+    for (const int end = n - i > 1024 ? i + 1024 : n; i < end; ++i) part = part + at(i);
+    sum = sum + part;
   }
   return sum;
 }
-ORV_INLINE Vec rounded(__m128 sums, __m128 inverses) {
-  return _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(sums, inverses), _mm_set1_ps(kHalf)));
+ORV_INLINE Lane rounded(Floats4 sums, Floats4 inverses) {
+  return truncated(((sums * inverses) + allFloats<Floats4>(kHalf)));
 }
 
 // Of one channel: four sources of a column at once, and as many columns as a wide vector has lanes.
@@ -183,30 +184,30 @@ struct PlaneColumns {
     isNarrow = groups[x] == 1 && (x == 0 || isNarrow);
     float *const first = head[placeOf(x)], *const last = groups[x] == 1 ? first : tail[placeOf(x)];
     const int used = span.count - 4 * (groups[x] - 1);  // of the last group
-    _mm_storeu_ps(first, _mm_loadu_ps(kOnes));
-    _mm_storeu_ps(last, _mm_loadu_ps(kOnes + 4 - used));
+    ::store(first, load<Floats4>(kOnes));
+    ::store(last, load<Floats4>(kOnes + 4 - used));
     last[used - 1] = span.tail;
     first[0] = span.head;
   }
-  __m128 lanesOf(int x, const float* sums) const {
+  Floats4 lanesOf(int x, const float* sums) const {
     const float* const p = sums + from[x];
-    const __m128 first = _mm_mul_ps(_mm_loadu_ps(p), _mm_loadu_ps(head[placeOf(x)]));
+    const Floats4 first = load<Floats4>(p) * load<Floats4>(head[placeOf(x)]);
     if (groups[x] == 1) return first;
     const float* const last = p + 4 * groups[x] - 4;
-    const __m128 between = sumOf(groups[x] - 2, [p](int i) { return _mm_loadu_ps(p + 4 * i + 4); });
-    return _mm_add_ps(_mm_add_ps(first, between), _mm_mul_ps(_mm_loadu_ps(last), _mm_loadu_ps(tail[placeOf(x)])));
+    const Floats4 between = sumOf(groups[x] - 2, [p](int i) { return load<Floats4>(p + 4 * i + 4); });
+    return (first + between) + (load<Floats4>(last) * load<Floats4>(tail[placeOf(x)]));
   }
   // Of column x + i, and the one four columns on; x is a multiple of kColumns.
-  Wide narrowLanesOf(int x, int i, const float* sums) const {
+  Floats narrowLanesOf(int x, int i, const float* sums) const {
 #if ORV_HAS_WIDE_FLOAT
-    const Wide sources = _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(sums + from[x + i])),
-                                              _mm_loadu_ps(sums + from[x + i + 4]), 1);
+    const Floats sources = _mm256_insertf128_ps(_mm256_castps128_ps256(load<Floats4>(sums + from[x + i])),
+                                                load<Floats4>(sums + from[x + i + 4]), 1);
 #else
-    const Wide sources = _mm_loadu_ps(sums + from[x + i]);
+    const Floats sources = load<Floats4>(sums + from[x + i]);
 #endif
-    return mulWide(sources, loadWide(head[x + i * kHalves]));
+    return sources * load<Floats>(head[x + i * kHalves]);
   }
-  Wide wideLanesOf(int x, const float* sums) const {
+  Floats wideLanesOf(int x, const float* sums) const {
 #if ORV_HAS_WIDE_FLOAT
     return _mm256_insertf128_ps(_mm256_castps128_ps256(lanesOf(x, sums)), lanesOf(x + 4, sums), 1);
 #else
@@ -215,19 +216,19 @@ struct PlaneColumns {
   }
   template <bool kNarrow> void store(const float* sums, float rowInverse, int n, Vel8u* dst) const {
     for (int x = 0; x < n; x += kColumns) {
-      Wide lanes[4];
+      Floats lanes[4];
       ORV_UNROLL for (int i = 0; i < 4; ++i) lanes[i] = kNarrow ? narrowLanesOf(x, i, sums) : wideLanesOf(x + i, sums);
-      const Wide means = mulWide(laneSums(lanes), mulWide(loadWide(inverse + x), allWide(rowInverse)));
-      const Wide rounded = addWide(means, allWide(kHalf));
+      const Floats means = laneSums(lanes) * (load<Floats>(inverse + x) * allFloats(rowInverse));
+      const Floats rounded = means + allFloats(kHalf);
 #if ORV_HAS_WIDE_FLOAT
-      const __m256i eight = _mm256_cvttps_epi32(rounded);
-      const Vec words = _mm_packs_epi32(_mm256_castsi256_si128(eight), _mm256_extractf128_si256(eight, 1));
+      const Dwords eight = truncated(rounded);
+      const Lane words = narrow32(lowHalf(eight), highHalf(eight));
 #else
-      const Vec four = _mm_cvttps_epi32(rounded), words = _mm_packs_epi32(four, four);
+      const Lane four = truncated(rounded), words = narrow32(four, four);
 #endif
-      const Vec bytes = _mm_packus_epi16(words, words);
+      const Lane bytes = narrow16To8U(words, words);
       if (x + kColumns <= n) {
-        storePart<kColumns>(dst + x, bytes);
+        storeFirst<kColumns>(dst + x, bytes);
       } else {
         Vel8u last[8];
         storeLow(last, bytes);
@@ -252,14 +253,13 @@ template <int kPixel, int kChannels> struct PixelColumns {
     for (int x = 0; x < n; ++x) {
       const Span& span = spans[x];
       const float* const p = sums + span.first;
-      __m128 sum = _mm_mul_ps(_mm_loadu_ps(p), _mm_set1_ps(span.head));
+      Floats4 sum = load<Floats4>(p) * allFloats<Floats4>(span.head);
       if (span.count > 2)
-        sum = _mm_add_ps(sum, sumOf(span.count - 2, [p](int i) { return _mm_loadu_ps(p + kPixel * (i + 1)); }));
-      if (span.count > 1)
-        sum = _mm_add_ps(sum, _mm_mul_ps(_mm_loadu_ps(p + kPixel * (span.count - 1)), _mm_set1_ps(span.tail)));
-      const Vec four = rounded(sum, _mm_set1_ps(span.inverse * rowInverse));
-      const Vec words = _mm_packs_epi32(four, four);
-      storePixel<kPixel, kChannels>(dst + kPixel * x, _mm_packus_epi16(words, words), x + 1 == n);
+        sum = (sum + sumOf(span.count - 2, [p](int i) { return load<Floats4>(p + kPixel * (i + 1)); }));
+      if (span.count > 1) sum = sum + (load<Floats4>(p + kPixel * (span.count - 1)) * allFloats<Floats4>(span.tail));
+      const Lane four = rounded(sum, allFloats<Floats4>(span.inverse * rowInverse));
+      const Lane words = narrow32(four, four);
+      storePixel<kPixel, kChannels>(dst + kPixel * x, narrow16To8U(words, words), x + 1 == n);
     }
   }
 };
@@ -277,7 +277,7 @@ ORV_INLINE VelStatus decimate(const ResizePlan& plan, const ResizeImages& images
     const Span last = spanOf(horizontal, x + n - 1);
     for (int i = 0; i < (n + 7) / 8 * 8; ++i) table.set(i, i < n ? spanOf(horizontal, x + i) : last, base);
     const int samples = (last.first + last.count - base) * kPixel;
-    for (int i = 0; i < 16; i += 4) _mm_storeu_ps(sums + (samples < 16 ? 16 : samples) + i, _mm_setzero_ps());
+    for (int i = 0; i < 16; i += 4) store(sums + (samples < 16 ? 16 : samples) + i, allFloats<Floats4>(0));
     for (const ResizePlane plane : images)
       for (int y = 0; y < plan.dstHeight; ++y) {
         const Span span = spanOf(vertical, y);
@@ -298,33 +298,31 @@ constexpr bool isNinthExact() {
   return true;
 }
 static_assert(isNinthExact(), "");
-template <int n> ORV_INLINE Vec means(Vec sums) {
-  if (n == 3) return _mm_mulhi_epu16(_mm_add_epi16(sums, all16(4)), all16(kNinth));
-  return _mm_srli_epi16(_mm_add_epi16(sums, all16(n * n / 2)), n == 2 ? 2 : 4);
+template <int n> ORV_INLINE Lane means(Lane sums) {
+  if (n == 3) return mulHighU16(add16(sums, all16(4)), all16(kNinth));
+  return shiftRightU16(add16(sums, all16(n * n / 2)), n == 2 ? 2 : 4);
 }
 
 // Sums of columns, of one channel: eight cells.
-ORV_INLINE Vec pairSums(Vec a, Vec b) {
-  return _mm_packs_epi32(_mm_madd_epi16(a, all16(1)), _mm_madd_epi16(b, all16(1)));
-}
-template <int n> ORV_INLINE Vec cellSums(const Vel16u* p) {
+ORV_INLINE Lane pairSums(Lane a, Lane b) { return narrow32(mulAddPairs16(a, all16(1)), mulAddPairs16(b, all16(1))); }
+template <int n> ORV_INLINE Lane cellSums(const Vel16u* p) {
   if (n == 2) return pairSums(load(p), load(p + 8));
   if (n == 4) return pairSums(pairSums(load(p), load(p + 8)), pairSums(load(p + 16), load(p + 24)));
   // Sums of three at every place, of which every third is wanted: from each vector other lanes. Lane i then has cell 3 i
   // (modulo 8).
-  const auto three = [p](int i) { return _mm_add_epi16(_mm_add_epi16(load(p + i), load(p + i + 1)), load(p + i + 2)); };
-  const Vec mixed = _mm_or_si128(_mm_or_si128(_mm_and_si128(three(0), _mm_setr_epi16(-1, 0, 0, -1, 0, 0, -1, 0)),
-                                              _mm_and_si128(three(8), _mm_setr_epi16(0, -1, 0, 0, -1, 0, 0, -1))),
-                                 _mm_and_si128(three(16), _mm_setr_epi16(0, 0, -1, 0, 0, -1, 0, 0)));
-  const Vec halves = _mm_shufflehi_epi16(_mm_shufflelo_epi16(mixed, 0x6C), 0x6C);
-  const Vec swapped = _mm_shuffle_epi32(halves, 0x6C);
-  const Vec isSwapped = _mm_setr_epi16(0, 0, -1, 0, 0, 0, -1, 0);
-  return _mm_or_si128(_mm_and_si128(isSwapped, swapped), _mm_andnot_si128(isSwapped, halves));
+  const auto three = [p](int i) { return add16(add16(load(p + i), load(p + i + 1)), load(p + i + 2)); };
+  const Lane mixed = ((three(0) & _mm_setr_epi16(-1, 0, 0, -1, 0, 0, -1, 0)) |
+                      (three(8) & _mm_setr_epi16(0, -1, 0, 0, -1, 0, 0, -1))) |
+                     (three(16) & _mm_setr_epi16(0, 0, -1, 0, 0, -1, 0, 0));
+  const Lane halves = shuffleHalves16<0, 3, 2, 1>(mixed);
+  const Lane swapped = shuffle32<0, 3, 2, 1>(halves);
+  const Lane isSwapped = _mm_setr_epi16(0, 0, -1, 0, 0, 0, -1, 0);
+  return (isSwapped & swapped) | (~isSwapped & halves);
 }
 
 template <int n> ORV_INLINE void storePlaneCells(const Vel16u* sums, int width, Vel8u* dst) {
   for (int x = 0; x < width; x += 8) {
-    const Vec words = means<n>(cellSums<n>(sums + n * x)), bytes = _mm_packus_epi16(words, words);
+    const Lane words = means<n>(cellSums<n>(sums + n * x)), bytes = narrow16To8U(words, words);
     if (x + 8 <= width) {
       storeLow(dst + x, bytes);
     } else {
@@ -338,11 +336,11 @@ template <int n> ORV_INLINE void storePlaneCells(const Vel16u* sums, int width, 
 template <int n, int kPixel, int kChannels> ORV_INLINE void storePixelCells(const Vel16u* sums, int width, Vel8u* dst) {
   for (int x = 0; x < width; x += 2) {
     const Vel16u *const a = sums + n * kPixel * x, *const b = x + 1 < width ? a + n * kPixel : a;
-    Vec cells = loadHalves(a, b);
-    ORV_UNROLL for (int i = 1; i < n; ++i) cells = _mm_add_epi16(cells, loadHalves(a + kPixel * i, b + kPixel * i));
-    const Vec words = means<n>(cells), bytes = _mm_packus_epi16(words, words);
+    Lane cells = loadHalves(a, b);
+    ORV_UNROLL for (int i = 1; i < n; ++i) cells = add16(cells, loadHalves(a + kPixel * i, b + kPixel * i));
+    const Lane words = means<n>(cells), bytes = narrow16To8U(words, words);
     storePixel<kPixel, kChannels>(dst + kPixel * x, bytes, x + 1 >= width);
-    if (x + 1 < width) storePixel<kPixel, kChannels>(dst + kPixel * (x + 1), _mm_srli_epi64(bytes, 32), x + 2 >= width);
+    if (x + 1 < width) storePixel<kPixel, kChannels>(dst + kPixel * (x + 1), shiftRightU64(bytes, 32), x + 2 >= width);
   }
 }
 
@@ -354,11 +352,11 @@ ORV_INLINE void decimateCells(const ResizePlan& plan, const ResizeImages& images
   const int samples = plan.dstWidth * n * kPixel;
   for (int y = 0; y < plan.dstHeight; ++y, src = rowOf(src, images.srcStep, n)) {
     bySixteen(samples, [&](int i, const auto& load) {
-      Vec low = zero(), high = zero();
+      Lane low = zero(), high = zero();
       ORV_UNROLL for (int row = 0; row < n; ++row) {
-        const Vec bytes = load(rowOf(src, images.srcStep, row) + i);
-        low = _mm_add_epi16(low, widenLow8(bytes));
-        high = _mm_add_epi16(high, widenHigh8(bytes));
+        const Lane bytes = load(rowOf(src, images.srcStep, row) + i);
+        low = add16(low, widenLowU8(bytes));
+        high = add16(high, widenHighU8(bytes));
       }
       store(sums + i, low);
       store(sums + i + 8, high);

@@ -3,13 +3,14 @@
 //
 // A source is a small object with
 //   template <size_t kBytes> ... at(size_t i) const    the kBytes of the result from byte i, as loadPiece makes them
-//   static constexpr size_t kWhole                     the most bytes that it gives at once: 16, or kWide
+//   static constexpr size_t kWhole                     the most bytes that it gives at once: 16, or kFloatsBytes
 //   static constexpr size_t kElement                   the bytes of an element; it is asked for whole elements only
 //   static constexpr int kReads                        how many vectors it reads
 //   bool reads(const Vel8u* p) const                   whether one of these starts at p
 // A result may depend on the bytes of the sources at the same place only. The destination may be one of them, or
 // overlap one that starts behind it: what is read has not been written before.
 #pragma once
+#include "core/cache.h"
 #include "core/simd.h"
 
 namespace {
@@ -22,38 +23,38 @@ template <class... T> ORV_INLINE VelStatus checkVectors(int len, const T*... p) 
 template <class T> ORV_INLINE const Vel8u* bytesOf(const T* p) { return reinterpret_cast<const Vel8u*>(p); }
 template <class T> ORV_INLINE Vel8u* bytesOf(T* p) { return reinterpret_cast<Vel8u*>(p); }
 
-// ---- Pieces: kWide bytes as a Wide where that is wider than a Vec, else 1, 2, 4, 8 or 16 at the low end of a Vec
+// ---- Pieces: kFloatsBytes bytes as a Floats where that is wider than a Lane, else 1, 2, 4, 8 or 16 at the low end of a Lane
 
 template <size_t kBytes> ORV_INLINE auto loadPiece(const Vel8u* p) {
   if constexpr (kBytes > 16)
-    return loadWide(p);
+    return load<Floats>(p);
   else
-    return loadPart<int(kBytes)>(p);
+    return loadFirst<int(kBytes)>(p);
 }
 template <size_t kBytes, class V> ORV_INLINE void storePiece(Vel8u* p, V v) {
   if constexpr (kBytes > 16)
-    storeWide(p, v);
+    store(p, v);
   else
-    storePart<int(kBytes)>(p, v);
+    storeFirst<int(kBytes)>(p, v);
 }
 
 // ---- What is copied, and bytes that are all alike
 
 struct Copied {
-  static constexpr size_t kWhole = kWide, kElement = 1;
+  static constexpr size_t kWhole = kFloatsBytes, kElement = 1;
   static constexpr int kReads = 1;
   const Vel8u* src;
   bool reads(const Vel8u* p) const { return p == src; }
   template <size_t kBytes> auto at(size_t i) const { return loadPiece<kBytes>(src + i); }
 };
 struct Repeated {
-  static constexpr size_t kWhole = kWide, kElement = 1;
+  static constexpr size_t kWhole = kFloatsBytes, kElement = 1;
   static constexpr int kReads = 0;
-  Vec v;
+  Lane v;
   bool reads(const Vel8u*) const { return false; }
   template <size_t kBytes> auto at(size_t) const {
     if constexpr (kBytes > 16)
-      return repeatWide(v);
+      return repeatLane(v);
     else
       return v;
   }
@@ -110,7 +111,7 @@ ORV_INLINE void fillTurn(const Source& source, Vel8u* dst, size_t i) {
     if constexpr (!kPastCaches)
       storePiece<kWhole>(dst + i + k, piece);
     else if constexpr (kWhole > 16)
-      streamWide(dst + i + k, piece);
+      stream(dst + i + k, piece);
     else
       stream(dst + i + k, piece);
   }
@@ -163,7 +164,7 @@ template <class Source> __attribute__((noinline)) VelStatus fillCallFew(Source s
 }
 template <class Source> __attribute__((noinline)) VelStatus fillCallHuge(Source source, Vel8u* dst, size_t n) {
   const bool isAligned = (reinterpret_cast<uintptr_t>(dst) & (Source::kElement - 1)) == 0;
-  if (isAligned && exceedsCaches((Source::kReads + 1.0) * double(n), kCacheIfUnknown)) {
+  if (isAligned && exceedsCaches((Source::kReads + 1.0) * double(n))) {
     fillPastCaches(source, dst, n);
     streamEnd();
   } else {

@@ -8,20 +8,20 @@ namespace {
 
 struct And {
   static constexpr bool kZeroClears = true;
-  static Vec of(Vec a, Vec b) { return _mm_and_si128(a, b); }
-  static Wide of(Wide a, Wide b) { return andWide(a, b); }
+  static Lane of(Lane a, Lane b) { return a & b; }
+  static Floats of(Floats a, Floats b) { return bitAnd(a, b); }
   static Vel32u of(Vel32u a, Vel32u b) { return a & b; }
 };
 struct Or {
   static constexpr bool kZeroClears = false;
-  static Vec of(Vec a, Vec b) { return _mm_or_si128(a, b); }
-  static Wide of(Wide a, Wide b) { return orWide(a, b); }
+  static Lane of(Lane a, Lane b) { return a | b; }
+  static Floats of(Floats a, Floats b) { return bitOr(a, b); }
   static Vel32u of(Vel32u a, Vel32u b) { return a | b; }
 };
 struct Xor {
   static constexpr bool kZeroClears = false;
-  static Vec of(Vec a, Vec b) { return _mm_xor_si128(a, b); }
-  static Wide of(Wide a, Wide b) { return xorWide(a, b); }
+  static Lane of(Lane a, Lane b) { return a ^ b; }
+  static Floats of(Floats a, Floats b) { return bitXor(a, b); }
   static Vel32u of(Vel32u a, Vel32u b) { return a ^ b; }
 };
 
@@ -29,7 +29,7 @@ struct Xor {
 
 // Two vectors' bits know no elements.
 template <class Op> struct OfTwo {
-  static constexpr size_t kWhole = kWide, kElement = 1;
+  static constexpr size_t kWhole = kFloatsBytes, kElement = 1;
   static constexpr int kReads = 2;
   const Vel8u *src1, *src2;
   bool reads(const Vel8u* p) const { return p == src1 || p == src2; }
@@ -39,15 +39,15 @@ template <class Op> struct OfTwo {
 };
 
 template <class Op, size_t kSize> struct WithConstant {
-  static constexpr size_t kWhole = kWide, kElement = kSize;
+  static constexpr size_t kWhole = kFloatsBytes, kElement = kSize;
   static constexpr int kReads = 1;
   const Vel8u* src;
   Vel32u bits;  // the constant, as often as it fits
   bool reads(const Vel8u* p) const { return p == src; }
   template <size_t kBytes> auto at(size_t i) const {
-    const Vec all = all32(int(bits));
+    const Lane all = all32(int(bits));
     if constexpr (kBytes > 16)
-      return Op::of(loadPiece<kBytes>(src + i), repeatWide(all));
+      return Op::of(loadPiece<kBytes>(src + i), repeatLane(all));
     else
       return Op::of(loadPiece<kBytes>(src + i), all);
   }

@@ -7,7 +7,7 @@ namespace {
 // So many that the call of a kernel does not count.
 constexpr size_t kLong = 1 << 15;
 __attribute__((noinline)) VelStatus copyLong(const Vel8u* src, Vel8u* dst, size_t n) {
-  const bool isPastCaches = n > 1 << 17 && src != dst && exceedsCaches(2.0 * double(n), kCacheIfUnknown);
+  const bool isPastCaches = n > 1 << 17 && src != dst && exceedsCaches(2.0 * double(n));
   ORV_NAME(ownsCopy_8u)(src, 0, dst, 0, n, 1, isPastCaches);
   if (isPastCaches) streamEnd();
   return velStsNoErr;

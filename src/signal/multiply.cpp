@@ -15,10 +15,10 @@ struct Words {
 
 // The product, saturated.
 struct Product : Words {
-  template <size_t kBytes> Vec at(size_t i) const { return product(loadPiece<kBytes>(src + i)); }
-  Vec product(Vec x) const {
-    const Vec by = all16(val), low = _mm_mullo_epi16(x, by), high = _mm_mulhi_epi16(x, by);
-    return _mm_packs_epi32(_mm_unpacklo_epi16(low, high), _mm_unpackhi_epi16(low, high));
+  template <size_t kBytes> Lane at(size_t i) const { return product(loadPiece<kBytes>(src + i)); }
+  Lane product(Lane x) const {
+    const Lane by = all16(val), low = mulLow16(x, by), high = mulHigh16(x, by);
+    return narrow32(interleaveLow16(low, high), interleaveHigh16(low, high));
   }
 };
 
@@ -26,10 +26,9 @@ struct Product : Words {
 // as good as any power above: all but zero are at a limit then.
 struct ScaledUp : Product {
   int power;  // 1..15
-  template <size_t kBytes> Vec at(size_t i) const {
-    const Vec p = product(loadPiece<kBytes>(src + i)), down = _mm_cvtsi32_si128(16 - power);
-    return _mm_packs_epi32(_mm_sra_epi32(_mm_unpacklo_epi16(zero(), p), down),
-                           _mm_sra_epi32(_mm_unpackhi_epi16(zero(), p), down));
+  template <size_t kBytes> Lane at(size_t i) const {
+    const Lane p = product(loadPiece<kBytes>(src + i)), down = fromInt(16 - power);
+    return narrow32(shiftRight32(interleaveLow16(zero(), p), down), shiftRight32(interleaveHigh16(zero(), p), down));
   }
 };
 
@@ -38,15 +37,15 @@ struct ScaledUp : Product {
 // changes halves only.
 struct ScaledDown : Words {
   int power;  // 1..30
-  template <size_t kBytes> Vec at(size_t i) const {
-    const Vec x = loadPiece<kBytes>(src + i);
+  template <size_t kBytes> Lane at(size_t i) const {
+    const Lane x = loadPiece<kBytes>(src + i);
     const int a = -(1 << (power - 1) / 2), b = -(1 << power / 2);  // a b = 2^(power - 1), each within a word
-    return _mm_packs_epi32(rounded(_mm_unpacklo_epi16(x, all16(a)), b), rounded(_mm_unpackhi_epi16(x, all16(a)), b));
+    return narrow32(rounded(interleaveLow16(x, all16(a)), b), rounded(interleaveHigh16(x, all16(a)), b));
   }
-  Vec rounded(Vec pairs, int b) const {
-    const Vec sum = _mm_madd_epi16(pairs, all32(int(Vel16u(val) | unsigned(b) << 16))), bit = all32(1 << power);
-    const Vec odd = _mm_cmpeq_epi32(_mm_and_si128(sum, bit), bit);  // -1
-    return _mm_sra_epi32(_mm_add_epi32(sum, odd), _mm_cvtsi32_si128(power));
+  Lane rounded(Lane pairs, int b) const {
+    const Lane sum = mulAddPairs16(pairs, all32(int(Vel16u(val) | unsigned(b) << 16))), bit = all32(1 << power);
+    const Lane odd = equal32((sum & bit), bit);  // -1
+    return shiftRight32(add32(sum, odd), fromInt(power));
   }
 };
 

@@ -13,11 +13,11 @@ template <size_t kSize, Direction kTo, bool kKeepsSign> struct Shifted {
   const Vel8u* src;
   int count;
   bool reads(const Vel8u* p) const { return p == src; }
-  template <size_t kBytes> Vec at(size_t i) const {
-    const Vec v = loadPiece<kBytes>(src + i), n = _mm_cvtsi32_si128(count);
-    if constexpr (kSize == 4) return kTo == kLeft ? _mm_sll_epi32(v, n) : _mm_sra_epi32(v, n);
-    const Vec words = kTo == kLeft ? _mm_sll_epi16(v, n) : kKeepsSign ? _mm_sra_epi16(v, n) : _mm_srl_epi16(v, n);
-    return kSize == 2 ? words : _mm_and_si128(words, all8(kTo == kLeft ? 0xFF << count : 0xFF >> count));
+  template <size_t kBytes> Lane at(size_t i) const {
+    const Lane v = loadPiece<kBytes>(src + i), n = fromInt(count);
+    if constexpr (kSize == 4) return kTo == kLeft ? shiftLeft32(v, n) : shiftRight32(v, n);
+    const Lane words = kTo == kLeft ? shiftLeft16(v, n) : kKeepsSign ? shiftRight16(v, n) : shiftRightU16(v, n);
+    return kSize == 2 ? words : (words & all8(kTo == kLeft ? 0xFF << count : 0xFF >> count));
   }
 };
 

@@ -1,0 +1,212 @@
+// Vectors of floats, from and to integers. Sums, differences, products and quotients are written with the operators; they
+// are not contracted, and keep their order.
+#pragma once
+#include "core/simd/shuffles.h"
+
+namespace {
+
+constexpr int kFloats = int(sizeof(Floats) / sizeof(float));  // how many a vector has: 4 or 8
+constexpr size_t kFloatsBytes = sizeof(Floats);
+typedef float Floats4 __attribute__((vector_size(16)));
+
+// ---- Halves, where a vector of floats is wider than a lane; Dwords are as many integers as Floats has floats
+
+#if ORV_HAS_WIDE_FLOAT
+typedef long long Dwords __attribute__((vector_size(32)));
+ORV_INLINE Dwords joinHalves(Lane low, Lane high) {
+  return _mm256_insertf128_si256(_mm256_castsi128_si256(low), high, 1);
+}
+ORV_INLINE Lane lowHalf(Dwords v) { return _mm256_castsi256_si128(v); }
+ORV_INLINE Lane highHalf(Dwords v) { return _mm256_extractf128_si256(v, 1); }
+ORV_INLINE Floats joinHalves(Floats4 low, Floats4 high) {
+  return _mm256_insertf128_ps(_mm256_castps128_ps256(low), high, 1);
+}
+ORV_INLINE Floats4 lowHalf(Floats v) { return _mm256_castps256_ps128(v); }
+ORV_INLINE Floats4 highHalf(Floats v) { return _mm256_extractf128_ps(v, 1); }
+#else
+using Dwords = Lane;
+#endif
+
+// Two lanes, one behind the other, past the caches or not; the same lane as often as Floats has lanes.
+template <bool kStreams> ORV_INLINE void putPair(void* p, Lane low, Lane high) {
+#if ORV_HAS_WIDE_FLOAT
+  put<kStreams>(p, Floats(joinHalves(low, high)));
+#else
+  put<kStreams>(p, low);
+  put<kStreams>(static_cast<Lane*>(p) + 1, high);
+#endif
+}
+ORV_INLINE Floats repeatLane(Lane v) {
+#if ORV_HAS_WIDE_FLOAT
+  return Floats(joinHalves(v, v));
+#else
+  return Floats(v);
+#endif
+}
+
+// ---- One operation each, on Floats and on Floats4
+
+template <class F> ORV_INLINE F allFloats(float x);
+template <> ORV_INLINE Floats4 allFloats<Floats4>(float x) { return _mm_set1_ps(x); }
+// The same bits as a vector of another kind.
+ORV_INLINE Lane asBits(Floats4 v) { return _mm_castps_si128(v); }
+ORV_INLINE Floats4 asFloats(Lane v) { return _mm_castsi128_ps(v); }
+ORV_INLINE Floats4 bitAnd(Floats4 a, Floats4 b) { return _mm_and_ps(a, b); }
+ORV_INLINE Floats4 bitOr(Floats4 a, Floats4 b) { return _mm_or_ps(a, b); }
+ORV_INLINE Floats4 bitXor(Floats4 a, Floats4 b) { return _mm_xor_ps(a, b); }
+ORV_INLINE Floats4 min(Floats4 a, Floats4 b) { return _mm_min_ps(a, b); }  // b where one is a NaN
+ORV_INLINE Lane atMost(Floats4 a, Floats4 b) { return asBits(_mm_cmple_ps(a, b)); }  // all bits where a <= b
+// Floats and integers. toNearest rounds as SSE's control register says, ties to even as a rule; what no integer holds,
+// and a NaN, becomes -2^31.
+ORV_INLINE Floats4 toFloats(Lane v) { return _mm_cvtepi32_ps(v); }
+ORV_INLINE Lane toNearest(Floats4 v) { return _mm_cvtps_epi32(v); }
+ORV_INLINE Lane truncated(Floats4 v) { return _mm_cvttps_epi32(v); }
+// Pixels of four channels: three from v, the fourth, alpha as a rule, from old.
+ORV_INLINE Floats4 keepFourth(Floats4 v, Floats4 old) {
+#if ORV_HAS_BLEND
+  return _mm_blend_ps(v, old, 8);
+#else
+  return asFloats(selectBits(_mm_setr_epi32(0, 0, 0, -1), asBits(old), asBits(v)));
+#endif
+}
+#if ORV_HAS_WIDE_FLOAT
+template <> ORV_INLINE Floats allFloats<Floats>(float x) { return _mm256_set1_ps(x); }
+ORV_INLINE Dwords asBits(Floats v) { return _mm256_castps_si256(v); }
+ORV_INLINE Floats asFloats(Dwords v) { return _mm256_castsi256_ps(v); }
+ORV_INLINE Floats bitAnd(Floats a, Floats b) { return _mm256_and_ps(a, b); }
+ORV_INLINE Floats bitOr(Floats a, Floats b) { return _mm256_or_ps(a, b); }
+ORV_INLINE Floats bitXor(Floats a, Floats b) { return _mm256_xor_ps(a, b); }
+ORV_INLINE Floats min(Floats a, Floats b) { return _mm256_min_ps(a, b); }
+ORV_INLINE Dwords atMost(Floats a, Floats b) { return asBits(_mm256_cmp_ps(a, b, _CMP_LE_OQ)); }
+ORV_INLINE Floats toFloats(Dwords v) { return _mm256_cvtepi32_ps(v); }
+ORV_INLINE Dwords toNearest(Floats v) { return _mm256_cvtps_epi32(v); }
+ORV_INLINE Dwords truncated(Floats v) { return _mm256_cvttps_epi32(v); }
+ORV_INLINE Floats keepFourth(Floats v, Floats old) { return _mm256_blend_ps(v, old, 0x88); }
+#endif
+ORV_INLINE Floats allFloats(float x) { return allFloats<Floats>(x); }
+
+// ---- Runs: n elements, 1, 2, 4, 8 or 16, in as many vectors as they take. Fewer than four leave a vector's rest undefined.
+
+template <int n> struct RunVectors {
+  static constexpr bool kIsWide = n >= kFloats;
+  template <class Wide, class Narrow> static auto pick() {
+    if constexpr (kIsWide)
+      return Wide();
+    else
+      return Narrow();
+  }
+  using Float = decltype(pick<Floats, Floats4>());
+  using Int = decltype(pick<Dwords, Lane>());
+  static constexpr int kElements = int(sizeof(Float) / sizeof(float));  // of a vector
+  static constexpr int kCount = n > kElements ? n / kElements : 1;
+};
+template <int n> struct FloatRun {
+  using V = typename RunVectors<n>::Float;
+  static constexpr int kElements = RunVectors<n>::kElements, kCount = RunVectors<n>::kCount;
+  V v[kCount];
+};
+template <int n> struct DwordRun {
+  using V = typename RunVectors<n>::Int;
+  static constexpr int kElements = RunVectors<n>::kElements, kCount = RunVectors<n>::kCount;
+  V v[kCount];
+};
+
+template <int n> ORV_INLINE FloatRun<n> loadRun(const float* p) {
+  using Run = FloatRun<n>;
+  if constexpr (n < 4) return {{asFloats(loadFirst<4 * n>(p))}};
+  Run run;
+  ORV_UNROLL for (int i = 0; i < Run::kCount; ++i) run.v[i] = load<typename Run::V>(p + i * Run::kElements);
+  return run;
+}
+template <bool kStreams = false, int n> ORV_INLINE void storeRun(float* p, const FloatRun<n>& run) {
+  if constexpr (n < 4)
+    storeFirst<4 * n>(p, asBits(run.v[0]));
+  else
+    ORV_UNROLL for (int i = 0; i < run.kCount; ++i) put<kStreams>(p + i * run.kElements, run.v[i]);
+}
+
+template <int n> ORV_INLINE FloatRun<n> keepFourth(const FloatRun<n>& run, const FloatRun<n>& old) {
+  FloatRun<n> kept;
+  ORV_UNROLL for (int i = 0; i < run.kCount; ++i) kept.v[i] = keepFourth(run.v[i], old.v[i]);
+  return kept;
+}
+
+// f of each vector.
+template <int n, class F> ORV_INLINE FloatRun<n> each(FloatRun<n> run, const F& f) {
+  ORV_UNROLL for (auto& v : run.v) v = f(v);
+  return run;
+}
+template <int n> ORV_INLINE FloatRun<n> toFloats(const DwordRun<n>& run) {
+  FloatRun<n> floats;
+  ORV_UNROLL for (int i = 0; i < run.kCount; ++i) floats.v[i] = toFloats(run.v[i]);
+  return floats;
+}
+template <int n> ORV_INLINE DwordRun<n> toNearest(const FloatRun<n>& run) {
+  DwordRun<n> dwords;
+  ORV_UNROLL for (int i = 0; i < run.kCount; ++i) dwords.v[i] = toNearest(run.v[i]);
+  return dwords;
+}
+template <int n> ORV_INLINE DwordRun<n> truncated(const FloatRun<n>& run) {
+  DwordRun<n> dwords;
+  ORV_UNROLL for (int i = 0; i < run.kCount; ++i) dwords.v[i] = truncated(run.v[i]);
+  return dwords;
+}
+
+// The dwords of so many lanes.
+template <int n> ORV_INLINE DwordRun<n> runOf(const Lane (&lanes)[n < 4 ? 1 : n / 4]) {
+  DwordRun<n> run;
+  if constexpr (sizeof run.v[0] == 16) {
+    ORV_UNROLL for (int i = 0; i < run.kCount; ++i) run.v[i] = lanes[i];
+  }
+#if ORV_HAS_WIDE_FLOAT
+  else {
+    ORV_UNROLL for (int i = 0; i < run.kCount; ++i) run.v[i] = joinHalves(lanes[2 * i], lanes[2 * i + 1]);
+  }
+#endif
+  return run;
+}
+// The first n bytes of a lane, unsigned; the words of two lanes, unsigned.
+template <int n> ORV_INLINE FloatRun<n> bytesToFloats(Lane bytes) {
+  Lane lanes[n < 4 ? 1 : n / 4];
+#if ORV_HAS_SHUFFLE
+  ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i)
+      lanes[i] = shuffle8(bytes, _mm_set_epi32(int(0x80808003u + 4 * unsigned(i)), int(0x80808002u + 4 * unsigned(i)),
+                                               int(0x80808001u + 4 * unsigned(i)), int(0x80808000u + 4 * unsigned(i))));
+#else
+  const Lane low = widenLowU8(bytes), high = widenHighU8(bytes);
+  lanes[0] = widenLowU16(low);
+  if constexpr (n > 4) lanes[1] = widenHighU16(low);
+  if constexpr (n > 8) lanes[2] = widenLowU16(high), lanes[3] = widenHighU16(high);
+#endif
+  return toFloats(runOf<n>(lanes));
+}
+template <int n> ORV_INLINE FloatRun<n> loadBytesAsFloats(const Vel8u* p) {
+#if ORV_HAS_BLEND
+  Lane lanes[n < 4 ? 1 : n / 4];
+  for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] = _mm_cvtepu8_epi32(loadFirst<(n < 4 ? n : 4)>(p + 4 * i));
+  return toFloats(runOf<n>(lanes));
+#else
+  return bytesToFloats<n>(loadFirst<n>(p));
+#endif
+}
+ORV_INLINE FloatRun<16> wordsToFloats(Lane low, Lane high) {
+  return toFloats(runOf<16>({widenLowU16(low), widenHighU16(low), widenLowU16(high), widenHighU16(high)}));
+}
+
+// Signed words of dwords, saturated.
+template <int n> ORV_INLINE Lane wordsOf(const DwordRun<n>& run, int vector = 0) {
+  if constexpr (n < 8) return narrow32(run.v[0], run.v[0]);
+#if ORV_HAS_WIDE_FLOAT
+  else
+    return narrow32(lowHalf(run.v[vector]), highHalf(run.v[vector]));
+#else
+  else
+    return narrow32(run.v[2 * vector], run.v[2 * vector + 1]);
+#endif
+}
+// Unsigned bytes of dwords, saturated.
+template <int n> ORV_INLINE Lane narrowTo8U(const DwordRun<n>& run) {
+  return narrow16To8U(wordsOf(run, 0), wordsOf(run, n == 16 ? 1 : 0));
+}
+
+}  // namespace
