@@ -15,7 +15,9 @@ struct LoneSamples {
 // Chroma rows hold a sample of its own for a lone pixel, or they do not: then it takes the pair's before it.
 template <bool kOwnChroma> struct Planar {
   using Source = Strip<const Vel8u, 2, 1, 1>;
-  static Source strip(const Vel8u* const planes[3], const int step[3]) { return stripOfYuv<const Vel8u, 1>(planes, step); }
+  static Source strip(const Vel8u* const planes[3], const int step[3]) {
+    return stripOfYuv<const Vel8u, 1>(planes, step);
+  }
 
   template <class V> static Samples<V> load(const Source& s) {
     return {::load<V>(s.row[0]), loadWidenU8<V>(s.row[1]), loadWidenU8<V>(s.row[2])};
@@ -33,7 +35,8 @@ struct Packed {
   static Source strip(const Vel8u* image, int step) { return {{image}, {step}}; }
 
   template <class V> static Samples<V> load(const Source& s) {
-    const EvenOdd<V> first = splitEvenOdd8(::load<V>(s.row[0], 32)), second = splitEvenOdd8(::load<V>(s.row[0] + 16, 32));
+    const EvenOdd<V> first = splitEvenOdd8(::load<V>(s.row[0], 32)),
+                     second = splitEvenOdd8(::load<V>(s.row[0] + 16, 32));
     const EvenOdd<V> chroma = splitEvenOdd8(narrow16To8U(first.odd, second.odd));
     return {narrow16To8U(first.even, second.even), chroma.even, chroma.odd};
   }

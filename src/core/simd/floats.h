@@ -54,7 +54,7 @@ ORV_INLINE Floats4 asFloats(Lane v) { return _mm_castsi128_ps(v); }
 ORV_INLINE Floats4 bitAnd(Floats4 a, Floats4 b) { return _mm_and_ps(a, b); }
 ORV_INLINE Floats4 bitOr(Floats4 a, Floats4 b) { return _mm_or_ps(a, b); }
 ORV_INLINE Floats4 bitXor(Floats4 a, Floats4 b) { return _mm_xor_ps(a, b); }
-ORV_INLINE Floats4 min(Floats4 a, Floats4 b) { return _mm_min_ps(a, b); }  // b where one is a NaN
+ORV_INLINE Floats4 min(Floats4 a, Floats4 b) { return _mm_min_ps(a, b); }            // b where one is a NaN
 ORV_INLINE Lane atMost(Floats4 a, Floats4 b) { return asBits(_mm_cmple_ps(a, b)); }  // all bits where a <= b
 // Floats and integers. toNearest rounds as SSE's control register says, ties to even as a rule; what no integer holds,
 // and a NaN, becomes -2^31.
@@ -169,9 +169,9 @@ template <int n> ORV_INLINE DwordRun<n> runOf(const Lane (&lanes)[n < 4 ? 1 : n 
 template <int n> ORV_INLINE FloatRun<n> bytesToFloats(Lane bytes) {
   Lane lanes[n < 4 ? 1 : n / 4];
 #if ORV_HAS_SHUFFLE
-  ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i)
-      lanes[i] = shuffle8(bytes, _mm_set_epi32(int(0x80808003u + 4 * unsigned(i)), int(0x80808002u + 4 * unsigned(i)),
-                                               int(0x80808001u + 4 * unsigned(i)), int(0x80808000u + 4 * unsigned(i))));
+  ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] =
+      shuffle8(bytes, _mm_set_epi32(int(0x80808003u + 4 * unsigned(i)), int(0x80808002u + 4 * unsigned(i)),
+                                    int(0x80808001u + 4 * unsigned(i)), int(0x80808000u + 4 * unsigned(i))));
 #else
   const Lane low = widenLowU8(bytes), high = widenHighU8(bytes);
   lanes[0] = widenLowU16(low);

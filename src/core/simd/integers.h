@@ -84,8 +84,8 @@ ORV_OPERATION(greater16, cmpgt_epi16)
 #undef ORV_OPERATION
 
 // Shifts by a number of bits, the same for all elements. To the right the sign follows, unless they are unsigned.
-#define ORV_SHIFT(name, intrinsic, intrinsicOfCount)                                 \
-  ORV_INLINE Lane name(Lane v, int count) { return _mm_##intrinsic(v, count); }      \
+#define ORV_SHIFT(name, intrinsic, intrinsicOfCount)                            \
+  ORV_INLINE Lane name(Lane v, int count) { return _mm_##intrinsic(v, count); } \
   ORV_INLINE Lane name(Lane v, Lane count) { return _mm_##intrinsicOfCount(v, count); }
 ORV_SHIFT(shiftLeft16, slli_epi16, sll_epi16)
 ORV_SHIFT(shiftLeft32, slli_epi32, sll_epi32)
@@ -143,15 +143,13 @@ ORV_INLINE Lane widenHighU16(Lane v) { return _mm_unpackhi_epi16(v, zero()); }
 template <class V> ORV_INLINE V loadWidenU8(const Vel8u* p) { return widenLowU8(loadLow(p)); }
 
 // A lane of bytes as words, the even ones and the odd ones.
-template <class V> struct EvenOdd {
-  V even, odd;
-};
+template <class V> struct EvenOdd { V even, odd; };
 ORV_INLINE EvenOdd<Lane> splitEvenOdd8(Lane bytes) { return {bytes & all16(0xFF), shiftRightU16(bytes, 8)}; }
 
 // ---- Narrowing: elements of half the width, those of a, then those of b, saturated
 
-ORV_INLINE Lane narrow32(Lane a, Lane b) { return _mm_packs_epi32(a, b); }     // to words
-ORV_INLINE Lane narrow16(Lane a, Lane b) { return _mm_packs_epi16(a, b); }     // to signed bytes
+ORV_INLINE Lane narrow32(Lane a, Lane b) { return _mm_packs_epi32(a, b); }       // to words
+ORV_INLINE Lane narrow16(Lane a, Lane b) { return _mm_packs_epi16(a, b); }       // to signed bytes
 ORV_INLINE Lane narrow16To8U(Lane a, Lane b) { return _mm_packus_epi16(a, b); }  // signed words to unsigned bytes
 // The high bytes of words.
 ORV_INLINE Lane highBytes16(Lane a, Lane b) { return narrow16To8U(shiftRightU16(a, 8), shiftRightU16(b, 8)); }

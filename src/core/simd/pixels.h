@@ -76,9 +76,9 @@ template <Order kOrder, class V> ORV_INLINE Interleaved3<V> interleave3(const Pi
 // Four perfect shuffles of 48 bytes: of halves that lie 24 bytes apart, one byte from each in turn. A byte at place i
 // goes to 2 i modulo 47, and 2 to the fourth is 1 / 3 modulo 47.
 template <class V> ORV_INLINE Pixels<kInOrder, V> deinterleave3(Interleaved3<V> t) {
-  ORV_UNROLL for (int i = 0; i < 4; ++i) t = {{interleaveLow8(t.v[0], shiftBytesDown<8>(t.v[1])),
-                                               interleaveLow8(shiftBytesDown<8>(t.v[0]), t.v[2]),
-                                               interleaveLow8(t.v[1], shiftBytesDown<8>(t.v[2]))}};
+  ORV_UNROLL for (int i = 0; i < 4; ++i)
+      t = {{interleaveLow8(t.v[0], shiftBytesDown<8>(t.v[1])), interleaveLow8(shiftBytesDown<8>(t.v[0]), t.v[2]),
+            interleaveLow8(t.v[1], shiftBytesDown<8>(t.v[2]))}};
   return {t.v[0], t.v[1], t.v[2]};
 }
 #endif
@@ -92,11 +92,11 @@ template <class V> ORV_INLINE void store3(Vel8u* p, const Interleaved3<V>& t) {
 
 // ---- Sixteen pixels of three bytes as words of 256 times a sample, even and odd pixels apart
 
-template <class V> struct PixelWords {
-  EvenOdd<V> r, g, b;
-};
+template <class V> struct PixelWords { EvenOdd<V> r, g, b; };
 // Bytes as words of 256 times their value.
-template <class V> ORV_INLINE EvenOdd<V> splitTimes256(V bytes) { return {shiftLeft16(bytes, 8), bytes & all16(0xFF00)}; }
+template <class V> ORV_INLINE EvenOdd<V> splitTimes256(V bytes) {
+  return {shiftLeft16(bytes, 8), bytes & all16(0xFF00)};
+}
 template <class V> ORV_INLINE PixelWords<V> splitTimes256(const Pixels<kInOrder, V>& p) {
   return {splitTimes256(p.r), splitTimes256(p.g), splitTimes256(p.b)};
 }
@@ -108,7 +108,8 @@ template <class V> ORV_INLINE PixelWords<V> load3Times256(const Vel8u* p) {
 #if ORV_HAS_BLEND
   const V y = blend16<0xAA>(yz, xy);  // each two words exchanged
   const auto bytesOfY = [=](int which) {
-    return shuffle8(y, bytePattern([=](int i) { return i % 2 == 0 ? -1 : 4 * (i / 4) + (i % 4 == 1 ? 2 : 0) + which; }));
+    return shuffle8(y,
+                    bytePattern([=](int i) { return i % 2 == 0 ? -1 : 4 * (i / 4) + (i % 4 == 1 ? 2 : 0) + which; }));
   };
   const V b = bytesOfY(0), r = bytesOfY(1);
 #else

@@ -5,8 +5,8 @@
 namespace {
 
 // a0 b0 a1 b1 ...: the low halves of two, and the high halves.
-#define ORV_INTERLEAVE(bits)                                                                        \
-  ORV_INLINE Lane interleaveLow##bits(Lane a, Lane b) { return _mm_unpacklo_epi##bits(a, b); }      \
+#define ORV_INTERLEAVE(bits)                                                                   \
+  ORV_INLINE Lane interleaveLow##bits(Lane a, Lane b) { return _mm_unpacklo_epi##bits(a, b); } \
   ORV_INLINE Lane interleaveHigh##bits(Lane a, Lane b) { return _mm_unpackhi_epi##bits(a, b); }
 ORV_INTERLEAVE(8)
 ORV_INTERLEAVE(16)
