@@ -199,7 +199,7 @@ struct TightSteps {
 
 // ---- Along a row
 
-// The first few of sixteen pixels: nothing behind them is read or written.
+// The first few of sixteen pixels: nothing after them is read or written.
 template <class Kernel, bool kKeepsFourth, class Src, class Dst>
 ORV_INLINE void convertTail(const Src& src, const Dst& dst, int pixels) {
   StripTail<Src> from;

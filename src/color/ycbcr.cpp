@@ -48,7 +48,7 @@ template <class V> ORV_INLINE auto forward(const Strip<const Vel8u, 6>& src) {
   const Vel8u* const p = src.row[0];
   // Two pixels in each half of a vector: the even ones begin at dwords, the odd ones a byte before.
   const V a = loadHalves(p, p + 6), b = loadHalves(p + 12, p + 18), c = loadHalves(p + 24, p + 30);
-  const V d = shiftRightU64(loadHalves(p + 34, p + 40), 16);  // reads nothing behind the pixels
+  const V d = shiftRightU64(loadHalves(p + 34, p + 40), 16);  // begins early: nothing after the pixels is read
   return convertHalves<kEvenOdd>([=](int odd) {
     const auto up = [](V v) { return shiftLeft64(v, 8); };
     if (odd) return Forward<false, V>(joinPairs32<1, 3, 1, 3>(up(a), up(b)), joinPairs32<1, 3, 1, 3>(up(c), up(d)));
@@ -75,17 +75,17 @@ template <class Format> struct ConvertForward {
 };
 
 // Eight pixels a lane, from their conversion; the fourth byte stays as it was.
-template <class Eight> ORV_INLINE void storeAC4(Vel8u* dst, const Eight& p) {
+template <class Conversion> ORV_INLINE void storeAC4(Vel8u* dst, const Conversion& p) {
   const auto r = clampToHighBytes(p.first()), g = clampToHighBytes(p.second());
   const auto rg = shiftRightU16(r, 8) | (g & all16(0xFF00)), b = shiftRightU16(clampToHighBytes(p.third()), 8);
   AC4::storeFour(dst, interleaveLow16(rg, b));
   AC4::storeFour(dst + 16, interleaveHigh16(rg, b));
 }
-// eight(a, b) converts four pixels in each of two vectors.
-template <class V, class Src, class Dst, class F>
-ORV_INLINE void convertAC4(const Src& src, const Dst& dst, const F& eight) {
+// convertEight(a, b) converts four pixels in each of two vectors.
+template <class V, class Src, class Dst, class Convert>
+ORV_INLINE void convertAC4(const Src& src, const Dst& dst, const Convert& convertEight) {
   ORV_UNROLL for (int i = 0; i < 64; i += 32)
-      storeAC4(dst.row[0] + i, eight(load<V>(src.row[0] + i, 64), load<V>(src.row[0] + i + 16, 64)));
+      storeAC4(dst.row[0] + i, convertEight(load<V>(src.row[0] + i, 64), load<V>(src.row[0] + i + 16, 64)));
 }
 struct ForwardAC4 {
   template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
@@ -100,8 +100,8 @@ struct InverseAC4 {
 
 // ---- Images: convertOne(src, dst, width) converts a row.
 
-template <class From, class To, class Src, class Dst, class F>
-ORV_INLINE VelStatus convertImage(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size, const F& convertOne) {
+template <class From, class To, class Src, class Dst, class Convert>
+ORV_INLINE VelStatus convertImage(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size, const Convert& convertOne) {
   ORV_CHECK(checkImages(pSrc, pDst, size));
   const ptrdiff_t width = size.width;
   convertStrips(stripOf<From, 1>(pSrc, srcStep), stripOf<To, 1>(pDst, dstStep), size.height,

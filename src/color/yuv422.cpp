@@ -6,7 +6,8 @@ namespace {
 // Sixteen luma samples a lane and, as words, the eight U and V samples that they share.
 template <class V> struct Samples { V luma, u, v; };
 
-// ---- Layouts of the source. lone(strip, pairs) are the samples of a last pixel that stands alone behind so many pairs.
+// ---- Layouts of the source. lone(strip, pairs) are the samples of a last pixel without a partner, after so many
+// pairs.
 
 struct LoneSamples {
   Vel8u y, u, v;

@@ -78,7 +78,7 @@ int ownGetCacheSize() {
     count += reg == EAX ? 3 : 4;
   }
   if (count == 0) return -1;
-  // The lowest byte of EAX counts and describes nothing, so the walk begins behind it; it does so too when EAX was
+  // The lowest byte of EAX counts and describes nothing, so the walk begins after it; it does so too when EAX was
   // dropped, and then ends on a zero.
   for (const Descriptor& d : kDescriptors)
     for (int i = 1; i <= count; ++i)

@@ -27,7 +27,7 @@ ORV_INLINE Floats4 highHalf(Floats v) { return _mm256_extractf128_ps(v, 1); }
 using Dwords = Lane;
 #endif
 
-// Two lanes, one behind the other, past the caches or not; the same lane as often as Floats has lanes.
+// Two lanes, the second 16 bytes after the first, past the caches or not; and a lane as often as Floats has lanes.
 template <bool kStreams> ORV_INLINE void putPair(void* p, Lane low, Lane high) {
 #if ORV_HAS_WIDE_FLOAT
   put<kStreams>(p, Floats(joinHalves(low, high)));

@@ -139,7 +139,7 @@ ORV_INLINE Lane widenHighU8(Lane v) { return _mm_unpackhi_epi8(v, zero()); }
 ORV_INLINE Lane widenLowU16(Lane v) { return _mm_unpacklo_epi16(v, zero()); }
 ORV_INLINE Lane widenHighU16(Lane v) { return _mm_unpackhi_epi16(v, zero()); }
 
-// Eight bytes for each lane, one behind the other in memory, as words.
+// Eight bytes for each lane, one after the other in memory, as words.
 template <class V> ORV_INLINE V loadWidenU8(const Vel8u* p) { return widenLowU8(loadLow(p)); }
 
 // A lane of bytes as words, the even ones and the odd ones.

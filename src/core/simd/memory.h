@@ -38,7 +38,7 @@ ORV_INLINE Lane loadHalves(const void* p, const void* q) {
 // As doubles: what gcc makes of the integer form goes through general registers in 32-bit.
 ORV_INLINE void storeLow(void* p, Lane v) { _mm_storel_pd(static_cast<double*>(p), _mm_castsi128_pd(v)); }
 ORV_INLINE void storeHigh(void* p, Lane v) { _mm_storeh_pd(static_cast<double*>(p), _mm_castsi128_pd(v)); }
-// Of each lane, one behind the other.
+// Of all lanes, one after the other in memory.
 ORV_INLINE void storeLowHalves(void* p, Lane v) { storeLow(p, v); }
 ORV_INLINE void storeHighHalves(void* p, Lane v) { storeHigh(p, v); }
 
