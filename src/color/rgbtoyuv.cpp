@@ -31,9 +31,7 @@ template <class V> struct Luma {
 
 // What U and V follow from: the sums of blue, red and luma over pairs or blocks of pixels. Those of blue and red stand as
 // 256 times the mean, which words hold exactly.
-template <class V> struct Shared {
-  V r, b, luma;
-};
+template <class V> struct Shared { V r, b, luma; };
 template <class V> ORV_INLINE V mean(const EvenOdd<V>& channel) { return meanU16(channel.even, channel.odd); }
 template <class V> ORV_INLINE Shared<V> mean(const Shared<V>& a, const Shared<V>& b) {
   return {meanU16(a.r, b.r), meanU16(a.b, b.b), add16(a.luma, b.luma)};
@@ -80,7 +78,8 @@ ORV_INLINE LonePixel loneOf(const Strip<const Vel8u, 2, 2, 2>& s) { return {s.ro
 // ---- Kernels
 
 // A row of sixteen pixels a lane: its luma goes to use(luma).
-template <class Source, class V, class Use> ORV_INLINE Shared<V> convertPixels(const Vel8u* const* rows, const Use& use) {
+template <class Source, class V, class Use>
+ORV_INLINE Shared<V> convertPixels(const Vel8u* const* rows, const Use& use) {
   const PixelWords<V> p = Source::template load<V>(rows);
   const V r = mean(p.r), b = mean(p.b);  // before luma: fewer registers are in use at once
   const Luma<V> luma(p);
@@ -95,9 +94,8 @@ template <class V> ORV_INLINE void storePlanar(Vel8u* u, Vel8u* v, V chroma) {
 template <class Source> struct To420 {
   template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
     Shared<V> rows[2];
-    ORV_UNROLL for (int r = 0; r < 2; ++r) rows[r] =
-        convertPixels<Source, V>(src.row + r * Source::Format::kPlanes,
-                               [&](const Luma<V>& luma) { store(dst.row[r], luma.bytes()); });
+    ORV_UNROLL for (int r = 0; r < 2; ++r) rows[r] = convertPixels<Source, V>(
+        src.row + r * Source::Format::kPlanes, [&](const Luma<V>& luma) { store(dst.row[r], luma.bytes()); });
     storePlanar(dst.row[2], dst.row[3], chromaOf<2>(mean(rows[0], rows[1])));
   }
 };
@@ -148,10 +146,9 @@ ORV_INLINE VelStatus convert420(Src pSrc, int srcStep, Vel8u* const pDst[3], con
   ORV_CHECK(checkPointers(dstStep));
   ORV_CHECK(checkImages(pSrc, pDst, size));
   const int width = size.width & ~1;
-  convertStrips(stripOf<typename Source::Format, 2>(pSrc, srcStep), stripOfYuv<Vel8u, 2>(pDst, dstStep), size.height / 2,
-                [=](const auto& src, const auto& dst) {
-                  convertRow<To420<Source>, LastPixels::kMayRepeat>(src, dst, width);
-                });
+  convertStrips(
+      stripOf<typename Source::Format, 2>(pSrc, srcStep), stripOfYuv<Vel8u, 2>(pDst, dstStep), size.height / 2,
+      [=](const auto& src, const auto& dst) { convertRow<To420<Source>, LastPixels::kMayRepeat>(src, dst, width); });
   return (size.width | size.height) & 1 ? velStsDoubleSize : velStsNoErr;
 }
 template <class Layout, class Source, class Src, class Dst, class Step>
@@ -211,7 +208,7 @@ ORV_BODY_A(veliRGBToYUV422_8u_P3R)
 
 ORV_BODY_A(veliRGBToYUV422_8u_C3P3)(const Vel8u* pSrc, Vel8u* const pDst[3], VeliSize roiSize) {
   return convert422<Planar422<false>, FromC3>(pSrc, int(3u * unsigned(roiSize.width)), pDst, TightSteps(roiSize).step,
-                                          roiSize);
+                                              roiSize);
 }
 
 ORV_BODY_A(veliRGBToYUV422_8u_P3)(const Vel8u* const pSrc[3], Vel8u* const pDst[3], VeliSize roiSize) {

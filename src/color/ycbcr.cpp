@@ -36,8 +36,7 @@ template <int kPixel, int kAt, class V> ORV_INLINE V greenTwice(V v) {
 template <class V> ORV_INLINE auto forward(const Strip<const Vel8u, 6>& src) {
   const Vel8u* const p = src.row[0];
   return convertHalves<kInOrder>([=](int half) {
-    if (half == 0)
-      return Forward<true, V>(greenTwice<3, 0>(load<V>(p, 48)), greenTwice<3, 0>(load<V>(p + 12, 48)));
+    if (half == 0) return Forward<true, V>(greenTwice<3, 0>(load<V>(p, 48)), greenTwice<3, 0>(load<V>(p + 12, 48)));
     return Forward<true, V>(greenTwice<3, 0>(load<V>(p + 24, 48)), greenTwice<3, 4>(load<V>(p + 32, 48)));
   });
 }
@@ -83,7 +82,8 @@ template <class Eight> ORV_INLINE void storeAC4(Vel8u* dst, const Eight& p) {
   AC4::storeFour(dst + 16, interleaveHigh16(rg, b));
 }
 // eight(a, b) converts four pixels in each of two vectors.
-template <class V, class Src, class Dst, class F> ORV_INLINE void convertAC4(const Src& src, const Dst& dst, const F& eight) {
+template <class V, class Src, class Dst, class F>
+ORV_INLINE void convertAC4(const Src& src, const Dst& dst, const F& eight) {
   ORV_UNROLL for (int i = 0; i < 64; i += 32)
       storeAC4(dst.row[0] + i, eight(load<V>(src.row[0] + i, 64), load<V>(src.row[0] + i + 16, 64)));
 }
@@ -117,10 +117,9 @@ ORV_INLINE VelStatus convert(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliS
 }
 template <class From, class G, class W, class Src, class Dst>
 ORV_INLINE VelStatus convertInGroups(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size) {
-  return convertImage<From, C3>(pSrc, srcStep, pDst, dstStep, size,
-                                [](const auto& src, const auto& dst, ptrdiff_t width) {
-                                  convertRowInGroups<From, G, W, C3>(src, dst, width);
-                                });
+  return convertImage<From, C3>(
+      pSrc, srcStep, pDst, dstStep, size,
+      [](const auto& src, const auto& dst, ptrdiff_t width) { convertRowInGroups<From, G, W, C3>(src, dst, width); });
 }
 
 }  // namespace

@@ -7,7 +7,9 @@ namespace {
 // ---- Eight pixels a lane as dwords, four in each of two vectors
 
 template <class V> struct Dwords8 { V v[2]; };
-template <class V, class F> ORV_INLINE Dwords8<V> each(const Dwords8<V>& a, const F& f) { return {{f(a.v[0]), f(a.v[1])}}; }
+template <class V, class F> ORV_INLINE Dwords8<V> each(const Dwords8<V>& a, const F& f) {
+  return {{f(a.v[0]), f(a.v[1])}};
+}
 template <class V> ORV_INLINE Dwords8<V> add32(const Dwords8<V>& a, const Dwords8<V>& b) {
   return {{add32(a.v[0], b.v[0]), add32(a.v[1], b.v[1])}};
 }
@@ -76,7 +78,8 @@ template <class W, class V> class Exact {
  private:
   static ORV_INLINE V pairOf(V lumaAndChroma) {
     const V centred = sub16(lumaAndChroma, allPairs16(16, 128));
-    return add16(mulLow16(centred, allPairs16(W::kA, W::kD)), mulLow16(shiftRightU32(centred, 16), allPairs16(W::kB, 0)));
+    return add16(mulLow16(centred, allPairs16(W::kA, W::kD)),
+                 mulLow16(shiftRightU32(centred, 16), allPairs16(W::kB, 0)));
   }
   template <int kLuma, int kChroma> static ORV_INLINE Dwords8<V> part(const Dwords8<V>& pairs) {
     constexpr int first = kLuma / W::kA, second = (kChroma - W::kB * first) / W::kD;
@@ -84,7 +87,9 @@ template <class W, class V> class Exact {
     static_assert(isWord(first) && isWord(second), "too large");
     return weigh(pairs, first, second);
   }
-  static ORV_INLINE Dwords8<V> rounded(const Dwords8<V>& channel) { return W::kRounded ? add32(channel, 32768) : channel; }
+  static ORV_INLINE Dwords8<V> rounded(const Dwords8<V>& channel) {
+    return W::kRounded ? add32(channel, 32768) : channel;
+  }
   Dwords8<V> withV, withU;
 };
 
@@ -106,7 +111,8 @@ template <bool kRound, class V> class Exact<Weights<kRound>, V> {
   // The two words are kY Y + kV Cr and kU Cb + kV2 Cr, centred.
   template <int kWeightV, int kWeightU, int kY, int kV, int kU, int kV2> Dwords8<V> sum() const {
     constexpr int first = W::kLuma / kY, second = kU != 0 ? kWeightU / (kU != 0 ? kU : 1) : kWeightV / kV2;
-    static_assert(first * kY == W::kLuma && second * kU == kWeightU && first * kV + second * kV2 == kWeightV, "inexact");
+    static_assert(first * kY == W::kLuma && second * kU == kWeightU && first * kV + second * kV2 == kWeightV,
+                  "inexact");
     static_assert(isWord(first) && isWord(second), "too large");
     const Dwords8<V> centred = each(quads, [](V q) {
       return sub16(mulAddPairs8(q, allQuads8(kY, kV, kU, kV2)), allPairs16(16 * kY + 128 * kV, 128 * (kU + kV2)));
@@ -177,7 +183,8 @@ template <class From, class G, class W, class Format, class Src, class Dst>
 ORV_INLINE void convertRowInGroups(const Src& src, const Dst& dst, ptrdiff_t width) {
   const ptrdiff_t grouped = width & ~ptrdiff_t(7);
   convertRow<ConvertGroups<G, Format>, LastPixels::kOnce>(src, dst, grouped);
-  if (grouped < width) convertTail<ConvertExactly<From, W, Format>, false>(src.at(grouped), dst.at(grouped), int(width - grouped));
+  if (grouped < width)
+    convertTail<ConvertExactly<From, W, Format>, false>(src.at(grouped), dst.at(grouped), int(width - grouped));
 }
 
 }  // namespace
