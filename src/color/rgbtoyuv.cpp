@@ -1,20 +1,27 @@
 // RGB to YUV 4:2:0 and 4:2:2, planar and packed.
 //
-//   Y = (19596 R >> 8) + (38470 G >> 8) + (7472 B >> 8) + 2 >> 8
-//   U = 128 + floor(D * 16121 / (n * 32768))      D: the sum of B less the sum of Y over the n pixels that share a sample
-//   V = 128 + floor(D * 28737 / (n * 32768))      the same with R, clamped to 0..255
+//   Y = (2 kR R >> 8) + (2 kG G >> 8) + (2 kB B >> 8) + 2 >> 8
+//   U = 128 + floor(D * kU / (n * 32768))      D: the sum of B less the sum of Y over the n pixels that share a sample
+//   V = 128 + floor(D * kV / (n * 32768))      the same with R, clamped to 0..255
 //
 // Even and odd pixels are kept apart, as words of 256 times a sample: products then keep their high halves.
 #include "color/layouts.h"
+#include "color/weights.h"
 
 namespace {
+
+struct Weights {
+  static constexpr int kBits = 15;
+  static constexpr int kR = fixedPoint(0.299, kBits), kG = fixedPoint(0.587, kBits), kB = fixedPoint(0.114, kBits);
+  static constexpr int kU = fixedPointBelow(0.492, kBits), kV = fixedPointBelow(0.877, kBits);
+};
 
 // ---- Luma
 
 // 2 is what rounding three products down can take from a grey.
 template <class V> ORV_INLINE V lumaTimes256(V r, V g, V b) {
-  const V red = mulHighU16(r, all16(2 * 9798)), green = mulHighU16(g, all16(2 * 19235));
-  return add16(add16(add16(red, green), mulHighU16(b, all16(2 * 3736))), all16(2));
+  const V red = mulHighU16(r, all16(2 * Weights::kR)), green = mulHighU16(g, all16(2 * Weights::kG));
+  return add16(add16(add16(red, green), mulHighU16(b, all16(2 * Weights::kB))), all16(2));
 }
 // Bytes: those of even pixels in the low halves of words, those of odd ones in the high halves.
 template <class V> struct Luma {
@@ -44,7 +51,7 @@ template <int kRows, class V> ORV_INLINE V chromaOf(const Shared<V>& s) {
     const V difference = sub16(shiftRightU16(channel, 8 - kRows), s.luma);
     return shiftRight16(mulHigh16(difference, all16(weight)), kRows - 1);
   };
-  return narrow16(weigh(s.b, 16121), weigh(s.r, 28737)) ^ all8(128);
+  return narrow16(weigh(s.b, Weights::kU), weigh(s.r, Weights::kV)) ^ all8(128);
 }
 
 // ---- Layouts of a source: kPlanes rows of a row of pixels
@@ -65,10 +72,11 @@ struct FromP3 {
 struct LonePixel {
   Vel8u y, u, v;
   LonePixel(int r, int g, int b) {
-    const int s = 9798 * r + 19235 * g + 3736 * b;
-    const int fromR = ((((r * 32768 - s) >> 15) * 28737) >> 15) + 128;
-    y = Vel8u(s >> 15);
-    u = Vel8u(((((b * 32768 - s) >> 15) * 16121) >> 15) + 128);
+    constexpr int bits = Weights::kBits, one = 1 << bits;
+    const int s = Weights::kR * r + Weights::kG * g + Weights::kB * b;
+    const int fromR = ((((r * one - s) >> bits) * Weights::kV) >> bits) + 128;
+    y = Vel8u(s >> bits);
+    u = Vel8u(((((b * one - s) >> bits) * Weights::kU) >> bits) + 128);
     v = Vel8u(fromR < 0 ? 0 : fromR > 255 ? 255 : fromR);
   }
 };

@@ -5,11 +5,26 @@ namespace {
 
 // ---- Forward: Y, Cb and Cr are weighted sums of R, G and B plus a constant, >> 16
 //
+//   Y = 0.257 R + 0.504 G + 0.098 B + 16      Cb = -0.148 R - 0.291 G + 0.439 B + 128
+//                                             Cr = 0.439 R - 0.368 G - 0.071 B + 128
+//
 // A pixel's chroma weights add up to nothing, so that R - G and B - G carry all of its chroma; luma is what they add to
-// 56296 G. That leaves weights of sixteen bits, two of which multiply-add takes at once.
+// (kYr + kYg + kYb) G. That leaves weights of sixteen bits, two of which multiply-add takes at once.
+
+struct ForwardWeights {
+  static constexpr int kYr = fixedPoint(0.257, 16), kYg = fixedPoint(0.504, 16), kYb = fixedPoint(0.098, 16);
+  static constexpr int kCbR = fixedPoint(-0.148, 16), kCbB = fixedPoint(0.439, 16);
+  static constexpr int kCrR = fixedPoint(0.439, 16), kCrB = fixedPoint(-0.071, 16);
+  // With the half that rounds.
+  static constexpr int kLumaOffset = fixedPoint(16.5, 16), kChromaOffset = fixedPoint(128.5, 16);
+  static constexpr int kTwiceGreen = kYr + kYg + kYb, kGreen = kTwiceGreen / 2;
+  static_assert(kGreen * 2 == kTwiceGreen && isWord(kGreen), "green comes in two halves");
+  static_assert(kCbR + kCbB == -fixedPoint(-0.291, 16) && kCrR + kCrB == -fixedPoint(-0.368, 16), "grey has no chroma");
+};
 
 // Eight pixels a lane, from dwords of R G B and, where kGreenTwice, G once more.
 template <bool kGreenTwice, class V> struct Forward {
+  using W = ForwardWeights;
   Dwords8<V> differences, green;  // words R - G, B - G; G, G
 
   Forward(V a, V b) {
@@ -22,10 +37,10 @@ template <bool kGreenTwice, class V> struct Forward {
       differences.v[i] = kGreenTwice ? subOddFromEven8(rgb.v[i]) : sub16(rgb.v[i] & all16(0xFF), green.v[i]);
   }
   Dwords8<V> first() const {
-    return add32(add32(weigh(differences, 16843, 6423), weigh(green, 28148, 28148)), 1081344);  // 16.5
+    return add32(add32(weigh(differences, W::kYr, W::kYb), weigh(green, W::kGreen, W::kGreen)), W::kLumaOffset);
   }
-  Dwords8<V> second() const { return add32(weigh(differences, -9699, 28770), 8421376); }  // 128.5
-  Dwords8<V> third() const { return add32(weigh(differences, 28770, -4653), 8421376); }
+  Dwords8<V> second() const { return add32(weigh(differences, W::kCbR, W::kCbB), W::kChromaOffset); }
+  Dwords8<V> third() const { return add32(weigh(differences, W::kCrR, W::kCrB), W::kChromaOffset); }
 };
 
 #if ORV_HAS_SHUFFLE  // a byte shuffle makes R G B G of packed pixels; without one, dwords are picked from shifted vectors
@@ -81,9 +96,9 @@ template <class Conversion> ORV_INLINE void storeAC4(Vel8u* dst, const Conversio
   AC4::storeFour(dst, interleaveLow16(rg, b));
   AC4::storeFour(dst + 16, interleaveHigh16(rg, b));
 }
-// convertEight(a, b) converts four pixels in each of two vectors.
-template <class V, class Src, class Dst, class Convert>
-ORV_INLINE void convertAC4(const Src& src, const Dst& dst, const Convert& convertEight) {
+// eight(a, b) converts four pixels in each of two vectors.
+template <class V, class Src, class Dst, class F>
+ORV_INLINE void convertAC4(const Src& src, const Dst& dst, const F& eight) {
   ORV_UNROLL for (int i = 0; i < 64; i += 32)
       storeAC4(dst.row[0] + i, convertEight(load<V>(src.row[0] + i, 64), load<V>(src.row[0] + i + 16, 64)));
 }

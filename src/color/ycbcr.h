@@ -1,6 +1,7 @@
 // YCbCr to RGB, sixteen pixels a lane: exactly, and in the sixteen-bit arithmetic of groups.
 #pragma once
 #include "color/layouts.h"
+#include "color/weights.h"
 
 namespace {
 
@@ -44,17 +45,25 @@ template <Order kOrder, class Convert> ORV_INLINE auto convertHalves(const Conve
 // with u = Cb - 128, v = Cr - 128, and y luma's weight times Y - 16, plus a half where kRounded. The weights have more than
 // sixteen bits, and multiply-add takes words; but it takes two at once, and which two is free. In place of the samples
 // they are sums of small multiples of them, for which the weights become words and the results stay the same.
-// scripts/derive/ycbcr finds the multiples; the compiler checks them.
+// scripts/derive/ycbcr finds the smallest multiples; the compiler checks them.
 
-// 1.164, 1.596, 0.392, 0.813 and 2.017 (ITU-R BT.601) times 65536, rounded.
+// ITU-R BT.601, to three decimals.
+struct Coefficients {
+  static constexpr double kLuma = 1.164, kRv = 1.596, kGu = -0.392, kGv = -0.813, kBu = 2.017;
+};
 template <bool kRound> struct Weights {
-  static constexpr int kLuma = 76284, kRv = 104595, kGu = -25690, kGv = -53281, kBu = 132186;
+  using C = Coefficients;
+  static constexpr int kLuma = fixedPoint(C::kLuma, 16), kRv = fixedPoint(C::kRv, 16), kGu = fixedPoint(C::kGu, 16),
+                       kGv = fixedPoint(C::kGv, 16), kBu = fixedPoint(C::kBu, 16);
   static constexpr bool kRounded = kRound;
   static constexpr int kA = 4, kB = 2, kD = 17, kLumaWithV = -54780;
 };
 // A little less, for what is left of rows from planes to C3 after their groups.
 struct WeightsAfterGroups {
-  static constexpr int kLuma = 76282, kRv = 104593, kGu = -25689, kGv = -53279, kBu = 132184;
+  using C = Coefficients;
+  static constexpr int kLuma = fixedPointBelow(C::kLuma, 16), kRv = fixedPointBelow(C::kRv, 16),
+                       kGu = fixedPointBelow(C::kGu, 16), kGv = fixedPointBelow(C::kGv, 16),
+                       kBu = fixedPointBelow(C::kBu, 16);
   static constexpr bool kRounded = false;
   static constexpr int kA = 43, kB = 22, kD = 3, kLumaWithV = -65618;
 };
@@ -77,6 +86,8 @@ template <class W, class V> class Exact {
 
  private:
   static ORV_INLINE V pairOf(V lumaAndChroma) {
+    static_assert(isWord(W::kA * 239 + W::kB * 127) && isWord(W::kA * -16 + W::kB * -128) && isWord(W::kD * -128),
+                  "too large");
     const V centred = sub16(lumaAndChroma, allPairs16(16, 128));
     return add16(mulLow16(centred, allPairs16(W::kA, W::kD)),
                  mulLow16(shiftRightU32(centred, 16), allPairs16(W::kB, 0)));
@@ -88,7 +99,7 @@ template <class W, class V> class Exact {
     return weigh(pairs, first, second);
   }
   static ORV_INLINE Dwords8<V> rounded(const Dwords8<V>& channel) {
-    return W::kRounded ? add32(channel, 32768) : channel;
+    return W::kRounded ? add32(channel, fixedPoint(0.5, 16)) : channel;
   }
   Dwords8<V> withV, withU;
 };
@@ -102,23 +113,32 @@ template <bool kRound, class V> class Exact<Weights<kRound>, V> {
       return shuffle8(s, bytePattern([](int i) { return i / 4 * 4 + (i % 2 ? 2 : i % 4 / 2); }));  // Y Cr Cb Cr
     });
   }
-  Dwords8<V> first() const { return sum<W::kRv, 0, 4, 0, 0, 5>(); }
-  Dwords8<V> second() const { return sum<W::kGv, W::kGu, 12, -13, 7, -8>(); }
-  Dwords8<V> third() const { return sum<0, W::kBu, 4, 0, 6, 0>(); }
+  Dwords8<V> first() const { return sum<kRed, W::kRv, 0>(); }
+  Dwords8<V> second() const { return sum<kGreen, W::kGv, W::kGu>(); }
+  Dwords8<V> third() const { return sum<kBlue, 0, W::kBu>(); }
 
  private:
   using W = Weights<kRound>;
-  // The two words are kY Y + kV Cr and kU Cb + kV2 Cr, centred.
-  template <int kWeightV, int kWeightU, int kY, int kV, int kU, int kV2> Dwords8<V> sum() const {
+  // Of the words y Y + v Cr and u Cb + v2 Cr.
+  struct Multiples {
+    int y, v, u, v2;
+  };
+  static constexpr Multiples kRed = {4, 0, 0, 5}, kGreen = {12, -13, 7, -8}, kBlue = {4, 0, 6, 0};
+
+  template <const Multiples& kOf, int kWeightV, int kWeightU> Dwords8<V> sum() const {
+    constexpr int kY = kOf.y, kV = kOf.v, kU = kOf.u, kV2 = kOf.v2;
     constexpr int first = W::kLuma / kY, second = kU != 0 ? kWeightU / (kU != 0 ? kU : 1) : kWeightV / kV2;
     static_assert(first * kY == W::kLuma && second * kU == kWeightU && first * kV + second * kV2 == kWeightV,
                   "inexact");
     static_assert(isWord(first) && isWord(second), "too large");
+    static_assert(
+        isWord(255 * (kY + kV)) && isWord(255 * (kY - kV)) && isWord(255 * (kU + kV2)) && isWord(255 * (kU - kV2)),
+        "too large");
     const Dwords8<V> centred = each(quads, [](V q) {
       return sub16(mulAddPairs8(q, allQuads8(kY, kV, kU, kV2)), allPairs16(16 * kY + 128 * kV, 128 * (kU + kV2)));
     });
     const Dwords8<V> channel = weigh(centred, first, second);
-    return kRound ? add32(channel, 32768) : channel;
+    return kRound ? add32(channel, fixedPoint(0.5, 16)) : channel;
   }
   Dwords8<V> quads;
 };
@@ -135,25 +155,32 @@ template <class W, class V> ORV_INLINE Pixels<kInOrder, V> exact(const Pixels<kI
 // ---- Groups
 //
 // With a, b, c = 128 (Y - 16), 128 (Cb - 128), 128 (Cr - 128) and m(x, k) = x k >> 16:
-//   y = m(a, kLuma) + 8      R = (y + m(c, 13074)) >> 4      G = (y + m(b, kGu) + m(c, -6660)) >> 4
-//   B = (y + m(b, 16523)) >> 4
+//   y = m(a, kLuma) + 8      R = (y + m(c, kRv)) >> 4      G = (y + m(b, kGu) + m(c, kGv)) >> 4
+//   B = (y + m(b, kBu)) >> 4
 // Samples come as words of 256 times their value. An even weight is halved instead of the sample.
 
-template <int kLumaWeight, int kGuWeight> struct Group { static constexpr int kLuma = kLumaWeight, kGu = kGuWeight; };
-using GroupP3C3 = Group<9535, -3211>;
-using GroupC3 = Group<9536, -3203>;
+template <int kLumaWeight, int kGuWeight> struct Group {
+  using C = Coefficients;
+  static constexpr int kLuma = kLumaWeight, kRv = fixedPoint(C::kRv, 13), kGu = kGuWeight, kGv = fixedPoint(C::kGv, 13),
+                       kBu = fixedPoint(C::kBu, 13);
+  static_assert(kRv % 2 == 0 && kGv % 2 == 0, "cannot be halved");
+};
+using GroupP3C3 = Group<fixedPoint(Coefficients::kLuma, 13), fixedPoint(Coefficients::kGu, 13)>;
+// Luma's weight of sixteen bits is rounded once more, and U takes a little less from green.
+using GroupC3 = Group<fixedPoint(Weights<false>::kLuma / 65536.0, 13), fixedPoint(-0.391, 13)>;
 
 template <class G, class V> ORV_INLINE V lumaPart(V y) {
-  // 16 * 128 * 9536 is 298 * 65536, so that the offset comes out of the product whole.
-  if (G::kLuma == 9536) return add16(mulHighU16(y, all16(9536 / 2)), all16(8 - 298));
+  // An offset that comes out of the product whole is subtracted together with adding 8.
+  constexpr int offset = 16 * 128 * G::kLuma;
+  if (offset % 65536 == 0) return add16(mulHighU16(y, all16(G::kLuma / 2)), all16(8 - offset / 65536));
   return add16(mulHigh16(sub16(shiftRightU16(y, 1), all16(128 * 16)), all16(G::kLuma)), all16(8));
 }
 template <class V> struct ChannelWords { V r, g, b; };
 template <class G, class V> ORV_INLINE ChannelWords<V> convertGroup(V luma, V cb, V cr) {
   const V y = lumaPart<G>(luma), b = shiftRight16(cb ^ all16(0x8000), 1), v = cr ^ all16(0x8000);
-  const V green = add16(mulHigh16(b, all16(G::kGu)), mulHigh16(v, all16(-6660 / 2)));
-  return {shiftRight16(add16(y, mulHigh16(v, all16(13074 / 2))), 4), shiftRight16(add16(y, green), 4),
-          shiftRight16(add16(y, mulHigh16(b, all16(16523))), 4)};
+  const V green = add16(mulHigh16(b, all16(G::kGu)), mulHigh16(v, all16(G::kGv / 2)));
+  return {shiftRight16(add16(y, mulHigh16(v, all16(G::kRv / 2))), 4), shiftRight16(add16(y, green), 4),
+          shiftRight16(add16(y, mulHigh16(b, all16(G::kBu))), 4)};
 }
 template <class G, class V> ORV_INLINE Pixels<kEvenOdd, V> convertGroups(const PixelWords<V>& p) {
   const ChannelWords<V> even = convertGroup<G>(p.r.even, p.g.even, p.b.even);
