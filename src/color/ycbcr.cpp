@@ -116,7 +116,8 @@ struct InverseAC4 {
 // ---- Images: convertOne(src, dst, width) converts a row.
 
 template <class From, class To, class Src, class Dst, class Convert>
-ORV_INLINE VelStatus convertImage(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size, const Convert& convertOne) {
+ORV_INLINE VelStatus convertImage(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size,
+                                  const Convert& convertOne) {
   ORV_CHECK(checkImages(pSrc, pDst, size));
   const ptrdiff_t width = size.width;
   convertStrips(stripOf<From, 1>(pSrc, srcStep), stripOf<To, 1>(pDst, dstStep), size.height,
