@@ -96,9 +96,9 @@ template <class Conversion> ORV_INLINE void storeAC4(Vel8u* dst, const Conversio
   AC4::storeFour(dst, interleaveLow16(rg, b));
   AC4::storeFour(dst + 16, interleaveHigh16(rg, b));
 }
-// eight(a, b) converts four pixels in each of two vectors.
-template <class V, class Src, class Dst, class F>
-ORV_INLINE void convertAC4(const Src& src, const Dst& dst, const F& eight) {
+// convertEight(a, b) converts four pixels in each of two vectors.
+template <class V, class Src, class Dst, class Convert>
+ORV_INLINE void convertAC4(const Src& src, const Dst& dst, const Convert& convertEight) {
   ORV_UNROLL for (int i = 0; i < 64; i += 32)
       storeAC4(dst.row[0] + i, convertEight(load<V>(src.row[0] + i, 64), load<V>(src.row[0] + i + 16, 64)));
 }
