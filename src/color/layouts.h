@@ -96,7 +96,7 @@ struct AC4 {
   }
   // Four pixels with zero in the fourth place.
   template <class V> static ORV_INLINE void storeFour(Vel8u* dst, V v) {
-    ::store(dst, v | (::load<V>(dst, 64) & all32(int(0xFF000000))), 64);
+    ::store(dst, v | (::load<V>(dst, 64) & all32<V>(int(0xFF000000))), 64);
   }
 };
 
@@ -129,12 +129,12 @@ template <Packing kPacking, bool kBgr> struct Packed16 {
     V low, high;  // bytes of the words
     if (kPacking == k565) {
       low = bitsDown(p.r, 3, 0x1F) | bitsUp(p.g, 3, 0xE0);
-      high = (p.b & all8(0xF8)) | bitsDown(p.g, 5, 0x07);
+      high = (p.b & all8<V>(0xF8)) | bitsDown(p.g, 5, 0x07);
     } else if (kPacking == k555) {
       low = bitsDown(p.r, 3, 0x1F) | bitsUp(p.g, 2, 0xE0);
       high = bitsDown(p.b, 1, 0x7C) | bitsDown(p.g, 6, 0x03);
     } else {
-      low = bitsDown(p.r, 4, 0x0F) | (p.g & all8(0xF0));
+      low = bitsDown(p.r, 4, 0x0F) | (p.g & all8<V>(0xF0));
       high = bitsDown(p.b, 4, 0x0F);
     }
     const V first = interleaveLow8(low, high), second = interleaveHigh8(low, high);
@@ -145,10 +145,10 @@ template <Packing kPacking, bool kBgr> struct Packed16 {
  private:
   // Bytes are shifted as words; the mask keeps what came from the byte itself.
   template <class V> static ORV_INLINE V bitsUp(V bytes, int count, int mask) {
-    return shiftLeft16(bytes, count) & all8(mask);
+    return shiftLeft16(bytes, count) & all8<V>(mask);
   }
   template <class V> static ORV_INLINE V bitsDown(V bytes, int count, int mask) {
-    return shiftRightU16(bytes, count) & all8(mask);
+    return shiftRightU16(bytes, count) & all8<V>(mask);
   }
 };
 

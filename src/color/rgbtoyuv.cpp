@@ -20,15 +20,15 @@ struct Weights {
 
 // 2 is what rounding three products down can take from a grey.
 template <class V> ORV_INLINE V lumaTimes256(V r, V g, V b) {
-  const V red = mulHighU16(r, all16(2 * Weights::kR)), green = mulHighU16(g, all16(2 * Weights::kG));
-  return add16(add16(add16(red, green), mulHighU16(b, all16(2 * Weights::kB))), all16(2));
+  const V red = mulHighU16(r, all16<V>(2 * Weights::kR)), green = mulHighU16(g, all16<V>(2 * Weights::kG));
+  return add16(add16(add16(red, green), mulHighU16(b, all16<V>(2 * Weights::kB))), all16<V>(2));
 }
 // Bytes: those of even pixels in the low halves of words, those of odd ones in the high halves.
 template <class V> struct Luma {
   V even, odd;
   explicit Luma(const PixelWords<V>& p)
       : even(shiftRightU16(lumaTimes256(p.r.even, p.g.even, p.b.even), 8)),
-        odd(lumaTimes256(p.r.odd, p.g.odd, p.b.odd) & all16(0xFF00)) {}
+        odd(lumaTimes256(p.r.odd, p.g.odd, p.b.odd) & all16<V>(0xFF00)) {}
   V bytes() const { return even | odd; }
   V evenThenOdd() const { return narrow16To8U(even, shiftRightU16(odd, 8)); }
   V sumsOfPairs() const { return addPairsU8(bytes()); }
@@ -49,9 +49,9 @@ template <class V> ORV_INLINE Shared<V> mean(const Shared<V>& a, const Shared<V>
 template <int kRows, class V> ORV_INLINE V chromaOf(const Shared<V>& s) {
   const auto weigh = [&](V channel, int weight) {
     const V difference = sub16(shiftRightU16(channel, 8 - kRows), s.luma);
-    return shiftRight16(mulHigh16(difference, all16(weight)), kRows - 1);
+    return shiftRight16(mulHigh16(difference, all16<V>(weight)), kRows - 1);
   };
-  return narrow16(weigh(s.b, Weights::kU), weigh(s.r, Weights::kV)) ^ all8(128);
+  return narrow16(weigh(s.b, Weights::kU), weigh(s.r, Weights::kV)) ^ all8<V>(128);
 }
 
 // ---- Layouts of a source: kPlanes rows of a row of pixels

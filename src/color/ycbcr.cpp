@@ -34,7 +34,7 @@ template <bool kGreenTwice, class V> struct Forward {
       return kGreenTwice ? g : shuffleHalves16<0, 0, 2, 2>(g);
     });
     for (int i = 0; i < 2; ++i)
-      differences.v[i] = kGreenTwice ? subOddFromEven8(rgb.v[i]) : sub16(rgb.v[i] & all16(0xFF), green.v[i]);
+      differences.v[i] = kGreenTwice ? subOddFromEven8(rgb.v[i]) : sub16(rgb.v[i] & all16<V>(0xFF), green.v[i]);
   }
   Dwords8<V> first() const {
     return add32(add32(weigh(differences, W::kYr, W::kYb), weigh(green, W::kGreen, W::kGreen)), W::kLumaOffset);
@@ -46,7 +46,7 @@ template <bool kGreenTwice, class V> struct Forward {
 #if ORV_HAS_SHUFFLE  // a byte shuffle makes R G B G of packed pixels; without one, dwords are picked from shifted vectors
 // Of four pixels of kPixel bytes that begin at byte kAt.
 template <int kPixel, int kAt, class V> ORV_INLINE V greenTwice(V v) {
-  return shuffle8(v, bytePattern([](int i) { return kAt + i / 4 * kPixel + (i % 4 == 3 ? 1 : i % 4); }));
+  return shuffle8(v, bytePattern<V>([](int i) { return kAt + i / 4 * kPixel + (i % 4 == 3 ? 1 : i % 4); }));
 }
 template <class V> ORV_INLINE auto forward(const Strip<const Vel8u, 6>& src) {
   const Vel8u* const p = src.row[0];
@@ -92,7 +92,7 @@ template <class Format> struct ConvertForward {
 // Eight pixels a lane, from their conversion; the fourth byte stays as it was.
 template <class Conversion> ORV_INLINE void storeAC4(Vel8u* dst, const Conversion& p) {
   const auto r = clampToHighBytes(p.first()), g = clampToHighBytes(p.second());
-  const auto rg = shiftRightU16(r, 8) | (g & all16(0xFF00)), b = shiftRightU16(clampToHighBytes(p.third()), 8);
+  const auto rg = shiftRightU16(r, 8) | (g & all16<V>(0xFF00)), b = shiftRightU16(clampToHighBytes(p.third()), 8);
   AC4::storeFour(dst, interleaveLow16(rg, b));
   AC4::storeFour(dst + 16, interleaveHigh16(rg, b));
 }

@@ -15,11 +15,11 @@ template <class V> ORV_INLINE Dwords8<V> add32(const Dwords8<V>& a, const Dwords
   return {{add32(a.v[0], b.v[0]), add32(a.v[1], b.v[1])}};
 }
 template <class V> ORV_INLINE Dwords8<V> add32(const Dwords8<V>& a, int constant) {
-  return each(a, [=](V v) { return add32(v, all32(constant)); });
+  return each(a, [=](V v) { return add32(v, all32<V>(constant)); });
 }
 // first a0 + second a1 for each pair of words.
 template <class V> ORV_INLINE Dwords8<V> weigh(const Dwords8<V>& pairs, int first, int second) {
-  return each(pairs, [=](V v) { return mulAddPairs16(v, allPairs16(first, second)); });
+  return each(pairs, [=](V v) { return mulAddPairs16(v, allPairs16<V>(first, second)); });
 }
 
 // A conversion of eight pixels has the members first(), second() and third(), which work out a channel when it is asked
@@ -75,8 +75,8 @@ template <class W, class V> class Exact {
  public:
   Exact(V a, V b) {
     const Dwords8<V> samples = {{a, b}};
-    withV = each(samples, [](V s) { return pairOf(s & all16(0xFF)); });
-    withU = each(samples, [](V s) { return pairOf((s & all32(0xFF)) | shiftLeft32(s & all32(0xFF00), 8)); });
+    withV = each(samples, [](V s) { return pairOf(s & all16<V>(0xFF)); });
+    withU = each(samples, [](V s) { return pairOf((s & all32<V>(0xFF)) | shiftLeft32(s & all32<V>(0xFF00), 8)); });
   }
   Dwords8<V> first() const { return rounded(part<W::kLuma, W::kRv>(withV)); }
   Dwords8<V> second() const {
@@ -88,9 +88,9 @@ template <class W, class V> class Exact {
   static ORV_INLINE V pairOf(V lumaAndChroma) {
     static_assert(isWord(W::kA * 239 + W::kB * 127) && isWord(W::kA * -16 + W::kB * -128) && isWord(W::kD * -128),
                   "too large");
-    const V centred = sub16(lumaAndChroma, allPairs16(16, 128));
-    return add16(mulLow16(centred, allPairs16(W::kA, W::kD)),
-                 mulLow16(shiftRightU32(centred, 16), allPairs16(W::kB, 0)));
+    const V centred = sub16(lumaAndChroma, allPairs16<V>(16, 128));
+    return add16(mulLow16(centred, allPairs16<V>(W::kA, W::kD)),
+                 mulLow16(shiftRightU32(centred, 16), allPairs16<V>(W::kB, 0)));
   }
   template <int kLuma, int kChroma> static ORV_INLINE Dwords8<V> part(const Dwords8<V>& pairs) {
     constexpr int first = kLuma / W::kA, second = (kChroma - W::kB * first) / W::kD;
@@ -110,7 +110,7 @@ template <bool kRound, class V> class Exact<Weights<kRound>, V> {
  public:
   Exact(V a, V b) {
     quads = each(Dwords8<V>{{a, b}}, [](V s) {
-      return shuffle8(s, bytePattern([](int i) { return i / 4 * 4 + (i % 2 ? 2 : i % 4 / 2); }));  // Y Cr Cb Cr
+      return shuffle8(s, bytePattern<V>([](int i) { return i / 4 * 4 + (i % 2 ? 2 : i % 4 / 2); }));  // Y Cr Cb Cr
     });
   }
   Dwords8<V> first() const { return sum<kRed, W::kRv, 0>(); }
@@ -135,7 +135,7 @@ template <bool kRound, class V> class Exact<Weights<kRound>, V> {
         isWord(255 * (kY + kV)) && isWord(255 * (kY - kV)) && isWord(255 * (kU + kV2)) && isWord(255 * (kU - kV2)),
         "too large");
     const Dwords8<V> centred = each(quads, [](V q) {
-      return sub16(mulAddPairs8(q, allQuads8(kY, kV, kU, kV2)), allPairs16(16 * kY + 128 * kV, 128 * (kU + kV2)));
+      return sub16(mulAddPairs8(q, allQuads8<V>(kY, kV, kU, kV2)), allPairs16<V>(16 * kY + 128 * kV, 128 * (kU + kV2)));
     });
     const Dwords8<V> channel = weigh(centred, first, second);
     return kRound ? add32(channel, fixedPoint(0.5, 16)) : channel;
@@ -172,15 +172,15 @@ using GroupC3 = Group<fixedPoint(Weights<false>::kLuma / 65536.0, 13), fixedPoin
 template <class G, class V> ORV_INLINE V lumaPart(V y) {
   // An offset that comes out of the product whole is subtracted together with adding 8.
   constexpr int offset = 16 * 128 * G::kLuma;
-  if (offset % 65536 == 0) return add16(mulHighU16(y, all16(G::kLuma / 2)), all16(8 - offset / 65536));
-  return add16(mulHigh16(sub16(shiftRightU16(y, 1), all16(128 * 16)), all16(G::kLuma)), all16(8));
+  if (offset % 65536 == 0) return add16(mulHighU16(y, all16<V>(G::kLuma / 2)), all16<V>(8 - offset / 65536));
+  return add16(mulHigh16(sub16(shiftRightU16(y, 1), all16<V>(128 * 16)), all16<V>(G::kLuma)), all16<V>(8));
 }
 template <class V> struct ChannelWords { V r, g, b; };
 template <class G, class V> ORV_INLINE ChannelWords<V> convertGroup(V luma, V cb, V cr) {
-  const V y = lumaPart<G>(luma), b = shiftRight16(cb ^ all16(0x8000), 1), v = cr ^ all16(0x8000);
-  const V green = add16(mulHigh16(b, all16(G::kGu)), mulHigh16(v, all16(G::kGv / 2)));
-  return {shiftRight16(add16(y, mulHigh16(v, all16(G::kRv / 2))), 4), shiftRight16(add16(y, green), 4),
-          shiftRight16(add16(y, mulHigh16(b, all16(G::kBu))), 4)};
+  const V y = lumaPart<G>(luma), b = shiftRight16(cb ^ all16<V>(0x8000), 1), v = cr ^ all16<V>(0x8000);
+  const V green = add16(mulHigh16(b, all16<V>(G::kGu)), mulHigh16(v, all16<V>(G::kGv / 2)));
+  return {shiftRight16(add16(y, mulHigh16(v, all16<V>(G::kRv / 2))), 4), shiftRight16(add16(y, green), 4),
+          shiftRight16(add16(y, mulHigh16(b, all16<V>(G::kBu))), 4)};
 }
 template <class G, class V> ORV_INLINE Pixels<kEvenOdd, V> convertGroups(const PixelWords<V>& p) {
   const ChannelWords<V> even = convertGroup<G>(p.r.even, p.g.even, p.b.even);

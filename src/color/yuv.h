@@ -21,13 +21,13 @@ template <class V> struct ChromaPart { V r, g, b; };
 
 // U and V as words.
 template <class V> ORV_INLINE ChromaPart<V> chromaPart(V wordsOfU, V wordsOfV) {
-  const V u = sub16(wordsOfU, all16(128)), v = sub16(wordsOfV, all16(128));
+  const V u = sub16(wordsOfU, all16<V>(128)), v = sub16(wordsOfV, all16<V>(128));
   using W = YuvWeights;
-  const V weights = allPairs16(W::kGu, W::kGv);
-  return {mulHigh16(shiftLeft16(v, 16 - W::kBits), all16(W::kRv)),  // kRv v >> 13 is the high word of kRv * 8 v
+  const V weights = allPairs16<V>(W::kGu, W::kGv);
+  return {mulHigh16(shiftLeft16(v, 16 - W::kBits), all16<V>(W::kRv)),  // kRv v >> 13 is the high word of kRv * 8 v
           narrow32(shiftRight32(mulAddPairs16(interleaveLow16(u, v), weights), W::kBits),
                    shiftRight32(mulAddPairs16(interleaveHigh16(u, v), weights), W::kBits)),
-          mulHigh16(shiftLeft16(u, 16 - W::kBits), all16(W::kBu))};
+          mulHigh16(shiftLeft16(u, 16 - W::kBits), all16<V>(W::kBu))};
 }
 
 template <class V> ORV_INLINE Pixels<kEvenOdd, V> addChroma(V luma, const ChromaPart<V>& c) {

@@ -11,7 +11,10 @@
 
 // ---- The path: ORV_PATH and one of ORV_PATH_w7 ... ORV_PATH_g9 come from the build.
 
-#if !defined(__SSE2__) || defined(__AVX2__) || defined(__FMA__) || defined(__BMI__) || defined(__MOVBE__)
+#if ORV_VARIANT_avx2 != defined(__AVX2__)
+#error "only the variant avx2 is built for AVX2"
+#endif
+#if !defined(__SSE2__) || defined(__FMA__) || defined(__BMI__) || defined(__MOVBE__)
 #error "instruction flags do not fit the code path; a global -march must not reach the files of a path"
 #endif
 #if ORV_PATH_w7
@@ -46,6 +49,7 @@
 #define ORV_HAS_SHUFFLE 1
 #define ORV_HAS_BLEND 1
 #define ORV_HAS_WIDE_FLOAT 1
+#define ORV_HAS_WIDE_INTEGER ORV_VARIANT_avx2
 #else
 #error "ORV_PATH_<path> is not set"
 #endif

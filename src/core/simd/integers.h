@@ -4,28 +4,49 @@
 
 namespace {
 
-// ---- Constants: the same in every element
+// ---- Constants: the same in every element. V is Lane unless it is named.
 
-ORV_INLINE Lane zero() { return _mm_setzero_si128(); }
-ORV_INLINE Lane all8(int x) { return _mm_set1_epi8(char(x)); }
-ORV_INLINE Lane all16(int x) { return _mm_set1_epi16(short(x)); }
-ORV_INLINE Lane all32(int x) { return _mm_set1_epi32(x); }
+#if ORV_HAS_WIDE_INTEGER
+#define ORV_CONSTANT(name, T, type, bits)            \
+  template <class V = Lane> ORV_INLINE V name(T x) { \
+    if constexpr (sizeof(V) == 32)                   \
+      return _mm256_set1_##bits(type(x));            \
+    else                                             \
+      return _mm_set1_##bits(type(x));               \
+  }
+#else
+#define ORV_CONSTANT(name, T, type, bits) \
+  template <class V = Lane> ORV_INLINE V name(T x) { return _mm_set1_##bits(type(x)); }
+#endif
+ORV_CONSTANT(all8, int, char, epi8)
+ORV_CONSTANT(all16, int, short, epi16)
+ORV_CONSTANT(all32, int, int, epi32)
+#undef ORV_CONSTANT
+template <class V = Lane> ORV_INLINE V zero() { return V{}; }
 // The same two words, or four bytes, in every dword.
-ORV_INLINE Lane allPairs16(int a, int b) { return all32(int((unsigned(a) & 0xFFFF) | unsigned(b) << 16)); }
-ORV_INLINE Lane allQuads8(int a, int b, int c, int d) {
-  return allPairs16((a & 0xFF) | (b & 0xFF) << 8, (c & 0xFF) | (d & 0xFF) << 8);
+template <class V = Lane> ORV_INLINE V allPairs16(int a, int b) {
+  return all32<V>(int((unsigned(a) & 0xFFFF) | unsigned(b) << 16));
 }
-// A lane of bytes, byte i being at(i).
-template <class At> ORV_INLINE Lane bytePattern(At at) {
-  return _mm_setr_epi8(char(at(0)), char(at(1)), char(at(2)), char(at(3)), char(at(4)), char(at(5)), char(at(6)),
-                       char(at(7)), char(at(8)), char(at(9)), char(at(10)), char(at(11)), char(at(12)), char(at(13)),
-                       char(at(14)), char(at(15)));
+template <class V = Lane> ORV_INLINE V allQuads8(int a, int b, int c, int d) {
+  return allPairs16<V>((a & 0xFF) | (b & 0xFF) << 8, (c & 0xFF) | (d & 0xFF) << 8);
+}
+// Byte i of each lane is at(i).
+template <class V = Lane, class At> ORV_INLINE V bytePattern(At at) {
+  return repeated<V>(_mm_setr_epi8(char(at(0)), char(at(1)), char(at(2)), char(at(3)), char(at(4)), char(at(5)),
+                                   char(at(6)), char(at(7)), char(at(8)), char(at(9)), char(at(10)), char(at(11)),
+                                   char(at(12)), char(at(13)), char(at(14)), char(at(15))));
 }
 
 // ---- Arithmetic, element by element
 
+#if ORV_HAS_WIDE_INTEGER
+#define ORV_OPERATION(name, intrinsic)                                   \
+  ORV_INLINE Lane name(Lane a, Lane b) { return _mm_##intrinsic(a, b); } \
+  ORV_INLINE Lanes name(Lanes a, Lanes b) { return _mm256_##intrinsic(a, b); }
+#else
 #define ORV_OPERATION(name, intrinsic) \
   ORV_INLINE Lane name(Lane a, Lane b) { return _mm_##intrinsic(a, b); }
+#endif
 ORV_OPERATION(add8, add_epi8)
 ORV_OPERATION(add16, add_epi16)
 ORV_OPERATION(add32, add_epi32)
@@ -59,17 +80,17 @@ ORV_OPERATION(mulRound16, mulhrs_epi16)
 #endif
 
 // Words of unsigned bytes 0 + 1, 2 + 3, ...
-ORV_INLINE Lane addPairsU8(Lane v) {
+template <class V> ORV_INLINE V addPairsU8(V v) {
 #if ORV_HAS_SHUFFLE
-  return mulAddPairs8(v, all8(1));
+  return mulAddPairs8(v, all8<V>(1));
 #else
   return add16(v & all16(0xFF), _mm_srli_epi16(v, 8));
 #endif
 }
 // Words of unsigned bytes 0 - 1, 2 - 3, ...
-ORV_INLINE Lane subOddFromEven8(Lane v) {
+template <class V> ORV_INLINE V subOddFromEven8(V v) {
 #if ORV_HAS_SHUFFLE
-  return mulAddPairs8(v, allQuads8(1, -1, 1, -1));
+  return mulAddPairs8(v, allQuads8<V>(1, -1, 1, -1));
 #else
   return sub16(v & all16(0xFF), _mm_srli_epi16(v, 8));
 #endif
@@ -81,12 +102,18 @@ ORV_OPERATION(equal16, cmpeq_epi16)
 ORV_OPERATION(equal32, cmpeq_epi32)
 ORV_OPERATION(greater8, cmpgt_epi8)
 ORV_OPERATION(greater16, cmpgt_epi16)
-#undef ORV_OPERATION
-
 // Shifts by a number of bits, the same for all elements. To the right the sign follows, unless they are unsigned.
-#define ORV_SHIFT(name, intrinsic, intrinsicOfCount)                            \
-  ORV_INLINE Lane name(Lane v, int count) { return _mm_##intrinsic(v, count); } \
-  ORV_INLINE Lane name(Lane v, Lane count) { return _mm_##intrinsicOfCount(v, count); }
+#if ORV_HAS_WIDE_INTEGER
+#define ORV_SHIFT_LANES(name, intrinsic, intrinsicOfCount)                           \
+  ORV_INLINE Lanes name(Lanes v, int count) { return _mm256_##intrinsic(v, count); } \
+  ORV_INLINE Lanes name(Lanes v, Lane count) { return _mm256_##intrinsicOfCount(v, count); }
+#else
+#define ORV_SHIFT_LANES(name, intrinsic, intrinsicOfCount)
+#endif
+#define ORV_SHIFT(name, intrinsic, intrinsicOfCount)                                    \
+  ORV_INLINE Lane name(Lane v, int count) { return _mm_##intrinsic(v, count); }         \
+  ORV_INLINE Lane name(Lane v, Lane count) { return _mm_##intrinsicOfCount(v, count); } \
+  ORV_SHIFT_LANES(name, intrinsic, intrinsicOfCount)
 ORV_SHIFT(shiftLeft16, slli_epi16, sll_epi16)
 ORV_SHIFT(shiftLeft32, slli_epi32, sll_epi32)
 ORV_SHIFT(shiftLeft64, slli_epi64, sll_epi64)
@@ -119,10 +146,13 @@ ORV_INLINE Lane select(Lane mask, Lane yes, Lane no) {
   return (mask & yes) | (~mask & no);
 #endif
 }
+#if ORV_HAS_WIDE_INTEGER
+ORV_INLINE Lanes select(Lanes mask, Lanes yes, Lanes no) { return _mm256_blendv_epi8(no, yes, mask); }
+#endif
 // The same with plain logic on every path, which any unit does: a blend by a vector takes one that multiplies.
-ORV_INLINE Lane selectBits(Lane mask, Lane yes, Lane no) { return (mask & yes) | (~mask & no); }
+template <class V> ORV_INLINE V selectBits(V mask, V yes, V no) { return (mask & yes) | (~mask & no); }
 // Pixels of four bytes: three from v, the fourth, alpha as a rule, from old.
-ORV_INLINE Lane keepFourth8(Lane v, Lane old) { return selectBits(all32(int(0xFF000000)), old, v); }
+template <class V> ORV_INLINE V keepFourth8(V v, V old) { return selectBits(all32<V>(int(0xFF000000)), old, v); }
 
 #if ORV_HAS_BLEND
 ORV_INLINE bool allZero(Lane v) { return _mm_testz_si128(v, v) != 0; }
@@ -138,20 +168,36 @@ ORV_INLINE Lane widenLowU8(Lane v) { return _mm_unpacklo_epi8(v, zero()); }
 ORV_INLINE Lane widenHighU8(Lane v) { return _mm_unpackhi_epi8(v, zero()); }
 ORV_INLINE Lane widenLowU16(Lane v) { return _mm_unpacklo_epi16(v, zero()); }
 ORV_INLINE Lane widenHighU16(Lane v) { return _mm_unpackhi_epi16(v, zero()); }
+#if ORV_HAS_WIDE_INTEGER
+ORV_INLINE Lanes widenLowU8(Lanes v) { return _mm256_unpacklo_epi8(v, zero<Lanes>()); }
+ORV_INLINE Lanes widenHighU8(Lanes v) { return _mm256_unpackhi_epi8(v, zero<Lanes>()); }
+ORV_INLINE Lanes widenLowU16(Lanes v) { return _mm256_unpacklo_epi16(v, zero<Lanes>()); }
+ORV_INLINE Lanes widenHighU16(Lanes v) { return _mm256_unpackhi_epi16(v, zero<Lanes>()); }
+#endif
 
 // Eight bytes for each lane, one after the other in memory, as words.
-template <class V> ORV_INLINE V loadWidenU8(const Vel8u* p) { return widenLowU8(loadLow(p)); }
+template <class V> ORV_INLINE V loadWidenU8(const Vel8u* p) {
+#if ORV_HAS_WIDE_INTEGER
+  if constexpr (sizeof(V) == 32)
+    return _mm256_cvtepu8_epi16(load(p));
+  else
+#endif
+    return widenLowU8(loadLow(p));
+}
 
 // A lane of bytes as words, the even ones and the odd ones.
 template <class V> struct EvenOdd { V even, odd; };
-ORV_INLINE EvenOdd<Lane> splitEvenOdd8(Lane bytes) { return {bytes & all16(0xFF), shiftRightU16(bytes, 8)}; }
+template <class V> ORV_INLINE EvenOdd<V> splitEvenOdd8(V bytes) {
+  return {bytes & all16<V>(0xFF), shiftRightU16(bytes, 8)};
+}
 
 // ---- Narrowing: elements of half the width, those of a, then those of b, saturated
 
-ORV_INLINE Lane narrow32(Lane a, Lane b) { return _mm_packs_epi32(a, b); }       // to words
-ORV_INLINE Lane narrow16(Lane a, Lane b) { return _mm_packs_epi16(a, b); }       // to signed bytes
-ORV_INLINE Lane narrow16To8U(Lane a, Lane b) { return _mm_packus_epi16(a, b); }  // signed words to unsigned bytes
+ORV_OPERATION(narrow32, packs_epi32)       // to words
+ORV_OPERATION(narrow16, packs_epi16)       // to signed bytes
+ORV_OPERATION(narrow16To8U, packus_epi16)  // signed words to unsigned bytes
+#undef ORV_OPERATION
 // The high bytes of words.
-ORV_INLINE Lane highBytes16(Lane a, Lane b) { return narrow16To8U(shiftRightU16(a, 8), shiftRightU16(b, 8)); }
+template <class V> ORV_INLINE V highBytes16(V a, V b) { return narrow16To8U(shiftRightU16(a, 8), shiftRightU16(b, 8)); }
 
 }  // namespace

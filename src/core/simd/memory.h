@@ -4,7 +4,11 @@
 
 // The compiler's own vectors: what the intrinsics take and give, but for an attribute that templates would lose.
 typedef long long Lane __attribute__((vector_size(16)));
+#if ORV_HAS_WIDE_INTEGER
+typedef long long Lanes __attribute__((vector_size(32)));
+#else
 using Lanes = Lane;
+#endif
 #if ORV_HAS_WIDE_FLOAT
 typedef float Floats __attribute__((vector_size(32)));
 #else
@@ -24,8 +28,30 @@ ORV_INLINE Lane load(const void* p) { return load<Lane>(p); }
 ORV_INLINE Lane loadAligned(const void* p) { return _mm_load_si128(static_cast<const Lane*>(p)); }
 template <class V> ORV_INLINE void store(void* p, V v) { memcpy(p, &v, sizeof v); }
 // Lanes that lie `distance` bytes apart: the first at p.
-template <class V> ORV_INLINE V load(const void* p, ptrdiff_t) { return load<V>(p); }
+template <class V> ORV_INLINE V load(const void* p, ptrdiff_t distance) {
+#if ORV_HAS_WIDE_INTEGER
+  if constexpr (sizeof(V) == 32)
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(load(p)), load(static_cast<const char*>(p) + distance), 1);
+  else
+#endif
+    return (void)distance, load<V>(p);
+}
 ORV_INLINE void store(void* p, Lane v, ptrdiff_t) { store(p, v); }
+#if ORV_HAS_WIDE_INTEGER
+ORV_INLINE void store(void* p, Lanes v, ptrdiff_t distance) {
+  store(p, Lane(_mm256_castsi256_si128(v)));
+  store(static_cast<char*>(p) + distance, Lane(_mm256_extracti128_si256(v, 1)));
+}
+#endif
+// The same lane as often as V has lanes.
+template <class V> ORV_INLINE V repeated(Lane v) {
+#if ORV_HAS_WIDE_INTEGER
+  if constexpr (sizeof(V) == 32)
+    return _mm256_broadcastsi128_si256(v);
+  else
+#endif
+    return v;
+}
 
 // ---- Half lanes
 
@@ -41,6 +67,14 @@ ORV_INLINE void storeHigh(void* p, Lane v) { _mm_storeh_pd(static_cast<double*>(
 // Of all lanes, one after the other in memory.
 ORV_INLINE void storeLowHalves(void* p, Lane v) { storeLow(p, v); }
 ORV_INLINE void storeHighHalves(void* p, Lane v) { storeHigh(p, v); }
+#if ORV_HAS_WIDE_INTEGER
+ORV_INLINE void storeLowHalves(void* p, Lanes v) {
+  store(p, Lane(_mm256_castsi256_si128(_mm256_permute4x64_epi64(v, 0x08))));
+}
+ORV_INLINE void storeHighHalves(void* p, Lanes v) {
+  store(p, Lane(_mm256_castsi256_si128(_mm256_permute4x64_epi64(v, 0x0D))));
+}
+#endif
 
 // ---- The first bytes of a lane
 

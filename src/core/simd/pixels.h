@@ -22,17 +22,17 @@ template <class V> struct Interleaved3 { V v[3]; };
 // places: one shuffle a channel moves every byte between its pixel and its place, and each of the three vectors takes
 // every third byte from each channel.
 template <Order kOrder, class V> ORV_INLINE V spread(V channel, int c) {
-  return shuffle8(channel, bytePattern([=](int i) {
+  return shuffle8(channel, bytePattern<V>([=](int i) {
                     const int pixel = (11 * (i + 16 - c)) & 15;  // 11 is 1 / 3 modulo 16
                     return kOrder == kInOrder ? pixel : pixel >> 1 | (pixel & 1) << 3;
                   }));
 }
 template <class V> ORV_INLINE V collect(V mixed, int c) {
-  return shuffle8(mixed, bytePattern([=](int i) { return (3 * i + c) & 15; }));
+  return shuffle8(mixed, bytePattern<V>([=](int i) { return (3 * i + c) & 15; }));
 }
 // Bytes i with i mod 3 = wa from a, with i mod 3 = wb from b, the others from v.
 template <class V> ORV_INLINE V mixThirds(V v, V a, int wa, V b, int wb) {
-  const auto third = [](int m) { return bytePattern([=](int i) { return i % 3 == m ? -1 : 0; }); };
+  const auto third = [](int m) { return bytePattern<V>([=](int i) { return i % 3 == m ? -1 : 0; }); };
 #if ORV_HAS_BLEND
   return select(third(wb), b, select(third(wa), a, v));
 #else
@@ -54,9 +54,9 @@ template <class V> struct PixelPairs {
   explicit PixelPairs(const Pixels<kEvenOdd, V>& p)
       : x(interleaveLow8(p.r, p.g)), y(interleaveLow8(p.b, shiftBytesDown<8>(p.r))), z(interleaveHigh8(p.g, p.b)) {}
   explicit PixelPairs(const Pixels<kInOrder, V>& p)
-      : x((p.r & all16(0xFF)) | shiftLeft16(p.g, 8)),
-        y((p.b & all16(0xFF)) | (~all16(0xFF) & p.r)),
-        z(shiftRightU16(p.g, 8) | (~all16(0xFF) & p.b)) {}
+      : x((p.r & all16<V>(0xFF)) | shiftLeft16(p.g, 8)),
+        y((p.b & all16<V>(0xFF)) | (~all16<V>(0xFF) & p.r)),
+        z(shiftRightU16(p.g, 8) | (~all16<V>(0xFF) & p.b)) {}
 };
 // Dwords i and i + 2 of a in turn with j and j + 2 of b.
 template <int i, int j, class V> ORV_INLINE V inTurn(V a, V b) {
@@ -65,7 +65,7 @@ template <int i, int j, class V> ORV_INLINE V inTurn(V a, V b) {
 // Two pairs are three dwords: a = x0 y0, b = z0 x1, c = y1 z1.
 template <Order kOrder, class V> ORV_INLINE Interleaved3<V> interleave3(const Pixels<kOrder, V>& p) {
   const PixelPairs<V> q(p);
-  const V low = all32(0xFFFF);
+  const V low = all32<V>(0xFFFF);
   const V a = (q.x & low) | shiftLeft32(q.y, 16);
   const V b = (q.z & low) | (~low & q.x);
   const V c = shiftRightU32(q.y, 16) | (~low & q.z);
@@ -95,7 +95,7 @@ template <class V> ORV_INLINE void store3(Vel8u* p, const Interleaved3<V>& t) {
 template <class V> struct PixelWords { EvenOdd<V> r, g, b; };
 // Bytes as words of 256 times their value.
 template <class V> ORV_INLINE EvenOdd<V> splitTimes256(V bytes) {
-  return {shiftLeft16(bytes, 8), bytes & all16(0xFF00)};
+  return {shiftLeft16(bytes, 8), bytes & all16<V>(0xFF00)};
 }
 template <class V> ORV_INLINE PixelWords<V> splitTimes256(const Pixels<kInOrder, V>& p) {
   return {splitTimes256(p.r), splitTimes256(p.g), splitTimes256(p.b)};
@@ -108,15 +108,15 @@ template <class V> ORV_INLINE PixelWords<V> load3Times256(const Vel8u* p) {
 #if ORV_HAS_BLEND
   const V y = blend16<0xAA>(yz, xy);  // each two words exchanged
   const auto bytesOfY = [=](int which) {
-    return shuffle8(y,
-                    bytePattern([=](int i) { return i % 2 == 0 ? -1 : 4 * (i / 4) + (i % 4 == 1 ? 2 : 0) + which; }));
+    return shuffle8(
+        y, bytePattern<V>([=](int i) { return i % 2 == 0 ? -1 : 4 * (i / 4) + (i % 4 == 1 ? 2 : 0) + which; }));
   };
   const V b = bytesOfY(0), r = bytesOfY(1);
 #else
   const V y = shiftRightU32(xy, 16) | shiftLeft32(yz, 16);
-  const V b = shiftLeft16(y, 8), r = y & all16(0xFF00);
+  const V b = shiftLeft16(y, 8), r = y & all16<V>(0xFF00);
 #endif
-  return {{shiftLeft16(x, 8), r}, {x & all16(0xFF00), shiftLeft16(z, 8)}, {b, z & all16(0xFF00)}};
+  return {{shiftLeft16(x, 8), r}, {x & all16<V>(0xFF00), shiftLeft16(z, 8)}, {b, z & all16<V>(0xFF00)}};
 }
 
 }  // namespace

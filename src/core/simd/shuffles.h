@@ -5,9 +5,17 @@
 namespace {
 
 // a0 b0 a1 b1 ...: the low halves of two, and the high halves.
+#if ORV_HAS_WIDE_INTEGER
+#define ORV_INTERLEAVE(bits)                                                                         \
+  ORV_INLINE Lane interleaveLow##bits(Lane a, Lane b) { return _mm_unpacklo_epi##bits(a, b); }       \
+  ORV_INLINE Lane interleaveHigh##bits(Lane a, Lane b) { return _mm_unpackhi_epi##bits(a, b); }      \
+  ORV_INLINE Lanes interleaveLow##bits(Lanes a, Lanes b) { return _mm256_unpacklo_epi##bits(a, b); } \
+  ORV_INLINE Lanes interleaveHigh##bits(Lanes a, Lanes b) { return _mm256_unpackhi_epi##bits(a, b); }
+#else
 #define ORV_INTERLEAVE(bits)                                                                   \
   ORV_INLINE Lane interleaveLow##bits(Lane a, Lane b) { return _mm_unpacklo_epi##bits(a, b); } \
   ORV_INLINE Lane interleaveHigh##bits(Lane a, Lane b) { return _mm_unpackhi_epi##bits(a, b); }
+#endif
 ORV_INTERLEAVE(8)
 ORV_INTERLEAVE(16)
 ORV_INTERLEAVE(32)
@@ -26,8 +34,19 @@ template <int i0, int i1, int i2, int i3> ORV_INLINE Lane shuffleLow16(Lane v) {
 template <int i0, int i1, int i2, int i3> ORV_INLINE Lane shuffleHigh16(Lane v) {
   return _mm_shufflehi_epi16(v, shuffleCode(i0, i1, i2, i3));
 }
+#if ORV_HAS_WIDE_INTEGER
+template <int i0, int i1, int i2, int i3> ORV_INLINE Lanes shuffle32(Lanes v) {
+  return _mm256_shuffle_epi32(v, shuffleCode(i0, i1, i2, i3));
+}
+template <int i0, int i1, int i2, int i3> ORV_INLINE Lanes shuffleLow16(Lanes v) {
+  return _mm256_shufflelo_epi16(v, shuffleCode(i0, i1, i2, i3));
+}
+template <int i0, int i1, int i2, int i3> ORV_INLINE Lanes shuffleHigh16(Lanes v) {
+  return _mm256_shufflehi_epi16(v, shuffleCode(i0, i1, i2, i3));
+}
+#endif
 // Words of both halves alike.
-template <int i0, int i1, int i2, int i3> ORV_INLINE Lane shuffleHalves16(Lane v) {
+template <int i0, int i1, int i2, int i3, class V> ORV_INLINE V shuffleHalves16(V v) {
   return shuffleHigh16<i0, i1, i2, i3>(shuffleLow16<i0, i1, i2, i3>(v));
 }
 // Dwords i0 i1 of a, then j0 j1 of b; qword i of a, then j of b.
@@ -37,6 +56,20 @@ template <int i0, int i1, int j0, int j1> ORV_INLINE Lane joinPairs32(Lane a, La
 template <int i, int j> ORV_INLINE Lane join64(Lane a, Lane b) {
   return _mm_castpd_si128(_mm_shuffle_pd(_mm_castsi128_pd(a), _mm_castsi128_pd(b), i | j << 1));
 }
+#if ORV_HAS_WIDE_INTEGER
+template <int i0, int i1, int j0, int j1> ORV_INLINE Lanes joinPairs32(Lanes a, Lanes b) {
+  return _mm256_castps_si256(
+      _mm256_shuffle_ps(_mm256_castsi256_ps(a), _mm256_castsi256_ps(b), shuffleCode(i0, i1, j0, j1)));
+}
+template <int i, int j> ORV_INLINE Lanes join64(Lanes a, Lanes b) {
+  return _mm256_castpd_si256(_mm256_shuffle_pd(_mm256_castsi256_pd(a), _mm256_castsi256_pd(b), 5 * (i | j << 1)));
+}
+template <int n> ORV_INLINE Lanes shiftBytesUp(Lanes v) { return _mm256_slli_si256(v, n); }
+template <int n> ORV_INLINE Lanes shiftBytesDown(Lanes v) { return _mm256_srli_si256(v, n); }
+ORV_INLINE Lanes shuffle8(Lanes v, Lanes places) { return _mm256_shuffle_epi8(v, places); }
+template <int n> ORV_INLINE Lanes align8(Lanes low, Lanes high) { return _mm256_alignr_epi8(high, low, n); }
+template <int kMask> ORV_INLINE Lanes blend16(Lanes a, Lanes b) { return _mm256_blend_epi16(a, b, kMask); }
+#endif
 // Bytes moved up or down by n places, zeros following.
 template <int n> ORV_INLINE Lane shiftBytesUp(Lane v) { return _mm_slli_si128(v, n); }
 template <int n> ORV_INLINE Lane shiftBytesDown(Lane v) { return _mm_srli_si128(v, n); }
