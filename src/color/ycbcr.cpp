@@ -90,9 +90,9 @@ template <class Format> struct ConvertForward {
 };
 
 // Eight pixels a lane, from their conversion; the fourth byte stays as it was.
-template <class Conversion> ORV_INLINE void storeAC4(Vel8u* dst, const Conversion& p) {
-  const auto r = clampToHighBytes(p.first()), g = clampToHighBytes(p.second());
-  const auto rg = shiftRightU16(r, 8) | (g & all16<V>(0xFF00)), b = shiftRightU16(clampToHighBytes(p.third()), 8);
+template <class V, class Conversion> ORV_INLINE void storeAC4(Vel8u* dst, const Conversion& p) {
+  const V r = clampToHighBytes(p.first()), g = clampToHighBytes(p.second());
+  const V rg = shiftRightU16(r, 8) | (g & all16<V>(0xFF00)), b = shiftRightU16(clampToHighBytes(p.third()), 8);
   AC4::storeFour(dst, interleaveLow16(rg, b));
   AC4::storeFour(dst + 16, interleaveHigh16(rg, b));
 }
@@ -100,7 +100,7 @@ template <class Conversion> ORV_INLINE void storeAC4(Vel8u* dst, const Conversio
 template <class V, class Src, class Dst, class Convert>
 ORV_INLINE void convertAC4(const Src& src, const Dst& dst, const Convert& convertEight) {
   ORV_UNROLL for (int i = 0; i < 64; i += 32)
-      storeAC4(dst.row[0] + i, convertEight(load<V>(src.row[0] + i, 64), load<V>(src.row[0] + i + 16, 64)));
+      storeAC4<V>(dst.row[0] + i, convertEight(load<V>(src.row[0] + i, 64), load<V>(src.row[0] + i + 16, 64)));
 }
 struct ForwardAC4 {
   template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {

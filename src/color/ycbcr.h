@@ -68,6 +68,7 @@ struct WeightsAfterGroups {
   static constexpr int kA = 43, kB = 22, kD = 3, kLumaWithV = -65618;
 };
 constexpr bool isWord(int x) { return x == Vel16s(x); }
+constexpr int magnitude(int x) { return x < 0 ? -x : x; }
 
 // From dwords of Y Cb Cr and anything. Luma makes a pair with each chroma sample c: kA (Y - 16) + kB (c - 128) and
 // kD (c - 128). G takes luma from both pairs, kLumaWithV of it from the one with Cr.
@@ -86,8 +87,7 @@ template <class W, class V> class Exact {
 
  private:
   static ORV_INLINE V pairOf(V lumaAndChroma) {
-    static_assert(isWord(W::kA * 239 + W::kB * 127) && isWord(W::kA * -16 + W::kB * -128) && isWord(W::kD * -128),
-                  "too large");
+    static_assert(isWord(239 * W::kA + 128 * W::kB) && isWord(128 * W::kD), "too large");
     const V centred = sub16(lumaAndChroma, allPairs16<V>(16, 128));
     return add16(mulLow16(centred, allPairs16<V>(W::kA, W::kD)),
                  mulLow16(shiftRightU32(centred, 16), allPairs16<V>(W::kB, 0)));
@@ -123,7 +123,7 @@ template <bool kRound, class V> class Exact<Weights<kRound>, V> {
   struct Multiples {
     int y, v, u, v2;
   };
-  static constexpr Multiples kRed = {4, 0, 0, 5}, kGreen = {12, -13, 7, -8}, kBlue = {4, 0, 6, 0};
+  static constexpr Multiples kRed = {3, 0, 0, 5}, kGreen = {12, -13, 7, -8}, kBlue = {3, 0, 6, 0};
 
   template <const Multiples& kOf, int kWeightV, int kWeightU> Dwords8<V> sum() const {
     constexpr int kY = kOf.y, kV = kOf.v, kU = kOf.u, kV2 = kOf.v2;
@@ -131,9 +131,7 @@ template <bool kRound, class V> class Exact<Weights<kRound>, V> {
     static_assert(first * kY == W::kLuma && second * kU == kWeightU && first * kV + second * kV2 == kWeightV,
                   "inexact");
     static_assert(isWord(first) && isWord(second), "too large");
-    static_assert(
-        isWord(255 * (kY + kV)) && isWord(255 * (kY - kV)) && isWord(255 * (kU + kV2)) && isWord(255 * (kU - kV2)),
-        "too large");
+    static_assert(isWord(255 * (kY + magnitude(kV))) && isWord(255 * (kU + magnitude(kV2))), "too large");
     const Dwords8<V> centred = each(quads, [](V q) {
       return sub16(mulAddPairs8(q, allQuads8<V>(kY, kV, kU, kV2)), allPairs16<V>(16 * kY + 128 * kV, 128 * (kU + kV2)));
     });
