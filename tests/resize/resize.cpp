@@ -71,13 +71,13 @@ class Call {
   void expectResized(const Path& path) {
     SCOPED_TRACE(testing::Message() << l.name << ' ' << g);
     const std::vector<Copied> before = dst.copy();
-    velStaticInitCpu(kPaths[0].code);
+    forcePath(kPaths[0]);
     ASSERT_NO_FATAL_FAILURE(run());
     for (size_t i = 0; i < dst.size() && path.index == kPaths[0].index; ++i)
       ASSERT_NO_FATAL_FAILURE(compare(dst[i], src[i], before[i]));
     const std::vector<Copied> first = dst.copy();
     for (size_t i = 0; i < dst.size(); ++i) dst[i].restore(before[i]);
-    velStaticInitCpu(path.code);
+    forcePath(path);
     ASSERT_NO_FATAL_FAILURE(run());
     ASSERT_TRUE(expectSame(dst, first));
   }

@@ -7,13 +7,6 @@
 using Path = CodePath;
 inline constexpr auto& kPaths = kCodePaths;
 inline std::ostream& operator<<(std::ostream& out, const Path& path) { return out << path.name; }
-// The path that calls take now. Index 1 has the bodies of index 0.
-inline const char* pathInForce() {
-  for (const Path& path : kPaths)
-    if (path.index == velJumpIndexForMergedLibs) return path.name;
-  return kPaths[0].name;
-}
-
 // A fixture whose tests run once per code path, with that path forced:
 //   class Xxx : public OnEveryPath {};
 //   ORV_ON_EVERY_PATH(Xxx);
@@ -22,7 +15,7 @@ class OnEveryPath : public testing::TestWithParam<Path> {
  protected:
   void SetUp() override {
     if (!processorHas(GetParam())) GTEST_SKIP() << "this processor cannot run " << GetParam();
-    ASSERT_EQ(velStaticInitCpu(GetParam().code), velStsNoErr);
+    ASSERT_EQ(forcePath(GetParam()), velStsNoErr);
     ASSERT_EQ(velJumpIndexForMergedLibs, GetParam().index);
   }
   void TearDown() override { velStaticInit(); }

@@ -34,7 +34,7 @@ constexpr char kHelp[] =
     "  --size N        the longest side in pixels (default 256); smaller photos keep theirs\n"
     "  --quality N     1 to 100 (default 85)\n"
     "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
     "  --help          show this\n";
 
 struct Arguments {
