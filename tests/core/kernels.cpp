@@ -1,5 +1,4 @@
 // The kernels that families share: copying, clearing, allocating, and widening bytes.
-#include <dlfcn.h>
 #include <algorithm>
 #include <cstdlib>
 #include <string>
@@ -38,9 +37,9 @@ struct Operands {
 class Kernels : public OnEveryPath {
  protected:
   template <class F> F* kernel(const std::string& name) const {
-    void* const found = dlsym(RTLD_DEFAULT, (std::string(GetParam().name) + "_" + name).c_str());
+    const auto found = kernelOf<F>(GetParam(), name);
     EXPECT_NE(found, nullptr) << name;
-    return reinterpret_cast<F*>(found);
+    return found;
   }
 
   template <class T> void checkCopyAndZero(Guard end, const std::string& type, int len, size_t away) const {

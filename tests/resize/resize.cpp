@@ -1,5 +1,4 @@
 // Resizing against the model, on every code path; the paths must agree bit for bit.
-#include <dlfcn.h>
 #include <sys/mman.h>
 #include <algorithm>
 #include <array>
@@ -494,11 +493,11 @@ TEST_P(ResizeWeights, AreThoseOfTheMethod) {
                   {"ownpi_Cubic3Kernel", velInterCubicB05C03, 4},
                   {"ownpi_Lanczos3", velInterLanczos, 6}};
   for (const auto& k : kKernels) {
-    void* const found = dlsym(RTLD_DEFAULT, (std::string(GetParam().name) + '_' + k.name).c_str());
-    ASSERT_NE(found, nullptr) << k.name;
+    const auto weigh = kernelOf<void(const float*, int, float*)>(GetParam(), k.name);
+    ASSERT_NE(weigh, nullptr) << k.name;
     const int count = int(std::size(fractions)) - (k.taps == 6);  // Lanczos' window takes no NaN
     std::vector<float> weights(size_t(count * k.taps + 1), 7.f);
-    reinterpret_cast<void (*)(const float*, int, float*)>(found)(fractions, count, weights.data());
+    weigh(fractions, count, weights.data());
     EXPECT_EQ(weights.back(), 7);
     for (int i = 0; i < count; ++i) {
       double sum = 0;
