@@ -162,6 +162,7 @@ ORV_API const char* orvGetStatusString(VelStatus status);
  *   0  w7 bodies, on a processor without SSE2 or before any selection    3  s8: SSSE3 with MOVBE
  *   1  w7: SSE2                                                          4  p8: SSE4.1
  *   2  v8: SSSE3 (where a primitive has no v8 body, its s8 body)         5  g9: AVX, its state saved by the system
+ * At index 5 primitives that gain by it use AVX2, where the processor has it and the mask of enabled features keeps AVX.
  * To be read, not written: the functions below change it. A program that is linked without PIC has a copy of the
  * variable, and what it writes there selects nothing. */
 ORV_API extern Vel32s velJumpIndexForMergedLibs;
@@ -224,7 +225,8 @@ ORV_API VelStatus velGetCpuFeatures(Vel64u* pFeaturesMask, Vel32u pCpuidInfoRegs
 /* The mask of enabled features: what the selected path may use, as the last selection or velSetCpuFeaturesMask left it;
  * 3 before any. */
 ORV_API Vel64u velGetEnabledCpuFeatures(void);
-/* Sets the mask of enabled features. It is not checked, always gives velStsNoErr, and changes no code path. */
+/* Sets the mask of enabled features. It is not checked, always gives velStsNoErr, and changes no code path. Without the bit
+ * velCpuidAVX index 5 does without AVX2, until a path is selected or the mask is set again. */
 ORV_API VelStatus velSetCpuFeaturesMask(Vel64u mask);
 /* 1 when every given bit is set in the mask of enabled features, else 0. */
 ORV_API int ownGetFeature(Vel64u features);

@@ -217,6 +217,7 @@ ORV_INLINE void convertRow(const Src& src, const Dst& dst, ptrdiff_t pixels) {
   constexpr int kPixels = int(sizeof(Lanes));
   ptrdiff_t x = 0;
   for (; x + kPixels <= pixels; x += kPixels) Kernel::template convert<Lanes>(src.at(x), dst.at(x));
+  lanesEnd();
   if (sizeof(Lanes) > sizeof(Lane))
     for (; x + 16 <= pixels; x += 16) Kernel::template convert<Lane>(src.at(x), dst.at(x));
   if (x == pixels) return;

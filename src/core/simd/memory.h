@@ -53,6 +53,14 @@ template <class V> ORV_INLINE V repeated(Lane v) {
     return v;
 }
 
+// Due after a loop over Lanes: clears the upper halves of the registers, in which a caller's SSE code would be slow. The
+// compiler does so where a function ends, but gcc not on every way that leads there.
+ORV_INLINE void lanesEnd() {
+#if ORV_HAS_WIDE_INTEGER
+  _mm256_zeroupper();
+#endif
+}
+
 // ---- Half lanes
 
 // Eight bytes, then zeros.
