@@ -55,22 +55,24 @@ template <class T, int... kPairBytes> struct StripTail<Strip<T, kPairBytes...>> 
 
 // ---- Formats of pixels: kPlanes rows of kBytes a pixel each
 //
-// store(rows, pixels) writes sixteen pixels, load<V>(rows) reads them. The rows are those of one row of pixels.
+// store(rows, pixels) writes sixteen pixels, load<V>(rows) reads them. The rows are those of one row of pixels. Where
+// kMayStream, PastCaches is the same format stored past the caches, rows then being multiples of 16.
 
 template <bool kBgr, Order kOrder, class V> ORV_INLINE Pixels<kOrder, V> ordered(const Pixels<kOrder, V>& p) {
   return kBgr ? Pixels<kOrder, V>{p.b, p.g, p.r} : p;
 }
 
 // r g b in turn, or b g r.
-template <bool kBgr> struct Interleaved {
+template <bool kBgr, bool kStreams = false> struct Interleaved {
   static constexpr int kPlanes = 1, kBytes = 3;
-  static constexpr bool kKeepsFourth = false;
+  static constexpr bool kKeepsFourth = false, kMayStream = true;
+  using PastCaches = Interleaved<kBgr, true>;
 
   template <class V> static Pixels<kInOrder, V> load(const Vel8u* const* rows) {
     return ordered<kBgr>(deinterleave3(load3<V>(rows[0])));
   }
   template <Order kOrder, class V> static void store(Vel8u* const* rows, const Pixels<kOrder, V>& p) {
-    store3(rows[0], interleave3(ordered<kBgr>(p)));
+    store3<kStreams>(rows[0], interleave3(ordered<kBgr>(p)));
   }
 };
 using C3 = Interleaved<false>;
@@ -79,7 +81,7 @@ using BgrC3 = Interleaved<true>;
 // r g b and a fourth that stays as it was.
 struct AC4 {
   static constexpr int kPlanes = 1, kBytes = 4;
-  static constexpr bool kKeepsFourth = true;
+  static constexpr bool kKeepsFourth = true, kMayStream = false;  // what stays must be read
 
   template <class V> static void store(Vel8u* const* rows, const Pixels<kEvenOdd, V>& p) {
     const V rgEven = interleaveLow8(p.r, p.g), rgOdd = interleaveHigh8(p.r, p.g);
@@ -103,7 +105,8 @@ struct AC4 {
 // A plane for each channel.
 struct P3 {
   static constexpr int kPlanes = 3, kBytes = 1;
-  static constexpr bool kKeepsFourth = false;
+  static constexpr bool kKeepsFourth = false,
+                        kMayStream = false;  // lines of three rows are not filled one after another
 
   template <class V> static Pixels<kInOrder, V> load(const Vel8u* const* rows) {
     return {::load<V>(rows[0]), ::load<V>(rows[1]), ::load<V>(rows[2])};
@@ -120,9 +123,10 @@ struct P3 {
 
 // A word for each pixel, of 5, 6 or 4 bits a channel: red in the lowest bits, blue in the highest, or the other way round.
 enum Packing { k565, k555, k444 };
-template <Packing kPacking, bool kBgr> struct Packed16 {
+template <Packing kPacking, bool kBgr, bool kStreams = false> struct Packed16 {
   static constexpr int kPlanes = 1, kBytes = 2;
-  static constexpr bool kKeepsFourth = false;
+  static constexpr bool kKeepsFourth = false, kMayStream = true;
+  using PastCaches = Packed16<kPacking, kBgr, true>;
 
   template <Order kOrder, class V> static void store(Vel8u* const* rows, const Pixels<kOrder, V>& pixels) {
     const Pixels<kOrder, V> p = ordered<kBgr>(pixels);
@@ -138,8 +142,8 @@ template <Packing kPacking, bool kBgr> struct Packed16 {
       high = bitsDown(p.b, 4, 0x0F);
     }
     const V first = interleaveLow8(low, high), second = interleaveHigh8(low, high);
-    ::store(rows[0], kOrder == kInOrder ? first : interleaveLow16(first, second), 32);
-    ::store(rows[0] + 16, kOrder == kInOrder ? second : interleaveHigh16(first, second), 32);
+    put<kStreams>(rows[0], kOrder == kInOrder ? first : interleaveLow16(first, second), 32);
+    put<kStreams>(rows[0] + 16, kOrder == kInOrder ? second : interleaveHigh16(first, second), 32);
   }
 
  private:
@@ -225,6 +229,27 @@ ORV_INLINE void convertRow(const Src& src, const Dst& dst, ptrdiff_t pixels) {
     Kernel::template convert<Lane>(src.at(pixels - 16), dst.at(pixels - 16));
   else
     convertTail<Kernel, kKeepsFourth>(src.at(x), dst.at(x), int(pixels - x));
+}
+
+// A row that goes past the caches, one destination row in a strip: whole lines of it by StreamingKernel, the others by Kernel.
+// A line that is written in part, or in both ways, takes many times as long. 64 pixels are whole lines.
+template <class Kernel, class StreamingKernel, int kBytes, class Src, class Dst>
+ORV_INLINE void convertRowPastCaches(const Src& src, const Dst& dst, ptrdiff_t pixels) {
+  const size_t toLine = -reinterpret_cast<uintptr_t>(dst.row[0]) % kLine;
+  // How many pixels until one begins a line: 43 is 1 / 3 modulo 64. They come in pairs.
+  const ptrdiff_t head = ptrdiff_t(kBytes == 3 ? toLine * 43 % kLine : toLine / kBytes);
+  const ptrdiff_t end = head + ((pixels - head) & ~ptrdiff_t(63));
+  if (toLine % 2 != 0 || head % 2 != 0 || pixels < head + 64)
+    return convertRow<Kernel, LastPixels::kOnce>(src, dst, pixels);
+  convertRow<Kernel, LastPixels::kOnce>(src, dst, head);
+  for (ptrdiff_t x = head; x < end; x += int(sizeof(Lanes)))
+    StreamingKernel::template convert<Lanes>(src.at(x), dst.at(x));
+  lanesEnd();
+  convertRow<Kernel, LastPixels::kOnce>(src.at(end), dst.at(end), pixels - end);
+}
+// Whether an image of such pixels exceeds the caches.
+template <class Format> ORV_INLINE bool goesPastCaches(VeliSize size) {
+  return Format::kMayStream && exceedsCaches(double(size.width) * size.height * Format::kBytes);
 }
 
 // All strips of an image, by convertStrip(src, dst).

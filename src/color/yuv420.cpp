@@ -15,6 +15,25 @@ template <class Format> struct Convert420 {
   }
 };
 
+// One of the rows.
+template <class Format> struct ConvertRowOf420 {
+  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+    const ChromaPart<V> c = chromaPart(loadWidenU8<V>(src.row[1]), loadWidenU8<V>(src.row[2]));
+    Format::store(dst.row, addChroma(load<V>(src.row[0]), c));
+  }
+};
+// Past the caches one row after the other, as memory takes it fastest; chroma is worked out for each.
+template <class Format, class Dst>
+void convertPastCaches(const Vel8u* const pSrc[3], const int srcStep[3], Dst pDst, int dstStep, int width, int height) {
+  for (int y = 0; y < height; ++y) {
+    const Vel8u* const rows[3] = {rowOf(pSrc[0], srcStep[0], y), rowOf(pSrc[1], srcStep[1], y / 2),
+                                  rowOf(pSrc[2], srcStep[2], y / 2)};
+    convertRowPastCaches<ConvertRowOf420<Format>, ConvertRowOf420<typename Format::PastCaches>, Format::kBytes>(
+        stripOfYuv<const Vel8u, 1>(rows, srcStep), stripOf<Format, 1>(rowOf(pDst, dstStep, y), dstStep), width);
+  }
+  streamEnd();
+}
+
 // Checks the arguments and converts the whole blocks.
 template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* const pSrc[3], const int srcStep[3],
                                                                 Dst pDst, int dstStep, VeliSize size, int least = 1) {
@@ -22,6 +41,12 @@ template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* con
   ORV_CHECK(checkImages(pSrc, pDst, size, least));
   using Kernel = Convert420<Format>;
   const int width = size.width & ~1;
+  const VelStatus status = (size.width | size.height) & 1 ? velStsDoubleSize : velStsNoErr;
+  if constexpr (Format::kMayStream)
+    if (goesPastCaches<Format>(size)) {
+      convertPastCaches<Format>(pSrc, srcStep, pDst, dstStep, width, size.height & ~1);
+      return status;
+    }
   convertStrips(stripOfYuv<const Vel8u, 2>(pSrc, srcStep), stripOf<Format, 2>(pDst, dstStep), size.height / 2,
                 [=](const auto& src, const auto& dst) {
                   if (width == 16)  // the tile of a JPEG MCU
@@ -29,7 +54,7 @@ template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* con
                   else
                     convertRow<Kernel, LastPixels::kMayRepeat, Format::kKeepsFourth>(src, dst, width);
                 });
-  return (size.width | size.height) & 1 ? velStsDoubleSize : velStsNoErr;
+  return status;
 }
 
 }  // namespace

@@ -140,6 +140,20 @@ template <bool kStreams, class V> ORV_INLINE void put(void* p, V v) {
   else
     store(p, v);
 }
+// The same for lanes that lie `distance` bytes apart; p and distance are multiples of 16.
+template <bool kStreams, class V> ORV_INLINE void put(void* p, V v, ptrdiff_t distance) {
+  if constexpr (!kStreams) {
+    store(p, v, distance);
+  } else {
+#if ORV_HAS_WIDE_INTEGER
+    if constexpr (sizeof(V) == 32) {
+      stream(p, Lane(_mm256_castsi256_si128(v)));
+      stream(static_cast<char*>(p) + distance, Lane(_mm256_extracti128_si256(v, 1)));
+    } else
+#endif
+      stream(p, v);
+  }
+}
 
 // ---- What the compiler may not see through
 

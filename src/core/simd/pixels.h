@@ -86,8 +86,8 @@ template <class V> ORV_INLINE Pixels<kInOrder, V> deinterleave3(Interleaved3<V> 
 template <class V> ORV_INLINE Interleaved3<V> load3(const Vel8u* p) {
   return {{load<V>(p, 48), load<V>(p + 16, 48), load<V>(p + 32, 48)}};
 }
-template <class V> ORV_INLINE void store3(Vel8u* p, const Interleaved3<V>& t) {
-  ORV_UNROLL for (int i = 0; i < 3; ++i) store(p + 16 * i, t.v[i], 48);
+template <bool kStreams = false, class V> ORV_INLINE void store3(Vel8u* p, const Interleaved3<V>& t) {
+  ORV_UNROLL for (int i = 0; i < 3; ++i) put<kStreams>(p + 16 * i, t.v[i], 48);
 }
 
 // ---- Sixteen pixels of three bytes as words of 256 times a sample, even and odd pixels apart
