@@ -82,6 +82,7 @@ using BgrC3 = Interleaved<true>;
 struct AC4 {
   static constexpr int kPlanes = 1, kBytes = 4;
   static constexpr bool kKeepsFourth = true, kMayStream = false;  // what stays must be read
+  using PastCaches = AC4;
 
   template <class V> static void store(Vel8u* const* rows, const Pixels<kEvenOdd, V>& p) {
     const V rgEven = interleaveLow8(p.r, p.g), rgOdd = interleaveHigh8(p.r, p.g);
@@ -104,6 +105,7 @@ struct AC4 {
 
 // A plane for each channel.
 struct P3 {
+  using PastCaches = P3;
   static constexpr int kPlanes = 3, kBytes = 1;
   static constexpr bool kKeepsFourth = false,
                         kMayStream = false;  // lines of three rows are not filled one after another
@@ -231,9 +233,9 @@ ORV_INLINE void convertRow(const Src& src, const Dst& dst, ptrdiff_t pixels) {
     convertTail<Kernel, kKeepsFourth>(src.at(x), dst.at(x), int(pixels - x));
 }
 
-// A row that goes past the caches, one destination row in a strip: whole lines of it by StreamingKernel, the others by Kernel.
-// A line that is written in part, or in both ways, takes many times as long. 64 pixels are whole lines.
-template <class Kernel, class StreamingKernel, int kBytes, class Src, class Dst>
+// A row that goes past the caches, one destination row in a strip: whole lines of it by Kernel::PastCaches, the others by
+// Kernel. A line that is written in part, or in both ways, takes many times as long. 64 pixels are whole lines.
+template <class Kernel, int kBytes, class Src, class Dst>
 ORV_INLINE void convertRowPastCaches(const Src& src, const Dst& dst, ptrdiff_t pixels) {
   const size_t toLine = -reinterpret_cast<uintptr_t>(dst.row[0]) % kLine;
   // How many pixels until one begins a line: 43 is 1 / 3 modulo 64. They come in pairs.
@@ -243,9 +245,15 @@ ORV_INLINE void convertRowPastCaches(const Src& src, const Dst& dst, ptrdiff_t p
     return convertRow<Kernel, LastPixels::kOnce>(src, dst, pixels);
   convertRow<Kernel, LastPixels::kOnce>(src, dst, head);
   for (ptrdiff_t x = head; x < end; x += int(sizeof(Lanes)))
-    StreamingKernel::template convert<Lanes>(src.at(x), dst.at(x));
+    Kernel::PastCaches::template convert<Lanes>(src.at(x), dst.at(x));
   lanesEnd();
   convertRow<Kernel, LastPixels::kOnce>(src.at(end), dst.at(end), pixels - end);
+}
+template <class Kernel, LastPixels kLast, class Format, class Src, class Dst>
+ORV_INLINE void convertRowOf(bool isPastCaches, const Src& src, const Dst& dst, ptrdiff_t pixels) {
+  if constexpr (Format::kMayStream)
+    if (isPastCaches) return convertRowPastCaches<Kernel, Format::kBytes>(src, dst, pixels);
+  convertRow<Kernel, kLast, Format::kKeepsFourth>(src, dst, pixels);
 }
 // Whether an image of such pixels exceeds the caches.
 template <class Format> ORV_INLINE bool goesPastCaches(VeliSize size) {

@@ -84,6 +84,7 @@ template <class V> ORV_INLINE auto forward(const Strip<const Vel8u, 2, 2, 2>& sr
 // ---- Sixteen pixels a lane of each layout
 
 template <class Format> struct ConvertForward {
+  using PastCaches = ConvertForward<typename Format::PastCaches>;
   template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
     Format::store(dst.row, forward<V>(src));
   }
@@ -113,29 +114,33 @@ struct InverseAC4 {
   }
 };
 
-// ---- Images: convertOne(src, dst, width) converts a row.
+// ---- Images: convertOne(isPastCaches, src, dst, width) converts a row.
 
 template <class From, class To, class Src, class Dst, class Convert>
 ORV_INLINE VelStatus convertImage(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size,
                                   const Convert& convertOne) {
   ORV_CHECK(checkImages(pSrc, pDst, size));
   const ptrdiff_t width = size.width;
+  const bool isInPlace = static_cast<const void*>(pSrc) == static_cast<const void*>(pDst);
+  const bool isPastCaches = !isInPlace && goesPastCaches<To>(size);
   convertStrips(stripOf<From, 1>(pSrc, srcStep), stripOf<To, 1>(pDst, dstStep), size.height,
-                [&](const auto& src, const auto& dst) { convertOne(src, dst, width); });
+                [&](const auto& src, const auto& dst) { convertOne(isPastCaches, src, dst, width); });
+  if (isPastCaches) streamEnd();
   return velStsNoErr;
 }
 template <class Format, class Kernel, class Src, class Dst>
 ORV_INLINE VelStatus convert(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size) {
   return convertImage<Format, Format>(pSrc, srcStep, pDst, dstStep, size,
-                                      [](const auto& src, const auto& dst, ptrdiff_t width) {
-                                        convertRow<Kernel, LastPixels::kOnce, Format::kKeepsFourth>(src, dst, width);
+                                      [](bool isPastCaches, const auto& src, const auto& dst, ptrdiff_t width) {
+                                        convertRowOf<Kernel, LastPixels::kOnce, Format>(isPastCaches, src, dst, width);
                                       });
 }
 template <class From, class G, class W, class Src, class Dst>
 ORV_INLINE VelStatus convertInGroups(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size) {
-  return convertImage<From, C3>(
-      pSrc, srcStep, pDst, dstStep, size,
-      [](const auto& src, const auto& dst, ptrdiff_t width) { convertRowInGroups<From, G, W, C3>(src, dst, width); });
+  return convertImage<From, C3>(pSrc, srcStep, pDst, dstStep, size,
+                                [](bool isPastCaches, const auto& src, const auto& dst, ptrdiff_t width) {
+                                  convertRowInGroups<From, G, W, C3>(isPastCaches, src, dst, width);
+                                });
 }
 
 }  // namespace

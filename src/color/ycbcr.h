@@ -195,6 +195,7 @@ template <class V> ORV_INLINE PixelWords<V> loadTimes256(const Strip<const Vel8u
 
 // Rows in groups of eight by G from their start, and what is left exactly, by W.
 template <class G, class Format> struct ConvertGroups {
+  using PastCaches = ConvertGroups<G, typename Format::PastCaches>;
   template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
     Format::store(dst.row, convertGroups<G>(loadTimes256<V>(src)));
   }
@@ -205,9 +206,9 @@ template <class From, class W, class Format> struct ConvertExactly {
   }
 };
 template <class From, class G, class W, class Format, class Src, class Dst>
-ORV_INLINE void convertRowInGroups(const Src& src, const Dst& dst, ptrdiff_t width) {
+ORV_INLINE void convertRowInGroups(bool isPastCaches, const Src& src, const Dst& dst, ptrdiff_t width) {
   const ptrdiff_t grouped = width & ~ptrdiff_t(7);
-  convertRow<ConvertGroups<G, Format>, LastPixels::kOnce>(src, dst, grouped);
+  convertRowOf<ConvertGroups<G, Format>, LastPixels::kOnce, Format>(isPastCaches, src, dst, grouped);
   if (grouped < width)
     convertTail<ConvertExactly<From, W, Format>, false>(src.at(grouped), dst.at(grouped), int(width - grouped));
 }

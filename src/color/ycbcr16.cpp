@@ -14,10 +14,12 @@ ORV_INLINE VelStatus convert(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int d
     width *= height;
     height = 1;
   }
+  const bool isPastCaches = goesPastCaches<Format>(size);
   convertStrips(stripOf<C3, 1>(pSrc, srcStep), stripOf<Format, 1>(pDst, step * 2), height,
                 [=](const auto& src, const auto& dst) {
-                  convertRowInGroups<C3, GroupP3C3, Weights<false>, Format>(src, dst, width);
+                  convertRowInGroups<C3, GroupP3C3, Weights<false>, Format>(isPastCaches, src, dst, width);
                 });
+  if (isPastCaches) streamEnd();
   return velStsNoErr;
 }
 

@@ -17,6 +17,7 @@ template <class Format> struct Convert420 {
 
 // One of the rows.
 template <class Format> struct ConvertRowOf420 {
+  using PastCaches = ConvertRowOf420<typename Format::PastCaches>;
   template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
     const ChromaPart<V> c = chromaPart(loadWidenU8<V>(src.row[1]), loadWidenU8<V>(src.row[2]));
     Format::store(dst.row, addChroma(load<V>(src.row[0]), c));
@@ -28,7 +29,7 @@ void convertPastCaches(const Vel8u* const pSrc[3], const int srcStep[3], Dst pDs
   for (int y = 0; y < height; ++y) {
     const Vel8u* const rows[3] = {rowOf(pSrc[0], srcStep[0], y), rowOf(pSrc[1], srcStep[1], y / 2),
                                   rowOf(pSrc[2], srcStep[2], y / 2)};
-    convertRowPastCaches<ConvertRowOf420<Format>, ConvertRowOf420<typename Format::PastCaches>, Format::kBytes>(
+    convertRowPastCaches<ConvertRowOf420<Format>, Format::kBytes>(
         stripOfYuv<const Vel8u, 1>(rows, srcStep), stripOf<Format, 1>(rowOf(pDst, dstStep, y), dstStep), width);
   }
   streamEnd();

@@ -51,6 +51,8 @@ struct Packed {
 // ---- Images
 
 template <class Layout, class Format> struct Convert422 {
+  using PastCaches = Convert422<Layout, typename Format::PastCaches>;
+
   template <class V> static ORV_INLINE void store(const Samples<V>& s, Vel8u* const* rows) {
     Format::store(rows, addChroma(s.luma, chromaPart(s.u, s.v)));
   }
@@ -71,11 +73,13 @@ ORV_INLINE VelStatus convert(Src pSrc, Step srcStep, Dst pDst, int dstStep, Veli
   ORV_CHECK(checkImages(pSrc, pDst, size));
   using Kernel = Convert422<Layout, Format>;
   const ptrdiff_t last = size.width - 1, pairs = size.width / 2;
+  const bool isPastCaches = goesPastCaches<Format>(size);
   convertStrips(Layout::strip(pSrc, srcStep), stripOf<Format, 1>(pDst, dstStep), size.height,
                 [=](const auto& src, const auto& dst) {
-                  convertRow<Kernel, LastPixels::kMayRepeat, Format::kKeepsFourth>(src, dst, 2 * pairs);
+                  convertRowOf<Kernel, LastPixels::kMayRepeat, Format>(isPastCaches, src, dst, 2 * pairs);
                   if (last % 2 == 0) Kernel::convertLone(Layout::lone(src, pairs), dst.at(last));
                 });
+  if (isPastCaches) streamEnd();
   return velStsNoErr;
 }
 
