@@ -10,6 +10,7 @@ ORV_INLINE Lane zero() { return _mm_setzero_si128(); }
 ORV_INLINE Lane all8(int x) { return _mm_set1_epi8(char(x)); }
 ORV_INLINE Lane all16(int x) { return _mm_set1_epi16(short(x)); }
 ORV_INLINE Lane all32(int x) { return _mm_set1_epi32(x); }
+ORV_INLINE Lane all64(long long x) { return Lane{x, x}; }
 // The same two words, or four bytes, in every dword.
 ORV_INLINE Lane allPairs16(int a, int b) { return all32(int((unsigned(a) & 0xFFFF) | unsigned(b) << 16)); }
 ORV_INLINE Lane allQuads8(int a, int b, int c, int d) {
