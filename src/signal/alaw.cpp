@@ -20,15 +20,15 @@ struct Magnitudes {
 ORV_INLINE Lane codesOf(const Magnitudes& a, const Magnitudes& b) {
   const Lane small = narrow16To8U(a.magnitude, b.magnitude);
   const Lane great = narrow16To8U(shiftRight16(a.magnitude, 3), shiftRight16(b.magnitude, 3));
-  // Or 4080 to 4095, which have the same code either way. What is great has all bits set in `small`.
+  // Or 4080 to 4095, which have the same code either way.
   const Lane isGreat = equal8(small, all8(255));
-  const Lane line0 = ~(~great & isGreat) & small;
+  const Lane line0 = selectOverOnes(isGreat, great, small);
   const Lane line1 = meanU8(line0, all8(31));
   const Lane line2 = meanU8(line1, all8(47));
   const Lane line3 = meanU8(line2, all8(63));
   const Lane least = minU8(minU8(line0, line1), minU8(line2, line3));
   const Lane code = add8(least, isGreat & all8(48));
-  return code ^ (narrow16(a.sign, b.sign) & all8(0x80)) ^ all8(0x80 ^ 0x55);
+  return code ^ selectConstant(narrow16(a.sign, b.sign), all8(0x55), all8(0x80 ^ 0x55));
 }
 
 // The magnitude of a negative word s is -s - 1.

@@ -120,6 +120,21 @@ ORV_INLINE Lane select(Lane mask, Lane yes, Lane no) {
   return (mask & yes) | (~mask & no);
 #endif
 }
+// The same of two constants; and where `no` has all bits wherever the mask has.
+ORV_INLINE Lane selectConstant(Lane mask, Lane yes, Lane no) {
+#if ORV_HAS_BLEND
+  return select(mask, yes, no);
+#else
+  return (mask & (yes ^ no)) ^ no;
+#endif
+}
+ORV_INLINE Lane selectOverOnes(Lane mask, Lane yes, Lane no) {
+#if ORV_HAS_BLEND
+  return select(mask, yes, no);
+#else
+  return ~(~yes & mask) & no;
+#endif
+}
 // The same with plain logic on every path, which any unit does: a blend by a vector takes one that multiplies.
 ORV_INLINE Lane selectBits(Lane mask, Lane yes, Lane no) { return (mask & yes) | (~mask & no); }
 // Pixels of four bytes: three from v, the fourth, alpha as a rule, from old.
