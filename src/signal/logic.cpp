@@ -4,52 +4,42 @@
 
 namespace {
 
-// ---- Operations on bits, in any width. kZeroClears: a constant of zero clears a vector; else it leaves it as it is.
+// ---- Operations on bits, of any type. kZeroClears: a constant of zero clears a vector; else it leaves it as it is.
 
 struct And {
   static constexpr bool kZeroClears = true;
-  static Lane of(Lane a, Lane b) { return a & b; }
-  static Floats of(Floats a, Floats b) { return bitAnd(a, b); }
-  static Vel32u of(Vel32u a, Vel32u b) { return a & b; }
+  template <class V> static V of(V a, V b) { return a & b; }
 };
 struct Or {
   static constexpr bool kZeroClears = false;
-  static Lane of(Lane a, Lane b) { return a | b; }
-  static Floats of(Floats a, Floats b) { return bitOr(a, b); }
-  static Vel32u of(Vel32u a, Vel32u b) { return a | b; }
+  template <class V> static V of(V a, V b) { return a | b; }
 };
 struct Xor {
   static constexpr bool kZeroClears = false;
-  static Lane of(Lane a, Lane b) { return a ^ b; }
-  static Floats of(Floats a, Floats b) { return bitXor(a, b); }
-  static Vel32u of(Vel32u a, Vel32u b) { return a ^ b; }
+  template <class V> static V of(V a, V b) { return a ^ b; }
 };
 
 // ---- Sources
 
 // Two vectors' bits know no elements.
 template <class Op> struct OfTwo {
-  static constexpr size_t kWhole = kFloatsBytes, kElement = 1;
+  static constexpr size_t kVector = sizeof(Dwords), kElement = 1;
   static constexpr int kReads = 2;
   const Vel8u *src1, *src2;
   bool reads(const Vel8u* p) const { return p == src1 || p == src2; }
   template <size_t kBytes> auto at(size_t i) const {
-    return Op::of(loadPiece<kBytes>(src1 + i), loadPiece<kBytes>(src2 + i));
+    return Op::of(loadBytes<kBytes>(src1 + i), loadBytes<kBytes>(src2 + i));
   }
 };
 
 template <class Op, size_t kSize> struct WithConstant {
-  static constexpr size_t kWhole = kFloatsBytes, kElement = kSize;
+  static constexpr size_t kVector = sizeof(Dwords), kElement = kSize;
   static constexpr int kReads = 1;
   const Vel8u* src;
   Vel32u bits;  // the constant, as often as it fits
   bool reads(const Vel8u* p) const { return p == src; }
   template <size_t kBytes> auto at(size_t i) const {
-    const Lane all = all32(int(bits));
-    if constexpr (kBytes > 16)
-      return Op::of(loadPiece<kBytes>(src + i), repeatLane(all));
-    else
-      return Op::of(loadPiece<kBytes>(src + i), all);
+    return Op::of(loadBytes<kBytes>(src + i), repeatBytes<kBytes>(all32(int(bits))));
   }
 };
 
