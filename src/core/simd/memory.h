@@ -66,7 +66,7 @@ template <int n> ORV_INLINE Lane loadFirst(const void* p) {
 }
 template <int n> ORV_INLINE void storeFirst(void* p, Lane v) {
   if constexpr (n == 16) {
-    store(p, v);
+    _mm_storeu_si128(static_cast<__m128i_u*>(p), v);  // gcc lays out branches around it better than around memcpy
   } else if constexpr (n == 8) {
     storeLow(p, v);
   } else {
