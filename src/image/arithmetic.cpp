@@ -24,7 +24,7 @@ struct Mul {
 
 // ---- The first n floats of a vector, n being 1, 2, 4 or kFloats
 
-template <int n> ORV_INLINE auto loadFloats(const float* p) { return loadRun<n>(p).v[0]; }
+template <int n> ORV_INLINE auto loadFloats(const void* p) { return loadRun<n>(static_cast<const float*>(p)).v[0]; }
 template <int n, class V> ORV_INLINE void storeFloats(float* p, V v) { storeRun(p, FloatRun<n>{{v}}); }
 
 // ---- Second operands
@@ -54,13 +54,12 @@ struct Image {
 // processors then store only once in a cycle.
 template <int kPeriod> struct Pattern {
   static constexpr int kVectors = kPeriod == 3 ? 3 : 1, kBlock = kPeriod == 3 ? 6 : 8;
-  float elements[kFloats + kPeriod - 1];
+  Vel32u elements[kFloats + kPeriod - 1];  // as bits: a mask is no number
 
-  // Copied as bits: a mask is no number.
   explicit Pattern(const void* value) {
     Vel32u period[kPeriod];
     memcpy(period, value, sizeof period);
-    for (int i = 0; i < kFloats + kPeriod - 1; ++i) memcpy(elements + i, period + i % kPeriod, sizeof *elements);
+    for (int i = 0; i < kFloats + kPeriod - 1; ++i) elements[i] = period[i % kPeriod];
   }
   bool isTight(ptrdiff_t) const { return true; }
   const Pattern& atRow(int) const { return *this; }
