@@ -27,7 +27,6 @@ template <class Work> ORV_INLINE void eachVector(int x, int end, const Work& wor
 template <int kChannels_, int kRows_, bool kKeepsFourth = false> struct BandOf {
   static constexpr int kChannels = kChannels_, kRows = kRows_, kStep = kChannels == 3 ? 12 : 4;
   static constexpr bool kTransposes = kChannels != 4;
-  static constexpr int kLanes = kFloats / 4;  // of a vector
 
   // The first n floats, when there are no more.
   static ORV_INLINE void put(float* dst, Floats4 v, int n) {
@@ -70,8 +69,8 @@ ORV_INLINE void sumColumns(const Filter& f) {
 }
 
 // Columns from `start` to `end` of rows y to y + 3 into the window. Moves the column sums down by `moves` rows; a row
-// that they do not reach is filled with those of the row above. What the next chunk will read is asked for in time: a
-// processor foresees what follows within a chunk, not where the next one begins.
+// that they do not reach is filled with those of the row above. What the next chunk will read is prefetched:
+// processors predict what follows within a chunk, not where the next one begins.
 template <class Band> ORV_INLINE void loadColumns(const Filter& f, int y, int moves, int start, int end, float* to) {
   const Vel32f* const leaves = rowOf(f.frame, f.srcStep, y);
   const Vel32f* const comes = rowOf(leaves, f.srcStep, f.mask.height);
@@ -188,7 +187,7 @@ template <class Band> void filterBand(const Filter& f, int y) {
   constexpr int kRows = Band::kRows;
   const int left = f.height - y, rows = left < kRows ? left : kRows;
   const int all = f.width * Band::kChannels, lag = f.mask.width * Band::kChannels;
-  int first = 0, loaded = 0;  // the first column in the window, and that behind the last
+  int first = 0, loaded = 0;  // the first column in the window, and the one after the last
   const auto loadUpTo = [&](int end) {
     const int whole = (end + kFloats - 1) & -kFloats;  // so that a row has one vector at most that is not
     end = whole < f.columns ? whole : f.columns;
@@ -257,7 +256,7 @@ template <class Band, class Last = Band> ORV_INLINE VelStatus filter(const Vel32
   const double room = whole < moving ? whole : moving, window = (room + kSlack) * kRows;
   float* const scratch = allocate(window + columns + kFloats);
   if (!scratch) return velStsMemAllocErr;
-  // Behind a row's last column the window holds what it held before: numbers.
+  // After a row's last column the window holds what it held before: numbers.
   ORV_NAME(velsZero_32s)(reinterpret_cast<Vel32s*>(scratch), int(window));
   srcStep = wholeFloats(srcStep);
   const Filter f{frameOf(pSrc, srcStep, anchor, kChannels),
