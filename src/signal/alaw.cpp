@@ -157,13 +157,14 @@ template <class Src, class Dst> ORV_INLINE bool streams(size_t n) {
   return sizeof(Src) < sizeof(Dst) && exceedsCaches(double(sizeof(Src) + sizeof(Dst)) * double(n));
 }
 
-// Fewer than sixteen.
-template <class Src, class Dst> ORV_INLINE void convertTail(const Src* src, Dst* dst, size_t n) {
+// Fewer than sixteen. A function of its own, called last, so that longer calls need no memory for tails on their stack.
+template <class Src, class Dst> __attribute__((noinline)) VelStatus convertTail(const Src* src, Dst* dst, size_t n) {
   Tail<16 * sizeof(Src)> from;
   Tail<16 * sizeof(Dst)> to;
   from.load(src, n * sizeof *src);
   convert16<false>(reinterpret_cast<const Src*>(from.bytes), reinterpret_cast<Dst*>(to.bytes));
   to.store(dst, n * sizeof *dst);
+  return velStsNoErr;
 }
 
 // Sixteen or more. The last sixteen may overlap those before them, which gives the same once more.
@@ -176,9 +177,8 @@ template <class Src, class Dst> ORV_INLINE VelStatus convert(const Src* src, Dst
   if (!src || !dst) return velStsNullPtrErr;
   if (len < 1) return velStsSizeErr;
   const size_t n = size_t(len), toAligned = -reinterpret_cast<uintptr_t>(dst) & 15;
-  if (n < 16) {
-    convertTail(src, dst, n);
-  } else if (toAligned % sizeof *dst == 0 && streams<Src, Dst>(n)) {
+  if (n < 16) return convertTail(src, dst, n);
+  if (toAligned % sizeof *dst == 0 && streams<Src, Dst>(n)) {
     const size_t head = toAligned / sizeof *dst;
     convert16<false>(src, dst);
     convertRun<true>(src + head, dst + head, n - head);

@@ -3,7 +3,7 @@
 //
 // A source is a small object with
 //   template <size_t kBytes> ... at(size_t i) const    the kBytes of the result from byte i, as loadBytes gives them
-//   static constexpr size_t kVector                    the most bytes that it gives at once: those of a Lane or of Dwords
+//   static constexpr size_t kVector                    the most bytes that it gives at once: those of Lanes or of Dwords
 //   static constexpr size_t kElement                   the bytes of an element; it is asked for whole elements only
 //   static constexpr int kReads                        how many runs of bytes it reads
 //   bool reads(const Vel8u* p) const                   whether one of these starts at p
