@@ -38,6 +38,11 @@ struct Side {
   }
 };
 
+// Fills n to 2 n bytes.
+template <size_t n> struct FillEnds {
+  ORV_INLINE void operator()(Lane v, Vel8u* dst, size_t width) const { fillEnds<n>(Constant{v}, dst, width); }
+};
+
 // Extends rows to both sides, of about the same width as a rule: from p to 2 p pixels are two stores of p each.
 void extendRows(Side left, Side right, int step, int rows) {
   if (left.width == 0) left = right;  // which is then done twice
@@ -56,15 +61,15 @@ void extendRows(Side left, Side right, int step, int rows) {
   if (are(16, 16))
     each([](Lane v, Vel8u* dst, size_t) { store(dst, v); });
   else if (are(16, 32))
-    each([](Lane v, Vel8u* dst, size_t width) { fillEnds<16>(Constant{v}, dst, width); });
+    each(FillEnds<16>());
   else if (are(8, 16))
-    each([](Lane v, Vel8u* dst, size_t width) { fillEnds<8>(Constant{v}, dst, width); });
+    each(FillEnds<8>());
   else if (are(4, 8))
-    each([](Lane v, Vel8u* dst, size_t width) { fillEnds<4>(Constant{v}, dst, width); });
+    each(FillEnds<4>());
   else if (are(2, 4))
-    each([](Lane v, Vel8u* dst, size_t width) { fillEnds<2>(Constant{v}, dst, width); });
+    each(FillEnds<2>());
   else if (are(1, 2))
-    each([](Lane v, Vel8u* dst, size_t width) { fillEnds<1>(Constant{v}, dst, width); });
+    each(FillEnds<1>());
   else
     each([](Lane v, Vel8u* dst, size_t width) { fillAny(Constant{v}, dst, width); });
 }

@@ -100,6 +100,11 @@ constexpr int highByte(int upper) {
 constexpr int lowByte0(int lower) {
   return (upperHalf0(2 * mantissa(lower) + 1) & 255) ^ (mantissa(lower) << 3) ^ 0x84;
 }
+// Eight floats of which these words are the upper halves.
+template <bool kStreams> ORV_INLINE void putUpperHalves(Vel32f* dst, Lane words) {
+  put<kStreams>(dst, interleaveLow16(zero(), words));
+  put<kStreams>(dst + 4, interleaveHigh16(zero(), words));
+}
 template <bool kStreams> ORV_INLINE void convert16(const Vel8u* src, Vel32f* dst) {
   const Lane codes = load(src);
   const Halves half(codes);
@@ -107,11 +112,8 @@ template <bool kStreams> ORV_INLINE void convert16(const Vel8u* src, Vel32f* dst
   const Lane high = lookUp<highByte>(half.upper) | lookUp<highByte0>(lower0);
   const Lane bits = shiftLeft16(codes, 3) & all8(0xF8);
   const Lane low = (bits ^ all8((0x55 << 3) ^ 0x84)) ^ lookUp<lowByte0>(lower0);
-  const Lane a = interleaveLow8(low, high), b = interleaveHigh8(low, high);
-  put<kStreams>(dst, interleaveLow16(zero(), a));
-  put<kStreams>(dst + 4, interleaveHigh16(zero(), a));
-  put<kStreams>(dst + 8, interleaveLow16(zero(), b));
-  put<kStreams>(dst + 12, interleaveHigh16(zero(), b));
+  putUpperHalves<kStreams>(dst, interleaveLow8(low, high));
+  putUpperHalves<kStreams>(dst + 8, interleaveHigh8(low, high));
 }
 #else
 // Codes with a sign for what is negative, and nothing inverted.
@@ -132,21 +134,20 @@ template <bool kStreams> ORV_INLINE void convert16(const Vel8u* src, Vel16s* dst
   put<kStreams>(dst + 8, mulLow16(interleaveHigh8(m, zero()), interleaveHigh8(q, sign)));
 }
 
-// Takes segment 0 as if it were segment 1, and takes away what the leading one then stands for.
-ORV_INLINE Lane upperHalves(Lane codes) { return add16(shiftRight16(codes, 5) & all16(0x83F8), all16(119 << 7 | 4)); }
-ORV_INLINE Lane minus(Lane a, Lane b) { return asBits(asFloats(a) - asFloats(b)); }
+// Eight codes, in the high bytes of words; is0: those of segment 0, there. They are taken as if they were of segment 1, and
+// what the leading one then stands for is taken away: the float with their sign and exponent, and no mantissa.
+template <bool kStreams> ORV_INLINE void convert8(Lane codes, Lane is0, Vel32f* dst) {
+  // The byte after sign and exponent begins with the lowest bit of an exponent of 120, which is 0.
+  const Lane words = add16(shiftRight16(codes, 5) & all16(0x83F8), all16(119 << 7 | 4)), leading = words & is0;
+  const auto minus = [](Lane a, Lane b) { return asBits(asFloats(a) - asFloats(b)); };
+  put<kStreams>(dst, minus(interleaveLow16(zero(), words), interleaveLow16(zero(), leading)));
+  put<kStreams>(dst + 4, minus(interleaveHigh16(zero(), words), interleaveHigh16(zero(), leading)));
+}
 template <bool kStreams> ORV_INLINE void convert16(const Vel8u* src, Vel32f* dst) {
-  const Lane c = plainCodes(src);
-  const Lane is0 = equal8(c & all8(0x70), zero());
-  const Lane c1 = c | (is0 & all8(0x10));
-  const Lane a = upperHalves(interleaveLow8(zero(), c1)), b = upperHalves(interleaveHigh8(zero(), c1));
-  // Sign and exponent: the byte after them begins with the lowest bit of an exponent of 120.
-  const Lane a0 = interleaveLow8(zero(), is0) & a;
-  const Lane b0 = interleaveHigh8(zero(), is0) & b;
-  put<kStreams>(dst, minus(interleaveLow16(zero(), a), interleaveLow16(zero(), a0)));
-  put<kStreams>(dst + 4, minus(interleaveHigh16(zero(), a), interleaveHigh16(zero(), a0)));
-  put<kStreams>(dst + 8, minus(interleaveLow16(zero(), b), interleaveLow16(zero(), b0)));
-  put<kStreams>(dst + 12, minus(interleaveHigh16(zero(), b), interleaveHigh16(zero(), b0)));
+  const Lane codes = plainCodes(src), is0 = equal8(codes & all8(0x70), zero());
+  const Lane from1 = codes | (is0 & all8(0x10));
+  convert8<kStreams>(interleaveLow8(zero(), from1), interleaveLow8(zero(), is0), dst);
+  convert8<kStreams>(interleaveHigh8(zero(), from1), interleaveHigh8(zero(), is0), dst + 8);
 }
 #endif
 
