@@ -132,7 +132,7 @@ ORV_INLINE Lane selectOverOnes(Lane mask, Lane yes, Lane no) {
 #if ORV_HAS_BLEND
   return select(mask, yes, no);
 #else
-  return ~(~yes & mask) & no;
+  return _mm_andnot_si128(_mm_andnot_si128(yes, mask), no);  // compilers make three operations of ~(~yes & mask) & no
 #endif
 }
 // The same with plain logic on every path, which any unit does: a blend by a vector takes one that multiplies.
