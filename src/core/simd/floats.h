@@ -9,10 +9,9 @@ constexpr int kFloats = int(sizeof(Floats) / sizeof(float));  // how many a vect
 constexpr size_t kFloatsBytes = sizeof(Floats);
 typedef float Floats4 __attribute__((vector_size(16)));
 
-// ---- Halves, where a vector of floats is wider than a lane; Dwords are as many integers as Floats has floats
+// ---- Lanes and halves of vectors that may be wider than a lane
 
 #if ORV_HAS_WIDE_FLOAT
-typedef long long Dwords __attribute__((vector_size(32)));
 ORV_INLINE Dwords joinHalves(Lane low, Lane high) {
   return _mm256_insertf128_si256(_mm256_castsi128_si256(low), high, 1);
 }
@@ -23,11 +22,13 @@ ORV_INLINE Floats joinHalves(Floats4 low, Floats4 high) {
 }
 ORV_INLINE Floats4 lowHalf(Floats v) { return _mm256_castps256_ps128(v); }
 ORV_INLINE Floats4 highHalf(Floats v) { return _mm256_extractf128_ps(v, 1); }
+// Lane i of v.
+ORV_INLINE Floats4 laneOf(Floats v, int i) { return i == 0 ? lowHalf(v) : highHalf(v); }
 #else
-using Dwords = Lane;
+ORV_INLINE Floats4 laneOf(Floats v, int) { return v; }
 #endif
 
-// Two lanes, the second 16 bytes after the first, past the caches or not; and a lane as often as Floats has lanes.
+// Two lanes, one after the other, past the caches or not.
 template <bool kStreams> ORV_INLINE void putPair(void* p, Lane low, Lane high) {
 #if ORV_HAS_WIDE_FLOAT
   put<kStreams>(p, Floats(joinHalves(low, high)));
@@ -36,6 +37,17 @@ template <bool kStreams> ORV_INLINE void putPair(void* p, Lane low, Lane high) {
   put<kStreams>(static_cast<Lane*>(p) + 1, high);
 #endif
 }
+// The same two, with the bits that `kept` has, and low and high have not, left as they are in memory.
+ORV_INLINE void storePairButKept(void* p, Lane low, Lane high, Lane kept) {
+#if ORV_HAS_WIDE_FLOAT
+  store(p, joinHalves(low, high) | (load<Dwords>(p) & joinHalves(kept, kept)));
+#else
+  const auto storeLane = [=](Lane* at, Lane v) { store(at, v | (load(at) & kept)); };
+  storeLane(static_cast<Lane*>(p), low);
+  storeLane(static_cast<Lane*>(p) + 1, high);
+#endif
+}
+// The same lane as often as Floats has lanes.
 ORV_INLINE Floats repeatLane(Lane v) {
 #if ORV_HAS_WIDE_FLOAT
   return Floats(joinHalves(v, v));
@@ -84,6 +96,76 @@ ORV_INLINE Dwords truncated(Floats v) { return _mm256_cvttps_epi32(v); }
 ORV_INLINE Floats keepFourth(Floats v, Floats old) { return _mm256_blend_ps(v, old, 0x88); }
 #endif
 ORV_INLINE Floats allFloats(float x) { return allFloats<Floats>(x); }
+
+// ---- Operations that keep the order of their operands
+//
+// Of two NaNs an instruction gives the first. Compilers think that the operands of a sum or a product may change places,
+// hence the instructions themselves.
+
+// Floats at a multiple of 16 bytes, which SSE's instructions, too, take from memory.
+typedef float FloatsInMemory __attribute__((vector_size(sizeof(Floats)), aligned(16)));
+ORV_INLINE const FloatsInMemory& inMemory(const float* p) { return *reinterpret_cast<const FloatsInMemory*>(p); }
+
+#if ORV_HAS_WIDE_FLOAT
+#define ORV_ORDERED(instruction, a, where, b) __asm__("v" instruction " %2, %1, %0" : "=x"(a) : "x"(a), where(b))
+#else
+#define ORV_ORDERED(instruction, a, where, b) __asm__(instruction " %1, %0" : "+x"(a) : where(b))
+#endif
+template <class F> ORV_INLINE F addInOrder(F a, F b) {
+  ORV_ORDERED("addps", a, "x", b);
+  return a;
+}
+ORV_INLINE Floats addInMemory(Floats a, const float* p) {
+  ORV_ORDERED("addps", a, "m", inMemory(p));
+  return a;
+}
+template <class F> ORV_INLINE F mulInOrder(F a, F b) {
+  ORV_ORDERED("mulps", a, "x", b);
+  return a;
+}
+#undef ORV_ORDERED
+
+// ---- Four vectors as matrices of four by four, one in each lane: vector i is row i of each
+
+struct Floats4x4 {
+  Floats v[4];
+};
+ORV_INLINE Floats4x4 transpose(const Floats4x4& m) {
+#if ORV_HAS_WIDE_FLOAT
+  const auto low = [](Floats a, Floats b) { return _mm256_unpacklo_ps(a, b); };
+  const auto high = [](Floats a, Floats b) { return _mm256_unpackhi_ps(a, b); };
+  const auto lowPairs = [](Floats a, Floats b) { return _mm256_shuffle_ps(a, b, 0x44); };
+  const auto highPairs = [](Floats a, Floats b) { return _mm256_shuffle_ps(a, b, 0xEE); };
+#else
+  const auto low = [](Floats a, Floats b) { return _mm_unpacklo_ps(a, b); };
+  const auto high = [](Floats a, Floats b) { return _mm_unpackhi_ps(a, b); };
+  const auto lowPairs = [](Floats a, Floats b) { return _mm_shuffle_ps(a, b, 0x44); };
+  const auto highPairs = [](Floats a, Floats b) { return _mm_shuffle_ps(a, b, 0xEE); };
+#endif
+  // 00 10 01 11 | 20 30 21 31 | 02 12 03 13 | 22 32 23 33
+  const Floats a = low(m.v[0], m.v[1]), b = low(m.v[2], m.v[3]), c = high(m.v[0], m.v[1]), d = high(m.v[2], m.v[3]);
+  return {{lowPairs(a, b), highPairs(a, b), lowPairs(c, d), highPairs(c, d)}};
+}
+
+// ---- The first n floats, n being known at run time only and less than a vector has: nothing after them is touched
+
+#if ORV_HAS_WIDE_FLOAT
+ORV_INLINE Floats loadFirst(const float* p, int n) {
+  const Floats places = _mm256_setr_ps(0, 1, 2, 3, 4, 5, 6, 7);
+  return _mm256_maskload_ps(p, asBits(_mm256_cmp_ps(places, allFloats(float(n)), _CMP_LT_OQ)));
+}
+#else
+ORV_INLINE Floats loadFirst(const float* p, int n) {
+  if (n == 1) return _mm_load_ss(p);
+  const Floats pair = asFloats(loadLow(p));
+  return n == 2 ? pair : _mm_movelh_ps(pair, _mm_load_ss(p + 2));
+}
+#endif
+ORV_INLINE void storeFirst(float* p, Floats4 v, int n) {
+  if (n == 1) return _mm_store_ss(p, v);
+  storeLow(p, asBits(v));
+  if (n == 3) _mm_store_ss(p + 2, _mm_movehl_ps(v, v));
+}
 
 // ---- Runs: n elements, 1, 2, 4, 8 or 16, in as many vectors as they take. Fewer than four leave a vector's rest undefined.
 
@@ -150,6 +232,14 @@ template <int n> ORV_INLINE DwordRun<n> truncated(const FloatRun<n>& run) {
   DwordRun<n> dwords;
   ORV_UNROLL for (int i = 0; i < run.kCount; ++i) dwords.v[i] = truncated(run.v[i]);
   return dwords;
+}
+
+// All bits where an element is at most `most`.
+template <int n> ORV_INLINE DwordRun<n> atMost(const FloatRun<n>& run, float most) {
+  DwordRun<n> mask;
+  using V = typename FloatRun<n>::V;
+  ORV_UNROLL for (int i = 0; i < run.kCount; ++i) mask.v[i] = atMost(run.v[i], allFloats<V>(most));
+  return mask;
 }
 
 // The dwords of so many lanes.

@@ -10,6 +10,7 @@ ORV_INLINE Lane zero() { return _mm_setzero_si128(); }
 ORV_INLINE Lane all8(int x) { return _mm_set1_epi8(char(x)); }
 ORV_INLINE Lane all16(int x) { return _mm_set1_epi16(short(x)); }
 ORV_INLINE Lane all32(int x) { return _mm_set1_epi32(x); }
+ORV_INLINE Lane all64(long long x) { return Lane{x, x}; }
 // The same two words, or four bytes, in every dword.
 ORV_INLINE Lane allPairs16(int a, int b) { return all32(int((unsigned(a) & 0xFFFF) | unsigned(b) << 16)); }
 ORV_INLINE Lane allQuads8(int a, int b, int c, int d) {
@@ -117,6 +118,21 @@ ORV_INLINE Lane select(Lane mask, Lane yes, Lane no) {
   return _mm_blendv_epi8(no, yes, mask);
 #else
   return (mask & yes) | (~mask & no);
+#endif
+}
+// The same of two constants; and where `no` has all bits wherever the mask has.
+ORV_INLINE Lane selectConstant(Lane mask, Lane yes, Lane no) {
+#if ORV_HAS_BLEND
+  return select(mask, yes, no);
+#else
+  return (mask & (yes ^ no)) ^ no;
+#endif
+}
+ORV_INLINE Lane selectOverOnes(Lane mask, Lane yes, Lane no) {
+#if ORV_HAS_BLEND
+  return select(mask, yes, no);
+#else
+  return _mm_andnot_si128(_mm_andnot_si128(yes, mask), no);  // compilers make three operations of ~(~yes & mask) & no
 #endif
 }
 // The same with plain logic on every path, which any unit does: a blend by a vector takes one that multiplies.

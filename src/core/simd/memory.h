@@ -5,10 +5,13 @@
 // The compiler's own vectors: what the intrinsics take and give, but for an attribute that templates would lose.
 typedef long long Lane __attribute__((vector_size(16)));
 using Lanes = Lane;
+// Dwords are as many integers as Floats has floats.
 #if ORV_HAS_WIDE_FLOAT
 typedef float Floats __attribute__((vector_size(32)));
+typedef long long Dwords __attribute__((vector_size(32)));
 #else
 typedef float Floats __attribute__((vector_size(16)));
+using Dwords = Lane;
 #endif
 
 namespace {
@@ -23,6 +26,8 @@ template <class V> ORV_INLINE V load(const void* p) {
 ORV_INLINE Lane load(const void* p) { return load<Lane>(p); }
 ORV_INLINE Lane loadAligned(const void* p) { return _mm_load_si128(static_cast<const Lane*>(p)); }
 template <class V> ORV_INLINE void store(void* p, V v) { memcpy(p, &v, sizeof v); }
+// p is a multiple of the vector's size.
+template <class V> ORV_INLINE void storeAligned(void* p, V v) { *static_cast<V*>(p) = v; }
 // Lanes that lie `distance` bytes apart: the first at p.
 template <class V> ORV_INLINE V load(const void* p, ptrdiff_t) { return load<V>(p); }
 ORV_INLINE void store(void* p, Lane v, ptrdiff_t) { store(p, v); }
@@ -61,7 +66,7 @@ template <int n> ORV_INLINE Lane loadFirst(const void* p) {
 }
 template <int n> ORV_INLINE void storeFirst(void* p, Lane v) {
   if constexpr (n == 16) {
-    store(p, v);
+    _mm_storeu_si128(static_cast<__m128i_u*>(p), v);  // gcc lays out branches around it better than around memcpy
   } else if constexpr (n == 8) {
     storeLow(p, v);
   } else {
@@ -87,6 +92,7 @@ template <int kBytes> struct Tail {
 ORV_INLINE void stream(void* p, Lane v) { _mm_stream_si128(static_cast<Lane*>(p), v); }
 #if ORV_HAS_WIDE_FLOAT
 ORV_INLINE void stream(void* p, Floats v) { _mm256_stream_ps(static_cast<float*>(p), v); }
+ORV_INLINE void stream(void* p, Dwords v) { stream(p, Floats(v)); }
 #else
 ORV_INLINE void stream(void* p, Floats v) { _mm_stream_ps(static_cast<float*>(p), v); }
 #endif

@@ -44,6 +44,16 @@ template <int n> ORV_INLINE Lane shiftBytesDown(Lane v) { return _mm_srli_si128(
 #if ORV_HAS_SHUFFLE
 // Byte i is byte places[i] of v, or 0 where the highest bit of places[i] is set.
 ORV_INLINE Lane shuffle8(Lane v, Lane places) { return _mm_shuffle_epi8(v, places); }
+// Byte i is at(index[i]), from a table of at(0) to at(15) that is made in compiling; 0 as above.
+template <int (*at)(int)> constexpr long long tableHalf(int start) {
+  Vel64u half = 0;
+  for (int i = 0; i < 8; ++i) half |= Vel64u(at(start + i) & 0xFF) << 8 * i;
+  return static_cast<long long>(half);
+}
+template <int (*at)(int)> ORV_INLINE Lane lookUp(Lane index) {
+  constexpr long long low = tableHalf<at>(0), high = tableHalf<at>(8);
+  return shuffle8(Lane{low, high}, index);
+}
 // Sixteen bytes of low, then high, from byte n on.
 template <int n> ORV_INLINE Lane align8(Lane low, Lane high) { return _mm_alignr_epi8(high, low, n); }
 #endif
