@@ -32,20 +32,6 @@ ORV_INLINE void bytesToFloats(Lane bytes, Floats (&floats)[kWidesOf16]) {
 #endif
 }
 
-// The sums of the lanes of four vectors: the first and third lane, and the second and fourth, then both.
-ORV_INLINE Floats4 laneSums(const Floats4 (&v)[4]) {
-  const Floats4 a = _mm_unpacklo_ps(v[0], v[1]) + _mm_unpackhi_ps(v[0], v[1]);
-  const Floats4 b = _mm_unpacklo_ps(v[2], v[3]) + _mm_unpackhi_ps(v[2], v[3]);
-  return _mm_movelh_ps(a, b) + _mm_movehl_ps(b, a);
-}
-#if ORV_HAS_WIDE_FLOAT
-ORV_INLINE Floats laneSums(const Floats (&v)[4]) {  // in each half
-  const Floats a = _mm256_unpacklo_ps(v[0], v[1]) + _mm256_unpackhi_ps(v[0], v[1]);
-  const Floats b = _mm256_unpacklo_ps(v[2], v[3]) + _mm256_unpackhi_ps(v[2], v[3]);
-  return _mm256_shuffle_ps(a, b, 0x44) + _mm256_shuffle_ps(a, b, 0xEE);
-}
-#endif
-
 // Stores a pixel, given in the low four bytes. Of three-byte pixels all but the last may write a byte of the next one.
 template <int kPixel, int kChannels> ORV_INLINE void storePixel(Vel8u* dst, Lane pixel, bool isLast) {
   const int four = toInt(pixel);

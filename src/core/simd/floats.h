@@ -54,7 +54,7 @@ ORV_INLINE Floats4 asFloats(Lane v) { return _mm_castsi128_ps(v); }
 ORV_INLINE Floats4 bitAnd(Floats4 a, Floats4 b) { return _mm_and_ps(a, b); }
 ORV_INLINE Floats4 bitOr(Floats4 a, Floats4 b) { return _mm_or_ps(a, b); }
 ORV_INLINE Floats4 bitXor(Floats4 a, Floats4 b) { return _mm_xor_ps(a, b); }
-ORV_INLINE Floats4 min(Floats4 a, Floats4 b) { return _mm_min_ps(a, b); }  // b where one is a NaN
+ORV_INLINE Floats4 min(Floats4 a, Floats4 b) { return _mm_min_ps(a, b); }            // b where one is a NaN
 ORV_INLINE Lane atMost(Floats4 a, Floats4 b) { return asBits(_mm_cmple_ps(a, b)); }  // all bits where a <= b
 // Floats and integers. toNearest rounds as SSE's control register says, ties to even as a rule; what no integer holds,
 // and a NaN, becomes -2^31.
@@ -84,6 +84,35 @@ ORV_INLINE Dwords truncated(Floats v) { return _mm256_cvttps_epi32(v); }
 ORV_INLINE Floats keepFourth(Floats v, Floats old) { return _mm256_blend_ps(v, old, 0x88); }
 #endif
 ORV_INLINE Floats allFloats(float x) { return allFloats<Floats>(x); }
+
+// ---- Between elements and lanes
+
+constexpr int kFloatsLanes = kFloats / 4;  // how many lanes Floats has
+
+// As many lanes as Floats has: lane i is at(i).
+template <class At> ORV_INLINE auto joinLanes(const At& at) {
+#if ORV_HAS_WIDE_FLOAT
+  return joinHalves(at(0), at(1));
+#else
+  return at(0);
+#endif
+}
+// Element i of a lane in all four places.
+template <int i> ORV_INLINE Floats4 repeatElement(Floats4 v) { return _mm_shuffle_ps(v, v, shuffleCode(i, i, i, i)); }
+
+// The sums of the four elements of each lane: element i of the lane is vector i's. They are (0 + 2) + (1 + 3).
+ORV_INLINE Floats4 laneSums(const Floats4 (&v)[4]) {
+  const Floats4 a = _mm_unpacklo_ps(v[0], v[1]) + _mm_unpackhi_ps(v[0], v[1]);
+  const Floats4 b = _mm_unpacklo_ps(v[2], v[3]) + _mm_unpackhi_ps(v[2], v[3]);
+  return _mm_movelh_ps(a, b) + _mm_movehl_ps(b, a);
+}
+#if ORV_HAS_WIDE_FLOAT
+ORV_INLINE Floats laneSums(const Floats (&v)[4]) {
+  const Floats a = _mm256_unpacklo_ps(v[0], v[1]) + _mm256_unpackhi_ps(v[0], v[1]);
+  const Floats b = _mm256_unpacklo_ps(v[2], v[3]) + _mm256_unpackhi_ps(v[2], v[3]);
+  return _mm256_shuffle_ps(a, b, 0x44) + _mm256_shuffle_ps(a, b, 0xEE);
+}
+#endif
 
 // ---- Runs: n elements, 1, 2, 4, 8 or 16, in as many vectors as they take. Fewer than four leave a vector's rest undefined.
 
@@ -131,6 +160,21 @@ template <int n> ORV_INLINE FloatRun<n> keepFourth(const FloatRun<n>& run, const
   return kept;
 }
 
+template <int n> ORV_INLINE FloatRun<n> allRun(float x) {
+  FloatRun<n> run;
+  ORV_UNROLL for (auto& v : run.v) v = allFloats<typename FloatRun<n>::V>(x);
+  return run;
+}
+template <int n> ORV_INLINE FloatRun<n> operator+(FloatRun<n> a, const FloatRun<n>& b) {
+  ORV_UNROLL for (int i = 0; i < a.kCount; ++i) a.v[i] = a.v[i] + b.v[i];
+  return a;
+}
+template <int n> ORV_INLINE FloatRun<n> operator+(const FloatRun<n>& a, float x) { return a + allRun<n>(x); }
+template <int n> ORV_INLINE FloatRun<n> operator*(FloatRun<n> a, float x) {
+  ORV_UNROLL for (auto& v : a.v) v = v * allFloats<typename FloatRun<n>::V>(x);
+  return a;
+}
+
 // f of each vector.
 template <int n, class F> ORV_INLINE FloatRun<n> each(FloatRun<n> run, const F& f) {
   ORV_UNROLL for (auto& v : run.v) v = f(v);
@@ -167,17 +211,9 @@ template <int n> ORV_INLINE DwordRun<n> runOf(const Lane (&lanes)[n < 4 ? 1 : n 
 }
 // The first n bytes of a lane, unsigned; the words of two lanes, unsigned.
 template <int n> ORV_INLINE FloatRun<n> bytesToFloats(Lane bytes) {
+  const Dwords16 dwords = widenU8To32(bytes);
   Lane lanes[n < 4 ? 1 : n / 4];
-#if ORV_HAS_SHUFFLE
-  ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i)
-      lanes[i] = shuffle8(bytes, _mm_set_epi32(int(0x80808003u + 4 * unsigned(i)), int(0x80808002u + 4 * unsigned(i)),
-                                               int(0x80808001u + 4 * unsigned(i)), int(0x80808000u + 4 * unsigned(i))));
-#else
-  const Lane low = widenLowU8(bytes), high = widenHighU8(bytes);
-  lanes[0] = widenLowU16(low);
-  if constexpr (n > 4) lanes[1] = widenHighU16(low);
-  if constexpr (n > 8) lanes[2] = widenLowU16(high), lanes[3] = widenHighU16(high);
-#endif
+  ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] = dwords.v[i];
   return toFloats(runOf<n>(lanes));
 }
 template <int n> ORV_INLINE FloatRun<n> loadBytesAsFloats(const Vel8u* p) {
