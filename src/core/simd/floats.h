@@ -97,6 +97,15 @@ template <class At> ORV_INLINE auto joinLanes(const At& at) {
   return at(0);
 #endif
 }
+// Lanes `distance` bytes apart, one after the other: what they have in common is the later one's.
+ORV_INLINE void store(void* p, Floats v, [[maybe_unused]] ptrdiff_t distance) {
+#if ORV_HAS_WIDE_FLOAT
+  store(p, lowHalf(v));
+  store(static_cast<Vel8u*>(p) + distance, highHalf(v));
+#else
+  store(p, v);
+#endif
+}
 // Element i of a lane in all four places.
 template <int i> ORV_INLINE Floats4 repeatElement(Floats4 v) { return _mm_shuffle_ps(v, v, shuffleCode(i, i, i, i)); }
 

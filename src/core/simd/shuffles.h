@@ -50,6 +50,9 @@ template <int n> ORV_INLINE Lane align8(Lane low, Lane high) { return _mm_alignr
 
 // Bytes kFrom to kFrom + 3 as dwords; what is past the lane's end counts as zero.
 template <int kFrom> ORV_INLINE Lane widenU8To32(Lane v) {
+#if ORV_HAS_BLEND
+  if constexpr (kFrom == 0) return _mm_cvtepu8_epi32(v);
+#endif
 #if ORV_HAS_SHUFFLE
   return shuffle8(v, bytePattern([](int i) { return i % 4 == 0 && kFrom + i / 4 < 16 ? kFrom + i / 4 : -1; }));
 #else
