@@ -220,9 +220,8 @@ template <int n> ORV_INLINE DwordRun<n> runOf(const Lane (&lanes)[n < 4 ? 1 : n 
 }
 // The first n bytes of a lane, unsigned; the words of two lanes, unsigned.
 template <int n> ORV_INLINE FloatRun<n> bytesToFloats(Lane bytes) {
-  const Dwords16 dwords = widenU8To32(bytes);
   Lane lanes[n < 4 ? 1 : n / 4];
-  ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] = dwords.v[i];
+  ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] = widenQuarterU8(bytes, i);
   return toFloats(runOf<n>(lanes));
 }
 template <int n> ORV_INLINE FloatRun<n> loadBytesAsFloats(const Vel8u* p) {
@@ -252,6 +251,20 @@ template <int n> ORV_INLINE Lane wordsOf(const DwordRun<n>& run, int vector = 0)
 // Unsigned bytes of dwords, saturated.
 template <int n> ORV_INLINE Lane narrowTo8U(const DwordRun<n>& run) {
   return narrow16To8U(wordsOf(run, 0), wordsOf(run, n == 16 ? 1 : 0));
+}
+// Sixteen of them, one vector after the other: at(i) gives the one that begins with element i. Where working out a vector
+// takes many registers, this leaves more of them than a run does.
+template <class At> ORV_INLINE Lane narrowVectorsTo8U(const At& at) {
+  const auto words = [&](int i) __attribute__((always_inline)) {
+#if ORV_HAS_WIDE_FLOAT
+    const Dwords v = at(i);
+    return narrow32(lowHalf(v), highHalf(v));
+#else
+    return narrow32(at(i), at(i + 4));
+#endif
+  };
+  const Lane low = words(0);
+  return narrow16To8U(low, words(8));
 }
 
 }  // namespace

@@ -64,12 +64,9 @@ template <int kFrom> ORV_INLINE Lane widenU8To32(Lane v) {
   }
 #endif
 }
-// All sixteen bytes, four in each lane.
-struct Dwords16 {
-  Lane v[4];
-};
-ORV_INLINE Dwords16 widenU8To32(Lane v) {
-  return {{widenU8To32<0>(v), widenU8To32<4>(v), widenU8To32<8>(v), widenU8To32<12>(v)}};
+// The same of quarter i of the bytes; i is a constant where loops are unrolled.
+ORV_INLINE Lane widenQuarterU8(Lane v, int i) {
+  return i == 0 ? widenU8To32<0>(v) : i == 1 ? widenU8To32<4>(v) : i == 2 ? widenU8To32<8>(v) : widenU8To32<12>(v);
 }
 
 // Word i is the two bytes at p + offset(i).
