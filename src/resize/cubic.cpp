@@ -8,7 +8,7 @@ struct Cubic {
   static constexpr int kTaps = 4;
 
   // To the nearest integer, ties to even.
-  template <int n> static DwordRun<n> round(const FloatRun<n>& v) { return toNearest(v); }
+  static Dwords round(Floats v) { return toNearest(v); }
   template <int kPixel> static constexpr auto* row = kPixel == 1   ? ORV_NAME(ownpi_RowCubic8pl)
                                                      : kPixel == 3 ? ORV_NAME(ownpi_RowCubic8px)
                                                                    : ORV_NAME(ownpi_RowCubic8px4);

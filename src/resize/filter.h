@@ -99,18 +99,19 @@ template <int kTaps> struct Group<kTaps, 1> {  // of single samples
     from[i] = first;
     for (int t = 0; t < kTaps; ++t) weights[t][i] = w[t];
   }
-  // Of four columns in each lane, taps t of which are brought together as dwords:
-  // a0 a1 a2 a3, b0 ..., c0 ..., d0 ... -> a0 b0 a1 b1 ..., c0 d0 c1 d1 ... -> a0 b0 c0 d0 | a1 b1 c1 d1 | ...
+  // Of columns a b c d in each lane, whose taps are brought together:
+  // a0 a1 a2 a3, b0 ..., c0 ..., d0 ... -> a0 b0 a1 b1 ..., c0 d0 c1 d1 ... -> a0 b0 c0 d0 a1 b1 c1 d1 ...
   ORV_INLINE Floats filtered(const Vel8u* row) const {
-    Dwords16 taps[2][kFloatsLanes];  // 0 to 3, and the others
+    Lane taps[2][kFloatsLanes];  // 0 to 3, and the others
     ORV_UNROLL for (int q = 0; q < kFloatsLanes; ++q) {
       const auto bytes = [&](int i) { return loadFirst<kBytes>(row + from[4 * q + i]); };
       const Lane ab = interleaveLow8(bytes(0), bytes(1)), cd = interleaveLow8(bytes(2), bytes(3));
-      taps[0][q] = widenU8To32(interleaveLow16(ab, cd));
-      taps[1][q] = widenU8To32(interleaveHigh16(ab, cd));
+      taps[0][q] = interleaveLow16(ab, cd);
+      taps[1][q] = interleaveHigh16(ab, cd);
     }
     const auto product = [&](int t) __attribute__((always_inline)) {
-      return toFloats(joinLanes([&](int q) { return taps[t / 4][q].v[t % 4]; })) * load<Floats>(weights[t]);
+      const auto columns = [&](int q) { return widenQuarterU8(taps[t / 4][q], t % 4); };
+      return toFloats(joinLanes(columns)) * load<Floats>(weights[t]);
     };
     Floats sum = product(0);
     ORV_UNROLL for (int t = 1; t < kTaps; ++t) sum = sum + product(t);
@@ -195,9 +196,12 @@ template <class Method> struct Vertical {
   const float* weights;
 
   ORV_INLINE Lane weighed(int i) const {
-    FloatRun<16> sum = loadRun<16>(rows[0] + i) * weights[0];
-    ORV_UNROLL for (int t = 1; t < Method::kTaps; ++t) sum = sum + loadRun<16>(rows[t] + i) * weights[t];
-    return narrowTo8U(Method::round(sum));
+    return narrowVectorsTo8U([&](int k) __attribute__((always_inline)) {
+      const auto product = [&](int t) { return load<Floats>(rows[t] + i + k) * allFloats(weights[t]); };
+      Floats sum = product(0);
+      ORV_UNROLL for (int t = 1; t < Method::kTaps; ++t) sum = sum + product(t);
+      return Method::round(sum);
+    });
   }
   ORV_INLINE void run(Vel8u* dst, int elements) const {
     int i = 0;
