@@ -183,6 +183,23 @@ template <int n> ORV_INLINE FloatRun<n> operator*(FloatRun<n> a, float x) {
   ORV_UNROLL for (auto& v : a.v) v = v * allFloats<typename FloatRun<n>::V>(x);
   return a;
 }
+// Each lane times the same four.
+template <int n> ORV_INLINE FloatRun<n> mulLanes(FloatRun<n> a, Floats4 b) {
+  ORV_UNROLL for (auto& v : a.v)
+    if constexpr (sizeof v == sizeof b)
+      v = v * b;
+    else
+      v = v * repeatLane(asBits(b));
+  return a;
+}
+template <int n> ORV_INLINE FloatRun<n> laneSums(const FloatRun<n> (&runs)[4]) {
+  FloatRun<n> sums;
+  ORV_UNROLL for (int i = 0; i < sums.kCount; ++i) {
+    const typename FloatRun<n>::V v[4] = {runs[0].v[i], runs[1].v[i], runs[2].v[i], runs[3].v[i]};
+    sums.v[i] = laneSums(v);
+  }
+  return sums;
+}
 
 // f of each vector.
 template <int n, class F> ORV_INLINE FloatRun<n> each(FloatRun<n> run, const F& f) {
