@@ -124,7 +124,8 @@ template <int kPixel> ORV_INLINE bool resizeByShuffles(const ResizePlan& plan, c
   return kPixel == 1 && resizeByPieces<8, kPixel>(plan, images);
 }
 
-// Pixels of three bytes, four at a time, and four bytes more that the next two pixels write over. Gives how many are done.
+// Pixels of three bytes, four at a time, and up to four bytes more that the next pixels of `count` write over. Gives how
+// many are done.
 ORV_INLINE int copyByFour(const Vel8u* src, const Vel32s* offset, int count, Vel8u* dst) {
   const Lane three = bytePattern([](int i) { return i < 12 ? i / 3 * 4 + i % 3 : -1; });
   int x = 0;
@@ -133,7 +134,11 @@ ORV_INLINE int copyByFour(const Vel8u* src, const Vel32s* offset, int count, Vel
 }
 #else
 template <int> ORV_INLINE bool resizeByShuffles(const ResizePlan&, const ResizeImages&) { return false; }
-ORV_INLINE int copyByFour(const Vel8u*, const Vel32s*, int, Vel8u*) { return 0; }
+ORV_INLINE int copyByFour(const Vel8u* src, const Vel32s* offset, int count, Vel8u* dst) {
+  int x = 0;
+  for (; x + 4 <= count; x += 4) ORV_UNROLL for (int i = x; i < x + 4; ++i) store4(dst + 3 * i, load4(src + offset[i]));
+  return x;
+}
 #endif
 
 // ---- Pixel by pixel, for reductions whose pixels lie too far apart for one load
