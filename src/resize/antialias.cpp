@@ -61,11 +61,14 @@ ORV_INLINE void fill(Taps& taps, const Kernel& kernel, const Axis& axis, int i) 
 
 // The lists of one direction.
 //
-// With region widths S and D, of n pixels a list has 8 + 4 t bytes, with t taps rounded up to a multiple of 4; the buffer
-// has 8 (2 k + 2) D for them, with k >= r and k >= r S / D. Not reduced, t <= 2 r, rounded up 2 r + 2 at most: 16 r + 16
-// bytes are enough for each of n <= D. Reduced by s, t <= 2 r s + 4, and n <= S / s: at most 8 r S + 24 n bytes of
-// 16 r S + 16 D, where n <= D and n <= S. Two pixels on the edges of a region may add one to S / s, but lose half their
-// taps each; what rounds up n is less than the room that rows of floats leave.
+// The buffer has room for them. Let S source pixels become D, by a kernel of radius r. A list takes 8 + 4 t bytes, where t
+// is the number of taps, rounded up to a multiple of 4. The buffer has 8 (2 k + 2) D bytes for them, where k is at least r
+// and at least r S / D.
+// - Not reduced: t is 2 r at most, rounded up 2 r + 2. That is 16 r + 16 bytes for each of D lists at most.
+// - Reduced by s: t is 2 r s + 4 at most, and there are n <= S / s lists. That is 8 r S + 24 n bytes at most, of
+//   16 r S + 16 D: n is neither more than D nor more than S.
+// - Pixels on both edges of a region may make n one more than S / s, but lose half their taps each; what else rounds n up
+//   takes less than rows of floats leave of their part of the buffer.
 struct Lists {
   Taps* first;
   int count, most;  // lists; taps of the longest one

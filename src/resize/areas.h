@@ -141,16 +141,17 @@ struct PlaneColumns {
     last[used - 1] = span.tail;
     first[0] = span.head;
   }
+  // Sums of every fourth source of column x.
   Floats4 lanesOf(int x, const float* sums) const {
     const float* const p = sums + from[x];
     const Floats4 first = load<Floats4>(p) * load<Floats4>(head[placeOf(x)]);
     if (loads[x] == 1) return first;
     const float* const last = p + 4 * loads[x] - 4;
     const Floats4 between = sumOf(loads[x] - 2, [p](int i) { return load<Floats4>(p + 4 * i + 4); });
-    return (first + between) + (load<Floats4>(last) * load<Floats4>(tail[placeOf(x)]));
+    return first + between + load<Floats4>(last) * load<Floats4>(tail[placeOf(x)]);
   }
   // Of columns x + i and, in the other lane, x + i + 4; x is a multiple of kColumns.
-  template <bool kNarrow> Floats lanesOf(int x, int i, const float* sums) const {
+  template <bool kNarrow> Floats columnLanes(int x, int i, const float* sums) const {
     if (!kNarrow) return joinLanes([&](int lane) { return lanesOf(x + i + 4 * lane, sums); });
     const auto sources = [&](int lane) { return load<Floats4>(sums + from[x + i + 4 * lane]); };
     return joinLanes(sources) * load<Floats>(head[x + i * kFloatsLanes]);
@@ -158,7 +159,7 @@ struct PlaneColumns {
   template <bool kNarrow> void store(const float* sums, float rowInverse, int n, Vel8u* dst) const {
     for (int x = 0; x < n; x += kColumns) {
       Floats lanes[4];
-      ORV_UNROLL for (int i = 0; i < 4; ++i) lanes[i] = lanesOf<kNarrow>(x, i, sums);
+      ORV_UNROLL for (int i = 0; i < 4; ++i) lanes[i] = columnLanes<kNarrow>(x, i, sums);
       const Floats means = laneSums(lanes) * (load<Floats>(inverse + x) * allFloats(rowInverse));
       const DwordRun<kColumns> rounded = {{truncated(means + allFloats(kHalf))}};
       const Lane bytes = narrowTo8U(rounded);
@@ -186,9 +187,8 @@ template <int kPixel, int kChannels> struct PixelColumns {
       const Span& span = spans[x];
       const float* const p = sums + span.first;
       Floats4 sum = load<Floats4>(p) * allFloats<Floats4>(span.head);
-      if (span.count > 2)
-        sum = (sum + sumOf(span.count - 2, [p](int i) { return load<Floats4>(p + kPixel * (i + 1)); }));
-      if (span.count > 1) sum = sum + (load<Floats4>(p + kPixel * (span.count - 1)) * allFloats<Floats4>(span.tail));
+      if (span.count > 2) sum = sum + sumOf(span.count - 2, [p](int i) { return load<Floats4>(p + kPixel * (i + 1)); });
+      if (span.count > 1) sum = sum + load<Floats4>(p + kPixel * (span.count - 1)) * allFloats<Floats4>(span.tail);
       const Floats4 mean = sum * allFloats<Floats4>(span.inverse * rowInverse);
       const DwordRun<4> rounded = {{truncated(mean + allFloats<Floats4>(kHalf))}};
       storePixel<kPixel, kChannels>(dst + kPixel * x, narrowTo8U(rounded), x + 1 == n);
@@ -196,21 +196,10 @@ template <int kPixel, int kChannels> struct PixelColumns {
   }
 };
 
-// The buffer holds a row of sums, and sixteen floats after them that are read with weight 0. What is true of 64 columns is
-// true of more: the buffer has six bytes a sample at least, where sums take four.
-constexpr bool bufferHoldsSums(int pixel, int channels) {
-  for (int width = 1; width <= 64; ++width) {
-    const int samples = width * pixel < 16 ? 16 : width * pixel;
-    const VeliRect src = {0, 0, width, 1}, dst = {0, 0, 1, 1};
-    if (sizeof(float) * Vel64u(samples + 16) > bufferSize(src, dst, unsigned(channels), velInterSuper, false))
-      return false;
-  }
-  return true;
-}
-static_assert(bufferHoldsSums(1, 1) && bufferHoldsSums(3, 3) && bufferHoldsSums(4, 3) && bufferHoldsSums(4, 4));
-
 template <int kPixel, int kChannels, class Columns>
 ORV_INLINE VelStatus resizeAreas(const ResizePlan& plan, const ResizeImages& images) {
+  constexpr int kSlack = 16;  // floats after the sums, which are read with weight 0
+  static_assert(bufferHolds(sizeof(float), kSlack, kPixel, kChannels));
   const Axis horizontal = columns(plan, images), vertical = rows(plan, images);
   float* const sums = reinterpret_cast<float*>(images.buffer);
   Columns table;
@@ -220,7 +209,7 @@ ORV_INLINE VelStatus resizeAreas(const ResizePlan& plan, const ResizeImages& ima
     const Span last = spanOf(horizontal, x + n - 1);
     for (int i = 0; i < (n + 7) / 8 * 8; ++i) table.set(i, i < n ? spanOf(horizontal, x + i) : last, base);
     const int samples = (last.first + last.count - base) * kPixel;
-    storeRun(sums + (samples < 16 ? 16 : samples), allRun<16>(0));
+    storeRun(sums + (samples < 16 ? 16 : samples), allRun<kSlack>(0));
     for (const ResizePlane plane : images)
       for (int y = 0; y < plan.dstHeight; ++y) {
         const Span span = spanOf(vertical, y);

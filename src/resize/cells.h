@@ -73,6 +73,7 @@ template <int n> ORV_INLINE void sumRows(const Vel8u* src, int step, int samples
 template <int n, int kPixel, int kChannels>
 ORV_INLINE void resizeCells(const ResizePlan& plan, const ResizeImages& images, const ResizePlane& plane,
                             int firstColumn, int firstRow) {
+  static_assert(bufferHolds(sizeof(Vel16u), 8 * n + 2, kPixel, kChannels));  // a last cellSums reads so many
   Vel16u* const sums = reinterpret_cast<Vel16u*>(images.buffer);
   const Vel8u* src = rowOf(plane.src, images.srcStep, firstRow) + ptrdiff_t(firstColumn) * kPixel;
   const int samples = plan.dstWidth * n * kPixel;

@@ -3,6 +3,7 @@
 //
 // A Method says how many taps there are, rounds the sums of a column, and names the kernels of its steps.
 #pragma once
+#include "resize/buffer.h"
 #include "resize/kernels.h"
 
 namespace {
@@ -236,7 +237,7 @@ ORV_INLINE void sumRows(const FilterColumns& c, const float* const* rows, const 
 
 // ---- The image
 
-constexpr int kSlack = 16;  // floats behind a row of sums that are written or read with the last ones
+constexpr int kSlack = 16;  // floats after a row of sums that are written or read with the last ones
 
 // A destination row's position and weights.
 template <int kTaps> struct RowTaps {
@@ -273,11 +274,26 @@ template <class Method, int kPixel> struct SumsOfRows {
   }
 };
 
-// The buffer holds the tables of rows and of columns, then rows of sums.
+// The buffer holds the tables of rows and of columns, then rows of sums. What is true up to 256 columns and rows is true of
+// more: both grow evenly with each 64 of them, the buffer by no less.
+template <int kTaps, int kPixel> constexpr bool bufferHoldsTables(int channels) {
+  using G = Group<kTaps, kPixel>;
+  constexpr int kMethod = kTaps == 6 ? velInterLanczos : velInterCubic;
+  for (int size = 1; size <= 256; ++size) {
+    const int groups = (size + 3 * (G::kColumns - 1)) / G::kColumns;  // of three parts, at most
+    const Vel64u tables = size * sizeof(RowTaps<kTaps>) + groups * sizeof(G);
+    const Vel64u sums = kTaps * Vel64u(size * channels + kSlack) * sizeof(float);
+    const VeliRect roi = {0, 0, size, size};
+    if (tables + sums > bufferSize(roi, roi, unsigned(channels), kMethod, false)) return false;
+  }
+  return true;
+}
 template <class Method, int kPixel>
 ORV_INLINE VelStatus filter(WeightsKernel* weigh, const ResizePlan& plan, const ResizeImages& images) {
   constexpr int kTaps = Method::kTaps;
   using H = Horizontal<kTaps, kPixel>;
+  static_assert(bufferHoldsTables<kTaps, kPixel>(kPixel));
+  static_assert(bufferHoldsTables<kTaps, kPixel>(kPixel == 4 ? 3 : kPixel));
   const Axis axis = rows(plan, images);
   RowTaps<kTaps>* const taps = reinterpret_cast<RowTaps<kTaps>*>(images.buffer);
   weighAll<kTaps>(

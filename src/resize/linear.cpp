@@ -4,6 +4,7 @@
 // passes come to the same sum for it as weighing the two rows alone does. A row beside them is a pass of its own: blended
 // with a second row it would be rounded twice.
 #include "core/cache.h"
+#include "resize/buffer.h"
 #include "resize/kernels.h"
 
 namespace {
@@ -205,7 +206,8 @@ ORV_INLINE void storeBytes(Vel8u* dst, int bytes, Blend blend) {
 ORV_INLINE Lane roundedOff(Lane sums) { return shiftRightRound16<6>(sums); }
 
 // upper + weight (lower - upper), whose second term is cut off downwards: a fraction of what is rounded off then
-// changes nothing. Seen from the nearer row, the other one weighs half at most: -4 times that fits 16 bits.
+// changes nothing. Seen from the nearer row, the other one weighs half at most: -4 times that fits 16 bits, and the term
+// is the high word of its product with nearer - farther.
 struct BlendRows {
   const Vel16u *nearer, *farther;
   Lane weight;
@@ -221,7 +223,8 @@ struct BlendRows {
   Lane operator()(int i) const { return narrow16To8U(words(i), words(i + 8)); }
 };
 // Two source rows of which no sums are held: the lower one's are kept, the upper one's needed here only. Called for the
-// groups of a row in their order, two at a time.
+// groups of a row in their order, two at a time. The second term is the high word of 2 (upper - lower) and -2 weight:
+// 2 * 64 * 255 fits 16 bits, too.
 template <class G, int kElements> struct FilterAndBlend {
   const G* group;
   const Vel8u* upper;
@@ -302,10 +305,27 @@ ORV_INLINE void resizePlane(const LinearColumns& table, HeldSums sums, const Axi
   }
 }
 
+// How many groups a row of so many columns has: they come in twos.
+template <int kPixel> constexpr int groupsFor(int width) {
+  constexpr int kColumnsOfTwo = 2 * kColumns<kPixel>;
+  return (width + kColumnsOfTwo - 1) / kColumnsOfTwo * 2;
+}
+// The buffer holds the groups, and two rows of sums with their slack. What is true up to 256 columns is true of more:
+// both grow evenly with each 64 of them, the buffer by no less.
+template <class Group, int kPixel> constexpr bool bufferHoldsGroups(int channels) {
+  for (int width = 1; width <= 256; ++width) {
+    const VeliRect roi = {0, 0, width, 1};
+    const int groups = groupsFor<kPixel>(width), words = 2 * (groups * Horizontal<Group>::kElements + kSlack);
+    if (groups * sizeof(Group) + Vel64u(words) * sizeof(Vel16u) >
+        bufferSize(roi, roi, unsigned(channels), velInterLinear, false))
+      return false;
+  }
+  return true;
+}
 template <class Group, int kPixel, bool kKeepsFourth>
 ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images, bool isShuffled) {
-  constexpr int kColumnsOfTwo = 2 * kColumns<kPixel>;  // groups come in twos
-  const int groups = (plan.dstWidth + kColumnsOfTwo - 1) / kColumnsOfTwo * 2;
+  static_assert(bufferHoldsGroups<Group, kPixel>(kKeepsFourth ? 3 : kPixel));
+  const int groups = groupsFor<kPixel>(plan.dstWidth);
   const Axis across = columns(plan, images);
   const LinearColumns table = {images.buffer, groups,       plan.dstWidth, across.count == 1,
                                isShuffled,    kKeepsFourth, kPixel};

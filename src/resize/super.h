@@ -16,6 +16,18 @@ ORV_INLINE double snapped(double v) {
   return v - whole < kNearlyWhole && whole - v < kNearlyWhole ? whole : v;
 }
 
+// Whether the buffer holds a row of sums, sixteen at least, and some more after them. What is true up to 64 columns is
+// true of more: the buffer has six bytes a sample at least, where sums take four at most.
+constexpr bool bufferHolds(size_t sumBytes, int more, int pixel, int channels) {
+  for (int width = 1; width <= 64; ++width) {
+    const int samples = width * pixel < 16 ? 16 : width * pixel;
+    const VeliRect src = {0, 0, width, 1}, dst = {0, 0, 1, 1};
+    if (Vel64u(samples + more) * sumBytes > bufferSize(src, dst, unsigned(channels), velInterSuper, false))
+      return false;
+  }
+  return true;
+}
+
 // Calls group(place, loadFrom) for all of a row of samples, sixteen at a time: loadFrom(p) gives those at p, and zeros
 // where there are fewer. The last ones may be done twice.
 template <class Group> ORV_INLINE void forSamples(int samples, const Group& group) {

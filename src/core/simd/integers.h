@@ -131,7 +131,7 @@ ORV_INLINE Lane select(Lane mask, Lane yes, Lane no) {
 // The same with plain logic on every path, which any unit does: a blend by a vector takes one that multiplies.
 ORV_INLINE Lane selectBits(Lane mask, Lane yes, Lane no) { return (mask & yes) | (~mask & no); }
 // Pixels of four bytes: three from v, the fourth, alpha as a rule, from old.
-ORV_INLINE Lane keepFourth8(Lane v, Lane old) { return selectBits(all32(int(0xFF000000)), old, v); }
+ORV_INLINE Lane keepFourth8(Lane v, Lane old) { return (v & all32(0xFFFFFF)) | (old & all32(int(0xFF000000))); }
 
 #if ORV_HAS_BLEND
 ORV_INLINE bool allZero(Lane v) { return _mm_testz_si128(v, v) != 0; }
