@@ -54,7 +54,7 @@ ORV_INLINE Floats4 asFloats(Lane v) { return _mm_castsi128_ps(v); }
 ORV_INLINE Floats4 bitAnd(Floats4 a, Floats4 b) { return _mm_and_ps(a, b); }
 ORV_INLINE Floats4 bitOr(Floats4 a, Floats4 b) { return _mm_or_ps(a, b); }
 ORV_INLINE Floats4 bitXor(Floats4 a, Floats4 b) { return _mm_xor_ps(a, b); }
-ORV_INLINE Floats4 min(Floats4 a, Floats4 b) { return _mm_min_ps(a, b); }            // b where one is a NaN
+ORV_INLINE Floats4 min(Floats4 a, Floats4 b) { return _mm_min_ps(a, b); }  // b where one is a NaN
 ORV_INLINE Lane atMost(Floats4 a, Floats4 b) { return asBits(_mm_cmple_ps(a, b)); }  // all bits where a <= b
 // Floats and integers. toNearest rounds as SSE's control register says, ties to even as a rule; what no integer holds,
 // and a NaN, becomes -2^31.
@@ -178,7 +178,6 @@ template <int n> ORV_INLINE FloatRun<n> operator+(FloatRun<n> a, const FloatRun<
   ORV_UNROLL for (int i = 0; i < a.kCount; ++i) a.v[i] = a.v[i] + b.v[i];
   return a;
 }
-template <int n> ORV_INLINE FloatRun<n> operator+(const FloatRun<n>& a, float x) { return a + allRun<n>(x); }
 template <int n> ORV_INLINE FloatRun<n> operator*(FloatRun<n> a, float x) {
   ORV_UNROLL for (auto& v : a.v) v = v * allFloats<typename FloatRun<n>::V>(x);
   return a;
