@@ -66,7 +66,8 @@ ORV_INLINE Floats4 keepFourth(Floats4 v, Floats4 old) {
 #if ORV_HAS_BLEND
   return _mm_blend_ps(v, old, 8);
 #else
-  return asFloats(selectBits(_mm_setr_epi32(0, 0, 0, -1), asBits(old), asBits(v)));
+  const Lane three = _mm_setr_epi32(-1, -1, -1, 0), fourth = _mm_setr_epi32(0, 0, 0, -1);
+  return asFloats((asBits(v) & three) | (asBits(old) & fourth));
 #endif
 }
 #if ORV_HAS_WIDE_FLOAT
@@ -243,7 +244,7 @@ template <int n> ORV_INLINE FloatRun<n> bytesToFloats(Lane bytes) {
 template <int n> ORV_INLINE FloatRun<n> loadBytesAsFloats(const Vel8u* p) {
 #if ORV_HAS_BLEND
   Lane lanes[n < 4 ? 1 : n / 4];
-  for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] = _mm_cvtepu8_epi32(loadFirst<(n < 4 ? n : 4)>(p + 4 * i));
+  ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] = _mm_cvtepu8_epi32(loadFirst<(n < 4 ? n : 4)>(p + 4 * i));
   return toFloats(runOf<n>(lanes));
 #else
   return bytesToFloats<n>(loadFirst<n>(p));
