@@ -78,7 +78,8 @@ ORV_INLINE Floats4 keepFourth(Floats4 v, Floats4 old) {
 #if ORV_HAS_BLEND
   return _mm_blend_ps(v, old, 8);
 #else
-  return asFloats(selectBits(_mm_setr_epi32(0, 0, 0, -1), asBits(old), asBits(v)));
+  const Lane three = _mm_setr_epi32(-1, -1, -1, 0), fourth = _mm_setr_epi32(0, 0, 0, -1);
+  return asFloats((asBits(v) & three) | (asBits(old) & fourth));
 #endif
 }
 #if ORV_HAS_WIDE_FLOAT
@@ -167,6 +168,44 @@ ORV_INLINE void storeFirst(float* p, Floats4 v, int n) {
   if (n == 3) _mm_store_ss(p + 2, _mm_movehl_ps(v, v));
 }
 
+// ---- Between elements and lanes
+
+constexpr int kFloatsLanes = kFloats / 4;  // how many lanes Floats has
+
+// As many lanes as Floats has: lane i is at(i).
+template <class At> ORV_INLINE auto joinLanes(const At& at) {
+#if ORV_HAS_WIDE_FLOAT
+  return joinHalves(at(0), at(1));
+#else
+  return at(0);
+#endif
+}
+// Lanes `distance` bytes apart, one after the other: what they have in common is the later one's.
+ORV_INLINE void store(void* p, Floats v, [[maybe_unused]] ptrdiff_t distance) {
+#if ORV_HAS_WIDE_FLOAT
+  store(p, lowHalf(v));
+  store(static_cast<Vel8u*>(p) + distance, highHalf(v));
+#else
+  store(p, v);
+#endif
+}
+// Element i of a lane in all four places.
+template <int i> ORV_INLINE Floats4 repeatElement(Floats4 v) { return _mm_shuffle_ps(v, v, shuffleCode(i, i, i, i)); }
+
+// The sums of the four elements of each lane: element i of the lane is vector i's. They are (0 + 2) + (1 + 3).
+ORV_INLINE Floats4 laneSums(const Floats4 (&v)[4]) {
+  const Floats4 a = _mm_unpacklo_ps(v[0], v[1]) + _mm_unpackhi_ps(v[0], v[1]);
+  const Floats4 b = _mm_unpacklo_ps(v[2], v[3]) + _mm_unpackhi_ps(v[2], v[3]);
+  return _mm_movelh_ps(a, b) + _mm_movehl_ps(b, a);
+}
+#if ORV_HAS_WIDE_FLOAT
+ORV_INLINE Floats laneSums(const Floats (&v)[4]) {
+  const Floats a = _mm256_unpacklo_ps(v[0], v[1]) + _mm256_unpackhi_ps(v[0], v[1]);
+  const Floats b = _mm256_unpacklo_ps(v[2], v[3]) + _mm256_unpackhi_ps(v[2], v[3]);
+  return _mm256_shuffle_ps(a, b, 0x44) + _mm256_shuffle_ps(a, b, 0xEE);
+}
+#endif
+
 // ---- Runs: n elements, 1, 2, 4, 8 or 16, in as many vectors as they take. Fewer than four leave a vector's rest undefined.
 
 template <int n> struct RunVectors {
@@ -211,6 +250,37 @@ template <int n> ORV_INLINE FloatRun<n> keepFourth(const FloatRun<n>& run, const
   FloatRun<n> kept;
   ORV_UNROLL for (int i = 0; i < run.kCount; ++i) kept.v[i] = keepFourth(run.v[i], old.v[i]);
   return kept;
+}
+
+template <int n> ORV_INLINE FloatRun<n> allRun(float x) {
+  FloatRun<n> run;
+  ORV_UNROLL for (auto& v : run.v) v = allFloats<typename FloatRun<n>::V>(x);
+  return run;
+}
+template <int n> ORV_INLINE FloatRun<n> operator+(FloatRun<n> a, const FloatRun<n>& b) {
+  ORV_UNROLL for (int i = 0; i < a.kCount; ++i) a.v[i] = a.v[i] + b.v[i];
+  return a;
+}
+template <int n> ORV_INLINE FloatRun<n> operator*(FloatRun<n> a, float x) {
+  ORV_UNROLL for (auto& v : a.v) v = v * allFloats<typename FloatRun<n>::V>(x);
+  return a;
+}
+// Each lane times the same four.
+template <int n> ORV_INLINE FloatRun<n> mulLanes(FloatRun<n> a, Floats4 b) {
+  ORV_UNROLL for (auto& v : a.v)
+    if constexpr (sizeof v == sizeof b)
+      v = v * b;
+    else
+      v = v * repeatLane(asBits(b));
+  return a;
+}
+template <int n> ORV_INLINE FloatRun<n> laneSums(const FloatRun<n> (&runs)[4]) {
+  FloatRun<n> sums;
+  ORV_UNROLL for (int i = 0; i < sums.kCount; ++i) {
+    const typename FloatRun<n>::V v[4] = {runs[0].v[i], runs[1].v[i], runs[2].v[i], runs[3].v[i]};
+    sums.v[i] = laneSums(v);
+  }
+  return sums;
 }
 
 // f of each vector.
@@ -258,22 +328,13 @@ template <int n> ORV_INLINE DwordRun<n> runOf(const Lane (&lanes)[n < 4 ? 1 : n 
 // The first n bytes of a lane, unsigned; the words of two lanes, unsigned.
 template <int n> ORV_INLINE FloatRun<n> bytesToFloats(Lane bytes) {
   Lane lanes[n < 4 ? 1 : n / 4];
-#if ORV_HAS_SHUFFLE
-  ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] =
-      shuffle8(bytes, _mm_set_epi32(int(0x80808003u + 4 * unsigned(i)), int(0x80808002u + 4 * unsigned(i)),
-                                    int(0x80808001u + 4 * unsigned(i)), int(0x80808000u + 4 * unsigned(i))));
-#else
-  const Lane low = widenLowU8(bytes), high = widenHighU8(bytes);
-  lanes[0] = widenLowU16(low);
-  if constexpr (n > 4) lanes[1] = widenHighU16(low);
-  if constexpr (n > 8) lanes[2] = widenLowU16(high), lanes[3] = widenHighU16(high);
-#endif
+  ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] = widenQuarterU8(bytes, i);
   return toFloats(runOf<n>(lanes));
 }
 template <int n> ORV_INLINE FloatRun<n> loadBytesAsFloats(const Vel8u* p) {
 #if ORV_HAS_BLEND
   Lane lanes[n < 4 ? 1 : n / 4];
-  for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] = _mm_cvtepu8_epi32(loadFirst<(n < 4 ? n : 4)>(p + 4 * i));
+  ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] = _mm_cvtepu8_epi32(loadFirst<(n < 4 ? n : 4)>(p + 4 * i));
   return toFloats(runOf<n>(lanes));
 #else
   return bytesToFloats<n>(loadFirst<n>(p));
@@ -297,6 +358,20 @@ template <int n> ORV_INLINE Lane wordsOf(const DwordRun<n>& run, int vector = 0)
 // Unsigned bytes of dwords, saturated.
 template <int n> ORV_INLINE Lane narrowTo8U(const DwordRun<n>& run) {
   return narrow16To8U(wordsOf(run, 0), wordsOf(run, n == 16 ? 1 : 0));
+}
+// Sixteen of them, one vector after the other: at(i) gives the one that begins with element i. Where working out a vector
+// takes many registers, this leaves more of them than a run does.
+template <class At> ORV_INLINE Lane narrowVectorsTo8U(const At& at) {
+  const auto words = [&](int i) __attribute__((always_inline)) {
+#if ORV_HAS_WIDE_FLOAT
+    const Dwords v = at(i);
+    return narrow32(lowHalf(v), highHalf(v));
+#else
+    return narrow32(at(i), at(i + 4));
+#endif
+  };
+  const Lane low = words(0);
+  return narrow16To8U(low, words(8));
 }
 
 }  // namespace

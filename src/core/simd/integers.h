@@ -98,6 +98,15 @@ ORV_SHIFT(shiftRightU32, srli_epi32, srl_epi32)
 ORV_SHIFT(shiftRightU64, srli_epi64, srl_epi64)
 #undef ORV_SHIFT
 
+// v / 2^n to the nearest integer, halves up, of words from 0 to 32767 - 2^(n - 1).
+template <int n> ORV_INLINE Lane shiftRightRound16(Lane v) {
+#if ORV_HAS_SHUFFLE
+  return mulRound16(v, all16(1 << (15 - n)));
+#else
+  return shiftRightU16(add16(v, all16(1 << (n - 1))), n);
+#endif
+}
+
 // v without its sign, and v with the signs of `signs` (nothing in particular where those are zero).
 #if ORV_HAS_SHUFFLE
 ORV_INLINE Lane magnitude16(Lane v) { return _mm_abs_epi16(v); }
@@ -138,7 +147,7 @@ ORV_INLINE Lane selectOverOnes(Lane mask, Lane yes, Lane no) {
 // The same with plain logic on every path, which any unit does: a blend by a vector takes one that multiplies.
 ORV_INLINE Lane selectBits(Lane mask, Lane yes, Lane no) { return (mask & yes) | (~mask & no); }
 // Pixels of four bytes: three from v, the fourth, alpha as a rule, from old.
-ORV_INLINE Lane keepFourth8(Lane v, Lane old) { return selectBits(all32(int(0xFF000000)), old, v); }
+ORV_INLINE Lane keepFourth8(Lane v, Lane old) { return (v & all32(0xFFFFFF)) | (old & all32(int(0xFF000000))); }
 
 #if ORV_HAS_BLEND
 ORV_INLINE bool allZero(Lane v) { return _mm_testz_si128(v, v) != 0; }

@@ -75,6 +75,18 @@ template <int n> ORV_INLINE void storeFirst(void* p, Lane v) {
   }
 }
 
+// The first n bytes of a lane where n, at most 16, is known at run time only.
+ORV_INLINE Lane loadFirst(const void* p, size_t n) {
+  alignas(16) Vel8u bytes[16] = {};
+  memcpy(bytes, p, n);
+  return loadAligned(bytes);
+}
+ORV_INLINE void storeFirst(void* p, Lane v, size_t n) {
+  alignas(16) Vel8u bytes[16];
+  store(static_cast<Vel8u*>(bytes), v);
+  memcpy(p, bytes, n);
+}
+
 // The tail of a run, of a length that is known at run time only: memory for whole vectors, of which the first n bytes are
 // the run's. A kernel works there and touches nothing else of the run. What load() does not fill is zero.
 template <int kBytes> struct Tail {

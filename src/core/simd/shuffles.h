@@ -58,6 +58,40 @@ template <int (*at)(int)> ORV_INLINE Lane lookUp(Lane index) {
 template <int n> ORV_INLINE Lane align8(Lane low, Lane high) { return _mm_alignr_epi8(high, low, n); }
 #endif
 
+// Bytes kFrom to kFrom + 3 as dwords; what is past the lane's end counts as zero.
+template <int kFrom> ORV_INLINE Lane widenU8To32(Lane v) {
+#if ORV_HAS_BLEND
+  if constexpr (kFrom == 0) return _mm_cvtepu8_epi32(v);
+#endif
+#if ORV_HAS_SHUFFLE
+  return shuffle8(v, bytePattern([](int i) { return i % 4 == 0 && kFrom + i / 4 < 16 ? kFrom + i / 4 : -1; }));
+#else
+  if constexpr (kFrom % 4 != 0) {
+    return widenLowU16(widenLowU8(shiftBytesDown<kFrom>(v)));
+  } else {
+    const Lane words = kFrom < 8 ? widenLowU8(v) : widenHighU8(v);
+    return kFrom % 8 == 0 ? widenLowU16(words) : widenHighU16(words);
+  }
+#endif
+}
+// The same of quarter i of the bytes; i is a constant where loops are unrolled.
+ORV_INLINE Lane widenQuarterU8(Lane v, int i) {
+  return i == 0 ? widenU8To32<0>(v) : i == 1 ? widenU8To32<4>(v) : i == 2 ? widenU8To32<8>(v) : widenU8To32<12>(v);
+}
+
+// Word i is the two bytes at p + offset(i).
+template <class Offset> ORV_INLINE Lane gather16(const Vel8u* p, const Offset& offset) {
+  const auto word = [&](int i) {
+    Vel16u bytes;
+    memcpy(&bytes, p + offset(i), 2);
+    return int(bytes);
+  };
+  Lane v = fromInt(word(0));
+  v = _mm_insert_epi16(v, word(1), 1), v = _mm_insert_epi16(v, word(2), 2), v = _mm_insert_epi16(v, word(3), 3);
+  v = _mm_insert_epi16(v, word(4), 4), v = _mm_insert_epi16(v, word(5), 5), v = _mm_insert_epi16(v, word(6), 6);
+  return _mm_insert_epi16(v, word(7), 7);
+}
+
 // Word i of b where bit i of the mask is set, else of a.
 template <int kMask> ORV_INLINE Lane blend16(Lane a, Lane b) {
 #if ORV_HAS_BLEND
