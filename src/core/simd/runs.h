@@ -83,6 +83,11 @@ template <int n, class F> ORV_INLINE FloatRun<n> each(FloatRun<n> run, const F& 
   ORV_UNROLL for (auto& v : run.v) v = f(v);
   return run;
 }
+template <int n, class F> ORV_INLINE DwordRun<n> eachAsDwords(const FloatRun<n>& run, const F& f) {
+  DwordRun<n> dwords;
+  ORV_UNROLL for (int i = 0; i < run.kCount; ++i) dwords.v[i] = f(run.v[i]);
+  return dwords;
+}
 template <int n> ORV_INLINE FloatRun<n> toFloats(const DwordRun<n>& run) {
   FloatRun<n> floats;
   ORV_UNROLL for (int i = 0; i < run.kCount; ++i) floats.v[i] = toFloats(run.v[i]);
@@ -134,6 +139,24 @@ template <int n> ORV_INLINE FloatRun<n> loadBytesAsFloats(const Vel8u* p) {
   return toFloats(runOf<n>(lanes));
 #else
   return bytesToFloats<n>(loadFirst<n>(p));
+#endif
+}
+// Of pixels of four bytes the first three; addFourth adds the fourth, which it takes from old.
+template <int n> ORV_INLINE FloatRun<n> loadThreeBytesAsFloats(const Vel8u* p) {
+#if ORV_HAS_BLEND
+  return loadBytesAsFloats<n>(p);
+#else
+  return bytesToFloats<n>(loadFirst<n>(p) & all32(0x00FFFFFF));
+#endif
+}
+template <int n> ORV_INLINE FloatRun<n> addFourth(const FloatRun<n>& three, const FloatRun<n>& old) {
+#if ORV_HAS_BLEND
+  return keepFourth(three, old);
+#else
+  FloatRun<n> four;
+  ORV_UNROLL for (int i = 0; i < four.kCount; ++i) four.v[i] =
+      bitOr(three.v[i], bitAnd(old.v[i], asFloats(Lane{0, -1ll << 32})));
+  return four;
 #endif
 }
 ORV_INLINE FloatRun<16> wordsToFloats(Lane low, Lane high) {
