@@ -27,6 +27,15 @@ template <class V> ORV_INLINE void store(void* p, V v) { memcpy(p, &v, sizeof v)
 template <class V> ORV_INLINE V load(const void* p, ptrdiff_t) { return load<V>(p); }
 ORV_INLINE void store(void* p, Lane v, ptrdiff_t) { store(p, v); }
 
+// A lane of constants in memory, for kernels with more of them than registers: each use reads it there.
+template <class T> struct alignas(16) LaneConstant {
+  T elements[16 / sizeof(T)];
+  ORV_INLINE operator Lane() const { return loadAligned(this); }
+};
+using ByteConstant = LaneConstant<Vel8u>;
+using WordConstant = LaneConstant<Vel16s>;
+using DwordConstant = LaneConstant<Vel32s>;
+
 // ---- Half lanes
 
 // Eight bytes, then zeros.
