@@ -40,6 +40,14 @@ using DwordConstant = LaneConstant<Vel32s>;
 
 // Eight bytes, then zeros.
 ORV_INLINE Lane loadLow(const void* p) { return _mm_loadl_epi64(static_cast<const Lane*>(p)); }
+// Eight bytes, then anything: where it is at hand as an operand, so much is read.
+ORV_INLINE Lane loadLowOrMore(const void* p) {
+#if ORV_HAS_WIDE_FLOAT
+  return load(p);
+#else
+  return loadLow(p);
+#endif
+}
 // Eight bytes from p, then eight from q.
 ORV_INLINE Lane loadHalves(const void* p, const void* q) {
   return _mm_castpd_si128(_mm_loadh_pd(_mm_load_sd(static_cast<const double*>(p)), static_cast<const double*>(q)));

@@ -48,6 +48,15 @@ ORV_INLINE Lane shuffle8(Lane v, Lane places) { return _mm_shuffle_epi8(v, place
 template <int n> ORV_INLINE Lane align8(Lane low, Lane high) { return _mm_alignr_epi8(high, low, n); }
 #endif
 
+// The low eight bytes from last to first.
+ORV_INLINE Lane reverseLow8(Lane v) {
+#if ORV_HAS_SHUFFLE
+  return shuffle8(v, bytePattern([](int i) { return i < 8 ? 7 - i : -1; }));
+#else
+  return shuffleLow16<3, 2, 1, 0>(shiftRightU16(v, 8) | shiftLeft16(v, 8));
+#endif
+}
+
 // Word i of b where bit i of the mask is set, else of a.
 template <int kMask> ORV_INLINE Lane blend16(Lane a, Lane b) {
 #if ORV_HAS_BLEND
