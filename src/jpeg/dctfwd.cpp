@@ -47,7 +47,7 @@ struct Samples {
 };
 
 ORV_INLINE Lane scaled(Lane x) { return shiftLeft16(x, kColumnBits); }
-// cos(4 pi / 16) x, scaled: the constant is half the cosine, so there is one bit more in front of it.
+// cos(4 pi / 16) x, scaled: the constant is half the cosine, so x is scaled by one bit more.
 ORV_INLINE Lane diagonal(Lane x, const Tangents& t) { return mulHigh16(shiftLeft16(x, kColumnBits + 1), t.halfCos4); }
 
 // Rows 0, 4, 2 and 6 of the columns' transform, from the sums of opposite rows.

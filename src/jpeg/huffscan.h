@@ -83,7 +83,7 @@ __attribute__((noinline)) Vel64u scan(const Vel16s* src, ScannedBlock* to) {
 }
 #endif
 
-// Walks the AC coefficients from zigzag index `next` on that are not zero: visit(zeros in front of it, its value);
+// Walks the AC coefficients from zigzag index `next` on that are not zero: visit(zeros before it, its value);
 // false where a visit ended it. *last becomes the index of the last one, or the one before `next`.
 template <class Visit> ORV_INLINE bool walk(const Vel16s* src, int next, int* last, const Visit& visit) {
   ScannedBlock scanned;
