@@ -48,15 +48,6 @@ ORV_INLINE Lane shuffle8(Lane v, Lane places) { return _mm_shuffle_epi8(v, place
 template <int n> ORV_INLINE Lane align8(Lane low, Lane high) { return _mm_alignr_epi8(high, low, n); }
 #endif
 
-// The low eight bytes from last to first.
-ORV_INLINE Lane reverseLow8(Lane v) {
-#if ORV_HAS_SHUFFLE
-  return shuffle8(v, bytePattern([](int i) { return i < 8 ? 7 - i : -1; }));
-#else
-  return shuffleLow16<3, 2, 1, 0>(shiftRightU16(v, 8) | shiftLeft16(v, 8));
-#endif
-}
-
 // Word i of b where bit i of the mask is set, else of a.
 template <int kMask> ORV_INLINE Lane blend16(Lane a, Lane b) {
 #if ORV_HAS_BLEND
@@ -64,6 +55,15 @@ template <int kMask> ORV_INLINE Lane blend16(Lane a, Lane b) {
 #else
   constexpr auto word = [](int i) { return kMask >> i & 1 ? short(-1) : short(0); };
   return selectBits(_mm_setr_epi16(word(0), word(1), word(2), word(3), word(4), word(5), word(6), word(7)), b, a);
+#endif
+}
+
+// The low eight bytes from last to first.
+ORV_INLINE Lane reverseLow8(Lane v) {
+#if ORV_HAS_SHUFFLE
+  return shuffle8(v, bytePattern([](int i) { return i < 8 ? 7 - i : -1; }));
+#else
+  return shuffleLow16<3, 2, 1, 0>(shiftRightU16(v, 8) | shiftLeft16(v, 8));
 #endif
 }
 
