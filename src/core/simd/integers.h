@@ -22,6 +22,10 @@ template <class At> ORV_INLINE Lane bytePattern(At at) {
                        char(at(7)), char(at(8)), char(at(9)), char(at(10)), char(at(11)), char(at(12)), char(at(13)),
                        char(at(14)), char(at(15)));
 }
+// A lane of these words, the first at the lowest address.
+ORV_INLINE Lane laneOf16(int a, int b, int c, int d, int e, int f, int g, int h) {
+  return _mm_setr_epi16(short(a), short(b), short(c), short(d), short(e), short(f), short(g), short(h));
+}
 
 // ---- Arithmetic, element by element
 

@@ -32,10 +32,27 @@ template <class V> ORV_INLINE void storeAligned(void* p, V v) { *static_cast<V*>
 template <class V> ORV_INLINE V load(const void* p, ptrdiff_t) { return load<V>(p); }
 ORV_INLINE void store(void* p, Lane v, ptrdiff_t) { store(p, v); }
 
+// A lane of constants in memory, for kernels with more of them than registers: each use reads it there.
+template <class T> struct alignas(16) LaneConstant {
+  T elements[16 / sizeof(T)];
+  ORV_INLINE operator Lane() const { return loadAligned(this); }
+};
+using ByteConstant = LaneConstant<Vel8u>;
+using WordConstant = LaneConstant<Vel16s>;
+using DwordConstant = LaneConstant<Vel32s>;
+
 // ---- Half lanes
 
 // Eight bytes, then zeros.
 ORV_INLINE Lane loadLow(const void* p) { return _mm_loadl_epi64(static_cast<const Lane*>(p)); }
+// Eight bytes, then anything: where it is at hand as an operand, so much is read.
+ORV_INLINE Lane loadLowOrMore(const void* p) {
+#if ORV_HAS_WIDE_FLOAT
+  return load(p);
+#else
+  return loadLow(p);
+#endif
+}
 // Eight bytes from p, then eight from q.
 ORV_INLINE Lane loadHalves(const void* p, const void* q) {
   return _mm_castpd_si128(_mm_loadh_pd(_mm_load_sd(static_cast<const double*>(p)), static_cast<const double*>(q)));

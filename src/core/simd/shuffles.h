@@ -102,4 +102,13 @@ template <int kMask> ORV_INLINE Lane blend16(Lane a, Lane b) {
 #endif
 }
 
+// The low eight bytes from last to first.
+ORV_INLINE Lane reverseLow8(Lane v) {
+#if ORV_HAS_SHUFFLE
+  return shuffle8(v, bytePattern([](int i) { return i < 8 ? 7 - i : -1; }));
+#else
+  return shuffleLow16<3, 2, 1, 0>(shiftRightU16(v, 8) | shiftLeft16(v, 8));
+#endif
+}
+
 }  // namespace
