@@ -155,7 +155,7 @@ template <int n> ORV_INLINE FloatRun<n> addFourth(const FloatRun<n>& three, cons
 #else
   FloatRun<n> four;
   ORV_UNROLL for (int i = 0; i < four.kCount; ++i) four.v[i] =
-      bitOr(three.v[i], bitAnd(old.v[i], asFloats(Lane{0, -1ll << 32})));
+      bitOr(three.v[i], bitAnd(old.v[i], asFloats(_mm_setr_epi32(0, 0, 0, -1))));
   return four;
 #endif
 }
