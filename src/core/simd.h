@@ -13,10 +13,12 @@
 //   simd/shuffles.h   moving elements within a lane and interleaving two
 //   simd/pixels.h     pixels of three channels
 //   simd/floats.h     vectors of floats, from and to integers
+//   simd/runs.h       runs of n floats or integers, in as many vectors as they take
 //   cache.h           when to write past the caches, and how far to fetch ahead
 #pragma once
 #include "core/simd/floats.h"
 #include "core/simd/integers.h"
 #include "core/simd/memory.h"
 #include "core/simd/pixels.h"
+#include "core/simd/runs.h"
 #include "core/simd/shuffles.h"

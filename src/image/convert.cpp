@@ -32,11 +32,10 @@ template <bool kKeeps> struct ToFloats {
   static constexpr bool kKeepsAlpha = kKeeps, kMayStream = !kKeeps;
 
   template <int n, bool kStreams> static ORV_INLINE void convert(const Src* src, Dst* dst) {
-    const FloatRun<n> floats = loadBytesAsFloats<n>(src);
     if constexpr (kKeeps)
-      storeRun(dst, keepFourth(floats, loadRun<n>(dst)));
+      storeRun(dst, addFourth(loadThreeBytesAsFloats<n>(src), loadRun<n>(dst)));
     else
-      storeRun<kStreams>(dst, floats);
+      storeRun<kStreams>(dst, loadBytesAsFloats<n>(src));
   }
 };
 
@@ -48,8 +47,11 @@ template <Rounding kRounding, bool kKeeps> struct ToBytes {
   static constexpr bool kKeepsAlpha = kKeeps, kMayStream = !kKeeps;
 
   template <int n, bool kStreams> static ORV_INLINE void convert(const Src* src, Dst* dst) {
-    const FloatRun<n> limited = each(loadRun<n>(src), [](auto v) { return prepared(v); });
-    const Lane bytes = narrowTo8U(kRounding == kNearestEven ? toNearest(limited) : truncated(limited));
+    Lane bytes;
+    if constexpr (n == 16)
+      bytes = narrowVectorsTo8U([=](int i) { return rounded(load<Floats>(src + i)); });
+    else
+      bytes = narrowTo8U(eachAsDwords(loadRun<n>(src), [](auto v) { return rounded(v); }));
     if constexpr (kStreams)
       stream(dst, bytes);
     else
@@ -58,10 +60,11 @@ template <Rounding kRounding, bool kKeeps> struct ToBytes {
 
   // The order in the minimum makes 255 of a NaN. There is nothing to do about what is below 0: it becomes a negative
   // number, -2147483648 at worst, and narrowing makes 0 of that. Halves away from zero: half more, with the value's sign.
-  template <class F> static ORV_INLINE F prepared(F v) {
+  template <class F> static ORV_INLINE auto rounded(F v) {
     const F limited = min(v, allFloats<F>(255));
-    if (kRounding != kAwayFromZero) return limited;
-    return limited + bitOr(bitAnd(limited, allFloats<F>(-0.0f)), allFloats<F>(0.5f));
+    if constexpr (kRounding == kNearestEven) return toNearest(limited);
+    if constexpr (kRounding == kTowardsZero) return truncated(limited);
+    return truncated(limited + bitOr(bitAnd(limited, allFloats<F>(-0.0f)), allFloats<F>(0.5f)));
   }
 };
 

@@ -8,11 +8,7 @@ struct Cubic {
   static constexpr int kTaps = 4;
 
   // To the nearest integer, ties to even.
-#if ORV_HAS_WIDE_FLOAT
   static Dwords round(Floats v) { return toNearest(v); }
-#else
-  static Lane round(Floats v) { return toNearest(v); }
-#endif
   template <int kPixel> static constexpr auto* row = kPixel == 1   ? ORV_NAME(ownpi_RowCubic8pl)
                                                      : kPixel == 3 ? ORV_NAME(ownpi_RowCubic8px)
                                                                    : ORV_NAME(ownpi_RowCubic8px4);

@@ -7,51 +7,34 @@
 
 namespace {
 
-template <bool kStream> ORV_INLINE void put(void* p, Lane v) {
-  if (kStream)
-    stream(p, v);
-  else
-    store(p, v);
-}
-
 // ---- Codes from samples
 //
 // Segment and mantissa together are a concave function of the magnitude m, which has 15 bits: the least of
 // (m >> (k + 4)) + 16 k, k from 0 to 6. Each of these lines is the mean of the one before and 16 k, rounded down. Bytes
 // hold the first four of magnitudes below 4096; what is greater is, three segments higher, the same at an eighth of it.
 
-// Eight magnitudes of samples shifted right by 4 (below zero: as zero), and their signs: words, 0 or -1.
-struct Eight {
+// Of eight samples, in words: magnitudes shifted right by 4 (below zero: as zero), and signs, 0 or -1.
+struct Magnitudes {
   Lane magnitude, sign;
 };
-ORV_INLINE Lane codesOf(const Eight& a, const Eight& b) {
+ORV_INLINE Lane codesOf(const Magnitudes& a, const Magnitudes& b) {
   const Lane small = narrow16To8U(a.magnitude, b.magnitude);
   const Lane great = narrow16To8U(shiftRight16(a.magnitude, 3), shiftRight16(b.magnitude, 3));
   // Or 4080 to 4095, which have the same code either way.
   const Lane isGreat = equal8(small, all8(255));
-#if ORV_HAS_BLEND
-  const Lane line0 = select(isGreat, great, small);
-#else
-  const Lane line0 = ~(~great & isGreat) & small;
-#endif
+  const Lane line0 = selectOverOnes(isGreat, great, small);
   const Lane line1 = meanU8(line0, all8(31));
   const Lane line2 = meanU8(line1, all8(47));
   const Lane line3 = meanU8(line2, all8(63));
   const Lane least = minU8(minU8(line0, line1), minU8(line2, line3));
-  const Lane code = add8(least, (isGreat & all8(48)));
-  const Lane negative = narrow16(a.sign, b.sign);
-#if ORV_HAS_BLEND
-  const Lane inverted = select(negative, all8(0x55), all8(0x80 ^ 0x55));
-#else
-  const Lane inverted = (negative & all8(0x80)) ^ all8(0x80 ^ 0x55);
-#endif
-  return code ^ inverted;
+  const Lane code = add8(least, isGreat & all8(48));
+  return code ^ selectConstant(narrow16(a.sign, b.sign), all8(0x55), all8(0x80 ^ 0x55));
 }
 
 // The magnitude of a negative word s is -s - 1.
-ORV_INLINE Eight eight(const Vel16s* src) {
+ORV_INLINE Magnitudes magnitudesOf(const Vel16s* src) {
   const Lane s = load(src), sign = shiftRight16(s, 15);
-  return {(shiftRight16(s, 4) ^ sign), sign};
+  return {shiftRight16(s, 4) ^ sign, sign};
 }
 
 // Of v steps, rounded half away from zero, the magnitude is |v + 1/2| rounded down, on either side of zero. In floats
@@ -59,27 +42,20 @@ ORV_INLINE Eight eight(const Vel16s* src) {
 // is negative from half a step below zero on, and already where half a step more makes it a whole one when rounded to
 // nearest: that is one float earlier.
 constexpr float kNegative = -0x1.fffffep-17f;
-ORV_INLINE Floats stepsOf16(Floats f) {  // a NaN stays one
-  return (min(allFloats(1), f) * allFloats(2048)) + allFloats(0x1p-5f);
-}
-ORV_INLINE Eight eight(const Vel32f* src) {
-#if ORV_HAS_WIDE_FLOAT
-  const auto words = [](Dwords v) { return narrow32(lowHalf(v), highHalf(v)); };
-  const Floats f = load<Floats>(src);
-  const Lane steps = words(truncated(stepsOf16(f)));
-  const Lane sign = words(asBits(_mm256_cmp_ps(f, allFloats(kNegative), _CMP_LE_OQ)));
-#else
-  const auto signOf = [](Floats f) { return asBits(_mm_cmple_ps(f, allFloats(kNegative))); };
-  const Floats f0 = load<Floats>(src), f1 = load<Floats>(src + 4);
-  const Lane steps = narrow32(truncated(stepsOf16(f0)), truncated(stepsOf16(f1)));
-  const Lane sign = narrow32(signOf(f0), signOf(f1));
-#endif
+ORV_INLINE Magnitudes magnitudesOf(const Vel32f* src) {
+  const FloatRun<8> samples = loadRun<8>(src);
+  const auto stepsOf16 = [](auto f) {  // a NaN stays one
+    using F = decltype(f);
+    return min(allFloats<F>(1), f) * allFloats<F>(2048) + allFloats<F>(0x1p-5f);
+  };
+  const Lane steps = wordsOf(truncated(each(samples, stepsOf16))), sign = wordsOf(atMost(samples, kNegative));
   // A NaN becomes the least integer, and as it does not count as negative, a magnitude below zero.
-  return {subSat16((steps ^ sign), sign), sign};
+  return {subSat16(steps ^ sign, sign), sign};
 }
 
-template <bool kStream, class T> ORV_INLINE void sixteen(const T* src, Vel8u* dst) {
-  put<kStream>(dst, codesOf(eight(src), eight(src + 8)));
+// convert16<kStreams>(src, dst) converts sixteen elements.
+template <bool kStreams, class T> ORV_INLINE void convert16(const T* src, Vel8u* dst) {
+  put<kStreams>(dst, codesOf(magnitudesOf(src), magnitudesOf(src + 8)));
 }
 
 // ---- Samples from codes
@@ -89,21 +65,14 @@ template <bool kStream, class T> ORV_INLINE void sixteen(const T* src, Vel8u* ds
 // Of the floats only the upper halves are not zero: a sign, eight bits of exponent, seven of mantissa. From segment 1
 // on these are 119 + segment and the code's mantissa followed by a one. In segment 0 the leading one must be found.
 
+// Where bytes can be shuffled, tables by the upper or the lower half of a code take fewer instructions than arithmetic.
 #if ORV_HAS_SHUFFLE
-// Tables by the upper or the lower half of a code.
 constexpr int segment(int upper) { return (upper ^ 5) & 7; }
 constexpr bool isNegative(int upper) { return (upper & 8) == 0; }
 constexpr int mantissa(int lower) { return lower ^ 5; }
-template <int (*kAt)(int)> ORV_INLINE Lane lookUp(Lane index) {
-#define AT(i) char(kAt(i))
-  return shuffle8(_mm_setr_epi8(AT(0), AT(1), AT(2), AT(3), AT(4), AT(5), AT(6), AT(7), AT(8), AT(9), AT(10), AT(11),
-                                AT(12), AT(13), AT(14), AT(15)),
-                  index);
-#undef AT
-}
 struct Halves {
   Lane upper, lower;
-  explicit Halves(Lane codes) : upper((shiftRightU16(codes, 4) & all8(15))), lower((codes & all8(15))) {}
+  explicit Halves(Lane codes) : upper(shiftRightU16(codes, 4) & all8(15)), lower(codes & all8(15)) {}
 };
 constexpr int above0(int upper) { return segment(upper) > 0 ? 128 : 0; }
 
@@ -113,12 +82,12 @@ constexpr int byMantissa(int lower) { return 8 * mantissa(lower) + 4; }
 constexpr int halfPower(int upper) {
   return (segment(upper) > 0 ? 1 << (segment(upper) - 1) : 1) * (isNegative(upper) ? -1 : 1);
 }
-template <bool kStream> ORV_INLINE void sixteen(const Vel8u* src, Vel16s* dst) {
+template <bool kStreams> ORV_INLINE void convert16(const Vel8u* src, Vel16s* dst) {
   const Halves half(load(src));
   const Lane m = lookUp<byMantissa>(half.lower) | lookUp<above0>(half.upper);
   const Lane p = lookUp<halfPower>(half.upper);
-  put<kStream>(dst, mulAddPairs8(interleaveLow8(m, m), interleaveLow8(p, p)));
-  put<kStream>(dst + 8, mulAddPairs8(interleaveHigh8(m, m), interleaveHigh8(p, p)));
+  put<kStreams>(dst, mulAddPairs8(interleaveLow8(m, m), interleaveLow8(p, p)));
+  put<kStreams>(dst + 8, mulAddPairs8(interleaveHigh8(m, m), interleaveHigh8(p, p)));
 }
 
 constexpr int log2Of(int x) { return x > 1 ? 1 + log2Of(x / 2) : 0; }
@@ -131,24 +100,26 @@ constexpr int highByte(int upper) {
 constexpr int lowByte0(int lower) {
   return (upperHalf0(2 * mantissa(lower) + 1) & 255) ^ (mantissa(lower) << 3) ^ 0x84;
 }
-template <bool kStream> ORV_INLINE void sixteen(const Vel8u* src, Vel32f* dst) {
+// Eight floats of which these words are the upper halves.
+template <bool kStreams> ORV_INLINE void putUpperHalves(Vel32f* dst, Lane words) {
+  put<kStreams>(dst, interleaveLow16(zero(), words));
+  put<kStreams>(dst + 4, interleaveHigh16(zero(), words));
+}
+template <bool kStreams> ORV_INLINE void convert16(const Vel8u* src, Vel32f* dst) {
   const Lane codes = load(src);
   const Halves half(codes);
   const Lane lower0 = half.lower | lookUp<above0>(half.upper);  // with bit 7 set, a look-up gives zero
   const Lane high = lookUp<highByte>(half.upper) | lookUp<highByte0>(lower0);
   const Lane bits = shiftLeft16(codes, 3) & all8(0xF8);
   const Lane low = (bits ^ all8((0x55 << 3) ^ 0x84)) ^ lookUp<lowByte0>(lower0);
-  const Lane a = interleaveLow8(low, high), b = interleaveHigh8(low, high);
-  put<kStream>(dst, interleaveLow16(zero(), a));
-  put<kStream>(dst + 4, interleaveHigh16(zero(), a));
-  put<kStream>(dst + 8, interleaveLow16(zero(), b));
-  put<kStream>(dst + 12, interleaveHigh16(zero(), b));
+  putUpperHalves<kStreams>(dst, interleaveLow8(low, high));
+  putUpperHalves<kStreams>(dst + 8, interleaveHigh8(low, high));
 }
 #else
 // Codes with a sign for what is negative, and nothing inverted.
 ORV_INLINE Lane plainCodes(const Vel8u* src) { return load(src) ^ all8(0x80 ^ 0x55); }
 
-template <bool kStream> ORV_INLINE void sixteen(const Vel8u* src, Vel16s* dst) {
+template <bool kStreams> ORV_INLINE void convert16(const Vel8u* src, Vel16s* dst) {
   const Lane c = plainCodes(src), sign = greater8(zero(), c);
   const Lane s = c & all8(0x70);  // 16 segment
   const Lane m = (shiftLeft16(c, 3) & all8(0x78)) | (add8(s, all8(0x74)) & all8(0x84));
@@ -158,26 +129,25 @@ template <bool kStream> ORV_INLINE void sixteen(const Vel8u* src, Vel16s* dst) {
   const Lane p45 = subSatU8(s, all8(48));
   const Lane p67 = shiftLeft16(subSatU8(s, all8(80)), 2);
   const Lane p = maxU8(maxU8(p23, p01), maxU8(p67, p45));
-  const Lane q = sub8((p ^ sign), sign);
-  put<kStream>(dst, mulLow16(interleaveLow8(m, zero()), interleaveLow8(q, sign)));
-  put<kStream>(dst + 8, mulLow16(interleaveHigh8(m, zero()), interleaveHigh8(q, sign)));
+  const Lane q = sub8(p ^ sign, sign);
+  put<kStreams>(dst, mulLow16(interleaveLow8(m, zero()), interleaveLow8(q, sign)));
+  put<kStreams>(dst + 8, mulLow16(interleaveHigh8(m, zero()), interleaveHigh8(q, sign)));
 }
 
-// Takes segment 0 as if it were segment 1, and takes away what the leading one then stands for.
-ORV_INLINE Lane upperHalves(Lane codes) { return add16((shiftRight16(codes, 5) & all16(0x83F8)), all16(119 << 7 | 4)); }
-ORV_INLINE Lane minus(Lane a, Lane b) { return asBits((asFloats(a) - asFloats(b))); }
-template <bool kStream> ORV_INLINE void sixteen(const Vel8u* src, Vel32f* dst) {
-  const Lane c = plainCodes(src);
-  const Lane is0 = equal8((c & all8(0x70)), zero());
-  const Lane c1 = c | (is0 & all8(0x10));
-  const Lane a = upperHalves(interleaveLow8(zero(), c1)), b = upperHalves(interleaveHigh8(zero(), c1));
-  // Sign and exponent: the byte behind them begins with the lowest bit of an exponent of 120.
-  const Lane a0 = interleaveLow8(zero(), is0) & a;
-  const Lane b0 = interleaveHigh8(zero(), is0) & b;
-  put<kStream>(dst, minus(interleaveLow16(zero(), a), interleaveLow16(zero(), a0)));
-  put<kStream>(dst + 4, minus(interleaveHigh16(zero(), a), interleaveHigh16(zero(), a0)));
-  put<kStream>(dst + 8, minus(interleaveLow16(zero(), b), interleaveLow16(zero(), b0)));
-  put<kStream>(dst + 12, minus(interleaveHigh16(zero(), b), interleaveHigh16(zero(), b0)));
+// Eight codes, in the high bytes of words; is0: those of segment 0, there. They are taken as if they were of segment 1, and
+// what the leading one then stands for is taken away: the float with their sign and exponent, and no mantissa.
+template <bool kStreams> ORV_INLINE void convert8(Lane codes, Lane is0, Vel32f* dst) {
+  // The byte after sign and exponent begins with the lowest bit of an exponent of 120, which is 0.
+  const Lane words = add16(shiftRight16(codes, 5) & all16(0x83F8), all16(119 << 7 | 4)), leading = words & is0;
+  const auto minus = [](Lane a, Lane b) { return asBits(asFloats(a) - asFloats(b)); };
+  put<kStreams>(dst, minus(interleaveLow16(zero(), words), interleaveLow16(zero(), leading)));
+  put<kStreams>(dst + 4, minus(interleaveHigh16(zero(), words), interleaveHigh16(zero(), leading)));
+}
+template <bool kStreams> ORV_INLINE void convert16(const Vel8u* src, Vel32f* dst) {
+  const Lane codes = plainCodes(src), is0 = equal8(codes & all8(0x70), zero());
+  const Lane from1 = codes | (is0 & all8(0x10));
+  convert8<kStreams>(interleaveLow8(zero(), from1), interleaveLow8(zero(), is0), dst);
+  convert8<kStreams>(interleaveHigh8(zero(), from1), interleaveHigh8(zero(), is0), dst + 8);
 }
 #endif
 
@@ -188,38 +158,35 @@ template <class Src, class Dst> ORV_INLINE bool streams(size_t n) {
   return sizeof(Src) < sizeof(Dst) && exceedsCaches(double(sizeof(Src) + sizeof(Dst)) * double(n));
 }
 
-// Goes on while there are sixteen left.
-template <bool kStream, class Src, class Dst> ORV_INLINE void sixteens(const Src*& src, Dst*& dst, size_t& left) {
-  for (; left >= 16; left -= 16, src += 16, dst += 16) sixteen<kStream>(src, dst);
+// Fewer than sixteen. A function of its own, called last, so that longer calls need no memory for tails on their stack.
+template <class Src, class Dst> __attribute__((noinline)) VelStatus convertTail(const Src* src, Dst* dst, size_t n) {
+  Tail<16 * sizeof(Src)> from;
+  Tail<16 * sizeof(Dst)> to;
+  from.load(src, n * sizeof *src);
+  convert16<false>(reinterpret_cast<const Src*>(from.bytes), reinterpret_cast<Dst*>(to.bytes));
+  to.store(dst, n * sizeof *dst);
+  return velStsNoErr;
 }
-template <class Src, class Dst> ORV_INLINE void few(const Src* src, Dst* dst, size_t n) {
-  Src from[16];
-  Dst to[16];
-  for (size_t i = 0; i < sizeof from; i += 16) store(reinterpret_cast<Vel8u*>(from) + i, zero());
-  memcpy(from, src, n * sizeof *from);
-  sixteen<false>(from, to);
-  memcpy(dst, to, n * sizeof *to);
+
+// Sixteen or more. The last sixteen may overlap those before them, which gives the same once more.
+template <bool kStreams, class Src, class Dst> ORV_INLINE void convertRun(const Src* src, Dst* dst, size_t n) {
+  for (; n >= 16; n -= 16, src += 16, dst += 16) convert16<kStreams>(src, dst);
+  if (n > 0) convert16<false>(src + n - 16, dst + n - 16);
 }
 
 template <class Src, class Dst> ORV_INLINE VelStatus convert(const Src* src, Dst* dst, int len) {
   if (!src || !dst) return velStsNullPtrErr;
   if (len < 1) return velStsSizeErr;
-  size_t left = size_t(len);
-  if (left < 16) {
-    few(src, dst, left);
-    return velStsNoErr;
-  }
-  const size_t toAligned = -reinterpret_cast<uintptr_t>(dst) & 15;
-  if (toAligned % sizeof *dst == 0 && streams<Src, Dst>(left)) {
-    sixteen<false>(src, dst);
+  const size_t n = size_t(len), toAligned = -reinterpret_cast<uintptr_t>(dst) & 15;
+  if (n < 16) return convertTail(src, dst, n);
+  if (toAligned % sizeof *dst == 0 && streams<Src, Dst>(n)) {
     const size_t head = toAligned / sizeof *dst;
-    src += head, dst += head, left -= head;
-    sixteens<true>(src, dst, left);
+    convert16<false>(src, dst);
+    convertRun<true>(src + head, dst + head, n - head);
     streamEnd();
   } else {
-    sixteens<false>(src, dst, left);
+    convertRun<false>(src, dst, n);
   }
-  if (left > 0) sixteen<false>(src + left - 16, dst + left - 16);  // once more what the last whole ones reach
   return velStsNoErr;
 }
 

@@ -5,8 +5,8 @@
 namespace {
 
 // What is multiplied, in place.
-struct Words {
-  static constexpr size_t kWhole = 16, kElement = 2;
+struct InPlace {
+  static constexpr size_t kVector = sizeof(Lanes), kElement = 2;
   static constexpr int kReads = 1;
   Vel8u* src;
   int val;
@@ -14,10 +14,10 @@ struct Words {
 };
 
 // The product, saturated.
-struct Product : Words {
-  template <size_t kBytes> Lane at(size_t i) const { return product(loadPiece<kBytes>(src + i)); }
-  Lane product(Lane x) const {
-    const Lane by = all16(val), low = mulLow16(x, by), high = mulHigh16(x, by);
+struct Product : InPlace {
+  template <size_t kBytes> auto at(size_t i) const { return product(loadBytes<kBytes>(src + i)); }
+  template <class V> V product(V x) const {
+    const V low = mulLow16(x, all16(val)), high = mulHigh16(x, all16(val));
     return narrow32(interleaveLow16(low, high), interleaveHigh16(low, high));
   }
 };
@@ -26,8 +26,9 @@ struct Product : Words {
 // as good as any power above: all but zero are at a limit then.
 struct ScaledUp : Product {
   int power;  // 1..15
-  template <size_t kBytes> Lane at(size_t i) const {
-    const Lane p = product(loadPiece<kBytes>(src + i)), down = fromInt(16 - power);
+  template <size_t kBytes> auto at(size_t i) const {
+    const auto p = product(loadBytes<kBytes>(src + i));
+    const Lane down = fromInt(16 - power);
     return narrow32(shiftRight32(interleaveLow16(zero(), p), down), shiftRight32(interleaveHigh16(zero(), p), down));
   }
 };
@@ -35,16 +36,16 @@ struct ScaledUp : Product {
 // The product divided by a power of two, halves to even, saturated. With half of the divisor added, as a second product
 // in the multiply-add, the shift rounds halves up. Where it gives an odd number, one less is shifted instead, which
 // changes halves only.
-struct ScaledDown : Words {
+struct ScaledDown : InPlace {
   int power;  // 1..30
-  template <size_t kBytes> Lane at(size_t i) const {
-    const Lane x = loadPiece<kBytes>(src + i);
+  template <size_t kBytes> auto at(size_t i) const {
+    const auto x = loadBytes<kBytes>(src + i);
     const int a = -(1 << (power - 1) / 2), b = -(1 << power / 2);  // a b = 2^(power - 1), each within a word
     return narrow32(rounded(interleaveLow16(x, all16(a)), b), rounded(interleaveHigh16(x, all16(a)), b));
   }
-  Lane rounded(Lane pairs, int b) const {
-    const Lane sum = mulAddPairs16(pairs, all32(int(Vel16u(val) | unsigned(b) << 16))), bit = all32(1 << power);
-    const Lane odd = equal32((sum & bit), bit);  // -1
+  template <class V> V rounded(V pairs, int b) const {
+    const V sum = mulAddPairs16(pairs, allPairs16(val, b)), bit = all32(1 << power);
+    const V odd = equal32(sum & bit, bit);  // -1
     return shiftRight32(add32(sum, odd), fromInt(power));
   }
 };
@@ -59,7 +60,7 @@ ORV_BODY_A(velsMulC_16s_ISfs)(Vel16s val, Vel16s* pSrcDst, int len, int scaleFac
   if (val == 0 || scaleFactor > 30) return clearVector(pSrcDst, len);
   Vel8u* const dst = bytesOf(pSrcDst);
   const size_t n = size_t(len) * sizeof *pSrcDst;
-  const Words words{dst, val};
+  const InPlace words{dst, val};
   if (scaleFactor > 0) return fill(ScaledDown{words, scaleFactor}, dst, n);
   if (scaleFactor < 0) return fill(ScaledUp{{words}, scaleFactor < -15 ? 15 : -scaleFactor}, dst, n);
   return val == 1 ? velStsNoErr : fill(Product{words}, dst, n);

@@ -33,9 +33,9 @@ ORV_INLINE Vel64u sumOfSquares(const Vel8u* p, size_t n) {
     odd.add(load(p + 16));
   }
   if (n & 16) even.add(load(p)), p += 16;
-  if (n & 8) odd.add(loadPiece<8>(p)), p += 8;
-  if (n & 4) even.add(loadPiece<4>(p)), p += 4;
-  if (n & 2) odd.add(loadPiece<2>(p));
+  if (n & 8) odd.add(loadBytes<8>(p)), p += 8;
+  if (n & 4) even.add(loadBytes<4>(p)), p += 4;
+  if (n & 2) odd.add(loadBytes<2>(p));
   even.add(odd);
   return even.sum();
 }
@@ -50,7 +50,6 @@ ORV_INLINE double toDouble(Vel64u x) { return double(Vel32s(x >> 32)) * 42949672
 ORV_BODY_A(velsNorm_L2_16s32f)(const Vel16s* pSrc, int len, Vel32f* pNorm) {
   if (!pSrc || !pNorm) return velStsNullPtrErr;
   if (len < 1) return velStsSizeErr;
-  const __m128d sum = _mm_set_sd(toDouble(sumOfSquares(bytesOf(pSrc), size_t(len) * sizeof *pSrc)));
-  _mm_store_ss(pNorm, _mm_cvtsd_ss(allFloats<Floats4>(0), _mm_sqrt_sd(sum, sum)));
+  *pNorm = float(__builtin_sqrt(toDouble(sumOfSquares(bytesOf(pSrc), size_t(len) * sizeof *pSrc))));
   return velStsNoErr;
 }

@@ -321,6 +321,29 @@ TEST_P(Resize, KeepsThingsInTheirPlaces) {
       }
 }
 
+// A buffer of just the size that is asked for holds a method's tables and sums, between pages that no one may touch:
+// at all small sizes, where the least room is left.
+TEST_P(Resize, FitsIntoTheBuffer) {
+  for (const int method : kMethods)
+    for (const int flag : {0, model::kAntialias})
+      for (int from = 1; from <= 12; ++from)
+        for (int to = 1; to <= 12; ++to) {
+          if (method == velInterSuper && to > from) continue;
+          const int height = 1 + below(3), dstHeight = method == velInterSuper ? height : 1 + below(5);
+          Call call(kForms[below(6)],
+                    {{from, height},
+                     {0, 0, from, height},
+                     {0, 0, to, dstHeight},
+                     double(to) / from,
+                     double(dstHeight) / height,
+                     0,
+                     0,
+                     method | flag},
+                    random);
+          ASSERT_NO_FATAL_FAILURE(call.run()) << call.l.name << ' ' << call.g;
+        }
+}
+
 class ResizeArguments : public OnEveryPath {};
 ORV_ON_EVERY_PATH(ResizeArguments);
 

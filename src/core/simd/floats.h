@@ -1,5 +1,5 @@
-// Vectors of floats, from and to integers. Sums, differences, products and quotients are written with the operators; they
-// are not contracted, and keep their order.
+// Vectors of floats. Sums, differences, products and quotients are written with the operators; they are not contracted, and
+// keep their order.
 #pragma once
 #include "core/simd/shuffles.h"
 
@@ -9,10 +9,9 @@ constexpr int kFloats = int(sizeof(Floats) / sizeof(float));  // how many a vect
 constexpr size_t kFloatsBytes = sizeof(Floats);
 typedef float Floats4 __attribute__((vector_size(16)));
 
-// ---- Halves, where a vector of floats is wider than a lane; Dwords are as many integers as Floats has floats
+// ---- Lanes and halves of vectors that may be wider than a lane
 
 #if ORV_HAS_WIDE_FLOAT
-typedef long long Dwords __attribute__((vector_size(32)));
 ORV_INLINE Dwords joinHalves(Lane low, Lane high) {
   return _mm256_insertf128_si256(_mm256_castsi128_si256(low), high, 1);
 }
@@ -23,11 +22,13 @@ ORV_INLINE Floats joinHalves(Floats4 low, Floats4 high) {
 }
 ORV_INLINE Floats4 lowHalf(Floats v) { return _mm256_castps256_ps128(v); }
 ORV_INLINE Floats4 highHalf(Floats v) { return _mm256_extractf128_ps(v, 1); }
+// Lane i of v.
+ORV_INLINE Floats4 laneOf(Floats v, int i) { return i == 0 ? lowHalf(v) : highHalf(v); }
 #else
-using Dwords = Lane;
+ORV_INLINE Floats4 laneOf(Floats v, int) { return v; }
 #endif
 
-// Two lanes, the second 16 bytes after the first, past the caches or not; and a lane as often as Floats has lanes.
+// Two lanes, one after the other, past the caches or not.
 template <bool kStreams> ORV_INLINE void putPair(void* p, Lane low, Lane high) {
 #if ORV_HAS_WIDE_FLOAT
   put<kStreams>(p, Floats(joinHalves(low, high)));
@@ -36,6 +37,17 @@ template <bool kStreams> ORV_INLINE void putPair(void* p, Lane low, Lane high) {
   put<kStreams>(static_cast<Lane*>(p) + 1, high);
 #endif
 }
+// The same two, with the bits that `kept` has, and low and high have not, left as they are in memory.
+ORV_INLINE void storePairButKept(void* p, Lane low, Lane high, Lane kept) {
+#if ORV_HAS_WIDE_FLOAT
+  store(p, joinHalves(low, high) | (load<Dwords>(p) & joinHalves(kept, kept)));
+#else
+  const auto storeLane = [=](Lane* at, Lane v) { store(at, v | (load(at) & kept)); };
+  storeLane(static_cast<Lane*>(p), low);
+  storeLane(static_cast<Lane*>(p) + 1, high);
+#endif
+}
+// The same lane as often as Floats has lanes.
 ORV_INLINE Floats repeatLane(Lane v) {
 #if ORV_HAS_WIDE_FLOAT
   return Floats(joinHalves(v, v));
@@ -66,7 +78,8 @@ ORV_INLINE Floats4 keepFourth(Floats4 v, Floats4 old) {
 #if ORV_HAS_BLEND
   return _mm_blend_ps(v, old, 8);
 #else
-  return asFloats(selectBits(_mm_setr_epi32(0, 0, 0, -1), asBits(old), asBits(v)));
+  const Lane three = _mm_setr_epi32(-1, -1, -1, 0), fourth = _mm_setr_epi32(0, 0, 0, -1);
+  return asFloats((asBits(v) & three) | (asBits(old) & fourth));
 #endif
 }
 #if ORV_HAS_WIDE_FLOAT
@@ -85,128 +98,112 @@ ORV_INLINE Floats keepFourth(Floats v, Floats old) { return _mm256_blend_ps(v, o
 #endif
 ORV_INLINE Floats allFloats(float x) { return allFloats<Floats>(x); }
 
-// ---- Runs: n elements, 1, 2, 4, 8 or 16, in as many vectors as they take. Fewer than four leave a vector's rest undefined.
+// ---- Operations that keep the order of their operands
+//
+// Of two NaNs an instruction gives the first. Compilers think that the operands of a sum or a product may change places,
+// hence the instructions themselves.
 
-template <int n> struct RunVectors {
-  static constexpr bool kIsWide = n >= kFloats;
-  template <class Wide, class Narrow> static auto pick() {
-    if constexpr (kIsWide)
-      return Wide();
-    else
-      return Narrow();
-  }
-  using Float = decltype(pick<Floats, Floats4>());
-  using Int = decltype(pick<Dwords, Lane>());
-  static constexpr int kElements = int(sizeof(Float) / sizeof(float));  // of a vector
-  static constexpr int kCount = n > kElements ? n / kElements : 1;
-};
-template <int n> struct FloatRun {
-  using V = typename RunVectors<n>::Float;
-  static constexpr int kElements = RunVectors<n>::kElements, kCount = RunVectors<n>::kCount;
-  V v[kCount];
-};
-template <int n> struct DwordRun {
-  using V = typename RunVectors<n>::Int;
-  static constexpr int kElements = RunVectors<n>::kElements, kCount = RunVectors<n>::kCount;
-  V v[kCount];
-};
+// Floats at a multiple of 16 bytes, which SSE's instructions, too, take from memory.
+typedef float FloatsInMemory __attribute__((vector_size(sizeof(Floats)), aligned(16)));
+ORV_INLINE const FloatsInMemory& inMemory(const float* p) { return *reinterpret_cast<const FloatsInMemory*>(p); }
 
-template <int n> ORV_INLINE FloatRun<n> loadRun(const float* p) {
-  using Run = FloatRun<n>;
-  if constexpr (n < 4) return {{asFloats(loadFirst<4 * n>(p))}};
-  Run run;
-  ORV_UNROLL for (int i = 0; i < Run::kCount; ++i) run.v[i] = load<typename Run::V>(p + i * Run::kElements);
-  return run;
-}
-template <bool kStreams = false, int n> ORV_INLINE void storeRun(float* p, const FloatRun<n>& run) {
-  if constexpr (n < 4)
-    storeFirst<4 * n>(p, asBits(run.v[0]));
-  else
-    ORV_UNROLL for (int i = 0; i < run.kCount; ++i) put<kStreams>(p + i * run.kElements, run.v[i]);
-}
-
-template <int n> ORV_INLINE FloatRun<n> keepFourth(const FloatRun<n>& run, const FloatRun<n>& old) {
-  FloatRun<n> kept;
-  ORV_UNROLL for (int i = 0; i < run.kCount; ++i) kept.v[i] = keepFourth(run.v[i], old.v[i]);
-  return kept;
-}
-
-// f of each vector.
-template <int n, class F> ORV_INLINE FloatRun<n> each(FloatRun<n> run, const F& f) {
-  ORV_UNROLL for (auto& v : run.v) v = f(v);
-  return run;
-}
-template <int n> ORV_INLINE FloatRun<n> toFloats(const DwordRun<n>& run) {
-  FloatRun<n> floats;
-  ORV_UNROLL for (int i = 0; i < run.kCount; ++i) floats.v[i] = toFloats(run.v[i]);
-  return floats;
-}
-template <int n> ORV_INLINE DwordRun<n> toNearest(const FloatRun<n>& run) {
-  DwordRun<n> dwords;
-  ORV_UNROLL for (int i = 0; i < run.kCount; ++i) dwords.v[i] = toNearest(run.v[i]);
-  return dwords;
-}
-template <int n> ORV_INLINE DwordRun<n> truncated(const FloatRun<n>& run) {
-  DwordRun<n> dwords;
-  ORV_UNROLL for (int i = 0; i < run.kCount; ++i) dwords.v[i] = truncated(run.v[i]);
-  return dwords;
-}
-
-// The dwords of so many lanes.
-template <int n> ORV_INLINE DwordRun<n> runOf(const Lane (&lanes)[n < 4 ? 1 : n / 4]) {
-  DwordRun<n> run;
-  if constexpr (sizeof run.v[0] == 16) {
-    ORV_UNROLL for (int i = 0; i < run.kCount; ++i) run.v[i] = lanes[i];
-  }
 #if ORV_HAS_WIDE_FLOAT
-  else {
-    ORV_UNROLL for (int i = 0; i < run.kCount; ++i) run.v[i] = joinHalves(lanes[2 * i], lanes[2 * i + 1]);
-  }
-#endif
-  return run;
-}
-// The first n bytes of a lane, unsigned; the words of two lanes, unsigned.
-template <int n> ORV_INLINE FloatRun<n> bytesToFloats(Lane bytes) {
-  Lane lanes[n < 4 ? 1 : n / 4];
-#if ORV_HAS_SHUFFLE
-  ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] =
-      shuffle8(bytes, _mm_set_epi32(int(0x80808003u + 4 * unsigned(i)), int(0x80808002u + 4 * unsigned(i)),
-                                    int(0x80808001u + 4 * unsigned(i)), int(0x80808000u + 4 * unsigned(i))));
+#define ORV_ORDERED(instruction, a, where, b) __asm__("v" instruction " %2, %1, %0" : "=x"(a) : "x"(a), where(b))
 #else
-  const Lane low = widenLowU8(bytes), high = widenHighU8(bytes);
-  lanes[0] = widenLowU16(low);
-  if constexpr (n > 4) lanes[1] = widenHighU16(low);
-  if constexpr (n > 8) lanes[2] = widenLowU16(high), lanes[3] = widenHighU16(high);
+#define ORV_ORDERED(instruction, a, where, b) __asm__(instruction " %1, %0" : "+x"(a) : where(b))
 #endif
-  return toFloats(runOf<n>(lanes));
+template <class F> ORV_INLINE F addInOrder(F a, F b) {
+  ORV_ORDERED("addps", a, "x", b);
+  return a;
 }
-template <int n> ORV_INLINE FloatRun<n> loadBytesAsFloats(const Vel8u* p) {
-#if ORV_HAS_BLEND
-  Lane lanes[n < 4 ? 1 : n / 4];
-  for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] = _mm_cvtepu8_epi32(loadFirst<(n < 4 ? n : 4)>(p + 4 * i));
-  return toFloats(runOf<n>(lanes));
+ORV_INLINE Floats addInMemory(Floats a, const float* p) {
+  ORV_ORDERED("addps", a, "m", inMemory(p));
+  return a;
+}
+template <class F> ORV_INLINE F mulInOrder(F a, F b) {
+  ORV_ORDERED("mulps", a, "x", b);
+  return a;
+}
+#undef ORV_ORDERED
+
+// ---- Four vectors as matrices of four by four, one in each lane: vector i is row i of each
+
+struct Floats4x4 {
+  Floats v[4];
+};
+ORV_INLINE Floats4x4 transpose(const Floats4x4& m) {
+#if ORV_HAS_WIDE_FLOAT
+  const auto low = [](Floats a, Floats b) { return _mm256_unpacklo_ps(a, b); };
+  const auto high = [](Floats a, Floats b) { return _mm256_unpackhi_ps(a, b); };
+  const auto lowPairs = [](Floats a, Floats b) { return _mm256_shuffle_ps(a, b, 0x44); };
+  const auto highPairs = [](Floats a, Floats b) { return _mm256_shuffle_ps(a, b, 0xEE); };
 #else
-  return bytesToFloats<n>(loadFirst<n>(p));
+  const auto low = [](Floats a, Floats b) { return _mm_unpacklo_ps(a, b); };
+  const auto high = [](Floats a, Floats b) { return _mm_unpackhi_ps(a, b); };
+  const auto lowPairs = [](Floats a, Floats b) { return _mm_shuffle_ps(a, b, 0x44); };
+  const auto highPairs = [](Floats a, Floats b) { return _mm_shuffle_ps(a, b, 0xEE); };
 #endif
-}
-ORV_INLINE FloatRun<16> wordsToFloats(Lane low, Lane high) {
-  return toFloats(runOf<16>({widenLowU16(low), widenHighU16(low), widenLowU16(high), widenHighU16(high)}));
+  // 00 10 01 11 | 20 30 21 31 | 02 12 03 13 | 22 32 23 33
+  const Floats a = low(m.v[0], m.v[1]), b = low(m.v[2], m.v[3]), c = high(m.v[0], m.v[1]), d = high(m.v[2], m.v[3]);
+  return {{lowPairs(a, b), highPairs(a, b), lowPairs(c, d), highPairs(c, d)}};
 }
 
-// Signed words of dwords, saturated.
-template <int n> ORV_INLINE Lane wordsOf(const DwordRun<n>& run, int vector = 0) {
-  if constexpr (n < 8) return narrow32(run.v[0], run.v[0]);
+// ---- The first n floats, n being known at run time only and less than a vector has: nothing after them is touched
+
 #if ORV_HAS_WIDE_FLOAT
-  else
-    return narrow32(lowHalf(run.v[vector]), highHalf(run.v[vector]));
+ORV_INLINE Floats loadFirst(const float* p, int n) {
+  const Floats places = _mm256_setr_ps(0, 1, 2, 3, 4, 5, 6, 7);
+  return _mm256_maskload_ps(p, asBits(_mm256_cmp_ps(places, allFloats(float(n)), _CMP_LT_OQ)));
+}
 #else
-  else
-    return narrow32(run.v[2 * vector], run.v[2 * vector + 1]);
+ORV_INLINE Floats loadFirst(const float* p, int n) {
+  if (n == 1) return _mm_load_ss(p);
+  const Floats pair = asFloats(loadLow(p));
+  return n == 2 ? pair : _mm_movelh_ps(pair, _mm_load_ss(p + 2));
+}
+#endif
+ORV_INLINE void storeFirst(float* p, Floats4 v, int n) {
+  if (n == 1) return _mm_store_ss(p, v);
+  storeLow(p, asBits(v));
+  if (n == 3) _mm_store_ss(p + 2, _mm_movehl_ps(v, v));
+}
+
+// ---- Between elements and lanes
+
+constexpr int kFloatsLanes = kFloats / 4;  // how many lanes Floats has
+
+// As many lanes as Floats has: lane i is at(i).
+template <class At> ORV_INLINE auto joinLanes(const At& at) {
+#if ORV_HAS_WIDE_FLOAT
+  return joinHalves(at(0), at(1));
+#else
+  return at(0);
 #endif
 }
-// Unsigned bytes of dwords, saturated.
-template <int n> ORV_INLINE Lane narrowTo8U(const DwordRun<n>& run) {
-  return narrow16To8U(wordsOf(run, 0), wordsOf(run, n == 16 ? 1 : 0));
+// Lanes `distance` bytes apart, one after the other: what they have in common is the later one's.
+ORV_INLINE void store(void* p, Floats v, [[maybe_unused]] ptrdiff_t distance) {
+#if ORV_HAS_WIDE_FLOAT
+  store(p, lowHalf(v));
+  store(static_cast<Vel8u*>(p) + distance, highHalf(v));
+#else
+  store(p, v);
+#endif
 }
+// Element i of a lane in all four places.
+template <int i> ORV_INLINE Floats4 repeatElement(Floats4 v) { return _mm_shuffle_ps(v, v, shuffleCode(i, i, i, i)); }
+
+// The sums of the four elements of each lane: element i of the lane is vector i's. They are (0 + 2) + (1 + 3).
+ORV_INLINE Floats4 laneSums(const Floats4 (&v)[4]) {
+  const Floats4 a = _mm_unpacklo_ps(v[0], v[1]) + _mm_unpackhi_ps(v[0], v[1]);
+  const Floats4 b = _mm_unpacklo_ps(v[2], v[3]) + _mm_unpackhi_ps(v[2], v[3]);
+  return _mm_movelh_ps(a, b) + _mm_movehl_ps(b, a);
+}
+#if ORV_HAS_WIDE_FLOAT
+ORV_INLINE Floats laneSums(const Floats (&v)[4]) {
+  const Floats a = _mm256_unpacklo_ps(v[0], v[1]) + _mm256_unpackhi_ps(v[0], v[1]);
+  const Floats b = _mm256_unpacklo_ps(v[2], v[3]) + _mm256_unpackhi_ps(v[2], v[3]);
+  return _mm256_shuffle_ps(a, b, 0x44) + _mm256_shuffle_ps(a, b, 0xEE);
+}
+#endif
 
 }  // namespace

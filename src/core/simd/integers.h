@@ -23,6 +23,7 @@ ORV_CONSTANT(all16, int, short, epi16)
 ORV_CONSTANT(all32, int, int, epi32)
 #undef ORV_CONSTANT
 template <class V = Lane> ORV_INLINE V zero() { return V{}; }
+ORV_INLINE Lane all64(long long x) { return Lane{x, x}; }
 // The same two words, or four bytes, in every dword.
 template <class V = Lane> ORV_INLINE V allPairs16(int a, int b) {
   return all32<V>(int((unsigned(a) & 0xFFFF) | unsigned(b) << 16));
@@ -35,6 +36,10 @@ template <class V = Lane, class At> ORV_INLINE V bytePattern(At at) {
   return repeated<V>(_mm_setr_epi8(char(at(0)), char(at(1)), char(at(2)), char(at(3)), char(at(4)), char(at(5)),
                                    char(at(6)), char(at(7)), char(at(8)), char(at(9)), char(at(10)), char(at(11)),
                                    char(at(12)), char(at(13)), char(at(14)), char(at(15))));
+}
+// A lane of these words, the first at the lowest address.
+ORV_INLINE Lane laneOf16(int a, int b, int c, int d, int e, int f, int g, int h) {
+  return _mm_setr_epi16(short(a), short(b), short(c), short(d), short(e), short(f), short(g), short(h));
 }
 
 // ---- Arithmetic, element by element
@@ -124,6 +129,15 @@ ORV_SHIFT(shiftRightU32, srli_epi32, srl_epi32)
 ORV_SHIFT(shiftRightU64, srli_epi64, srl_epi64)
 #undef ORV_SHIFT
 
+// v / 2^n to the nearest integer, halves up, of words from 0 to 32767 - 2^(n - 1).
+template <int n> ORV_INLINE Lane shiftRightRound16(Lane v) {
+#if ORV_HAS_SHUFFLE
+  return mulRound16(v, all16(1 << (15 - n)));
+#else
+  return shiftRightU16(add16(v, all16(1 << (n - 1))), n);
+#endif
+}
+
 // v without its sign, and v with the signs of `signs` (nothing in particular where those are zero).
 #if ORV_HAS_SHUFFLE
 ORV_INLINE Lane magnitude16(Lane v) { return _mm_abs_epi16(v); }
@@ -149,10 +163,27 @@ ORV_INLINE Lane select(Lane mask, Lane yes, Lane no) {
 #if ORV_HAS_WIDE_INTEGER
 ORV_INLINE Lanes select(Lanes mask, Lanes yes, Lanes no) { return _mm256_blendv_epi8(no, yes, mask); }
 #endif
+// The same of two constants; and where `no` has all bits wherever the mask has.
+ORV_INLINE Lane selectConstant(Lane mask, Lane yes, Lane no) {
+#if ORV_HAS_BLEND
+  return select(mask, yes, no);
+#else
+  return (mask & (yes ^ no)) ^ no;
+#endif
+}
+ORV_INLINE Lane selectOverOnes(Lane mask, Lane yes, Lane no) {
+#if ORV_HAS_BLEND
+  return select(mask, yes, no);
+#else
+  return _mm_andnot_si128(_mm_andnot_si128(yes, mask), no);  // compilers make three operations of ~(~yes & mask) & no
+#endif
+}
 // The same with plain logic on every path, which any unit does: a blend by a vector takes one that multiplies.
 template <class V> ORV_INLINE V selectBits(V mask, V yes, V no) { return (mask & yes) | (~mask & no); }
 // Pixels of four bytes: three from v, the fourth, alpha as a rule, from old.
-template <class V> ORV_INLINE V keepFourth8(V v, V old) { return selectBits(all32<V>(int(0xFF000000)), old, v); }
+template <class V> ORV_INLINE V keepFourth8(V v, V old) {
+  return (v & all32<V>(0xFFFFFF)) | (old & all32<V>(int(0xFF000000)));
+}
 
 #if ORV_HAS_BLEND
 ORV_INLINE bool allZero(Lane v) { return _mm_testz_si128(v, v) != 0; }

@@ -9,10 +9,13 @@ typedef long long Lanes __attribute__((vector_size(32)));
 #else
 using Lanes = Lane;
 #endif
+// Dwords are as many integers as Floats has floats.
 #if ORV_HAS_WIDE_FLOAT
 typedef float Floats __attribute__((vector_size(32)));
+typedef long long Dwords __attribute__((vector_size(32)));
 #else
 typedef float Floats __attribute__((vector_size(16)));
+using Dwords = Lane;
 #endif
 
 namespace {
@@ -27,6 +30,8 @@ template <class V> ORV_INLINE V load(const void* p) {
 ORV_INLINE Lane load(const void* p) { return load<Lane>(p); }
 ORV_INLINE Lane loadAligned(const void* p) { return _mm_load_si128(static_cast<const Lane*>(p)); }
 template <class V> ORV_INLINE void store(void* p, V v) { memcpy(p, &v, sizeof v); }
+// p is a multiple of the vector's size.
+template <class V> ORV_INLINE void storeAligned(void* p, V v) { *static_cast<V*>(p) = v; }
 // Lanes that lie `distance` bytes apart: the first at p.
 template <class V> ORV_INLINE V load(const void* p, ptrdiff_t distance) {
 #if ORV_HAS_WIDE_INTEGER
@@ -61,10 +66,27 @@ ORV_INLINE void lanesEnd() {
 #endif
 }
 
+// A lane of constants in memory, for kernels with more of them than registers: each use reads it there.
+template <class T> struct alignas(16) LaneConstant {
+  T elements[16 / sizeof(T)];
+  ORV_INLINE operator Lane() const { return loadAligned(this); }
+};
+using ByteConstant = LaneConstant<Vel8u>;
+using WordConstant = LaneConstant<Vel16s>;
+using DwordConstant = LaneConstant<Vel32s>;
+
 // ---- Half lanes
 
 // Eight bytes, then zeros.
 ORV_INLINE Lane loadLow(const void* p) { return _mm_loadl_epi64(static_cast<const Lane*>(p)); }
+// Eight bytes, then anything: where it is at hand as an operand, so much is read.
+ORV_INLINE Lane loadLowOrMore(const void* p) {
+#if ORV_HAS_WIDE_FLOAT
+  return load(p);
+#else
+  return loadLow(p);
+#endif
+}
 // Eight bytes from p, then eight from q.
 ORV_INLINE Lane loadHalves(const void* p, const void* q) {
   return _mm_castpd_si128(_mm_loadh_pd(_mm_load_sd(static_cast<const double*>(p)), static_cast<const double*>(q)));
@@ -103,13 +125,25 @@ template <int n> ORV_INLINE Lane loadFirst(const void* p) {
 }
 template <int n> ORV_INLINE void storeFirst(void* p, Lane v) {
   if constexpr (n == 16) {
-    store(p, v);
+    _mm_storeu_si128(static_cast<__m128i_u*>(p), v);  // gcc lays out branches around it better than around memcpy
   } else if constexpr (n == 8) {
     storeLow(p, v);
   } else {
     const int dword = toInt(v);
     memcpy(p, &dword, n);
   }
+}
+
+// The first n bytes of a lane where n, at most 16, is known at run time only.
+ORV_INLINE Lane loadFirst(const void* p, size_t n) {
+  alignas(16) Vel8u bytes[16] = {};
+  memcpy(bytes, p, n);
+  return loadAligned(bytes);
+}
+ORV_INLINE void storeFirst(void* p, Lane v, size_t n) {
+  alignas(16) Vel8u bytes[16];
+  store(static_cast<Vel8u*>(bytes), v);
+  memcpy(p, bytes, n);
 }
 
 // The tail of a run, of a length that is known at run time only: memory for whole vectors, of which the first n bytes are
@@ -129,6 +163,7 @@ template <int kBytes> struct Tail {
 ORV_INLINE void stream(void* p, Lane v) { _mm_stream_si128(static_cast<Lane*>(p), v); }
 #if ORV_HAS_WIDE_FLOAT
 ORV_INLINE void stream(void* p, Floats v) { _mm256_stream_ps(static_cast<float*>(p), v); }
+ORV_INLINE void stream(void* p, Dwords v) { stream(p, Floats(v)); }
 #else
 ORV_INLINE void stream(void* p, Floats v) { _mm_stream_ps(static_cast<float*>(p), v); }
 #endif

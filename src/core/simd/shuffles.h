@@ -77,9 +77,53 @@ template <int n> ORV_INLINE Lane shiftBytesDown(Lane v) { return _mm_srli_si128(
 #if ORV_HAS_SHUFFLE
 // Byte i is byte places[i] of v, or 0 where the highest bit of places[i] is set.
 ORV_INLINE Lane shuffle8(Lane v, Lane places) { return _mm_shuffle_epi8(v, places); }
+// Byte i is at(index[i]), from a table of at(0) to at(15) that is made in compiling; 0 as above.
+template <int (*at)(int)> constexpr long long tableHalf(int start) {
+  Vel64u half = 0;
+  for (int i = 0; i < 8; ++i) half |= Vel64u(at(start + i) & 0xFF) << 8 * i;
+  return static_cast<long long>(half);
+}
+template <int (*at)(int)> ORV_INLINE Lane lookUp(Lane index) {
+  constexpr long long low = tableHalf<at>(0), high = tableHalf<at>(8);
+  return shuffle8(Lane{low, high}, index);
+}
 // Sixteen bytes of low, then high, from byte n on.
 template <int n> ORV_INLINE Lane align8(Lane low, Lane high) { return _mm_alignr_epi8(high, low, n); }
 #endif
+
+// Bytes kFrom to kFrom + 3 as dwords; what is past the lane's end counts as zero.
+template <int kFrom> ORV_INLINE Lane widenU8To32(Lane v) {
+#if ORV_HAS_BLEND
+  if constexpr (kFrom == 0) return _mm_cvtepu8_epi32(v);
+#endif
+#if ORV_HAS_SHUFFLE
+  return shuffle8(v, bytePattern([](int i) { return i % 4 == 0 && kFrom + i / 4 < 16 ? kFrom + i / 4 : -1; }));
+#else
+  if constexpr (kFrom % 4 != 0) {
+    return widenLowU16(widenLowU8(shiftBytesDown<kFrom>(v)));
+  } else {
+    const Lane words = kFrom < 8 ? widenLowU8(v) : widenHighU8(v);
+    return kFrom % 8 == 0 ? widenLowU16(words) : widenHighU16(words);
+  }
+#endif
+}
+// The same of quarter i of the bytes; i is a constant where loops are unrolled.
+ORV_INLINE Lane widenQuarterU8(Lane v, int i) {
+  return i == 0 ? widenU8To32<0>(v) : i == 1 ? widenU8To32<4>(v) : i == 2 ? widenU8To32<8>(v) : widenU8To32<12>(v);
+}
+
+// Word i is the two bytes at p + offset(i).
+template <class Offset> ORV_INLINE Lane gather16(const Vel8u* p, const Offset& offset) {
+  const auto word = [&](int i) {
+    Vel16u bytes;
+    memcpy(&bytes, p + offset(i), 2);
+    return int(bytes);
+  };
+  Lane v = fromInt(word(0));
+  v = _mm_insert_epi16(v, word(1), 1), v = _mm_insert_epi16(v, word(2), 2), v = _mm_insert_epi16(v, word(3), 3);
+  v = _mm_insert_epi16(v, word(4), 4), v = _mm_insert_epi16(v, word(5), 5), v = _mm_insert_epi16(v, word(6), 6);
+  return _mm_insert_epi16(v, word(7), 7);
+}
 
 // Word i of b where bit i of the mask is set, else of a.
 template <int kMask> ORV_INLINE Lane blend16(Lane a, Lane b) {
@@ -88,6 +132,15 @@ template <int kMask> ORV_INLINE Lane blend16(Lane a, Lane b) {
 #else
   constexpr auto word = [](int i) { return kMask >> i & 1 ? short(-1) : short(0); };
   return selectBits(_mm_setr_epi16(word(0), word(1), word(2), word(3), word(4), word(5), word(6), word(7)), b, a);
+#endif
+}
+
+// The low eight bytes from last to first.
+ORV_INLINE Lane reverseLow8(Lane v) {
+#if ORV_HAS_SHUFFLE
+  return shuffle8(v, bytePattern([](int i) { return i < 8 ? 7 - i : -1; }));
+#else
+  return shuffleLow16<3, 2, 1, 0>(shiftRightU16(v, 8) | shiftLeft16(v, 8));
 #endif
 }
 
