@@ -17,7 +17,7 @@ struct InPlace {
 struct Product : InPlace {
   template <size_t kBytes> auto at(size_t i) const { return product(loadBytes<kBytes>(src + i)); }
   template <class V> V product(V x) const {
-    const V low = mulLow16(x, all16(val)), high = mulHigh16(x, all16(val));
+    const V low = mulLow16(x, all16<V>(val)), high = mulHigh16(x, all16<V>(val));
     return narrow32(interleaveLow16(low, high), interleaveHigh16(low, high));
   }
 };
@@ -27,9 +27,12 @@ struct Product : InPlace {
 struct ScaledUp : Product {
   int power;  // 1..15
   template <size_t kBytes> auto at(size_t i) const {
-    const auto p = product(loadBytes<kBytes>(src + i));
+    return scaledUp(product(loadBytes<kBytes>(src + i)));
+  }
+  template <class V> V scaledUp(V p) const {
     const Lane down = fromInt(16 - power);
-    return narrow32(shiftRight32(interleaveLow16(zero(), p), down), shiftRight32(interleaveHigh16(zero(), p), down));
+    return narrow32(shiftRight32(interleaveLow16(zero<V>(), p), down),
+                    shiftRight32(interleaveHigh16(zero<V>(), p), down));
   }
 };
 
@@ -39,12 +42,14 @@ struct ScaledUp : Product {
 struct ScaledDown : InPlace {
   int power;  // 1..30
   template <size_t kBytes> auto at(size_t i) const {
-    const auto x = loadBytes<kBytes>(src + i);
+    return scaledDown(loadBytes<kBytes>(src + i));
+  }
+  template <class V> V scaledDown(V x) const {
     const int a = -(1 << (power - 1) / 2), b = -(1 << power / 2);  // a b = 2^(power - 1), each within a word
-    return narrow32(rounded(interleaveLow16(x, all16(a)), b), rounded(interleaveHigh16(x, all16(a)), b));
+    return narrow32(rounded(interleaveLow16(x, all16<V>(a)), b), rounded(interleaveHigh16(x, all16<V>(a)), b));
   }
   template <class V> V rounded(V pairs, int b) const {
-    const V sum = mulAddPairs16(pairs, allPairs16(val, b)), bit = all32(1 << power);
+    const V sum = mulAddPairs16(pairs, allPairs16<V>(val, b)), bit = all32<V>(1 << power);
     const V odd = equal32(sum & bit, bit);  // -1
     return shiftRight32(add32(sum, odd), fromInt(power));
   }

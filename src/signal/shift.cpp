@@ -18,7 +18,7 @@ template <size_t kSize, Direction kTo, bool kKeepsSign> struct Shifted {
     const Lane n = fromInt(count);
     if constexpr (kSize == 4) return kTo == kLeft ? shiftLeft32(v, n) : shiftRight32(v, n);
     const auto words = kTo == kLeft ? shiftLeft16(v, n) : kKeepsSign ? shiftRight16(v, n) : shiftRightU16(v, n);
-    return kSize == 2 ? words : words & all8(kTo == kLeft ? 0xFF << count : 0xFF >> count);
+    return kSize == 2 ? words : words & all8<decltype(words)>(kTo == kLeft ? 0xFF << count : 0xFF >> count);
   }
 };
 

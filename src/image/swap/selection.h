@@ -51,11 +51,18 @@ template <class F> class Unselected {
   Unselected(const Selection& s, Lane codes)
       : kept_(equal8(codes, all8(kKept))), value_(equal8(codes, all8(kValue)) & all8(s.value)) {}
   // Stores what is selected together with this; `selected` is zero elsewhere.
-  template <bool kStreams> void storeWith(Lane selected, Vel8u* dst) const {
-    if (F::kKeeps)
-      store(dst, withValue(selected) | (load(dst) & kept_));
+  template <bool kStreams, class V> void storeWith(V selected, Vel8u* dst) const {
+    if constexpr (F::kKeeps)
+      store(dst, withValue(selected) | (load<V>(dst) & repeated<V>(kept_)));
     else
       put<kStreams>(dst, withValue(selected));
+  }
+  // The same for lanes that lie `distance` bytes apart.
+  template <bool kStreams, class V> void storeWith(V selected, Vel8u* dst, ptrdiff_t distance) const {
+    if constexpr (F::kKeeps)
+      store(dst, withValue(selected) | (load<V>(dst, distance) & repeated<V>(kept_)), distance);
+    else
+      put<kStreams>(dst, withValue(selected), distance);
   }
   // The same for two lanes.
   template <bool kStreams> void storeWith(Lane a, Lane b, Vel8u* dst) const {
@@ -65,7 +72,7 @@ template <class F> class Unselected {
   }
 
  private:
-  Lane withValue(Lane selected) const { return F::kFrom == 3 ? selected | value_ : selected; }
+  template <class V> V withValue(V selected) const { return F::kFrom == 3 ? selected | repeated<V>(value_) : selected; }
 
   Lane kept_, value_;
 };
