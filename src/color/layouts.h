@@ -66,10 +66,10 @@ template <bool kBgr> struct Interleaved {
   static constexpr int kPlanes = 1, kBytes = 3;
   static constexpr bool kKeepsFourth = false;
 
-  template <class V> static Pixels<kInOrder, V> load(const Vel8u* const* rows) {
+  template <class V> static ORV_INLINE Pixels<kInOrder, V> load(const Vel8u* const* rows) {
     return ordered<kBgr>(deinterleave3(load3<V>(rows[0])));
   }
-  template <Order kOrder, class V> static void store(Vel8u* const* rows, const Pixels<kOrder, V>& p) {
+  template <Order kOrder, class V> static ORV_INLINE void store(Vel8u* const* rows, const Pixels<kOrder, V>& p) {
     store3(rows[0], interleave3(ordered<kBgr>(p)));
   }
 };
@@ -81,7 +81,7 @@ struct AC4 {
   static constexpr int kPlanes = 1, kBytes = 4;
   static constexpr bool kKeepsFourth = true;
 
-  template <class V> static void store(Vel8u* const* rows, const Pixels<kEvenOdd, V>& p) {
+  template <class V> static ORV_INLINE void store(Vel8u* const* rows, const Pixels<kEvenOdd, V>& p) {
     const V rgEven = interleaveLow8(p.r, p.g), rgOdd = interleaveHigh8(p.r, p.g);
     const V bEven = widenLowU8(p.b), bOdd = widenHighU8(p.b);
     // r g b 0 of pixels 0 2 4 6 | 8 10 12 14, and of the odd ones
@@ -105,15 +105,15 @@ struct P3 {
   static constexpr int kPlanes = 3, kBytes = 1;
   static constexpr bool kKeepsFourth = false;
 
-  template <class V> static Pixels<kInOrder, V> load(const Vel8u* const* rows) {
+  template <class V> static ORV_INLINE Pixels<kInOrder, V> load(const Vel8u* const* rows) {
     return {::load<V>(rows[0]), ::load<V>(rows[1]), ::load<V>(rows[2])};
   }
-  template <class V> static void store(Vel8u* const* rows, const Pixels<kInOrder, V>& p) {
+  template <class V> static ORV_INLINE void store(Vel8u* const* rows, const Pixels<kInOrder, V>& p) {
     ::store(rows[0], p.r);
     ::store(rows[1], p.g);
     ::store(rows[2], p.b);
   }
-  template <class V> static void store(Vel8u* const* rows, const Pixels<kEvenOdd, V>& p) {
+  template <class V> static ORV_INLINE void store(Vel8u* const* rows, const Pixels<kEvenOdd, V>& p) {
     store(rows, Pixels<kInOrder, V>{inOrder(p.r), inOrder(p.g), inOrder(p.b)});
   }
 };
@@ -124,7 +124,7 @@ template <Packing kPacking, bool kBgr> struct Packed16 {
   static constexpr int kPlanes = 1, kBytes = 2;
   static constexpr bool kKeepsFourth = false;
 
-  template <Order kOrder, class V> static void store(Vel8u* const* rows, const Pixels<kOrder, V>& pixels) {
+  template <Order kOrder, class V> static ORV_INLINE void store(Vel8u* const* rows, const Pixels<kOrder, V>& pixels) {
     const Pixels<kOrder, V> p = ordered<kBgr>(pixels);
     V low, high;  // bytes of the words
     if (kPacking == k565) {
@@ -199,6 +199,12 @@ struct TightSteps {
 
 // ---- Along a row
 
+// A kernel's own function, for where it runs once. In loops it is inlined.
+template <class Kernel, class Src, class Dst>
+__attribute__((noinline)) void convertOnce(const Src& src, const Dst& dst) {
+  Kernel::template convert<Lane>(src, dst);
+}
+
 // The first few of sixteen pixels: nothing after them is read or written.
 template <class Kernel, bool kKeepsFourth, class Src, class Dst>
 ORV_INLINE void convertTail(const Src& src, const Dst& dst, int pixels) {
@@ -206,7 +212,7 @@ ORV_INLINE void convertTail(const Src& src, const Dst& dst, int pixels) {
   StripTail<Dst> to;
   from.load(src, pixels);
   if (kKeepsFourth) to.load(dst, pixels);
-  Kernel::template convert<Lane>(from.strip(), to.strip());
+  convertOnce<Kernel>(from.strip(), to.strip());
   to.store(dst, pixels);
 }
 
@@ -221,7 +227,7 @@ ORV_INLINE void convertRow(const Src& src, const Dst& dst, ptrdiff_t pixels) {
     for (; x + 16 <= pixels; x += 16) Kernel::template convert<Lane>(src.at(x), dst.at(x));
   if (x == pixels) return;
   if (kLast == LastPixels::kMayRepeat && pixels > 16)
-    Kernel::template convert<Lane>(src.at(pixels - 16), dst.at(pixels - 16));
+    convertOnce<Kernel>(src.at(pixels - 16), dst.at(pixels - 16));
   else
     convertTail<Kernel, kKeepsFourth>(src.at(x), dst.at(x), int(pixels - x));
 }

@@ -58,14 +58,16 @@ template <int kRows, class V> ORV_INLINE V chromaOf(const Shared<V>& s) {
 
 struct FromC3 {
   using Format = C3;
-  template <class V> static PixelWords<V> load(const Vel8u* const* rows) {
+  template <class V> static ORV_INLINE PixelWords<V> load(const Vel8u* const* rows) {
     prefetch(rows[0], kRowAhead);  // processors lose sight of rows read by 48 bytes
     return load3Times256<V>(rows[0]);
   }
 };
 struct FromP3 {
   using Format = P3;
-  template <class V> static PixelWords<V> load(const Vel8u* const* rows) { return splitTimes256(P3::load<V>(rows)); }
+  template <class V> static ORV_INLINE PixelWords<V> load(const Vel8u* const* rows) {
+    return splitTimes256(P3::load<V>(rows));
+  }
 };
 
 // The last pixel of an odd width, in 32-bit integers. There is one; its layouts have chroma of their own or none.
@@ -100,7 +102,7 @@ template <class V> ORV_INLINE void storePlanar(Vel8u* u, Vel8u* v, V chroma) {
 }
 
 template <class Source> struct To420 {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     Shared<V> rows[2];
     ORV_UNROLL for (int r = 0; r < 2; ++r) rows[r] = convertPixels<Source, V>(
         src.row + r * Source::Format::kPlanes, [&](const Luma<V>& luma) { store(dst.row[r], luma.bytes()); });
@@ -112,7 +114,7 @@ template <class Source> struct To420 {
 template <bool kOwnChroma> struct Planar422 {
   using Dest = Strip<Vel8u, 2, 1, 1>;
   static Dest strip(Vel8u* const planes[3], const int step[3]) { return stripOfYuv<Vel8u, 1>(planes, step); }
-  template <class V> static void store(const Dest& dst, const Luma<V>& luma, V chroma) {
+  template <class V> static ORV_INLINE void store(const Dest& dst, const Luma<V>& luma, V chroma) {
     ::store(dst.row[0], luma.bytes());
     storePlanar(dst.row[1], dst.row[2], chroma);
   }
@@ -127,7 +129,7 @@ template <bool kOwnChroma> struct Planar422 {
 struct Packed422 {
   using Dest = Strip<Vel8u, 4>;
   static Dest strip(Vel8u* image, int step) { return {{image}, {step}}; }
-  template <class V> static void store(const Dest& dst, const Luma<V>& luma, V chroma) {
+  template <class V> static ORV_INLINE void store(const Dest& dst, const Luma<V>& luma, V chroma) {
     const V y = luma.evenThenOdd();
     const V yu = interleaveLow8(y, chroma), yv = interleaveHigh8(y, chroma);  // Y0 U Y2 U ... | Y1 V Y3 V ...
     ::store(dst.row[0], interleaveLow16(yu, yv), 32);
@@ -139,7 +141,7 @@ struct Packed422 {
   }
 };
 template <class Source, class Layout> struct To422 {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     const PixelWords<V> p = Source::template load<V>(src.row);
     const V r = mean(p.r), b = mean(p.b);  // before luma: fewer registers are in use at once
     const Luma<V> luma(p);

@@ -84,7 +84,7 @@ template <class V> ORV_INLINE auto forward(const Strip<const Vel8u, 2, 2, 2>& sr
 // ---- Sixteen pixels a lane of each layout
 
 template <class Format> struct ConvertForward {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     Format::store(dst.row, forward<V>(src));
   }
 };
@@ -103,12 +103,12 @@ ORV_INLINE void convertAC4(const Src& src, const Dst& dst, const Convert& conver
       storeAC4(dst.row[0] + i, convertEight(load<V>(src.row[0] + i, 64), load<V>(src.row[0] + i + 16, 64)));
 }
 struct ForwardAC4 {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     convertAC4<V>(src, dst, [](V a, V b) { return forward4(a, b); });
   }
 };
 struct InverseAC4 {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     convertAC4<V>(src, dst, [](V a, V b) { return Exact<Weights<false>, V>(a, b); });
   }
 };

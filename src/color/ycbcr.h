@@ -195,12 +195,12 @@ template <class V> ORV_INLINE PixelWords<V> loadTimes256(const Strip<const Vel8u
 
 // Rows in groups of eight by G from their start, and what is left exactly, by W.
 template <class G, class Format> struct ConvertGroups {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     Format::store(dst.row, convertGroups<G>(loadTimes256<V>(src)));
   }
 };
 template <class From, class W, class Format> struct ConvertExactly {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     Format::store(dst.row, exact<W>(From::template load<V>(src.row)));
   }
 };

@@ -6,7 +6,7 @@ namespace {
 
 // Two rows of sixteen pixels, with the eight chroma samples that they share.
 template <class Format> struct Convert420 {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     const ChromaPart<V> c = chromaPart(loadWidenU8<V>(src.row[2]), loadWidenU8<V>(src.row[3]));
     ORV_UNROLL for (int r = 0; r < 2; ++r) {
       if (Format::kKeepsFourth) prefetch(src.row[r], kRowsAhead);
@@ -25,7 +25,7 @@ template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* con
   convertStrips(stripOfYuv<const Vel8u, 2>(pSrc, srcStep), stripOf<Format, 2>(pDst, dstStep), size.height / 2,
                 [=](const auto& src, const auto& dst) {
                   if (width == 16)  // the tile of a JPEG MCU
-                    Kernel::template convert<Lane>(src, dst);
+                    convertOnce<Kernel>(src, dst);
                   else
                     convertRow<Kernel, LastPixels::kMayRepeat, Format::kKeepsFourth>(src, dst, width);
                 });

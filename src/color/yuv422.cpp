@@ -20,7 +20,7 @@ template <bool kOwnChroma> struct Planar {
     return stripOfYuv<const Vel8u, 1>(planes, step);
   }
 
-  template <class V> static Samples<V> load(const Source& s) {
+  template <class V> static ORV_INLINE Samples<V> load(const Source& s) {
     return {::load<V>(s.row[0]), loadWidenU8<V>(s.row[1]), loadWidenU8<V>(s.row[2])};
   }
   static LoneSamples lone(const Source& s, ptrdiff_t pairs) {
@@ -35,7 +35,7 @@ struct Packed {
   using Source = Strip<const Vel8u, 4>;
   static Source strip(const Vel8u* image, int step) { return {{image}, {step}}; }
 
-  template <class V> static Samples<V> load(const Source& s) {
+  template <class V> static ORV_INLINE Samples<V> load(const Source& s) {
     const EvenOdd<V> first = splitEvenOdd8(::load<V>(s.row[0], 32)),
                      second = splitEvenOdd8(::load<V>(s.row[0] + 16, 32));
     const EvenOdd<V> chroma = splitEvenOdd8(narrow16To8U(first.odd, second.odd));
@@ -54,7 +54,7 @@ template <class Layout, class Format> struct Convert422 {
   template <class V> static ORV_INLINE void store(const Samples<V>& s, Vel8u* const* rows) {
     Format::store(rows, addChroma(s.luma, chromaPart(s.u, s.v)));
   }
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     store(Layout::template load<V>(src), dst.row);
   }
   template <class Dst> static void convertLone(const LoneSamples& s, const Dst& dst) {
