@@ -4,7 +4,8 @@
 // A strip is what a kernel works on at a time: a row of pixels, or two that share a row of chroma, as a pointer for each
 // row of each plane. A kernel has
 //   template <class V> static void convert(const Source& src, const Dest& dst)
-// which converts sixteen pixels for each lane of V, from where the strips begin.
+// which converts sixteen pixels for each lane of V, from places in two strips on: src[i] and dst[i] are where their row i
+// is to be read and written.
 #pragma once
 #include "core/cache.h"
 #include "core/simd.h"
@@ -20,11 +21,14 @@ template <class T, int... kPairBytes> struct Strip {
   T* row[kRows];
   ptrdiff_t step[kRows];  // to the strip below, in bytes
 
-  // From pixel x on; it is even where a row has less than a byte for each pixel.
-  Strip at(ptrdiff_t x) const {
-    Strip s = *this;
-    int i = 0;
-    ((s.row[i++] += kPairBytes % 2 == 0 ? x * (kPairBytes / 2) : (x >> 1) * kPairBytes), ...);
+  // Pixel x of row i; it is even where a row has less than a byte for each pixel.
+  ORV_INLINE T* at(int i, ptrdiff_t x) const {
+    constexpr int kBytes[] = {kPairBytes...};
+    return row[i] + (kBytes[i] % 2 == 0 ? x * (kBytes[i] / 2) : (x >> 1) * kBytes[i]);
+  }
+  ORV_INLINE Strip rows() const {
+    Strip s;
+    ORV_UNROLL for (int i = 0; i < kRows; ++i) s.row[i] = row[i];
     return s;
   }
   void next() {
@@ -32,19 +36,37 @@ template <class T, int... kPairBytes> struct Strip {
   }
 };
 
+// Pixel x of a strip.
+template <class P> struct RowsFrom;
+template <class S> struct Place {
+  const S& strip;
+  ptrdiff_t x = 0;
+
+  ORV_INLINE auto* operator[](int i) const { return strip.at(i, x); }
+  ORV_INLINE Place at(ptrdiff_t pixels) const { return {strip, x + pixels}; }
+  ORV_INLINE RowsFrom<Place> from(int i) const { return {*this, i}; }
+};
+// The same with rows counted from one of them.
+template <class P> struct RowsFrom {
+  const P& place;
+  int first;
+  ORV_INLINE auto* operator[](int i) const { return place[first + i]; }
+};
+template <class S> Place(const S&) -> Place<S>;
+
 // Memory of its own for a strip of sixteen pixels, of which the first few are the image's.
 template <class S> struct StripTail;
 template <class T, int... kPairBytes> struct StripTail<Strip<T, kPairBytes...>> {
   static constexpr int kRows = int(sizeof...(kPairBytes)), kMost = (... | (8 * kPairBytes)) <= 32 ? 32 : 64;
   Tail<kMost> rows[kRows];
 
-  template <class Byte> void load(const Strip<Byte, kPairBytes...>& s, int pixels) {
+  template <class Byte> void load(const Place<Strip<Byte, kPairBytes...>>& from, int pixels) {
     int i = 0;
-    ((rows[i].load(s.row[i], size_t(pixels * kPairBytes / 2)), ++i), ...);
+    ((rows[i].template load<8 * kPairBytes>(from[i], size_t(pixels * kPairBytes / 2)), ++i), ...);
   }
-  void store(const Strip<Vel8u, kPairBytes...>& s, int pixels) const {
+  void store(const Place<Strip<Vel8u, kPairBytes...>>& to, int pixels) const {
     int i = 0;
-    ((rows[i].store(s.row[i], size_t(pixels * kPairBytes / 2)), ++i), ...);
+    ((rows[i].store(to[i], size_t(pixels * kPairBytes / 2)), ++i), ...);
   }
   Strip<T, kPairBytes...> strip() {
     Strip<T, kPairBytes...> s;
@@ -68,10 +90,11 @@ template <bool kBgr, bool kStreams = false> struct Interleaved {
   static constexpr bool kKeepsFourth = false, kMayStream = true;
   using PastCaches = Interleaved<kBgr, true>;
 
-  template <class V> static Pixels<kInOrder, V> load(const Vel8u* const* rows) {
+  template <class V, class Rows> static ORV_INLINE Pixels<kInOrder, V> load(const Rows& rows) {
     return ordered<kBgr>(deinterleave3(load3<V>(rows[0])));
   }
-  template <Order kOrder, class V> static void store(Vel8u* const* rows, const Pixels<kOrder, V>& p) {
+  template <class Rows, Order kOrder, class V>
+  static ORV_INLINE void store(const Rows& rows, const Pixels<kOrder, V>& p) {
     store3<kStreams>(rows[0], interleave3(ordered<kBgr>(p)));
   }
 };
@@ -84,7 +107,7 @@ struct AC4 {
   static constexpr bool kKeepsFourth = true, kMayStream = false;  // what stays must be read
   using PastCaches = AC4;
 
-  template <class V> static void store(Vel8u* const* rows, const Pixels<kEvenOdd, V>& p) {
+  template <class Rows, class V> static ORV_INLINE void store(const Rows& rows, const Pixels<kEvenOdd, V>& p) {
     const V rgEven = interleaveLow8(p.r, p.g), rgOdd = interleaveHigh8(p.r, p.g);
     const V bEven = widenLowU8(p.b), bOdd = widenHighU8(p.b);
     // r g b 0 of pixels 0 2 4 6 | 8 10 12 14, and of the odd ones
@@ -110,15 +133,15 @@ struct P3 {
   static constexpr bool kKeepsFourth = false,
                         kMayStream = false;  // lines of three rows are not filled one after another
 
-  template <class V> static Pixels<kInOrder, V> load(const Vel8u* const* rows) {
+  template <class V, class Rows> static ORV_INLINE Pixels<kInOrder, V> load(const Rows& rows) {
     return {::load<V>(rows[0]), ::load<V>(rows[1]), ::load<V>(rows[2])};
   }
-  template <class V> static void store(Vel8u* const* rows, const Pixels<kInOrder, V>& p) {
+  template <class Rows, class V> static ORV_INLINE void store(const Rows& rows, const Pixels<kInOrder, V>& p) {
     ::store(rows[0], p.r);
     ::store(rows[1], p.g);
     ::store(rows[2], p.b);
   }
-  template <class V> static void store(Vel8u* const* rows, const Pixels<kEvenOdd, V>& p) {
+  template <class Rows, class V> static ORV_INLINE void store(const Rows& rows, const Pixels<kEvenOdd, V>& p) {
     store(rows, Pixels<kInOrder, V>{inOrder(p.r), inOrder(p.g), inOrder(p.b)});
   }
 };
@@ -130,7 +153,8 @@ template <Packing kPacking, bool kBgr, bool kStreams = false> struct Packed16 {
   static constexpr bool kKeepsFourth = false, kMayStream = true;
   using PastCaches = Packed16<kPacking, kBgr, true>;
 
-  template <Order kOrder, class V> static void store(Vel8u* const* rows, const Pixels<kOrder, V>& pixels) {
+  template <class Rows, Order kOrder, class V>
+  static ORV_INLINE void store(const Rows& rows, const Pixels<kOrder, V>& pixels) {
     const Pixels<kOrder, V> p = ordered<kBgr>(pixels);
     V low, high;  // bytes of the words
     if (kPacking == k565) {
@@ -205,22 +229,34 @@ struct TightSteps {
 
 // ---- Along a row
 
-// The first few of sixteen pixels: nothing after them is read or written.
+// A kernel as a function of its own, for where it runs once. In loops it is inlined.
+template <class Kernel, class Src, class Dst>
+__attribute__((noinline)) void convertOnce(const Src& src, ptrdiff_t srcX, const Dst& dst, ptrdiff_t dstX) {
+  Kernel::template convert<Lane>(Place<Src>{src, srcX}, Place<Dst>{dst, dstX});
+}
+
+// The first few of sixteen pixels: nothing after them is read or written. Its memory stays out of whoever calls it.
 template <class Kernel, bool kKeepsFourth, class Src, class Dst>
-ORV_INLINE void convertTail(const Src& src, const Dst& dst, int pixels) {
+__attribute__((noinline)) void convertTail(const Src& src, ptrdiff_t srcX, const Dst& dst, ptrdiff_t dstX, int pixels) {
   StripTail<Src> from;
   StripTail<Dst> to;
-  from.load(src, pixels);
-  if (kKeepsFourth) to.load(dst, pixels);
-  Kernel::template convert<Lane>(from.strip(), to.strip());
-  to.store(dst, pixels);
+  from.load(Place<Src>{src, srcX}, pixels);
+  if (kKeepsFourth) to.load(Place<Dst>{dst, dstX}, pixels);
+  const auto fromStrip = from.strip();
+  const auto toStrip = to.strip();
+  Kernel::template convert<Lane>(Place{fromStrip}, Place{toStrip});
+  to.store(Place<Dst>{dst, dstX}, pixels);
 }
 
 // Where the destination may be the source, a tail must not reach back to pixels that are converted already.
 enum class LastPixels { kOnce, kMayRepeat };
 template <class Kernel, LastPixels kLast, bool kKeepsFourth = false, class Src, class Dst>
-ORV_INLINE void convertRow(const Src& src, const Dst& dst, ptrdiff_t pixels) {
+ORV_INLINE void convertRow(const Place<Src>& source, const Place<Dst>& destination, ptrdiff_t pixels) {
   constexpr int kPixels = int(sizeof(Lanes));
+  const Src from = source.strip.rows();  // copies, which stores cannot change
+  const Dst to = destination.strip.rows();
+  const Place<Src> src = {from, source.x};
+  const Place<Dst> dst = {to, destination.x};
   ptrdiff_t x = 0;
   for (; x + kPixels <= pixels; x += kPixels) Kernel::template convert<Lanes>(src.at(x), dst.at(x));
   lanesEnd();
@@ -228,16 +264,16 @@ ORV_INLINE void convertRow(const Src& src, const Dst& dst, ptrdiff_t pixels) {
     for (; x + 16 <= pixels; x += 16) Kernel::template convert<Lane>(src.at(x), dst.at(x));
   if (x == pixels) return;
   if (kLast == LastPixels::kMayRepeat && pixels > 16)
-    Kernel::template convert<Lane>(src.at(pixels - 16), dst.at(pixels - 16));
+    convertOnce<Kernel>(source.strip, src.x + pixels - 16, destination.strip, dst.x + pixels - 16);
   else
-    convertTail<Kernel, kKeepsFourth>(src.at(x), dst.at(x), int(pixels - x));
+    convertTail<Kernel, kKeepsFourth>(source.strip, src.x + x, destination.strip, dst.x + x, int(pixels - x));
 }
 
 // A row that goes past the caches, one destination row in a strip: whole lines of it by Kernel::PastCaches, the others by
 // Kernel. A line that is written in part, or in both ways, takes many times as long. 64 pixels are whole lines.
 template <class Kernel, int kBytes, class Src, class Dst>
-ORV_INLINE void convertRowPastCaches(const Src& src, const Dst& dst, ptrdiff_t pixels) {
-  const size_t toLine = -reinterpret_cast<uintptr_t>(dst.row[0]) % kLine;
+ORV_INLINE void convertRowPastCaches(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t pixels) {
+  const size_t toLine = -reinterpret_cast<uintptr_t>(dst[0]) % kLine;
   // How many pixels until one begins a line: 43 is 1 / 3 modulo 64. They come in pairs.
   const ptrdiff_t head = ptrdiff_t(kBytes == 3 ? toLine * 43 % kLine : toLine / kBytes);
   const ptrdiff_t end = head + ((pixels - head) & ~ptrdiff_t(63));
@@ -250,7 +286,7 @@ ORV_INLINE void convertRowPastCaches(const Src& src, const Dst& dst, ptrdiff_t p
   convertRow<Kernel, LastPixels::kOnce>(src.at(end), dst.at(end), pixels - end);
 }
 template <class Kernel, LastPixels kLast, class Format, class Src, class Dst>
-ORV_INLINE void convertRowOf(bool isPastCaches, const Src& src, const Dst& dst, ptrdiff_t pixels) {
+ORV_INLINE void convertRowOf(bool isPastCaches, const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t pixels) {
   if constexpr (Format::kMayStream)
     if (isPastCaches) return convertRowPastCaches<Kernel, Format::kBytes>(src, dst, pixels);
   convertRow<Kernel, kLast, Format::kKeepsFourth>(src, dst, pixels);
@@ -260,11 +296,11 @@ template <class Format> ORV_INLINE bool goesPastCaches(VeliSize size) {
   return Format::kMayStream && exceedsCaches(double(size.width) * size.height * Format::kBytes);
 }
 
-// All strips of an image, by convertStrip(src, dst).
+// All strips of an image, by convertStrip(src, dst) from their first pixels on.
 template <class Src, class Dst, class Convert>
 ORV_INLINE void convertStrips(Src src, Dst dst, int count, const Convert& convertStrip) {
   for (; count > 0; --count) {
-    convertStrip(src, dst);
+    convertStrip(Place<Src>{src}, Place<Dst>{dst});
     src.next();
     dst.next();
   }

@@ -58,14 +58,16 @@ template <int kRows, class V> ORV_INLINE V chromaOf(const Shared<V>& s) {
 
 struct FromC3 {
   using Format = C3;
-  template <class V> static PixelWords<V> load(const Vel8u* const* rows) {
+  template <class V, class Rows> static ORV_INLINE PixelWords<V> load(const Rows& rows) {
     prefetch(rows[0], kRowAhead);  // processors lose sight of rows read by 48 bytes
     return load3Times256<V>(rows[0]);
   }
 };
 struct FromP3 {
   using Format = P3;
-  template <class V> static PixelWords<V> load(const Vel8u* const* rows) { return splitTimes256(P3::load<V>(rows)); }
+  template <class V, class Rows> static ORV_INLINE PixelWords<V> load(const Rows& rows) {
+    return splitTimes256(P3::load<V>(rows));
+  }
 };
 
 // The last pixel of an odd width, in 32-bit integers. There is one; its layouts have chroma of their own or none.
@@ -80,14 +82,14 @@ struct LonePixel {
     v = Vel8u(fromR < 0 ? 0 : fromR > 255 ? 255 : fromR);
   }
 };
-ORV_INLINE LonePixel loneOf(const Strip<const Vel8u, 6>& s) { return {s.row[0][0], s.row[0][1], s.row[0][2]}; }
-ORV_INLINE LonePixel loneOf(const Strip<const Vel8u, 2, 2, 2>& s) { return {s.row[0][0], s.row[1][0], s.row[2][0]}; }
+ORV_INLINE LonePixel loneOf(const Place<Strip<const Vel8u, 6>>& s) { return {s[0][0], s[0][1], s[0][2]}; }
+ORV_INLINE LonePixel loneOf(const Place<Strip<const Vel8u, 2, 2, 2>>& s) { return {s[0][0], s[1][0], s[2][0]}; }
 
 // ---- Kernels
 
 // A row of sixteen pixels a lane: its luma goes to use(luma).
-template <class Source, class V, class Use>
-ORV_INLINE Shared<V> convertPixels(const Vel8u* const* rows, const Use& use) {
+template <class Source, class V, class Rows, class Use>
+ORV_INLINE Shared<V> convertPixels(const Rows& rows, const Use& use) {
   const PixelWords<V> p = Source::template load<V>(rows);
   const V r = mean(p.r), b = mean(p.b);  // before luma: fewer registers are in use at once
   const Luma<V> luma(p);
@@ -100,11 +102,11 @@ template <class V> ORV_INLINE void storePlanar(Vel8u* u, Vel8u* v, V chroma) {
 }
 
 template <class Source> struct To420 {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     Shared<V> rows[2];
     ORV_UNROLL for (int r = 0; r < 2; ++r) rows[r] = convertPixels<Source, V>(
-        src.row + r * Source::Format::kPlanes, [&](const Luma<V>& luma) { store(dst.row[r], luma.bytes()); });
-    storePlanar(dst.row[2], dst.row[3], chromaOf<2>(mean(rows[0], rows[1])));
+        src.from(r * Source::Format::kPlanes), [&](const Luma<V>& luma) { store(dst[r], luma.bytes()); });
+    storePlanar(dst[2], dst[3], chromaOf<2>(mean(rows[0], rows[1])));
   }
 };
 
@@ -112,35 +114,35 @@ template <class Source> struct To420 {
 template <bool kOwnChroma> struct Planar422 {
   using Dest = Strip<Vel8u, 2, 1, 1>;
   static Dest strip(Vel8u* const planes[3], const int step[3]) { return stripOfYuv<Vel8u, 1>(planes, step); }
-  template <class V> static void store(const Dest& dst, const Luma<V>& luma, V chroma) {
-    ::store(dst.row[0], luma.bytes());
-    storePlanar(dst.row[1], dst.row[2], chroma);
+  template <class V> static ORV_INLINE void store(const Place<Dest>& dst, const Luma<V>& luma, V chroma) {
+    ::store(dst[0], luma.bytes());
+    storePlanar(dst[1], dst[2], chroma);
   }
-  static void storeLone(const Dest& dst, const LonePixel& p) {
-    dst.row[0][0] = p.y;
+  static void storeLone(const Place<Dest>& dst, const LonePixel& p) {
+    dst[0][0] = p.y;
     if (!kOwnChroma) return;
-    dst.row[1][0] = p.u;
-    dst.row[2][0] = p.v;
+    dst[1][0] = p.u;
+    dst[2][0] = p.v;
   }
 };
 // Y0 U Y1 V for each pair; Y U of a lone pixel.
 struct Packed422 {
   using Dest = Strip<Vel8u, 4>;
   static Dest strip(Vel8u* image, int step) { return {{image}, {step}}; }
-  template <class V> static void store(const Dest& dst, const Luma<V>& luma, V chroma) {
+  template <class V> static ORV_INLINE void store(const Place<Dest>& dst, const Luma<V>& luma, V chroma) {
     const V y = luma.evenThenOdd();
     const V yu = interleaveLow8(y, chroma), yv = interleaveHigh8(y, chroma);  // Y0 U Y2 U ... | Y1 V Y3 V ...
-    ::store(dst.row[0], interleaveLow16(yu, yv), 32);
-    ::store(dst.row[0] + 16, interleaveHigh16(yu, yv), 32);
+    ::store(dst[0], interleaveLow16(yu, yv), 32);
+    ::store(dst[0] + 16, interleaveHigh16(yu, yv), 32);
   }
-  static void storeLone(const Dest& dst, const LonePixel& p) {
-    dst.row[0][0] = p.y;
-    dst.row[0][1] = p.u;
+  static void storeLone(const Place<Dest>& dst, const LonePixel& p) {
+    dst[0][0] = p.y;
+    dst[0][1] = p.u;
   }
 };
 template <class Source, class Layout> struct To422 {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
-    const PixelWords<V> p = Source::template load<V>(src.row);
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
+    const PixelWords<V> p = Source::template load<V>(src);
     const V r = mean(p.r), b = mean(p.b);  // before luma: fewer registers are in use at once
     const Luma<V> luma(p);
     Layout::store(dst, luma, chromaOf<1>(Shared<V>{r, b, luma.sumsOfPairs()}));

@@ -48,8 +48,8 @@ template <bool kGreenTwice, class V> struct Forward {
 template <int kPixel, int kAt, class V> ORV_INLINE V greenTwice(V v) {
   return shuffle8(v, bytePattern<V>([](int i) { return kAt + i / 4 * kPixel + (i % 4 == 3 ? 1 : i % 4); }));
 }
-template <class V> ORV_INLINE auto forward(const Strip<const Vel8u, 6>& src) {
-  const Vel8u* const p = src.row[0];
+template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 6>>& src) {
+  const Vel8u* const p = src[0];
   return convertHalves<kInOrder>([=](int half) {
     if (half == 0) return Forward<true, V>(greenTwice<3, 0>(load<V>(p, 48)), greenTwice<3, 0>(load<V>(p + 12, 48)));
     return Forward<true, V>(greenTwice<3, 0>(load<V>(p + 24, 48)), greenTwice<3, 4>(load<V>(p + 32, 48)));
@@ -59,8 +59,8 @@ template <class V> ORV_INLINE Forward<true, V> forward4(V a, V b) {
   return Forward<true, V>(greenTwice<4, 0>(a), greenTwice<4, 0>(b));
 }
 #else
-template <class V> ORV_INLINE auto forward(const Strip<const Vel8u, 6>& src) {
-  const Vel8u* const p = src.row[0];
+template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 6>>& src) {
+  const Vel8u* const p = src[0];
   // Two pixels in each half of a vector: the even ones begin at dwords, the odd ones a byte before.
   const V a = loadHalves(p, p + 6), b = loadHalves(p + 12, p + 18), c = loadHalves(p + 24, p + 30);
   const V d = shiftRightU64(loadHalves(p + 34, p + 40), 16);  // begins early: nothing after the pixels is read
@@ -72,8 +72,8 @@ template <class V> ORV_INLINE auto forward(const Strip<const Vel8u, 6>& src) {
 }
 template <class V> ORV_INLINE Forward<false, V> forward4(V a, V b) { return Forward<false, V>(a, b); }
 #endif
-template <class V> ORV_INLINE auto forward(const Strip<const Vel8u, 2, 2, 2>& src) {
-  const Pixels<kInOrder, V> p = P3::load<V>(src.row);
+template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 2, 2, 2>>& src) {
+  const Pixels<kInOrder, V> p = P3::load<V>(src);
   return convertHalves<kInOrder>([=](int half) {
     const V rg = half ? interleaveHigh8(p.r, p.g) : interleaveLow8(p.r, p.g);
     const V bg = half ? interleaveHigh8(p.b, p.g) : interleaveLow8(p.b, p.g);
@@ -85,8 +85,8 @@ template <class V> ORV_INLINE auto forward(const Strip<const Vel8u, 2, 2, 2>& sr
 
 template <class Format> struct ConvertForward {
   using PastCaches = ConvertForward<typename Format::PastCaches>;
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
-    Format::store(dst.row, forward<V>(src));
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
+    Format::store(dst, forward<V>(src));
   }
 };
 
@@ -101,15 +101,15 @@ template <class V, class Conversion> ORV_INLINE void storeAC4(Vel8u* dst, const 
 template <class V, class Src, class Dst, class Convert>
 ORV_INLINE void convertAC4(const Src& src, const Dst& dst, const Convert& convertEight) {
   ORV_UNROLL for (int i = 0; i < 64; i += 32)
-      storeAC4<V>(dst.row[0] + i, convertEight(load<V>(src.row[0] + i, 64), load<V>(src.row[0] + i + 16, 64)));
+      storeAC4<V>(dst[0] + i, convertEight(load<V>(src[0] + i, 64), load<V>(src[0] + i + 16, 64)));
 }
 struct ForwardAC4 {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     convertAC4<V>(src, dst, [](V a, V b) { return forward4(a, b); });
   }
 };
 struct InverseAC4 {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     convertAC4<V>(src, dst, [](V a, V b) { return Exact<Weights<false>, V>(a, b); });
   }
 };

@@ -186,23 +186,23 @@ template <class G, class V> ORV_INLINE Pixels<kEvenOdd, V> convertGroups(const P
   return {narrow16To8U(even.r, odd.r), narrow16To8U(even.g, odd.g), narrow16To8U(even.b, odd.b)};
 }
 
-template <class V> ORV_INLINE PixelWords<V> loadTimes256(const Strip<const Vel8u, 6>& s) {
-  return load3Times256<V>(s.row[0]);
+template <class V> ORV_INLINE PixelWords<V> loadTimes256(const Place<Strip<const Vel8u, 6>>& s) {
+  return load3Times256<V>(s[0]);
 }
-template <class V> ORV_INLINE PixelWords<V> loadTimes256(const Strip<const Vel8u, 2, 2, 2>& s) {
-  return splitTimes256(P3::load<V>(s.row));
+template <class V> ORV_INLINE PixelWords<V> loadTimes256(const Place<Strip<const Vel8u, 2, 2, 2>>& s) {
+  return splitTimes256(P3::load<V>(s));
 }
 
 // Rows in groups of eight by G from their start, and what is left exactly, by W.
 template <class G, class Format> struct ConvertGroups {
   using PastCaches = ConvertGroups<G, typename Format::PastCaches>;
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
-    Format::store(dst.row, convertGroups<G>(loadTimes256<V>(src)));
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
+    Format::store(dst, convertGroups<G>(loadTimes256<V>(src)));
   }
 };
 template <class From, class W, class Format> struct ConvertExactly {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
-    Format::store(dst.row, exact<W>(From::template load<V>(src.row)));
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
+    Format::store(dst, exact<W>(From::template load<V>(src)));
   }
 };
 template <class From, class G, class W, class Format, class Src, class Dst>
@@ -210,7 +210,8 @@ ORV_INLINE void convertRowInGroups(bool isPastCaches, const Src& src, const Dst&
   const ptrdiff_t grouped = width & ~ptrdiff_t(7);
   convertRowOf<ConvertGroups<G, Format>, LastPixels::kOnce, Format>(isPastCaches, src, dst, grouped);
   if (grouped < width)
-    convertTail<ConvertExactly<From, W, Format>, false>(src.at(grouped), dst.at(grouped), int(width - grouped));
+    convertTail<ConvertExactly<From, W, Format>, false>(src.strip, src.x + grouped, dst.strip, dst.x + grouped,
+                                                        int(width - grouped));
 }
 
 }  // namespace

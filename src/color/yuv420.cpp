@@ -6,11 +6,11 @@ namespace {
 
 // Two rows of sixteen pixels, with the eight chroma samples that they share.
 template <class Format> struct Convert420 {
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
-    const ChromaPart<V> c = chromaPart(loadWidenU8<V>(src.row[2]), loadWidenU8<V>(src.row[3]));
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
+    const ChromaPart<V> c = chromaPart(loadWidenU8<V>(src[2]), loadWidenU8<V>(src[3]));
     ORV_UNROLL for (int r = 0; r < 2; ++r) {
-      if (Format::kKeepsFourth) prefetch(src.row[r], kRowsAhead);
-      Format::store(dst.row + r * Format::kPlanes, addChroma(load<V>(src.row[r]), c));
+      if (Format::kKeepsFourth) prefetch(src[r], kRowsAhead);
+      Format::store(dst.from(r * Format::kPlanes), addChroma(load<V>(src[r]), c));
     }
   }
 };
@@ -18,9 +18,9 @@ template <class Format> struct Convert420 {
 // One of the rows.
 template <class Format> struct ConvertRowOf420 {
   using PastCaches = ConvertRowOf420<typename Format::PastCaches>;
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
-    const ChromaPart<V> c = chromaPart(loadWidenU8<V>(src.row[1]), loadWidenU8<V>(src.row[2]));
-    Format::store(dst.row, addChroma(load<V>(src.row[0]), c));
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
+    const ChromaPart<V> c = chromaPart(loadWidenU8<V>(src[1]), loadWidenU8<V>(src[2]));
+    Format::store(dst, addChroma(load<V>(src[0]), c));
   }
 };
 // Past the caches one row after the other, as memory takes it fastest; chroma is worked out for each.
@@ -29,8 +29,9 @@ void convertPastCaches(const Vel8u* const pSrc[3], const int srcStep[3], Dst pDs
   for (int y = 0; y < height; ++y) {
     const Vel8u* const rows[3] = {rowOf(pSrc[0], srcStep[0], y), rowOf(pSrc[1], srcStep[1], y / 2),
                                   rowOf(pSrc[2], srcStep[2], y / 2)};
-    convertRowPastCaches<ConvertRowOf420<Format>, Format::kBytes>(
-        stripOfYuv<const Vel8u, 1>(rows, srcStep), stripOf<Format, 1>(rowOf(pDst, dstStep, y), dstStep), width);
+    const auto src = stripOfYuv<const Vel8u, 1>(rows, srcStep);
+    const auto dst = stripOf<Format, 1>(rowOf(pDst, dstStep, y), dstStep);
+    convertRowPastCaches<ConvertRowOf420<Format>, Format::kBytes>(Place{src}, Place{dst}, width);
   }
   streamEnd();
 }
@@ -51,7 +52,7 @@ template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* con
   convertStrips(stripOfYuv<const Vel8u, 2>(pSrc, srcStep), stripOf<Format, 2>(pDst, dstStep), size.height / 2,
                 [=](const auto& src, const auto& dst) {
                   if (width == 16)  // the tile of a JPEG MCU
-                    Kernel::template convert<Lane>(src, dst);
+                    convertOnce<Kernel>(src.strip, 0, dst.strip, 0);
                   else
                     convertRow<Kernel, LastPixels::kMayRepeat, Format::kKeepsFourth>(src, dst, width);
                 });

@@ -20,13 +20,13 @@ template <bool kOwnChroma> struct Planar {
     return stripOfYuv<const Vel8u, 1>(planes, step);
   }
 
-  template <class V> static Samples<V> load(const Source& s) {
-    return {::load<V>(s.row[0]), loadWidenU8<V>(s.row[1]), loadWidenU8<V>(s.row[2])};
+  template <class V> static ORV_INLINE Samples<V> load(const Place<Source>& s) {
+    return {::load<V>(s[0]), loadWidenU8<V>(s[1]), loadWidenU8<V>(s[2])};
   }
-  static LoneSamples lone(const Source& s, ptrdiff_t pairs) {
+  static LoneSamples lone(const Place<Source>& s, ptrdiff_t pairs) {
     const ptrdiff_t last = kOwnChroma ? pairs : pairs - 1;
-    if (last < 0) return {s.row[0][0], 128, 128};
-    return {s.row[0][2 * pairs], s.row[1][last], s.row[2][last]};
+    if (last < 0) return {s[0][0], 128, 128};
+    return {s[0][2 * pairs], s[1][last], s[2][last]};
   }
 };
 
@@ -35,15 +35,14 @@ struct Packed {
   using Source = Strip<const Vel8u, 4>;
   static Source strip(const Vel8u* image, int step) { return {{image}, {step}}; }
 
-  template <class V> static Samples<V> load(const Source& s) {
-    const EvenOdd<V> first = splitEvenOdd8(::load<V>(s.row[0], 32)),
-                     second = splitEvenOdd8(::load<V>(s.row[0] + 16, 32));
+  template <class V> static ORV_INLINE Samples<V> load(const Place<Source>& s) {
+    const EvenOdd<V> first = splitEvenOdd8(::load<V>(s[0], 32)), second = splitEvenOdd8(::load<V>(s[0] + 16, 32));
     const EvenOdd<V> chroma = splitEvenOdd8(narrow16To8U(first.odd, second.odd));
     return {narrow16To8U(first.even, second.even), chroma.even, chroma.odd};
   }
   // Of its own it has Y and U; V is the one of the pair before it.
-  static LoneSamples lone(const Source& s, ptrdiff_t pairs) {
-    const Vel8u* const p = s.row[0] + 4 * pairs;
+  static LoneSamples lone(const Place<Source>& s, ptrdiff_t pairs) {
+    const Vel8u* const p = s[0] + 4 * pairs;
     return {p[0], p[1], pairs ? p[-1] : Vel8u(128)};
   }
 };
@@ -53,16 +52,17 @@ struct Packed {
 template <class Layout, class Format> struct Convert422 {
   using PastCaches = Convert422<Layout, typename Format::PastCaches>;
 
-  template <class V> static ORV_INLINE void store(const Samples<V>& s, Vel8u* const* rows) {
+  template <class V, class Rows> static ORV_INLINE void store(const Samples<V>& s, const Rows& rows) {
     Format::store(rows, addChroma(s.luma, chromaPart(s.u, s.v)));
   }
-  template <class V, class Src, class Dst> static void convert(const Src& src, const Dst& dst) {
-    store(Layout::template load<V>(src), dst.row);
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
+    store(Layout::template load<V>(src), dst);
   }
-  template <class Dst> static void convertLone(const LoneSamples& s, const Dst& dst) {
+  template <class Dst> static void convertLone(const LoneSamples& s, const Place<Dst>& dst) {
     StripTail<Dst> to;
     if (Format::kKeepsFourth) to.load(dst, 1);
-    store(Samples<Lane>{all8(s.y), all16(s.u), all16(s.v)}, to.strip().row);
+    const auto strip = to.strip();
+    store(Samples<Lane>{all8(s.y), all16(s.u), all16(s.v)}, Place{strip});
     to.store(dst, 1);
   }
 };

@@ -151,8 +151,9 @@ ORV_INLINE void storeFirst(void* p, Lane v, size_t n) {
 template <int kBytes> struct Tail {
   alignas(16) Vel8u bytes[(kBytes + 15) / 16 * 16];
 
-  void load(const void* p, size_t n) {
-    for (int i = 0; i < int(sizeof bytes); i += 16) ::store(bytes + i, _mm_setzero_si128());
+  // kUsed: how many bytes the kernel reads.
+  template <int kUsed = kBytes> void load(const void* p, size_t n) {
+    for (int i = 0; i < kUsed; i += 16) ::store(bytes + i, _mm_setzero_si128());
     memcpy(bytes, p, n);
   }
   void store(void* p, size_t n) const { memcpy(p, bytes, n); }
