@@ -1,6 +1,6 @@
 // RGB to YUV 4:2:0 and 4:2:2, planar and packed.
 //
-//   Y = (2 kR R >> 8) + (2 kG G >> 8) + (2 kB B >> 8) + 2 >> 8
+//   Y = ((2 kR R >> 8) + (2 kG G >> 8) + (2 kB B >> 8) + 2) >> 8
 //   U = 128 + floor(D * kU / (n * 32768))      D: the sum of B less the sum of Y over the n pixels that share a sample
 //   V = 128 + floor(D * kV / (n * 32768))      the same with R, clamped to 0..255
 //
@@ -18,7 +18,7 @@ struct Weights {
 
 // ---- Luma
 
-// 2 is what rounding three products down can take from a grey.
+// Each product loses less than 1 by rounding down; of a grey the three together lose 2 at most, which is added again.
 template <class V> ORV_INLINE V lumaTimes256(V r, V g, V b) {
   const V red = mulHighU16(r, all16<V>(2 * Weights::kR)), green = mulHighU16(g, all16<V>(2 * Weights::kG));
   return add16(add16(add16(red, green), mulHighU16(b, all16<V>(2 * Weights::kB))), all16<V>(2));
@@ -59,7 +59,7 @@ template <int kRows, class V> ORV_INLINE V chromaOf(const Shared<V>& s) {
 struct FromC3 {
   using Format = C3;
   template <class V, class Rows> static ORV_INLINE PixelWords<V> load(const Rows& rows) {
-    prefetch(rows[0], kRowAhead);  // processors lose sight of rows read by 48 bytes
+    prefetch(rows[0], kRowAhead);  // the hardware prefetcher does not follow steps of 48 bytes
     return load3Times256<V>(rows[0]);
   }
 };
@@ -70,7 +70,8 @@ struct FromP3 {
   }
 };
 
-// The last pixel of an odd width, in 32-bit integers. There is one; its layouts have chroma of their own or none.
+// The last pixel of an odd width, in 32-bit integers: there is one in a row at most. Some layouts store its U and V, some
+// its Y only.
 struct LonePixel {
   Vel8u y, u, v;
   LonePixel(int r, int g, int b) {
@@ -110,7 +111,7 @@ template <class Source> struct To420 {
   }
 };
 
-// Rows of luma, U and V. With chroma of its own for a lone pixel, or without.
+// Rows of luma, U and V. kOwnChroma: a lone last pixel has a U and a V sample of its own.
 template <bool kOwnChroma> struct Planar422 {
   using Dest = Strip<Vel8u, 2, 1, 1>;
   static Dest strip(Vel8u* const planes[3], const int step[3]) { return stripOfYuv<Vel8u, 1>(planes, step); }

@@ -59,7 +59,7 @@ struct Constants {
   RowWeights rows13, rows57, rows02, rows46;
   PairWeights row0, row1;
   Tangents tangents;
-  ByteConstant halvesInTurn, ascending;  // of Order
+  ByteConstant halvesInTurn, ascending;  // shuffles, see the order of a row's words
   ByteConstant signBits;
 };
 constexpr Constants kConstants = {rowWeights(kRow17, kRow35, kRound),
@@ -96,7 +96,7 @@ template <int kI> ORV_INLINE Lane repeat32(Lane a, Lane b) { return joinPairs32<
 // Words of two rows, from their sums.
 ORV_INLINE TwoRows outputs(Lane e01, Lane e32, Lane o01, Lane o32) {
   const auto scaled = [](Lane sums) { return shiftRight32(sums, kRowShift); };
-  // a01 b01 a32 b32 | a76 b76 a45 b45 or, exchanged, a01 b01 a23 b23 | a45 ...
+  // a01 b01 a32 b32 | a45 b45 a76 b76 or, exchanged, a01 b01 a23 b23 | a45 b45 a67 b67
   const Lane low = narrow32(scaled(add32(e01, o01)), exchanged(scaled(add32(e32, o32))));
   const Lane high = narrow32(scaled(sub32(e32, o32)), exchanged(scaled(sub32(e01, o01))));
   return {joinPairs32<0, 2, 0, 2>(low, high), joinPairs32<1, 3, 1, 3>(low, high)};
@@ -193,7 +193,7 @@ ORV_INLINE void storeRows(Vel8u* dst, int step, Lane twoRows) {
   storeLow(dst, twoRows);
   storeHigh(dst + step, twoRows);
 }
-// Rows are made two a time, those first that share what they are made from.
+// Rows are made two at a time: pairs that share what they are made from.
 template <class Finish>
 ORV_INLINE void storeBlock(Vel8u* dst, int step, const Half& a, const Half& b, const Finish& finish) {
   Vel8u* const middle = dst + ptrdiff_t(step) * 2;

@@ -6,7 +6,7 @@
 namespace {
 
 // scan() gives the AC coefficients that are not zero, bit k for zigzag index k, and leaves all coefficients as saturated
-// bytes in a ScannedBlock. A Place there stands for a zigzag index, and moves with it; byteAt gives its coefficient.
+// bytes in a ScannedBlock. Its Place is an iterator in zigzag order, and byteAt(place) the coefficient there.
 ORV_INLINE Lane saturated16(const Vel16s* src) { return narrow16(load(src), load(src + 8)); }
 ORV_INLINE Vel32u nonZeros16(Lane bytes) { return Vel32u(signBits8(equal8(bytes, zero()))) ^ 0xFFFF; }
 
@@ -20,8 +20,8 @@ struct ScannedBlock {
   int byteAt(Place place) const { return *place; }
 };
 
-// For each quarter of the zigzag order, and each quarter of the coefficients that has some of it: where in the latter
-// they are.
+// places[q][i] is the shuffle that moves the bytes of quarter i of the block to their places in quarter q of the zigzag
+// order; any[q][i] says whether there are some.
 struct ZigzagShuffles {
   ByteConstant places[4][4];
   bool any[4][4];
@@ -77,7 +77,7 @@ __attribute__((noinline)) Vel64u scan(const Vel16s* src, ScannedBlock* to) {
     const Lane bytes = saturated16(src + 16 * i);
     store(to->natural + 16 * i, bytes);
     const Vel32u mask = nonZeros16(bytes);
-    ORV_UNROLL for (int j = 0; j < 4; ++j) bits = bits | loadLow(&ownZigzagBits.of[4 * i + j][mask >> 4 * j & 15]);
+    ORV_UNROLL for (int j = 0; j < 4; ++j) bits = bits | loadLow(&ownZigzagBits.of[4 * i + j][(mask >> (4 * j)) & 15]);
   }
   return Vel64u(Vel32u(toInt(shiftBytesDown<4>(bits)))) << 32 | (Vel32u(toInt(bits)) & ~1u);
 }

@@ -31,8 +31,8 @@ struct Taps {
   const Taps* next() const { return reinterpret_cast<const Taps*>(weights() + (count + 3) / 4 * 4); }
 };
 
-// Where the buffer's size is what was asked for, coordinates and the reach are below 2^31 / 13 and their sums fit an int.
-// A region that is nothing against the reduction needs no exact one.
+// With a buffer of the size that is asked for, coordinates and the reach are below 2^31 / 13, and their sums fit an int. A
+// scale far beyond the region's size is capped: it gives nearly equal weights anyway.
 ORV_INLINE double scaleOf(const Axis& axis) {
   const double most = 65536 + 4.0 * axis.count;
   return axis.inverse < 1 ? 1 : axis.inverse < most ? axis.inverse : most;
@@ -42,7 +42,7 @@ ORV_INLINE double scaleOf(const Axis& axis) {
 ORV_INLINE void fill(Taps& taps, const Kernel& kernel, const Axis& axis, int i) {
   const double scale = scaleOf(axis), reach = kernel.radius() * scale;
   const double v = (double(axis.start) + i + 0.5) * axis.inverse + (axis.offset - 0.5) - axis.first;
-  // Written so that a NaN, of an infinite inverse, counts as the end.
+  // !(v < end), so that a NaN, of an infinite inverse, counts as the end too.
   const double centre = !(v < axis.count - 0.5) ? axis.count - 0.5 : v > -0.5 ? v : -0.5;
   const int low = floorOf(centre - reach) + 1, high = -floorOf(-(centre + reach)) - 1;
   const auto sumOf = [&](int from, int to) {
@@ -93,8 +93,9 @@ ORV_INLINE Lane loadUpTo3(const Vel8u* p, int n) {
   return fromInt(int(bytes));
 }
 
-// Of one channel, one row or two at a time: the lists cannot be walked fast, since their lengths tell where the next ones
-// are. A row has a lane: element i sums taps i, i + 4, ..., and the elements of four columns are summed together.
+// Of one channel, one row or two at a time. Walking the lists is slow, because a list's length must be read to find the
+// next one; two rows share that cost. Lane r belongs to row r. Its element i sums taps i, i + 4, ...; then the elements of
+// four columns are summed together.
 template <int kRows> struct PlaneRows {
   using Sums = FloatRun<4 * kRows>;
   const Vel8u* rows[kRows];

@@ -1,8 +1,8 @@
 // Linear resizing: a horizontal pass once for each source row that is needed, and a vertical one over two of its results.
 //
-// A column beside the first or last pixels' centres has one neighbour, not two. Given a second one with weight 0, the two
-// passes come to the same sum for it as weighing the two rows alone does. A row beside them is a pass of its own: blended
-// with a second row it would be rounded twice.
+// A destination column left of the first source centre, or right of the last one, has one neighbour. It gets a second one
+// of weight 0, which leaves its sum as it is. A row above or below the centres is stored straight from the horizontal pass:
+// blended with a second row it would be rounded twice.
 #include "core/cache.h"
 #include "resize/buffer.h"
 #include "resize/kernels.h"
@@ -31,7 +31,7 @@ ORV_INLINE Neighbours neighboursOf(const Axis& axis, int i) {
 
 template <int kPixel> constexpr int kColumns = kPixel == 1 ? 8 : 2;
 
-// What 1 is in the sums: they have six fractional bits for the vertical pass, and none where there is no such pass.
+// How many units of a sum make 1: they have six fractional bits for the vertical pass, and none where there is no such pass.
 constexpr int kForBlend = 64, kAlone = 1;
 
 template <int kPixel> struct Gathered;

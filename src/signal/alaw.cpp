@@ -1,7 +1,7 @@
 // A-law companding (ITU-T G.711).
 //
 // A code is made of a sign (bit 7, set from zero up), a segment (bits 6..4) and a mantissa (bits 3..0), exclusive-ored
-// with 0x55. The number of their instructions bounds the loops.
+// with 0x55. The loops are bound by the number of their instructions, not by memory.
 #include "core/cache.h"
 #include "core/simd.h"
 
@@ -10,8 +10,9 @@ namespace {
 // ---- Codes from samples
 //
 // Segment and mantissa together are a concave function of the magnitude m, which has 15 bits: the least of
-// (m >> (k + 4)) + 16 k, k from 0 to 6. Each of these lines is the mean of the one before and 16 k, rounded down. Bytes
-// hold the first four of magnitudes below 4096; what is greater is, three segments higher, the same at an eighth of it.
+// (m >> (k + 4)) + 16 k, k from 0 to 6. Line k + 1 is the mean of line k and 16 (k + 2), rounded down. The instruction
+// rounds means up, so it is given one less: 31, 47, 63. Bytes hold the first four lines of magnitudes below 4096. From
+// there on the code is that of an eighth of the magnitude, three segments higher.
 
 // Of eight samples, in words: magnitudes shifted right by 4 (below zero: as zero), and signs, 0 or -1.
 struct Magnitudes {

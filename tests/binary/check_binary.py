@@ -128,7 +128,8 @@ class Header(unittest.TestCase):
     def test_header_twins(self):
         twins = re.findall(r"^ORV_API extern __typeof__\(orv(\w+)\) vel(\w+);$", source("include/orv.h"), re.MULTILINE)
         self.assertEqual([pair for pair in twins if pair[0] != pair[1]], [("StaticInit", "Init")])
-        self.assertEqual({name for _, name in twins}, {"GetStatusString", "StaticInit", "Init", *primitives()})
+        self.assertEqual({name for _, name in twins}, {"GetStatusString", "StaticInit", "Init", *primitives()},
+                         "the vel names at the end of orv.h, and primitives.def")
 
     def test_header_statuses(self):
         used, others = (set(re.findall(r"^ +(velSts\w+) = ", part, re.MULTILINE))
@@ -163,6 +164,8 @@ class Linkage(unittest.TestCase):
         expected.update({f"{path}_{name}": True for path in PATHS for name in KERNELS})
         expected.update({f"{path}_{name}": True for path in PATTERNS["A"].split() for name in KERNELS_A})
         found = {name: kind == "FUNC" for name, (_, _, kind, _) in LIBRARY.dynamic.items()}
+        self.assertEqual(sorted(found.keys() - expected), [], "exported and in no list")
+        self.assertEqual(sorted(expected.keys() - found), [], "in a list and not exported")
         self.assertEqual(found, expected)
         self.assertEqual({symbol[3] for symbol in LIBRARY.dynamic.values()}, {"GLOBAL"})
         pairs = {name[3:] for name in header if name.startswith("vel") and "orv" + name[3:] in header}

@@ -39,6 +39,8 @@ RULES = ((0x300, 5, 0xFDF), (0x40, 4, 0xCDF), (0x30, 3, 0x3F), (0x10, 2, 0x1F), 
 
 
 def run(*command):
+    if not os.path.exists(BUILD["ladder"]):
+        raise AssertionError("the program is not built: cmake --build ... --target ladder")
     result = subprocess.run(command, text=True, capture_output=True)
     return result, dict(line.split("=", 1) for line in result.stdout.splitlines() if "=" in line)
 

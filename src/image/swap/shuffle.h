@@ -1,4 +1,5 @@
-// Swapping channels by shuffling bytes: one shuffle swaps a group, whatever the order is.
+// Swapping channels by shuffling bytes: one shuffle swaps a group, whatever the order is. A group is as many pixels as have
+// four bytes in each channel, and a block four groups (see selection.h).
 #pragma once
 #include "image/swap/selection.h"
 
@@ -72,7 +73,7 @@ template <class F> class Blocks {
   }
 
   Unselected<F> unselected_;
-  Lane early_, late_, last_;
+  Lane early_, late_, last_;  // of groups 0 and 1, of 2, of 3
 };
 
 }  // namespace
