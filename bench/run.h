@@ -12,7 +12,7 @@ void benchmarkOnEveryPath(const std::string& operation, const char* unit, int co
   for (const CodePath& path : kCodePaths) {
     if (!processorHas(path)) continue;
     benchmark::RegisterBenchmark((operation + '/' + path.name).c_str(), [=](benchmark::State& state) {
-      VelStatus status = velStaticInitCpu(path.code);
+      VelStatus status = forcePath(path);
       if (velJumpIndexForMergedLibs != path.index) state.SkipWithError("the code path could not be forced");
       for (auto _ : state) status |= work();
       if (status != velStsNoErr) state.SkipWithError("a primitive did not give velStsNoErr");

@@ -8,10 +8,10 @@ namespace jpeg {
 namespace {
 
 // What a chroma sample adds to luma. Luma is an integer, so rounding the sum is adding the rounded term, half up. Green
-// has two terms: their sums, multiples of 0.00001, need 23 bits of fraction, and a little more than half is added so
-// that an exact half goes up in spite of the tables' own rounding.
+// has two terms. Their sums are multiples of 0.00002, and a little more than half is added, so that an exact half goes
+// up in spite of the tables' own rounding. scripts/derive/jfif finds out how much more.
 struct Terms {
-  static constexpr int kFraction = 23;
+  static constexpr int kFraction = 23, kBias = 83;
   int16_t red[256], blue[256];
   int32_t greenCb[256], greenCr[256];
 
@@ -26,7 +26,7 @@ struct Terms {
       blue[i] = int16_t(b - luma);
       const double one = 1 << kFraction;
       greenCb[i] = int32_t(std::lround(-0.34414 * c * one));
-      greenCr[i] = int32_t(std::lround(-0.71414 * c * one)) + (1 << (kFraction - 1)) + 40;
+      greenCr[i] = int32_t(std::lround(-0.71414 * c * one)) + (1 << (kFraction - 1)) + kBias;
     }
   }
 };
@@ -72,12 +72,17 @@ constexpr Vector words(int low, int high) {
   return {{a, b, a, b, a, b, a, b}};
 }
 
+// With n for 250 times Y, the fraction cut off, Y is (n + 125) / 250, the fraction cut off. For n up to 63750 so is
+// (n + kLumaRound) * kLumaReciprocal >> kLumaBits, as scripts/derive/jfif finds. Of the product only the high word is
+// wanted.
+constexpr int kLumaRound = 126, kLumaReciprocal = 33554, kLumaBits = 23;
+
 struct Constants {
   Vector evenBytes = words(0xFF, 0xFF), most = words(255, 255);
   // Thousandths: of R and B, and of G and no neighbour.
   Vector lumaRB = words(299, 114), lumaG = words(587, 0);
   Vector chromaR = words(1000, 0), chromaB = words(0, 1000);
-  Vector lumaRound = words(126, 126), lumaReciprocal = words(33554, 33554);
+  Vector lumaRound = words(kLumaRound, kLumaRound), lumaReciprocal = words(kLumaReciprocal, kLumaReciprocal);
 };
 constexpr Constants kConstants;
 
@@ -121,12 +126,10 @@ ORV_ALWAYS_INLINE Neighbours neighbours(const uint8_t* p, const Constants* k) {
   return {everyFourth(p, k), everyFourth(p + 3, k)};
 }
 
-// With n for 250 times Y, the fraction cut off, Y is (n + 125) / 250, the fraction cut off. For n up to 63750 so are the
-// upper nine bits of (n + 126) times 2^23 / 250, and of its product only the upper word is wanted.
 ORV_ALWAYS_INLINE void storeLuma(const Neighbours& first, const Neighbours& second, uint8_t* y, const Constants* k) {
   const auto luma = [k](const Pixels& low, const Pixels& high) {
     const __m128i n = pair(_mm_srli_epi32(low.luma, 2), _mm_srli_epi32(high.luma, 2));
-    return _mm_srli_epi16(_mm_mulhi_epu16(_mm_add_epi16(n, k->lumaRound), k->lumaReciprocal), 7);
+    return _mm_srli_epi16(_mm_mulhi_epu16(_mm_add_epi16(n, k->lumaRound), k->lumaReciprocal), kLumaBits - 16);
   };
   const __m128i even = luma(first.a, second.a), odd = luma(first.b, second.b);
   _mm_storeu_si128(reinterpret_cast<__m128i*>(y), _mm_or_si128(even, _mm_slli_epi16(odd, 8)));

@@ -30,7 +30,7 @@
  *   8u 16u 16s 32u 32s 32f
  *                    the type of the elements: bits, and unsigned, signed or float. Where there are two, 8u16u, the
  *                    source's and the destination's. 1u is a stream of bits: 1u16s reads one, 16s1u writes one.
- *   C                behind an operation, AddC: with a constant
+ *   C                after an operation, AddC: with a constant
  *   C1, C3, C4       pixels of one, three or four channels, which lie side by side
  *   AC4              pixels of four channels, of which the first three are worked on
  *   C2               YUV 4:2:2 in one piece, two bytes a pixel: Y, U, Y, V
@@ -162,6 +162,7 @@ ORV_API const char* orvGetStatusString(VelStatus status);
  *   0  w7 bodies, on a processor without SSE2 or before any selection    3  s8: SSSE3 with MOVBE
  *   1  w7: SSE2                                                          4  p8: SSE4.1
  *   2  v8: SSSE3 (where a primitive has no v8 body, its s8 body)         5  g9: AVX, its state saved by the system
+ * At index 5 primitives that gain by it use AVX2, where the processor has it and the mask of enabled features keeps AVX.
  * To be read, not written: the functions below change it. A program that is linked without PIC has a copy of the
  * variable, and what it writes there selects nothing. */
 ORV_API extern Vel32s velJumpIndexForMergedLibs;
@@ -224,7 +225,8 @@ ORV_API VelStatus velGetCpuFeatures(Vel64u* pFeaturesMask, Vel32u pCpuidInfoRegs
 /* The mask of enabled features: what the selected path may use, as the last selection or velSetCpuFeaturesMask left it;
  * 3 before any. */
 ORV_API Vel64u velGetEnabledCpuFeatures(void);
-/* Sets the mask of enabled features. It is not checked, always gives velStsNoErr, and changes no code path. */
+/* Sets the mask of enabled features. It is not checked, always gives velStsNoErr, and changes no code path. Without the bit
+ * velCpuidAVX index 5 does without AVX2, until a path is selected or the mask is set again. */
 ORV_API VelStatus velSetCpuFeaturesMask(Vel64u mask);
 /* 1 when every given bit is set in the mask of enabled features, else 0. */
 ORV_API int ownGetFeature(Vel64u features);
@@ -1259,7 +1261,7 @@ ORV_API VelStatus orviEncodeHuffmanRawTableInit_JPEG_8u(const int pStatistics[25
 
 /* Encodes one block (64 coefficients in natural order) of a baseline scan (ITU-T T.81, F.1.2) at *pDstBitsLen, in bits
  * from pDst: the bits in front of it in its byte are kept. Sets *pDstBitsLen to where the next block goes on, and
- * *pLastDC. An FF is followed by 00. The last byte may be there in part, and up to 8 bytes behind it are overwritten,
+ * *pLastDC. An FF is followed by 00. The last byte may be there in part, and up to 8 bytes after it are overwritten,
  * for which there must be room. The DC difference must have a category of 15 at most, AC coefficients one of 14, and
  * each symbol a code: this is not checked.
  *   velStsNullPtrErr   a pointer is null */
@@ -1304,7 +1306,7 @@ ORV_API VelStatus orviDecodeHuffmanStateFree_JPEG_8u(VeliDecodeHuffmanState* pDe
  *   pNumValidPrefetchedBits  *pPrefetchedBits, the next one highest
  *   pLastDC                  the DC of the component's previous block
  *   pMarker                  the code of a marker that the decoder met (0xD9 for FF D9), else 0. While it is positive
- *                            nothing more is read; the byte position is then just behind the marker
+ *                            nothing more is read; the byte position is then just after the marker
  * The stream must end in a marker or hold all bytes that its blocks take: no others are read. Bytes are taken while
  * fewer than 25 bits are in store: before every code, and before extra bits that the store does not hold. FF 00 stands
  * for a byte FF.

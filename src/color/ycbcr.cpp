@@ -3,147 +3,144 @@
 
 namespace {
 
-// ---- Forward
+// ---- Forward: Y, Cb and Cr are weighted sums of R, G and B plus a constant, >> 16
+//
+//   Y = 0.257 R + 0.504 G + 0.098 B + 16      Cb = -0.148 R - 0.291 G + 0.439 B + 128
+//                                             Cr = 0.439 R - 0.368 G - 0.071 B + 128
+//
+// A pixel's chroma weights add up to nothing, so that R - G and B - G carry all of its chroma; luma is what they add to
+// (kYr + kYg + kYb) G. That leaves weights of sixteen bits, two of which multiply-add takes at once.
 
-// Eight pixels from quads of R, G, B, and G once more where kGreenTwice. A pixel's chroma weights add up to nothing, so
-// that R - G and B - G carry all of its chroma; luma is what they add to 56296 G. That leaves weights of sixteen bits,
-// two of which multiply-add takes at once.
-template <bool kGreenTwice> struct Forward {
-  Two difference, green;
-  Forward(Vec a, Vec b) : Forward(Two{{a, b}}) {}
-  explicit Forward(const Two& quads)
-      : green(each(quads, [](Vec quad) {
-          const Vec g = _mm_srli_epi16(quad, 8);
-          return kGreenTwice ? g : _mm_shufflehi_epi16(_mm_shufflelo_epi16(g, 0xA0), 0xA0);
-        })) {
+struct ForwardWeights {
+  static constexpr int kYr = fixedPoint(0.257, 16), kYg = fixedPoint(0.504, 16), kYb = fixedPoint(0.098, 16);
+  static constexpr int kCbR = fixedPoint(-0.148, 16), kCbB = fixedPoint(0.439, 16);
+  static constexpr int kCrR = fixedPoint(0.439, 16), kCrB = fixedPoint(-0.071, 16);
+  // With the half that rounds.
+  static constexpr int kLumaOffset = fixedPoint(16.5, 16), kChromaOffset = fixedPoint(128.5, 16);
+  static constexpr int kTwiceGreen = kYr + kYg + kYb, kGreen = kTwiceGreen / 2;
+  static_assert(kGreen * 2 == kTwiceGreen && isWord(kGreen), "green comes in two halves");
+  static_assert(kCbR + kCbB == -fixedPoint(-0.291, 16) && kCrR + kCrB == -fixedPoint(-0.368, 16), "grey has no chroma");
+};
+
+// Eight pixels a lane, from dwords of R G B and, where kGreenTwice, G once more.
+template <bool kGreenTwice, class V> struct Forward {
+  using W = ForwardWeights;
+  Dwords8<V> differences, green;  // words R - G, B - G; G, G
+
+  Forward(V a, V b) {
+    const Dwords8<V> rgb = {{a, b}};
+    green = each(rgb, [](V p) {
+      const V g = shiftRightU16(p, 8);
+      return kGreenTwice ? g : shuffleHalves16<0, 0, 2, 2>(g);
+    });
     for (int i = 0; i < 2; ++i)
-#if ORV_HAS_SHUFFLE
-      difference.v[i] = _mm_maddubs_epi16(quads.v[i], bytes(1, -1, 1, -1));
-#else
-      difference.v[i] = _mm_sub_epi16(_mm_and_si128(quads.v[i], all16(0xFF)), green.v[i]);
-#endif
+      differences.v[i] = kGreenTwice ? subOddFromEven8(rgb.v[i]) : sub16(rgb.v[i] & all16<V>(0xFF), green.v[i]);
   }
-  Two first() const {
-    return plus(plus(weighed(difference, words(16843, 6423)), weighed(green, words(28148, 28148))), 1081344);  // 16.5
+  Dwords8<V> first() const {
+    return add32(add32(weigh(differences, W::kYr, W::kYb), weigh(green, W::kGreen, W::kGreen)), W::kLumaOffset);
   }
-  Two second() const { return plus(weighed(difference, words(-9699, 28770)), 8421376); }  // 128.5
-  Two third() const { return plus(weighed(difference, words(28770, -4653)), 8421376); }
+  Dwords8<V> second() const { return add32(weigh(differences, W::kCbR, W::kCbB), W::kChromaOffset); }
+  Dwords8<V> third() const { return add32(weigh(differences, W::kCrR, W::kCrB), W::kChromaOffset); }
 };
 
-#if ORV_HAS_SHUFFLE
-// A quad with green twice from four pixels of kPixel bytes, which begin at byte kAt.
-template <int kPixel, int kAt> ORV_INLINE Vec quadOf(Vec v) {
-#define AT(p) kAt + (p)*kPixel, kAt + (p)*kPixel + 1, kAt + (p)*kPixel + 2, kAt + (p)*kPixel + 1
-  return _mm_shuffle_epi8(v, _mm_setr_epi8(AT(0), AT(1), AT(2), AT(3)));
-#undef AT
+#if ORV_HAS_SHUFFLE  // a byte shuffle makes R G B G of packed pixels; without one, dwords are picked from shifted vectors
+// Of four pixels of kPixel bytes that begin at byte kAt.
+template <int kPixel, int kAt, class V> ORV_INLINE V greenTwice(V v) {
+  return shuffle8(v, bytePattern<V>([](int i) { return kAt + i / 4 * kPixel + (i % 4 == 3 ? 1 : i % 4); }));
 }
-ORV_INLINE Rgb16<kNatural> forward(const FromC3& src) {
-  const Vel8u* const s = src.p[0];
-  return sixteenOf<kNatural>([=](int half) {
-    return half ? Forward<true>(quadOf<3, 0>(load(s + 24)), quadOf<3, 4>(load(s + 32)))
-                : Forward<true>(quadOf<3, 0>(load(s)), quadOf<3, 0>(load(s + 12)));
+template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 6>>& src) {
+  const Vel8u* const p = src[0];
+  return convertHalves<kInOrder>([=](int half) {
+    if (half == 0) return Forward<true, V>(greenTwice<3, 0>(load<V>(p, 48)), greenTwice<3, 0>(load<V>(p + 12, 48)));
+    return Forward<true, V>(greenTwice<3, 0>(load<V>(p + 24, 48)), greenTwice<3, 4>(load<V>(p + 32, 48)));
   });
 }
+template <class V> ORV_INLINE Forward<true, V> forward4(V a, V b) {
+  return Forward<true, V>(greenTwice<4, 0>(a), greenTwice<4, 0>(b));
+}
 #else
-// Dwords 2 i + kWhich of v, then of w.
-template <int kWhich> ORV_INLINE Vec everySecond(Vec v, Vec w) {
-  return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(v), _mm_castsi128_ps(w), kWhich ? 0xDD : 0x88));
+template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 6>>& src) {
+  const Vel8u* const p = src[0];
+  // Two pixels in each half of a vector: the even ones begin at dwords, the odd ones a byte before.
+  const V a = loadHalves(p, p + 6), b = loadHalves(p + 12, p + 18), c = loadHalves(p + 24, p + 30);
+  const V d = shiftRightU64(loadHalves(p + 34, p + 40), 16);  // begins early: nothing after the pixels is read
+  return convertHalves<kEvenOdd>([=](int odd) {
+    const auto up = [](V v) { return shiftLeft64(v, 8); };
+    if (odd) return Forward<false, V>(joinPairs32<1, 3, 1, 3>(up(a), up(b)), joinPairs32<1, 3, 1, 3>(up(c), up(d)));
+    return Forward<false, V>(joinPairs32<0, 2, 0, 2>(a, b), joinPairs32<0, 2, 0, 2>(c, d));
+  });
 }
-// Two pixels in each half of a vector: the even ones begin at dwords, the odd ones a byte before.
-ORV_INLINE Two quadsOf(Vec a, Vec b, Vec c, Vec d, bool odd) {
-  const auto up = [](Vec v) { return _mm_slli_epi64(v, 8); };
-  return odd ? Two{{everySecond<1>(up(a), up(b)), everySecond<1>(up(c), up(d))}}
-             : Two{{everySecond<0>(a, b), everySecond<0>(c, d)}};
-}
-ORV_INLINE Rgb16<kSplit> forward(const FromC3& src) {
-  const Vel8u* const s = src.p[0];
-  const Vec a = loadHalves(s, s + 6), b = loadHalves(s + 12, s + 18), c = loadHalves(s + 24, s + 30);
-  const Vec d = _mm_srli_epi64(loadHalves(s + 34, s + 40), 16);  // reads nothing behind the pixels
-  return sixteenOf<kSplit>([=](int half) { return Forward<false>(quadsOf(a, b, c, d, half != 0)); });
-}
+template <class V> ORV_INLINE Forward<false, V> forward4(V a, V b) { return Forward<false, V>(a, b); }
 #endif
-ORV_INLINE Rgb16<kNatural> forward(const FromP3& src) {
-  const Vec r = load(src.p[0]), g = load(src.p[1]), b = load(src.p[2]);
-  return sixteenOf<kNatural>([=](int half) {
-    const Vec rg = half ? _mm_unpackhi_epi8(r, g) : _mm_unpacklo_epi8(r, g);
-    const Vec bg = half ? _mm_unpackhi_epi8(b, g) : _mm_unpacklo_epi8(b, g);
-    return Forward<true>(_mm_unpacklo_epi16(rg, bg), _mm_unpackhi_epi16(rg, bg));
+template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 2, 2, 2>>& src) {
+  const Pixels<kInOrder, V> p = P3::load<V>(src);
+  return convertHalves<kInOrder>([=](int half) {
+    const V rg = half ? interleaveHigh8(p.r, p.g) : interleaveLow8(p.r, p.g);
+    const V bg = half ? interleaveHigh8(p.b, p.g) : interleaveLow8(p.b, p.g);
+    return Forward<true, V>(interleaveLow16(rg, bg), interleaveHigh16(rg, bg));
   });
 }
 
-// ---- Sixteen pixels of each layout
+// ---- Sixteen pixels a lane of each layout
 
-struct StoreC3 {
-  template <Order kOrder> ORV_INLINE void put(const ToC3& dst, const Rgb16<kOrder>& p) { storeC3(dst.p[0], p); }
+template <class Format> struct ConvertForward {
+  using PastCaches = ConvertForward<typename Format::PastCaches>;
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
+    Format::store(dst, forward<V>(src));
+  }
 };
-ORV_INLINE void storeP3(const ToP3& dst, const Rgb16<kNatural>& p) {
-  store(dst.p[0], p.r);
-  store(dst.p[1], p.g);
-  store(dst.p[2], p.b);
-}
-// Eight pixels; the fourth byte stays as it was.
-template <class Eight> ORV_INLINE void storeAC4(Vel8u* dst, const Eight& p) {
-  const Vec rg = highPairs(clamped(p.first()), clamped(p.second()));
-  const Vec b = _mm_srli_epi16(clamped(p.third()), 8);
-  const auto put = [](Vel8u* to, Vec v) {
-    store(to, _mm_or_si128(v, _mm_and_si128(load(to), all32(int(0xFF000000)))));
-  };
-  put(dst, _mm_unpacklo_epi16(rg, b));
-  put(dst + 16, _mm_unpackhi_epi16(rg, b));
-}
 
-struct ForwardC3 {
-  ORV_INLINE void convert(const FromC3& src, const ToC3& dst) { storeC3(dst.p[0], forward(src)); }
-};
-struct ForwardP3 {
-  ORV_INLINE void convert(const FromP3& src, const ToP3& dst) { storeP3(dst, forward(src)); }
-};
+// Eight pixels a lane, from their conversion; the fourth byte stays as it was.
+template <class V, class Conversion> ORV_INLINE void storeAC4(Vel8u* dst, const Conversion& p) {
+  const V r = clampToHighBytes(p.first()), g = clampToHighBytes(p.second());
+  const V rg = shiftRightU16(r, 8) | (g & all16<V>(0xFF00)), b = shiftRightU16(clampToHighBytes(p.third()), 8);
+  AC4::storeFour(dst, interleaveLow16(rg, b));
+  AC4::storeFour(dst + 16, interleaveHigh16(rg, b));
+}
+// convertEight(a, b) converts four pixels in each of two vectors.
+template <class V, class Src, class Dst, class Convert>
+ORV_INLINE void convertAC4(const Src& src, const Dst& dst, const Convert& convertEight) {
+  ORV_UNROLL for (int i = 0; i < 64; i += 32)
+      storeAC4<V>(dst[0] + i, convertEight(load<V>(src[0] + i, 64), load<V>(src[0] + i + 16, 64)));
+}
 struct ForwardAC4 {
-  ORV_INLINE void convert(const FromAC4& src, const ToAC4& dst) {
-    ORV_UNROLL
-    for (int i = 0; i < 64; i += 32) {
-      const Vec a = load(src.p[0] + i), b = load(src.p[0] + i + 16);
-#if ORV_HAS_SHUFFLE
-      storeAC4(dst.p[0] + i, Forward<true>(quadOf<4, 0>(a), quadOf<4, 0>(b)));
-#else
-      storeAC4(dst.p[0] + i, Forward<false>(a, b));
-#endif
-    }
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
+    convertAC4<V>(src, dst, [](V a, V b) { return forward4(a, b); });
   }
-};
-struct InverseP3 {
-  ORV_INLINE void convert(const FromP3& src, const ToP3& dst) { storeP3(dst, exact<Standard<true>>(src)); }
 };
 struct InverseAC4 {
-  ORV_INLINE void convert(const FromAC4& src, const ToAC4& dst) {
-    ORV_UNROLL
-    for (int i = 0; i < 64; i += 32)
-      storeAC4(dst.p[0] + i, Exact<Standard<false>>(load(src.p[0] + i), load(src.p[0] + i + 16)));
+  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
+    convertAC4<V>(src, dst, [](V a, V b) { return Exact<Weights<false>, V>(a, b); });
   }
 };
 
-// ---- Images
+// ---- Images: convertOne(isPastCaches, src, dst, width) converts a row.
 
-// Rows of which all pixels are converted alike.
-template <class Op> struct AllAlike {
-  template <class Src, class Dst> ORV_INLINE void convert(const Src& src, const Dst& dst, ptrdiff_t width) {
-    ptrdiff_t x = 0;
-    for (; x + 16 <= width; x += 16) Op::convert(src.at(x), dst.at(x));
-    if (x < width) convertSome<Op>(src.at(x), dst.at(x), width - x);
-  }
-};
-
-template <class R, class T> ORV_INLINE R rowsOf(T* image) { return {{image}}; }
-template <class R, class T> ORV_INLINE R rowsOf(T* const planes[3]) { return {{planes[0], planes[1], planes[2]}}; }
-
-template <class Rows, class Src, class Dst, class From, class To>
-ORV_INLINE VelStatus convert(From pSrc, int srcStep, To pDst, int dstStep, VeliSize size) {
-  ORV_CHECK(checkPointers(pSrc, pDst));
-  ORV_CHECK(checkSize(size));
-  ORV_CHECK(checkPlanes(pSrc));
-  ORV_CHECK(checkPlanes(pDst));
-  convertImage<Rows>(rowsOf<Src>(pSrc), srcStep, rowsOf<Dst>(pDst), dstStep, size.width, size.height);
+template <class From, class To, class Src, class Dst, class Convert>
+ORV_INLINE VelStatus convertImage(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size,
+                                  const Convert& convertOne) {
+  ORV_CHECK(checkImages(pSrc, pDst, size));
+  const ptrdiff_t width = size.width;
+  const bool isInPlace = static_cast<const void*>(pSrc) == static_cast<const void*>(pDst);
+  const bool isPastCaches = !isInPlace && goesPastCaches<To>(size);
+  convertStrips(stripOf<From, 1>(pSrc, srcStep), stripOf<To, 1>(pDst, dstStep), size.height,
+                [&](const auto& src, const auto& dst) { convertOne(isPastCaches, src, dst, width); });
+  if (isPastCaches) streamEnd();
   return velStsNoErr;
+}
+template <class Format, class Kernel, class Src, class Dst>
+ORV_INLINE VelStatus convert(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size) {
+  return convertImage<Format, Format>(pSrc, srcStep, pDst, dstStep, size,
+                                      [](bool isPastCaches, const auto& src, const auto& dst, ptrdiff_t width) {
+                                        convertRowOf<Kernel, LastPixels::kOnce, Format>(isPastCaches, src, dst, width);
+                                      });
+}
+template <class From, class G, class W, class Src, class Dst>
+ORV_INLINE VelStatus convertInGroups(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size) {
+  return convertImage<From, C3>(pSrc, srcStep, pDst, dstStep, size,
+                                [](bool isPastCaches, const auto& src, const auto& dst, ptrdiff_t width) {
+                                  convertRowInGroups<From, G, W, C3>(isPastCaches, src, dst, width);
+                                });
 }
 
 }  // namespace
@@ -151,32 +148,32 @@ ORV_INLINE VelStatus convert(From pSrc, int srcStep, To pDst, int dstStep, VeliS
 // ---- Bodies
 
 ORV_BODY_A(veliRGBToYCbCr_8u_C3R)(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize) {
-  return convert<AllAlike<ForwardC3>, FromC3, ToC3>(pSrc, srcStep, pDst, dstStep, roiSize);
+  return convert<C3, ConvertForward<C3>>(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 ORV_BODY_C(veliRGBToYCbCr_8u_AC4R)(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize) {
-  return convert<AllAlike<ForwardAC4>, FromAC4, ToAC4>(pSrc, srcStep, pDst, dstStep, roiSize);
+  return convert<AC4, ForwardAC4>(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 ORV_BODY_C(veliRGBToYCbCr_8u_P3R)
 (const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3], int dstStep, VeliSize roiSize) {
-  return convert<AllAlike<ForwardP3>, FromP3, ToP3>(pSrc, srcStep, pDst, dstStep, roiSize);
+  return convert<P3, ConvertForward<P3>>(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 ORV_BODY_A(veliYCbCrToRGB_8u_C3R)(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize) {
-  return convert<InGroups<GroupC3, Standard<false>, StoreC3>, FromC3, ToC3>(pSrc, srcStep, pDst, dstStep, roiSize);
+  return convertInGroups<C3, GroupC3, Weights<false>>(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 ORV_BODY_A(veliYCbCrToRGB_8u_AC4R)(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize) {
-  return convert<AllAlike<InverseAC4>, FromAC4, ToAC4>(pSrc, srcStep, pDst, dstStep, roiSize);
+  return convert<AC4, InverseAC4>(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 ORV_BODY_A(veliYCbCrToRGB_8u_P3R)
 (const Vel8u* const pSrc[3], int srcStep, Vel8u* const pDst[3], int dstStep, VeliSize roiSize) {
-  return convert<AllAlike<InverseP3>, FromP3, ToP3>(pSrc, srcStep, pDst, dstStep, roiSize);
+  return convert<P3, ConvertExactly<P3, Weights<true>, P3>>(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 ORV_BODY_A(veliYCbCrToRGB_8u_P3C3R)
 (const Vel8u* const pSrc[3], int srcStep, Vel8u* pDst, int dstStep, VeliSize roiSize) {
-  return convert<InGroups<GroupP3C3, Lesser, StoreC3>, FromP3, ToC3>(pSrc, srcStep, pDst, dstStep, roiSize);
+  return convertInGroups<P3, GroupP3C3, WeightsAfterGroups>(pSrc, srcStep, pDst, dstStep, roiSize);
 }

@@ -1,19 +1,12 @@
 // YCbCr to RGB in 16-bit words.
 #include "color/ycbcr.h"
-#include "color/pack16.h"
 
 namespace {
 
-template <Packing kPacking, bool kBgr> struct StoreWords {
-  template <Order kOrder> ORV_INLINE void put(const ToWords& dst, const Rgb16<kOrder>& p) {
-    storePacked<kPacking>(reinterpret_cast<Vel16u*>(dst.p[0]), kBgr ? Rgb16<kOrder>{p.b, p.g, p.r} : p);
-  }
-};
-
 template <Packing kPacking, bool kBgr>
 ORV_INLINE VelStatus convert(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int dstStep, VeliSize size) {
-  ORV_CHECK(checkPointers(pSrc, pDst));
-  ORV_CHECK(checkSize(size));
+  ORV_CHECK(checkImages(pSrc, pDst, size));
+  using Format = Packed16<kPacking, kBgr>;
   const int step = dstStep >> 1;  // in words
   ptrdiff_t width = size.width;
   int height = size.height;
@@ -21,8 +14,12 @@ ORV_INLINE VelStatus convert(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int d
     width *= height;
     height = 1;
   }
-  convertImage<InGroups<GroupP3C3, Standard<false>, StoreWords<kPacking, kBgr>>>(
-      FromC3{{pSrc}}, srcStep, ToWords{{reinterpret_cast<Vel8u*>(pDst)}}, step * 2, width, height);
+  const bool isPastCaches = goesPastCaches<Format>(size);
+  convertStrips(stripOf<C3, 1>(pSrc, srcStep), stripOf<Format, 1>(pDst, step * 2), height,
+                [=](const auto& src, const auto& dst) {
+                  convertRowInGroups<C3, GroupP3C3, Weights<false>, Format>(isPastCaches, src, dst, width);
+                });
+  if (isPastCaches) streamEnd();
   return velStsNoErr;
 }
 

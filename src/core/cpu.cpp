@@ -78,7 +78,7 @@ int ownGetCacheSize() {
     count += reg == EAX ? 3 : 4;
   }
   if (count == 0) return -1;
-  // The lowest byte of EAX counts and describes nothing, so the walk begins behind it; it does so too when EAX was
+  // The lowest byte of EAX counts and describes nothing, so the walk begins after it; it does so too when EAX was
   // dropped, and then ends on a zero.
   for (const Descriptor& d : kDescriptors)
     for (int i = 1; i <= count; ++i)
@@ -112,6 +112,10 @@ VelStatus findCacheSize(int* size) {
 
 }  // namespace
 
+extern "C" {
+Vel32s ownVariantIndex = 0;
+}
+
 void ownGetReg(Vel32u regs[4], Vel32u leaf, Vel32u subleaf) {
   __asm__ volatile("cpuid"
                    : "=a"(regs[EAX]), "=b"(regs[EBX]), "=c"(regs[ECX]), "=d"(regs[EDX])
@@ -133,8 +137,17 @@ VelStatus velGetCpuFeatures(Vel64u* pFeaturesMask, Vel32u pCpuidInfoRegs[4]) {
   return velStsNoErr;
 }
 
+// The processor's AVX2, for which the system must save the registers as for AVX.
+static bool hasAvx2() {
+  Vel64u features;
+  const Vel32u needs = velCpuidAVX | velAVX_ENABLEDBYOS;
+  return ownGetMaskFeatures(&features) && (features & needs) == needs && vel_max_cpuid_input() >= 7 &&
+         Regs(7).bit(EBX, 5);
+}
+
 VelStatus velSetCpuFeaturesMask(Vel64u mask) {
   ownFeaturesMask = mask;
+  ownVariantIndex = (mask & velCpuidAVX) != 0 && hasAvx2();
   return velStsNoErr;
 }
 Vel64u velGetEnabledCpuFeatures(void) { return ownFeaturesMask; }

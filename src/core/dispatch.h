@@ -7,6 +7,9 @@
 // and whoever selects writes both.
 extern "C" __attribute__((visibility("hidden"))) Vel32s ownJumpIndex;
 
+// Which of a body's variants for AVX runs: 0 for avx, 1 for avx2. Follows the index and the mask of enabled features.
+extern "C" __attribute__((visibility("hidden"))) Vel32s ownVariantIndex;
+
 // What runs when the library is loaded. Nothing calls it; from an archive it comes because cpu.cpp, without which there is
 // no selection, refers to it.
 extern "C" __attribute__((visibility("hidden"))) void orvInit(void);

@@ -46,6 +46,52 @@ orv\name:
         .size   orv\name, . - orv\name
         .endm
 
+// A body with variants: the same over a pair of addresses.
+#ifdef __x86_64__
+        .macro  variant name
+        movslq  ownVariantIndex(%rip), %rax
+        leaq    own_\name\()_variants(%rip), %r11
+        jmp     *(%r11,%rax,8)
+        .endm
+        .macro  address name
+        .quad   \name
+        .endm
+#else
+        .macro  variant name
+        call    .Lhere_\name
+.Lhere_\name:
+        popl    %eax
+        movl    ownVariantIndex - .Lhere_\name\()(%eax), %ecx
+        jmp     *own_\name\()_variants - .Lhere_\name\()(%eax,%ecx,4)
+        .endm
+        .macro  address name
+        .long   \name
+        .endm
+#endif
+        .macro  body name
+        .globl  g9_\name
+        .type   g9_\name, @function
+        .p2align 4
+g9_\name:
+        _CET_ENDBR
+        variant \name
+        .size   g9_\name, . - g9_\name
+
+        .section .data.rel.ro, "aw"
+        .hidden avx_\name, avx2_\name
+        .balign 8
+        .type   own_\name\()_variants, @object
+own_\name\()_variants:
+        address avx_\name
+        address avx2_\name
+        .size   own_\name\()_variants, . - own_\name\()_variants
+        .text
+        .endm
+
+        .hidden ownVariantIndex
+#define ORV_VARIANT(file, name) body name
+#include "variants.def"
+
         .hidden ownJumpIndex
 #define ORV_PRIMITIVE(name, pattern) primitive name
 #include "primitives.def"

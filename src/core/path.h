@@ -11,7 +11,10 @@
 
 // ---- The path: ORV_PATH and one of ORV_PATH_w7 ... ORV_PATH_g9 come from the build.
 
-#if !defined(__SSE2__) || defined(__AVX2__) || defined(__FMA__) || defined(__BMI__) || defined(__MOVBE__)
+#if ORV_VARIANT_avx2 != defined(__AVX2__)
+#error "only the variant avx2 is built for AVX2"
+#endif
+#if !defined(__SSE2__) || defined(__FMA__) || defined(__BMI__) || defined(__MOVBE__)
 #error "instruction flags do not fit the code path; a global -march must not reach the files of a path"
 #endif
 #if ORV_PATH_w7
@@ -46,6 +49,7 @@
 #define ORV_HAS_SHUFFLE 1
 #define ORV_HAS_BLEND 1
 #define ORV_HAS_WIDE_FLOAT 1
+#define ORV_HAS_WIDE_INTEGER ORV_VARIANT_avx2
 #else
 #error "ORV_PATH_<path> is not set"
 #endif
@@ -54,8 +58,17 @@
 
 #define ORV_PASTE_(a, b) a##_##b
 #define ORV_PASTE(a, b) ORV_PASTE_(a, b)
-// This path's name of a body or kernel: w7_name and so on.
+// This path's name of a body or kernel: w7_name and so on. In the passes for variants, avx and avx2, names that have
+// variants begin so; g9_name is then what jumps to one of them.
+#ifdef ORV_VARIANT
+#include "variants.h"  // made from variants.def: defines ORV_HAS_VARIANTS_name as a comma for each
+#define ORV_SECOND_(a, b, ...) b
+#define ORV_SECOND(...) ORV_SECOND_(__VA_ARGS__)
+#define ORV_IF_VARIANTS(name, yes, no) ORV_SECOND(ORV_HAS_VARIANTS_##name yes, no, )
+#define ORV_NAME(name) ORV_PASTE(ORV_IF_VARIANTS(name, ORV_VARIANT, ORV_PATH), name)
+#else
 #define ORV_NAME(name) ORV_PASTE(ORV_PATH, name)
+#endif
 
 // An exported kernel of this path:  ORV_KERNEL VelStatus ORV_NAME(velsCopy_8u)(...) { ... }
 #define ORV_KERNEL extern "C" ORV_API
@@ -83,8 +96,17 @@
 #define ORV_BODY_B ORV_EXPORTED_BODY
 #endif
 #define ORV_BODY_C ORV_EXPORTED_BODY
+#if ORV_VARIANT_avx2  // the pass before has what has no variants
+#undef ORV_BODY_A
+#undef ORV_BODY_B
+#undef ORV_BODY_C
+#define ORV_BODY_A(name) ORV_IF_VARIANTS(name, ORV_EXPORTED_BODY, ORV_ABSENT_BODY)(name)
+#define ORV_BODY_B ORV_BODY_A
+#define ORV_BODY_C ORV_BODY_A
+#endif
 
-#define ORV_INLINE [[maybe_unused]] static inline __attribute__((always_inline))
+// A helper that is always inlined. It is defined in an anonymous namespace, or in a class there.
+#define ORV_INLINE inline __attribute__((always_inline, unused))
 
 // In front of a loop with a constant count: unroll it.
 #ifdef __clang__

@@ -1,4 +1,4 @@
-// The six-slot dispatch tables, one for each primitive, named as the primitive with _arraddr behind it.
+// The six-slot dispatch tables, one for each primitive, named as the primitive with _arraddr added.
 #include "orv.h"
 
 #define ORV_SLOTS_A(name) \

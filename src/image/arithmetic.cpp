@@ -7,61 +7,30 @@
 
 namespace {
 
-constexpr int kLanes = int(kWide / sizeof(float));
+// ---- Operations: d op s. Of two NaNs they give d. kNeutral leaves d as it is.
 
-// ---- Operations: d op s
-//
-// Of two NaNs an instruction gives its first operand. Compilers think that the operands of a sum or a product may change
-// places, hence the instructions themselves.
-
-#if ORV_HAS_WIDE_FLOAT
-#define ORV_COMBINE(instruction, d, s) __asm__("v" instruction " %2, %1, %0" : "=x"(d) : "x"(d), "x"(s))
-#else
-#define ORV_COMBINE(instruction, d, s) __asm__(instruction " %1, %0" : "+x"(d) : "x"(s))
-#endif
-
-// kNeutral leaves d as it is.
 struct Add {
   static constexpr float kNeutral = 0;
-  template <class V> ORV_INLINE V of(V d, V s) {
-    ORV_COMBINE("addps", d, s);
-    return d;
-  }
+  template <class V> static ORV_INLINE V of(V d, V s) { return addInOrder(d, s); }
 };
 struct Sub {
   static constexpr float kNeutral = 0;
-  template <class V> ORV_INLINE V of(V d, V s) {
-    ORV_COMBINE("subps", d, s);
-    return d;
-  }
+  template <class V> static ORV_INLINE V of(V d, V s) { return d - s; }
 };
 struct Mul {
   static constexpr float kNeutral = 1;
-  template <class V> ORV_INLINE V of(V d, V s) {
-    ORV_COMBINE("mulps", d, s);
-    return d;
-  }
+  template <class V> static ORV_INLINE V of(V d, V s) { return mulInOrder(d, s); }
 };
 
-// ---- The first n floats of a vector
+// ---- The first n floats of a vector, n being 1, 2, 4 or kFloats
 
-template <int n> ORV_INLINE auto loadFloats(const void* p) {
-  if constexpr (n == kLanes)
-    return loadWide(p);
-  else
-    return _mm_castsi128_ps(loadPart<4 * n>(p));
-}
-template <int n, class V> ORV_INLINE void storeFloats(float* p, V v) {
-  if constexpr (n == kLanes)
-    storeWide(p, v);
-  else
-    storePart<4 * n>(p, _mm_castps_si128(v));
-}
+template <int n> ORV_INLINE auto loadFloats(const void* p) { return loadRun<n>(static_cast<const float*>(p)).v[0]; }
+template <int n, class V> ORV_INLINE void storeFloats(float* p, V v) { storeRun(p, FloatRun<n>{{v}}); }
 
 // ---- Second operands
 //
 // at<n>(i) is what n elements from i of a row are combined with. A loop over whole vectors takes them in blocks of kBlock:
-// from(i) is the block that begins at i, next() makes it the block behind it, and vector(j) is the j-th vector of it.
+// from(i) is the block that begins at i, next() makes it the block after it, and vector(j) is the j-th vector of it.
 
 // A second image.
 struct Image {
@@ -75,8 +44,8 @@ struct Image {
 
   struct Block {
     const float* p;
-    Wide vector(int j) const { return loadWide(p + j * kLanes); }
-    void next() { p += kBlock * kLanes; }
+    Floats vector(int j) const { return load<Floats>(p + j * kFloats); }
+    void next() { p += kBlock * kFloats; }
   };
   Block from(size_t i) const { return {row + i}; }
 };
@@ -85,26 +54,26 @@ struct Image {
 // processors then store only once in a cycle.
 template <int kPeriod> struct Pattern {
   static constexpr int kVectors = kPeriod == 3 ? 3 : 1, kBlock = kPeriod == 3 ? 6 : 8;
-  Vel32u elements[kLanes + kPeriod - 1];
+  Vel32u elements[kFloats + kPeriod - 1];  // as bits: a mask is no number
 
   explicit Pattern(const void* value) {
     Vel32u period[kPeriod];
     memcpy(period, value, sizeof period);
-    for (int i = 0; i < kLanes + kPeriod - 1; ++i) elements[i] = period[i % kPeriod];
+    for (int i = 0; i < kFloats + kPeriod - 1; ++i) elements[i] = period[i % kPeriod];
   }
   bool isTight(ptrdiff_t) const { return true; }
   const Pattern& atRow(int) const { return *this; }
   template <int n> auto at(size_t i) const { return loadFloats<n>(elements + i % kPeriod); }
 
   struct Block {
-    Wide v[kVectors];
-    Wide vector(int j) const { return v[j % kVectors]; }
+    Floats v[kVectors];
+    Floats vector(int j) const { return v[j % kVectors]; }
     void next() {}
   };
   Block from(size_t i) const {
     Block block;
     ORV_UNROLL
-    for (int j = 0; j < kVectors; ++j) block.v[j] = at<kLanes>(i + size_t(j) * kLanes);
+    for (int j = 0; j < kVectors; ++j) block.v[j] = at<kFloats>(i + size_t(j) * kFloats);
     return block;
   }
 };
@@ -113,32 +82,28 @@ template <int kPeriod> struct Pattern {
 template <class Op> struct ImageButAlpha {
   static constexpr int kBlock = 4;
   Image image;
-  const Pattern<4>&colours, &neutral;  // all bits of three channels; the number in the fourth
+  const Pattern<4>&colourBits, &neutralAlpha;  // all bits of three channels; the number in the fourth
 
-  static __m128 only(__m128 s, __m128 kept, __m128 other) {
-    s = _mm_and_ps(s, kept);
-    return Op::kNeutral == 0 ? s : _mm_or_ps(s, other);
+  template <class V> static V butAlpha(V s, V kept, V other) {
+    s = bitAnd(s, kept);
+    return Op::kNeutral == 0 ? s : bitOr(s, other);
   }
-#if ORV_HAS_WIDE_FLOAT
-  static __m256 only(__m256 s, __m256 kept, __m256 other) {
-    s = andWide(s, kept);
-    return Op::kNeutral == 0 ? s : orWide(s, other);
-  }
-#endif
 
   bool isTight(ptrdiff_t rowBytes) const { return image.isTight(rowBytes); }
-  ImageButAlpha atRow(int y) const { return {image.atRow(y), colours, neutral}; }
+  ImageButAlpha atRow(int y) const { return {image.atRow(y), colourBits, neutralAlpha}; }
   template <int n> auto at(size_t i) const {
-    return only(image.at<n>(i), colours.template at<n>(i), neutral.template at<n>(i));
+    return butAlpha(image.at<n>(i), colourBits.template at<n>(i), neutralAlpha.template at<n>(i));
   }
 
   struct Block {
     Image::Block image;
-    Wide colours, neutral;
-    Wide vector(int j) const { return only(image.vector(j), colours, neutral); }
+    Floats colourBits, neutralAlpha;
+    Floats vector(int j) const { return butAlpha(image.vector(j), colourBits, neutralAlpha); }
     void next() { image.next(); }
   };
-  Block from(size_t i) const { return {image.from(i), colours.template at<kLanes>(i), neutral.template at<kLanes>(i)}; }
+  Block from(size_t i) const {
+    return {image.from(i), colourBits.template at<kFloats>(i), neutralAlpha.template at<kFloats>(i)};
+  }
 };
 
 // ---- Rows
@@ -148,51 +113,51 @@ template <class Op, int n, class Operand> ORV_INLINE auto result(const float* d,
 }
 
 // A row of n to 2 n elements.
-template <class Op, int n, class Operand> ORV_INLINE void ends(float* d, const Operand& s, size_t len) {
+template <class Op, int n, class Operand> ORV_INLINE void combineEnds(float* d, const Operand& s, size_t len) {
   const auto first = result<Op, n>(d, s, 0), last = result<Op, n>(d, s, len - n);
   storeFloats<n>(d, first);
   storeFloats<n>(d + len - n, last);
 }
 
-// A row of whole vectors, those between the ends at aligned places.
-template <class Op, class Operand> ORV_INLINE void vectors(float* d, const Operand& s, size_t len) {
-  float* const end = d + (len - kLanes);
-  const Wide first = result<Op, kLanes>(d, s, 0), last = result<Op, kLanes>(d, s, len - kLanes);
-  const size_t head = kLanes - reinterpret_cast<uintptr_t>(d) / sizeof *d % kLanes;
+// A row of a vector or more. Those between the ends are at aligned places.
+template <class Op, class Operand> ORV_INLINE void combineVectors(float* d, const Operand& s, size_t len) {
+  float* const end = d + (len - kFloats);
+  const Floats first = result<Op, kFloats>(d, s, 0), last = result<Op, kFloats>(d, s, len - kFloats);
+  const size_t head = kFloats - reinterpret_cast<uintptr_t>(d) / sizeof *d % kFloats;
   auto loop = s.from(head);
   float* p = d + head;
   constexpr int kBlock = Operand::kBlock;
-  for (; p + (kBlock - 1) * kLanes < end; p += kBlock * kLanes) {
+  for (; p + (kBlock - 1) * kFloats < end; p += kBlock * kFloats) {
     ORV_UNROLL
-    for (int j = 0; j < kBlock; ++j) storeWide(p + j * kLanes, Op::of(loadWide(p + j * kLanes), loop.vector(j)));
+    for (int j = 0; j < kBlock; ++j) store(p + j * kFloats, Op::of(load<Floats>(p + j * kFloats), loop.vector(j)));
     loop.next();
   }
   ORV_UNROLL
   for (int j = 0; j < kBlock - 1; ++j)
-    if (p + j * kLanes < end) storeWide(p + j * kLanes, Op::of(loadWide(p + j * kLanes), loop.vector(j)));
-  storeWide(d, first);
-  storeWide(end, last);
+    if (p + j * kFloats < end) store(p + j * kFloats, Op::of(load<Floats>(p + j * kFloats), loop.vector(j)));
+  store(d, first);
+  store(end, last);
 }
 
-template <class Op, class Operand> ORV_INLINE void row(float* d, const Operand& s, size_t len) {
-  if (len >= kLanes)
-    vectors<Op>(d, s, len);
+template <class Op, class Operand> ORV_INLINE void combineRow(float* d, const Operand& s, size_t len) {
+  if (len >= kFloats)
+    combineVectors<Op>(d, s, len);
   else if (len >= 4)
-    ends<Op, 4>(d, s, len);
+    combineEnds<Op, 4>(d, s, len);
   else if (len >= 2)
-    ends<Op, 2>(d, s, len);
+    combineEnds<Op, 2>(d, s, len);
   else
-    ends<Op, 1>(d, s, len);
+    combineEnds<Op, 1>(d, s, len);
 }
 
 // Rows of len elements that lie close together make one row.
-template <class Op, class Operand> void rows(const Operand& s, float* d, int step, size_t len, int height) {
+template <class Op, class Operand> void combineRows(const Operand& s, float* d, int step, size_t len, int height) {
   const ptrdiff_t rowBytes = ptrdiff_t(len * sizeof *d);
   if (step == rowBytes && s.isTight(rowBytes)) {
     len *= size_t(height);
     height = 1;
   }
-  for (int y = 0; y < height; ++y) row<Op>(rowOf(d, step, y), s.atRow(y), len);
+  for (int y = 0; y < height; ++y) combineRow<Op>(rowOf(d, step, y), s.atRow(y), len);
 }
 
 // ---- Images: the checks, then the rows
@@ -202,7 +167,7 @@ template <class Op> ORV_INLINE VelStatus withImage(const Vel32f* pSrc, int srcSt
   if (channels > 1 && size.width < 1) return velStsSizeErr;
   ORV_CHECK(checkPointers(pSrc, pSrcDst));
   ORV_CHECK(checkSize(size));
-  rows<Op>(Image{pSrc, srcStep}, pSrcDst, step, size_t(size.width) * size_t(channels), size.height);
+  combineRows<Op>(Image{pSrc, srcStep}, pSrcDst, step, size_t(size.width) * size_t(channels), size.height);
   return velStsNoErr;
 }
 
@@ -212,8 +177,9 @@ ORV_INLINE VelStatus withImageButAlpha(const Vel32f* pSrc, int srcStep, Vel32f* 
   ORV_CHECK(checkSize(size));
   const Vel32u bits[4] = {~0u, ~0u, ~0u, 0};
   const float number[4] = {0, 0, 0, Op::kNeutral};
-  const Pattern<4> colours(bits), neutral(number);
-  rows<Op>(ImageButAlpha<Op>{{pSrc, srcStep}, colours, neutral}, pSrcDst, step, size_t(size.width) * 4, size.height);
+  const Pattern<4> colourBits(bits), neutralAlpha(number);
+  combineRows<Op>(ImageButAlpha<Op>{{pSrc, srcStep}, colourBits, neutralAlpha}, pSrcDst, step, size_t(size.width) * 4,
+                  size.height);
   return velStsNoErr;
 }
 
@@ -222,7 +188,7 @@ template <class Op, int kChannels>
 ORV_INLINE VelStatus withConstants(const Vel32f* value, Vel32f* pSrcDst, int step, VeliSize size) {
   ORV_CHECK(checkPointers(value, pSrcDst));
   ORV_CHECK(checkSize(size));
-  rows<Op>(Pattern<kChannels>(value), pSrcDst, step, size_t(size.width) * kChannels, size.height);
+  combineRows<Op>(Pattern<kChannels>(value), pSrcDst, step, size_t(size.width) * kChannels, size.height);
   return velStsNoErr;
 }
 

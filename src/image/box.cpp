@@ -2,102 +2,40 @@
 //
 // The running sum along a row is a chain of an addition and a subtraction for every pixel, and nothing may reorder it:
 // its latency is what bounds a row by itself. So the rows of a band run side by side, one in each lane of a vector.
-// Column sums, four rows at a time, each row's from those of the row above, are turned so that a vector holds one
-// column; then come the running sums along these vectors, and what they give is turned back: all of it for a chunk of
+// Column sums, four rows at a time, each row's from those of the row above, are transposed so that a vector holds one
+// column; then come the running sums along these vectors, and what they give is transposed back: all of it for a chunk of
 // columns that stays in the first-level cache, then for the next. The channels of four-channel pixels run side by side
-// already, and so do the four rows of a band of them: nothing is turned.
+// already, and so do the four rows of a band of them: nothing is transposed.
+//
+// Sums keep the order of their operands: of two NaNs the one in the sum stays.
+#include "core/cache.h"
 #include "core/simd.h"
 #include "image/checks.h"
 #include "signal/memory.h"
 
 namespace {
 
-constexpr int kLanes = int(kWide / sizeof(float));
-
-// ---- Vectors
-
-// loadSome: the first n floats, nothing behind them is touched. four: lanes 4 i to 4 i + 3.
-#if ORV_HAS_WIDE_FLOAT
-ORV_INLINE Wide loadSome(const float* p, int n) {
-  const Wide places = _mm256_setr_ps(0, 1, 2, 3, 4, 5, 6, 7);
-  return _mm256_maskload_ps(p, _mm256_castps_si256(_mm256_cmp_ps(places, allWide(float(n)), _CMP_LT_OQ)));
-}
-ORV_INLINE __m128 four(Wide v, int i) { return i == 0 ? _mm256_castps256_ps128(v) : _mm256_extractf128_ps(v, 1); }
-#define ORV_WIDE(name) _mm256_##name
-#else
-ORV_INLINE Wide loadSome(const float* p, int n) {
-  if (n == 1) return _mm_load_ss(p);
-  const Wide two = _mm_castsi128_ps(loadLow(p));
-  return n == 2 ? two : _mm_movelh_ps(two, _mm_load_ss(p + 2));
-}
-ORV_INLINE __m128 four(Wide v, int) { return v; }
-#define ORV_WIDE(name) _mm_##name
-#endif
-ORV_INLINE void storeSome(float* p, __m128 v, int n) {
-  if (n == 1) return _mm_store_ss(p, v);
-  storeLow(p, _mm_castps_si128(v));
-  if (n == 3) _mm_store_ss(p + 2, _mm_movehl_ps(v, v));
-}
-
-// What stands in the window: aligned to 16 bytes, so that instructions take it from there.
-#if ORV_HAS_WIDE_FLOAT
-using InWindow = __m256_u;
-#else
-using InWindow = __m128;
-#endif
-ORV_INLINE const InWindow& inWindow(const float* p) { return *reinterpret_cast<const InWindow*>(p); }
-
-// sum + x. Of two NaNs an instruction gives its first operand, so that here the one in the sum stays. Compilers think that
-// the operands of an addition may change places, hence the instruction itself.
-#if ORV_HAS_WIDE_FLOAT
-#define ORV_ADD(sum, where, x) __asm__("vaddps %2, %1, %0" : "=x"(sum) : "x"(sum), where(x))
-#else
-#define ORV_ADD(sum, where, x) __asm__("addps %1, %0" : "+x"(sum) : where(x))
-#endif
-ORV_INLINE Wide added(Wide sum, Wide x) {
-  ORV_ADD(sum, "x", x);
-  return sum;
-}
-ORV_INLINE Wide addedInWindow(Wide sum, const float* p) {
-  ORV_ADD(sum, "m", inWindow(p));
-  return sum;
-}
-
-// Four vectors: matrices of four by four.
-struct Tile {
-  Wide v[4];
-};
-ORV_INLINE Tile turned(const Tile& t) {
-  const Wide a = ORV_WIDE(unpacklo_ps)(t.v[0], t.v[1]), b = ORV_WIDE(unpacklo_ps)(t.v[2], t.v[3]);
-  const Wide c = ORV_WIDE(unpackhi_ps)(t.v[0], t.v[1]), d = ORV_WIDE(unpackhi_ps)(t.v[2], t.v[3]);
-  return {{ORV_WIDE(shuffle_ps)(a, b, 0x44), ORV_WIDE(shuffle_ps)(a, b, 0xEE), ORV_WIDE(shuffle_ps)(c, d, 0x44),
-           ORV_WIDE(shuffle_ps)(c, d, 0xEE)}};
-}
-
-// Calls work(x, load) for each vector of the columns from x to `end`; load(p) loads what there is of it.
+// Calls work(x, loadAt) for each vector of the columns from x to `end`; loadAt(p) loads what there is of it.
 template <class Work> ORV_INLINE void eachVector(int x, int end, const Work& work) {
-  for (; x + kLanes <= end; x += kLanes) work(x, [](const float* p) { return loadWide(p); });
-  if (x < end) work(x, [=](const float* p) { return loadSome(p, end - x); });
+  for (; x + kFloats <= end; x += kFloats) work(x, [](const float* p) { return load<Floats>(p); });
+  if (x < end) work(x, [=](const float* p) { return loadFirst(p, end - x); });
 }
 
-// ---- Layouts
+// ---- Bands
 
-// kRows: of a band. kStep: columns of whole tiles after which the channels come round again.
-template <int kChannels_, int kRows_> struct Interleaved {
+// Bands of kRows rows. kStep: columns of whole transposed matrices after which the channels come round again.
+template <int kChannels_, int kRows_, bool kKeepsFourth = false> struct BandOf {
   static constexpr int kChannels = kChannels_, kRows = kRows_, kStep = kChannels == 3 ? 12 : 4;
-  static constexpr bool kTurned = kChannels != 4;
+  static constexpr bool kTransposes = kChannels != 4;
+
   // The first n floats, when there are no more.
-  ORV_INLINE void put(float* to, __m128 v, int n) { n < 4 ? storeSome(to, v, n) : _mm_storeu_ps(to, v); }
-};
-struct C4 : Interleaved<4, 4> {};
-struct AC4 : C4 {
-  ORV_INLINE void put(float* to, __m128 v, int) {
-    const __m128 alpha = _mm_loadu_ps(to);
-#if ORV_HAS_BLEND
-    _mm_storeu_ps(to, _mm_blend_ps(v, alpha, 8));
-#else
-    _mm_storeu_ps(to, _mm_shuffle_ps(v, _mm_unpackhi_ps(v, alpha), 0xC4));
-#endif
+  static ORV_INLINE void put(float* dst, Floats4 v, int n) {
+    if (kKeepsFourth)
+      store(dst, keepFourth(v, load<Floats4>(dst)));
+    else if (n < 4)
+      storeFirst(dst, v, n);
+    else
+      store(dst, v);
   }
 };
 
@@ -122,55 +60,55 @@ constexpr int kSlack = 12;  // columns of the window that the last vector or ste
 
 // The column sums of the first row, added from the top down.
 ORV_INLINE void sumColumns(const Filter& f) {
-  eachVector(0, f.columns, [&](int x, auto load) { storeWide(f.sums + x, load(f.frame + x)); });
+  eachVector(0, f.columns, [&](int x, auto loadAt) { store(f.sums + x, loadAt(f.frame + x)); });
   for (int y = 1; y < f.mask.height; ++y) {
     const Vel32f* const row = rowOf(f.frame, f.srcStep, y);
     eachVector(0, f.columns,
-               [&](int x, auto load) { storeWide(f.sums + x, added(loadWide(f.sums + x), load(row + x))); });
+               [&](int x, auto loadAt) { store(f.sums + x, addInOrder(load<Floats>(f.sums + x), loadAt(row + x))); });
   }
 }
 
 // Columns from `start` to `end` of rows y to y + 3 into the window. Moves the column sums down by `moves` rows; a row
-// that they do not reach is filled with those of the row above. What the next chunk will read is asked for in time: a
-// processor foresees what follows within a chunk, not where the next one begins.
-template <class Layout> ORV_INLINE void loadColumns(const Filter& f, int y, int moves, int start, int end, float* to) {
+// that they do not reach is filled with those of the row above. What the next chunk will read is prefetched:
+// processors predict what follows within a chunk, not where the next one begins.
+template <class Band> ORV_INLINE void loadColumns(const Filter& f, int y, int moves, int start, int end, float* to) {
   const Vel32f* const leaves = rowOf(f.frame, f.srcStep, y);
   const Vel32f* const comes = rowOf(leaves, f.srcStep, f.mask.height);
   const int step = f.srcStep;
   float* const sums = f.sums;
-  eachVector(start, end, [&](int x, auto load) {
+  eachVector(start, end, [&](int x, auto loadAt) {
     const Vel32f *in = comes + x, *out = leaves + x;
-    Tile t;
-    Wide sum = loadWide(sums + x);
+    Floats4x4 m;
+    Floats sum = load<Floats>(sums + x);
     ORV_UNROLL
     for (int r = 0; r < 4; ++r) {
-      t.v[r] = sum;
+      m.v[r] = sum;
       if (r >= moves) continue;
-      sum = subWide(added(sum, load(in)), load(out));
+      sum = addInOrder(sum, loadAt(in)) - loadAt(out);
       prefetch(in, kChunk * ptrdiff_t(sizeof *in));
       in = rowOf(in, step, 1);
       out = rowOf(out, step, 1);
     }
-    storeWide(sums + x, sum);
-    if (Layout::kTurned) t = turned(t);
+    store(sums + x, sum);
+    if (Band::kTransposes) m = transpose(m);
     ORV_UNROLL
-    for (int k = 0; k < kLanes; ++k) _mm_store_ps(to + k * Layout::kRows, four(t.v[k & 3], k >> 2));
-    to += kLanes * Layout::kRows;
+    for (int k = 0; k < kFloats; ++k) storeAligned(to + k * Band::kRows, laneOf(m.v[k & 3], k >> 2));
+    to += kFloats * Band::kRows;
   });
 }
 
 // The running sums of a band, as many vectors as the columns of a pixel fill.
-template <class Layout> struct Sums {
-  static constexpr int kVectors = Layout::kChannels * Layout::kRows / kLanes;
-  Wide v[kVectors];
+template <class Band> struct Sums {
+  static constexpr int kVectors = Band::kChannels * Band::kRows / kFloats;
+  Floats v[kVectors];
 };
 
 // Of the first columns, from left to right.
-template <class Layout> ORV_INLINE Sums<Layout> sumFirst(const float* at, int columns) {
-  Sums<Layout> s;
+template <class Band> ORV_INLINE Sums<Band> sumFirst(const float* at, int columns) {
+  Sums<Band> s;
   memcpy(s.v, at, sizeof s.v);
-  for (int x = Layout::kChannels; x < columns; x += Layout::kChannels)
-    for (int i = 0; i < s.kVectors; ++i) s.v[i] = added(s.v[i], loadWide(at + x * Layout::kRows + i * kLanes));
+  for (int x = Band::kChannels; x < columns; x += Band::kChannels)
+    for (int i = 0; i < s.kVectors; ++i) s.v[i] = addInOrder(s.v[i], load<Floats>(at + x * Band::kRows + i * kFloats));
   return s;
 }
 
@@ -178,7 +116,7 @@ template <class Layout> ORV_INLINE Sums<Layout> sumFirst(const float* at, int co
 struct Run {
   const float* at;
   ptrdiff_t lag;
-  Wide norm;
+  Floats norm;
 };
 struct Target {
   Vel32f* dst;
@@ -186,30 +124,30 @@ struct Target {
 };
 
 // What vector i of a step gives; then its columns leave and others come in.
-template <class Layout> ORV_INLINE Wide move(Sums<Layout>& s, int i, const Run& run) {
-  Wide& sum = s.v[i % s.kVectors];
-  const float* const leaves = run.at + i * kLanes;
-  const Wide mean = mulWide(run.norm, sum);
-  sum = subWide(addedInWindow(sum, leaves + run.lag), inWindow(leaves));
+template <class Band> ORV_INLINE Floats move(Sums<Band>& s, int i, const Run& run) {
+  Floats& sum = s.v[i % s.kVectors];
+  const float* const leaves = run.at + i * kFloats;
+  const Floats mean = run.norm * sum;
+  sum = addInMemory(sum, leaves + run.lag) - inMemory(leaves);
   return mean;
 }
 
 // One step, the first n columns of which go to the target.
-template <class Layout> ORV_INLINE void stepTurned(Sums<Layout>& s, const Run& run, const Target& target, int n) {
-  constexpr int kColumn = Layout::kRows / kLanes;  // vectors to a column
+template <class Band> ORV_INLINE void stepTransposed(Sums<Band>& s, const Run& run, const Target& target, int n) {
+  constexpr int kColumn = Band::kRows / kFloats;  // vectors to a column
   ORV_UNROLL
-  for (int x = 0; x < Layout::kStep; x += 4) {
+  for (int x = 0; x < Band::kStep; x += 4) {
     if (x >= n) continue;
     Vel32f* row = target.dst + x;
     ORV_UNROLL
     for (int i = 0; i < kColumn; ++i) {
-      Tile t;
+      Floats4x4 m;
       ORV_UNROLL
-      for (int k = 0; k < 4; ++k) t.v[k] = move(s, (x + k) * kColumn + i, run);
-      t = turned(t);
+      for (int k = 0; k < 4; ++k) m.v[k] = move(s, (x + k) * kColumn + i, run);
+      m = transpose(m);
       ORV_UNROLL
-      for (int r = 0; r < kLanes; ++r) {
-        if (i * kLanes + r < target.rows) Layout::put(row, four(t.v[r & 3], r >> 2), n - x);
+      for (int r = 0; r < kFloats; ++r) {
+        if (i * kFloats + r < target.rows) Band::put(row, laneOf(m.v[r & 3], r >> 2), n - x);
         row = rowOf(row, target.step, 1);
       }
     }
@@ -217,61 +155,61 @@ template <class Layout> ORV_INLINE void stepTurned(Sums<Layout>& s, const Run& r
 }
 
 // The same for four channels: a pixel.
-template <class Layout> ORV_INLINE void stepPixel(Sums<Layout>& s, const Run& run, const Target& target) {
+template <class Band> ORV_INLINE void stepPixel(Sums<Band>& s, const Run& run, const Target& target) {
   Vel32f* row = target.dst;
   ORV_UNROLL
   for (int i = 0; i < s.kVectors; ++i) {
-    const Wide mean = move(s, i, run);
+    const Floats mean = move(s, i, run);
     ORV_UNROLL
-    for (int r = 0; r < kLanes / 4; ++r) {
-      if (i * kLanes / 4 + r < target.rows) Layout::put(row, four(mean, r), 4);
+    for (int r = 0; r < kFloats / 4; ++r) {
+      if (i * kFloats / 4 + r < target.rows) Band::put(row, laneOf(mean, r), 4);
       row = rowOf(row, target.step, 1);
     }
   }
 }
 
-template <class Layout> ORV_INLINE void runSums(Sums<Layout>& sums, Run run, Target target, int n) {
-  Sums<Layout> s = sums;  // in registers
-  for (; n >= Layout::kStep; n -= Layout::kStep) {
-    if (Layout::kTurned)
-      stepTurned(s, run, target, Layout::kStep);
+template <class Band> ORV_INLINE void runSums(Sums<Band>& sums, Run run, Target target, int n) {
+  Sums<Band> s = sums;  // in registers
+  for (; n >= Band::kStep; n -= Band::kStep) {
+    if (Band::kTransposes)
+      stepTransposed(s, run, target, Band::kStep);
     else
       stepPixel(s, run, target);
-    run.at += Layout::kStep * Layout::kRows;
-    target.dst += Layout::kStep;
+    run.at += Band::kStep * Band::kRows;
+    target.dst += Band::kStep;
   }
-  if (Layout::kTurned && n > 0) stepTurned(s, run, target, n);
+  if (Band::kTransposes && n > 0) stepTransposed(s, run, target, n);
   sums = s;
 }
 
 // The band that begins with row y.
-template <class Layout> void filterBand(const Filter& f, int y) {
-  constexpr int kRows = Layout::kRows;
+template <class Band> void filterBand(const Filter& f, int y) {
+  constexpr int kRows = Band::kRows;
   const int left = f.height - y, rows = left < kRows ? left : kRows;
-  const int all = f.width * Layout::kChannels, lag = f.mask.width * Layout::kChannels;
-  int first = 0, loaded = 0;  // the first column in the window, and that behind the last
-  const auto load = [&](int end) {
-    const int whole = (end + kLanes - 1) & -kLanes;  // so that a row has one vector at most that is not
+  const int all = f.width * Band::kChannels, lag = f.mask.width * Band::kChannels;
+  int first = 0, loaded = 0;  // the first column in the window, and the one after the last
+  const auto loadUpTo = [&](int end) {
+    const int whole = (end + kFloats - 1) & -kFloats;  // so that a row has one vector at most that is not
     end = whole < f.columns ? whole : f.columns;
     for (int r = 0; r < rows; r += 4) {
       float* const to = f.window + (loaded - first) * kRows + r;
       if (left - r > 4)
-        loadColumns<Layout>(f, y + r, 4, loaded, end, to);
+        loadColumns<Band>(f, y + r, 4, loaded, end, to);
       else
-        loadColumns<Layout>(f, y + r, left - r - 1, loaded, end, to);
+        loadColumns<Band>(f, y + r, left - r - 1, loaded, end, to);
     }
     loaded = end;
   };
-  load(lag);
-  Sums<Layout> sums = sumFirst<Layout>(f.window, lag);
+  loadUpTo(lag);
+  Sums<Band> sums = sumFirst<Band>(f.window, lag);
   for (int x = 0; x < all; x += kChunk) {
     const int n = all - x < kChunk ? all - x : kChunk;
     if (x + n + lag - first > f.room) {
       memmove(f.window, f.window + (x - first) * kRows, size_t((loaded - x) * kRows) * sizeof(float));
       first = x;
     }
-    load(x + n + lag);
-    const Run run{f.window + (x - first) * kRows, lag * kRows, allWide(f.norm)};
+    loadUpTo(x + n + lag);
+    const Run run{f.window + (x - first) * kRows, lag * kRows, allFloats(f.norm)};
     Vel32f* const dst = rowOf(f.dst, f.dstStep, y) + x;
     if (rows == kRows)
       runSums(sums, run, {dst, f.dstStep, kRows}, n);
@@ -305,20 +243,20 @@ ORV_INLINE float* allocate(double floats) {
   return floats * sizeof(float) <= INT32_MAX ? ORV_NAME(velsMalloc_32f)(int(floats)) : nullptr;
 }
 
-// Layout is for bands of rows, Last for a last band of so few that its rows will do.
-template <class Layout, class Last = Layout> ORV_INLINE VelStatus filter(const Vel32f* pSrc, int srcStep, Vel32f* pDst,
-                                                                         int dstStep, VeliSize size, VeliSize mask,
-                                                                         VeliPoint anchor) {
+// Last is for a last band of so few rows that its rows will do.
+template <class Band, class Last = Band> ORV_INLINE VelStatus filter(const Vel32f* pSrc, int srcStep, Vel32f* pDst,
+                                                                     int dstStep, VeliSize size, VeliSize mask,
+                                                                     VeliPoint anchor) {
   ORV_CHECK(check(pSrc, srcStep, pDst, dstStep, size, mask, anchor));
-  constexpr int kChannels = Layout::kChannels, kRows = Layout::kRows;
+  constexpr int kChannels = Band::kChannels, kRows = Band::kRows;
   // In doubles, which hold whatever the arguments make of them. The window takes a whole row, or, if that is less, what
   // lets it move on by a mask's width at a time.
   const double columns = (double(size.width) + mask.width - 1) * kChannels;
   const double whole = columns + kChannels, moving = 2.0 * mask.width * kChannels + kChunk;
   const double room = whole < moving ? whole : moving, window = (room + kSlack) * kRows;
-  float* const scratch = allocate(window + columns + kLanes);
+  float* const scratch = allocate(window + columns + kFloats);
   if (!scratch) return velStsMemAllocErr;
-  // Behind a row's last column the window holds what it held before: numbers.
+  // After a row's last column the window holds what it held before: numbers.
   ORV_NAME(velsZero_32s)(reinterpret_cast<Vel32s*>(scratch), int(window));
   srcStep = wholeFloats(srcStep);
   const Filter f{frameOf(pSrc, srcStep, anchor, kChannels),
@@ -335,7 +273,7 @@ template <class Layout, class Last = Layout> ORV_INLINE VelStatus filter(const V
                  scratch + int(window)};
   sumColumns(f);
   int y = 0;
-  for (; size.height - y > Last::kRows; y += kRows) filterBand<Layout>(f, y);
+  for (; size.height - y > Last::kRows; y += kRows) filterBand<Band>(f, y);
   if (y < size.height) filterBand<Last>(f, y);
   ORV_NAME(velsFree)(scratch);
   return velStsNoErr;
@@ -343,13 +281,13 @@ template <class Layout, class Last = Layout> ORV_INLINE VelStatus filter(const V
 
 // ---- Four channels under a mask of 3 by 3: sums along rows, then of three rows
 
-template <class Load> ORV_INLINE Wide sumOfThree(const Load& load, const Vel32f* p) {
-  return added(added(load(p), load(p + 4)), load(p + 8));
+template <class Load> ORV_INLINE Floats sumOfThree(const Load& loadAt, const Vel32f* p) {
+  return addInOrder(addInOrder(loadAt(p), loadAt(p + 4)), loadAt(p + 8));
 }
 
 ORV_INLINE VelStatus filter3x3(const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize size,
                                VeliPoint anchor) {
-  const double row = 4.0 * size.width + kLanes;
+  const double row = 4.0 * size.width + kFloats;
   float* const scratch = allocate(2 * row);
   if (!scratch) return velStsMemAllocErr;
   srcStep = wholeFloats(srcStep);
@@ -357,21 +295,21 @@ ORV_INLINE VelStatus filter3x3(const Vel32f* pSrc, int srcStep, Vel32f* pDst, in
   const int n = 4 * size.width;
   const Vel32f* src = frameOf(pSrc, srcStep, anchor, 4);
   float *older = scratch, *newer = scratch + int(row);  // the two rows above
-  eachVector(0, n, [&](int x, auto load) {
-    storeWide(older + x, sumOfThree(load, src + x));
-    storeWide(newer + x, sumOfThree(load, rowOf(src, srcStep, 1) + x));
+  eachVector(0, n, [&](int x, auto loadAt) {
+    store(older + x, sumOfThree(loadAt, src + x));
+    store(newer + x, sumOfThree(loadAt, rowOf(src, srcStep, 1) + x));
   });
   src = rowOf(src, srcStep, 2);
-  const Wide ninth = allWide(1.0f / 9);
+  const Floats ninth = allFloats(1.0f / 9);
   for (int y = 0; y < size.height; ++y) {
-    eachVector(0, n, [&](int x, auto load) {
-      const Wide newest = sumOfThree(load, src + x);
-      const Wide mean = mulWide(added(added(loadWide(older + x), loadWide(newer + x)), newest), ninth);
-      storeWide(older + x, newest);
-      if (x + kLanes <= n)
-        storeWide(pDst + x, mean);
+    eachVector(0, n, [&](int x, auto loadAt) {
+      const Floats newest = sumOfThree(loadAt, src + x);
+      const Floats mean = addInOrder(addInOrder(load<Floats>(older + x), load<Floats>(newer + x)), newest) * ninth;
+      store(older + x, newest);
+      if (x + kFloats <= n)
+        store(pDst + x, mean);
       else
-        _mm_storeu_ps(pDst + x, four(mean, 0));
+        store(pDst + x, laneOf(mean, 0));
     });
     float* const newest = older;
     older = newer;
@@ -389,22 +327,22 @@ ORV_INLINE VelStatus filter3x3(const Vel32f* pSrc, int srcStep, Vel32f* pDst, in
 
 ORV_BODY_A(veliFilterBox_32f_C1R)
 (const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize, VeliSize maskSize, VeliPoint anchor) {
-  return filter<Interleaved<1, 8>, Interleaved<1, kLanes>>(pSrc, srcStep, pDst, dstStep, dstRoiSize, maskSize, anchor);
+  return filter<BandOf<1, 8>, BandOf<1, kFloats>>(pSrc, srcStep, pDst, dstStep, dstRoiSize, maskSize, anchor);
 }
 
 ORV_BODY_A(veliFilterBox_32f_C3R)
 (const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize, VeliSize maskSize, VeliPoint anchor) {
-  return filter<Interleaved<3, kLanes>>(pSrc, srcStep, pDst, dstStep, dstRoiSize, maskSize, anchor);
+  return filter<BandOf<3, kFloats>>(pSrc, srcStep, pDst, dstStep, dstRoiSize, maskSize, anchor);
 }
 
 ORV_BODY_B(veliFilterBox_32f_C4R)
 (const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize, VeliSize maskSize, VeliPoint anchor) {
   ORV_CHECK(check(pSrc, srcStep, pDst, dstStep, dstRoiSize, maskSize, anchor));
   if (maskSize.width == 3 && maskSize.height == 3) return filter3x3(pSrc, srcStep, pDst, dstStep, dstRoiSize, anchor);
-  return filter<C4>(pSrc, srcStep, pDst, dstStep, dstRoiSize, maskSize, anchor);
+  return filter<BandOf<4, 4>>(pSrc, srcStep, pDst, dstStep, dstRoiSize, maskSize, anchor);
 }
 
 ORV_BODY_A(veliFilterBox_32f_AC4R)
 (const Vel32f* pSrc, int srcStep, Vel32f* pDst, int dstStep, VeliSize dstRoiSize, VeliSize maskSize, VeliPoint anchor) {
-  return filter<AC4>(pSrc, srcStep, pDst, dstStep, dstRoiSize, maskSize, anchor);
+  return filter<BandOf<4, 4, true>>(pSrc, srcStep, pDst, dstStep, dstRoiSize, maskSize, anchor);
 }

@@ -7,7 +7,7 @@ namespace {
 // Evaluates a check and leaves the body with its status when it failed.
 #define ORV_CHECK(check)                        \
   do {                                          \
-    const VelStatus failed_ = (check);          \
+    const VelStatus failed_ = check;            \
     if (failed_ != velStsNoErr) return failed_; \
   } while (0)
 

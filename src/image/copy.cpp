@@ -8,9 +8,8 @@ namespace {
 // Short rows are copied here: they may be few, and a call would take as long.
 ORV_INLINE void copyRows(const Vel8u* src, int srcStep, Vel8u* dst, int dstStep, size_t n, int rows,
                          bool isPastCaches = false) {
-  if (n > kMany || isPastCaches) return ORV_NAME(ownsCopy_8u)(src, srcStep, dst, dstStep, n, rows, isPastCaches);
-  for (; rows > 0; --rows, src = rowOf(src, srcStep, 1), dst = rowOf(dst, dstStep, 1))
-    fillShortOrFew(Copied{src}, dst, n);
+  if (n > kSmall || isPastCaches) return ORV_NAME(ownsCopy_8u)(src, srcStep, dst, dstStep, n, rows, isPastCaches);
+  for (; rows > 0; --rows, src = rowOf(src, srcStep, 1), dst = rowOf(dst, dstStep, 1)) fillSmall(CopyOf{src}, dst, n);
 }
 
 template <int kChannels>
@@ -19,7 +18,7 @@ ORV_INLINE VelStatus copy(const Vel8u* pSrc, int srcStep, Vel8u* pDst, int dstSt
   ORV_CHECK(checkSize(size));
   size_t row = size_t(size.width) * kChannels;
   int rows = size.height;
-  const bool streams = double(row) * rows > kMovedPastCaches;
+  const bool streams = double(row) * rows > kCopiedPastCaches;
   if (srcStep == dstStep && size_t(srcStep) == row) {
     row *= size_t(rows);
     rows = 1;
@@ -39,6 +38,11 @@ struct Side {
   }
 };
 
+// Fills n to 2 n bytes.
+template <size_t n> struct FillEnds {
+  ORV_INLINE void operator()(Lane v, Vel8u* dst, size_t width) const { fillEnds<n>(Constant{v}, dst, width); }
+};
+
 // Extends rows to both sides, of about the same width as a rule: from p to 2 p pixels are two stores of p each.
 void extendRows(Side left, Side right, int step, int rows) {
   if (left.width == 0) left = right;  // which is then done twice
@@ -55,19 +59,19 @@ void extendRows(Side left, Side right, int step, int rows) {
     }
   };
   if (are(16, 16))
-    each([](Vec v, Vel8u* dst, size_t) { store(dst, v); });
+    each([](Lane v, Vel8u* dst, size_t) { store(dst, v); });
   else if (are(16, 32))
-    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<16>(Repeated{v}, dst, width); });
+    each(FillEnds<16>());
   else if (are(8, 16))
-    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<8>(Repeated{v}, dst, width); });
+    each(FillEnds<8>());
   else if (are(4, 8))
-    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<4>(Repeated{v}, dst, width); });
+    each(FillEnds<4>());
   else if (are(2, 4))
-    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<2>(Repeated{v}, dst, width); });
+    each(FillEnds<2>());
   else if (are(1, 2))
-    each([](Vec v, Vel8u* dst, size_t width) { fillByTwo<1>(Repeated{v}, dst, width); });
+    each(FillEnds<1>());
   else
-    each([](Vec v, Vel8u* dst, size_t width) { fillHere(Repeated{v}, dst, width); });
+    each([](Lane v, Vel8u* dst, size_t width) { fillAny(Constant{v}, dst, width); });
 }
 
 }  // namespace

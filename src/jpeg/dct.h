@@ -1,49 +1,57 @@
 // What the forward and the inverse DCT share: constants, and arithmetic on words.
 //
 // Both are separable. In the columns' pass a rotation by an angle is done by its tangent alone; the cosine that is left
-// over is a factor of the whole row, and stands in that row's table.
+// over is a factor of the whole row, and stands in that row's weights.
 #pragma once
 #include "core/simd.h"
 
 namespace {
 
-struct alignas(16) Words {
-  Vel16s w[8];
-};
-constexpr Words words(int a, int b, int c, int d, int e, int f, int g, int h) {
+constexpr WordConstant words(int a, int b, int c, int d, int e, int f, int g, int h) {
   return {{Vel16s(a), Vel16s(b), Vel16s(c), Vel16s(d), Vel16s(e), Vel16s(f), Vel16s(g), Vel16s(h)}};
 }
-constexpr Words all(int x) { return words(x, x, x, x, x, x, x, x); }
+constexpr WordConstant allWords(int x) { return words(x, x, x, x, x, x, x, x); }
 
-template <class T> ORV_INLINE Vec constant(const T& vector) {
-  static_assert(sizeof vector == 16, "one vector");
-  return loadAligned(&vector);
+// ---- Cosines and tangents
+
+// cos(k pi / 16), by its power series.
+constexpr double cosine(int k) {
+  const double x = k * 3.14159265358979323846 / 16;
+  double sum = 0, term = 1;
+  for (int n = 0; n < 24; n += 2) {
+    sum += term;
+    term *= -x * x / ((n + 1) * (n + 2));
+  }
+  return sum;
 }
+constexpr double tangent(int k) { return cosine(8 - k) / cosine(k); }
+constexpr int nearest(double x) { return int(x < 0 ? x - 0.5 : x + 0.5); }
 
-// Cosines with 14 fractional bits: cK is sqrt(2) cos(K pi / 16), c4 being 1, times the row's own factor.
+// With 14 fractional bits, cK is sqrt(2) cos(K pi / 16) times the row's factor. The factor of rows r and 8 - r is
+// sqrt(2) cos(r pi / 16); that of rows 0 and 4 is 1, which is the same with r = 4.
+constexpr int kCosineBits = 14;
 struct Cosines {
   int c1, c2, c3, c4, c5, c6, c7;
 };
-constexpr Cosines kRow04 = {22725, 21407, 19266, 16384, 12873, 8867, 4520};
-constexpr Cosines kRow17 = {31521, 29692, 26722, 22725, 17855, 12299, 6270};
-constexpr Cosines kRow26 = {29692, 27969, 25172, 21407, 16819, 11585, 5906};
-constexpr Cosines kRow35 = {26722, 25172, 22654, 19266, 15137, 10426, 5315};
+constexpr int cosineOfRow(int k, int r) { return nearest((2 << kCosineBits) * cosine(k) * cosine(r)); }
+constexpr Cosines cosinesOfRow(int r) {
+  return {cosineOfRow(1, r), cosineOfRow(2, r), cosineOfRow(3, r), cosineOfRow(4, r),
+          cosineOfRow(5, r), cosineOfRow(6, r), cosineOfRow(7, r)};
+}
+constexpr Cosines kRow04 = cosinesOfRow(4), kRow17 = cosinesOfRow(1), kRow26 = cosinesOfRow(2),
+                  kRow35 = cosinesOfRow(3);
 
+// Times 2^16. A word holds less than a half: tan3 is kept less 1, and of cos4 the half.
 struct Tangents {
-  Words tan1, tan2, tan3, halfCos4;
+  WordConstant tan1, tan2, tan3Less1, halfCos4;
 };
-constexpr Tangents kTangents = {all(13036),          // tan(pi / 16), times 2^16
-                                all(27146),          // tan(2 pi / 16)
-                                all(43790 - 65536),  // tan(3 pi / 16) - 1
-                                all(23170)};         // cos(4 pi / 16) / 2
+constexpr Tangents kTangents = {allWords(nearest(65536 * tangent(1))), allWords(nearest(65536 * tangent(2))),
+                                allWords(nearest(65536 * (tangent(3) - 1))), allWords(nearest(65536 * cosine(4) / 2))};
 
-ORV_INLINE Vec add(Vec a, Vec b) { return _mm_adds_epi16(a, b); }
-ORV_INLINE Vec sub(Vec a, Vec b) { return _mm_subs_epi16(a, b); }
-ORV_INLINE Vec mulHigh(Vec a, const Words& c) { return _mm_mulhi_epi16(a, constant(c)); }
-ORV_INLINE Vec timesTan3(Vec a, const Tangents& t) { return add(mulHigh(a, t.tan3), a); }
+ORV_INLINE Lane timesTan3(Lane a, const Tangents& t) { return addSat16(mulHigh16(a, t.tan3Less1), a); }
 
 struct TwoRows {
-  Vec a, b;
+  Lane a, b;
 };
 
 }  // namespace

@@ -9,36 +9,33 @@ namespace {
 
 // ---- Constants
 
-// A row's even outputs are sums of s[n] = x[n] + x[7 - n], its odd ones of d[n] = x[n] - x[7 - n], n = 0..3. A vector
-// holds what s0 s1 and d0 d1, or s2 s3 and d2 d3, contribute to four outputs.
-struct Tables {
-  Words s01d01f0, s23d23f0, s01d01f4, s23d23f4;
+// A row's even outputs are sums of s[n] = x[n] + x[7 - n], its odd ones of d[n] = x[n] - x[7 - n], n = 0..3. A constant
+// here is what s0 s1 and d0 d1, or s2 s3 and d2 d3, weigh in outputs 0 to 3, or 4 to 7.
+struct RowWeights {
+  WordConstant s01d01f0, s23d23f0, s01d01f4, s23d23f4;
 };
-constexpr Tables tables(const Cosines& c) {
+constexpr RowWeights rowWeights(const Cosines& c) {
   return {words(c.c4, c.c4, c.c1, c.c3, c.c2, c.c6, c.c3, -c.c7),
           words(c.c4, c.c4, c.c5, c.c7, -c.c6, -c.c2, -c.c1, -c.c5),
           words(c.c4, -c.c4, c.c5, -c.c1, c.c6, -c.c2, c.c7, -c.c5),
           words(-c.c4, c.c4, c.c7, c.c3, c.c2, -c.c6, c.c3, -c.c1)};
 }
-struct Dwords {
-  Vel32s d[4];
-};
-// Of the sums' 20 fractional bits three are the columns', fourteen the cosines', and three are the transform's division
-// by 8. The level shift, 128 from every sample, is made where it comes to: in the first output of all.
-constexpr int kRowShift = 20, kRound = 1 << (kRowShift - 1), kColumnBits = 3;
-constexpr int kLevel = (8 * 8 * 128 << kColumnBits) * 16384;
+// Of the sums' fractional bits some are the columns', some the cosines', and three are the transform's division by 8.
+// The level shift, 128 from every sample, is made where it comes to: in the first output of all.
+constexpr int kColumnBits = 3, kRowShift = kColumnBits + kCosineBits + 3, kRound = 1 << (kRowShift - 1);
+constexpr int kLevel = 8 * 8 * 128 << (kColumnBits + kCosineBits);
 struct Constants {
-  Tables rows04, rows26, rows17, rows35;
+  RowWeights rows04, rows26, rows17, rows35;
   Tangents tangents;
-  Dwords round, roundFirst;
+  DwordConstant round, roundFirst;
 };
-alignas(16) constexpr Constants kConstants = {tables(kRow04),
-                                              tables(kRow26),
-                                              tables(kRow17),
-                                              tables(kRow35),
-                                              kTangents,
-                                              {{kRound, kRound, kRound, kRound}},
-                                              {{kRound - kLevel, kRound, kRound, kRound}}};
+constexpr Constants kConstants = {rowWeights(kRow04),
+                                  rowWeights(kRow26),
+                                  rowWeights(kRow17),
+                                  rowWeights(kRow35),
+                                  kTangents,
+                                  {{kRound, kRound, kRound, kRound}},
+                                  {{kRound - kLevel, kRound, kRound, kRound}}};
 
 // ---- Columns
 
@@ -46,49 +43,50 @@ alignas(16) constexpr Constants kConstants = {tables(kRow04),
 struct Samples {
   const Vel8u* src;
   int step;
-  Vec row(int y) const { return widenLow8(loadLow(src + ptrdiff_t(step) * y)); }
+  Lane row(int y) const { return widenLowU8(loadLow(src + ptrdiff_t(step) * y)); }
 };
 
-ORV_INLINE Vec scaled(Vec x) { return _mm_slli_epi16(x, kColumnBits); }
-// cos(4 pi / 16) x, scaled: the constant is half the cosine, so there is one bit more in front of it.
-ORV_INLINE Vec diagonal(Vec x, const Tangents& t) { return mulHigh(_mm_slli_epi16(x, kColumnBits + 1), t.halfCos4); }
+ORV_INLINE Lane scaled(Lane x) { return shiftLeft16(x, kColumnBits); }
+// cos(4 pi / 16) x, scaled: the constant is half the cosine, so x is scaled by one bit more.
+ORV_INLINE Lane diagonal(Lane x, const Tangents& t) { return mulHigh16(shiftLeft16(x, kColumnBits + 1), t.halfCos4); }
 
 // Rows 0, 4, 2 and 6 of the columns' transform, from the sums of opposite rows.
-ORV_INLINE void evenRows(const Tangents& t, Vec s0, Vec s1, Vec s2, Vec s3, TwoRows& r04, TwoRows& r26) {
-  const Vec outer = add(s0, s3), inner = add(s1, s2);
-  const Vec x = scaled(sub(s0, s3)), y = scaled(sub(s1, s2));
-  r04 = {scaled(add(outer, inner)), scaled(sub(outer, inner))};
-  r26 = {add(x, mulHigh(y, t.tan2)), sub(mulHigh(x, t.tan2), y)};
+ORV_INLINE void evenRows(const Tangents& t, Lane s0, Lane s1, Lane s2, Lane s3, TwoRows& r04, TwoRows& r26) {
+  const Lane outer = addSat16(s0, s3), inner = addSat16(s1, s2);
+  const Lane x = scaled(subSat16(s0, s3)), y = scaled(subSat16(s1, s2));
+  r04 = {scaled(addSat16(outer, inner)), scaled(subSat16(outer, inner))};
+  r26 = {addSat16(x, mulHigh16(y, t.tan2)), subSat16(mulHigh16(x, t.tan2), y)};
 }
 // Rows 1, 7, 3 and 5, from their differences.
-ORV_INLINE void oddRows(const Tangents& t, Vec d0, Vec d1, Vec d2, Vec d3, TwoRows& r17, TwoRows& r35) {
-  const Vec w = diagonal(add(d1, d2), t), z = diagonal(sub(d1, d2), t);
-  const Vec x = scaled(d0), y = scaled(d3);
-  const Vec p = add(x, w), q = add(y, z), u = sub(x, w), v = sub(y, z);
-  r17 = {add(p, mulHigh(q, t.tan1)), sub(mulHigh(p, t.tan1), q)};
-  r35 = {sub(u, timesTan3(v, t)), add(timesTan3(u, t), v)};
+ORV_INLINE void oddRows(const Tangents& t, Lane d0, Lane d1, Lane d2, Lane d3, TwoRows& r17, TwoRows& r35) {
+  const Lane w = diagonal(addSat16(d1, d2), t), z = diagonal(subSat16(d1, d2), t);
+  const Lane x = scaled(d0), y = scaled(d3);
+  const Lane p = addSat16(x, w), q = addSat16(y, z), u = subSat16(x, w), v = subSat16(y, z);
+  r17 = {addSat16(p, mulHigh16(q, t.tan1)), subSat16(mulHigh16(p, t.tan1), q)};
+  r35 = {subSat16(u, timesTan3(v, t)), addSat16(timesTan3(u, t), v)};
 }
 
 // ---- Rows
 
-// Four outputs from the pairs s0 s1, d0 d1 and s2 s3, d2 d3, each in turn.
-ORV_INLINE Vec outputs(Vec pairs01, const Words& w, Vec pairs23, const Words& v, const Dwords& round) {
-  const Vec sums = _mm_add_epi32(_mm_madd_epi16(pairs01, constant(w)), _mm_madd_epi16(pairs23, constant(v)));
-  return _mm_srai_epi32(_mm_add_epi32(sums, constant(round)), kRowShift);
+// Four outputs of a row, from s0 s1 d0 d1 s0 s1 d0 d1 and s2 s3 d2 d3 s2 s3 d2 d3.
+ORV_INLINE Lane outputs(Lane pairs01, const WordConstant& weights01, Lane pairs23, const WordConstant& weights23,
+                        const DwordConstant& round) {
+  const Lane sums = add32(mulAddPairs16(pairs01, weights01), mulAddPairs16(pairs23, weights23));
+  return shiftRight32(add32(sums, round), kRowShift);
 }
-// A row, from s0 s1 s2 s3 d0 d1 d2 d3.
-ORV_INLINE Vec transformRow(const Constants* k, const Tables& t, Vec sd, const Dwords& round) {
-  const Vec pairs01 = _mm_shuffle_epi32(sd, 0x88), pairs23 = _mm_shuffle_epi32(sd, 0xDD);
-  return _mm_packs_epi32(outputs(pairs01, t.s01d01f0, pairs23, t.s23d23f0, round),
-                         outputs(pairs01, t.s01d01f4, pairs23, t.s23d23f4, k->round));
+// All eight, from s0 s1 s2 s3 d0 d1 d2 d3. `round` is what rounds the first four.
+ORV_INLINE Lane transformRow(const Constants& k, const RowWeights& w, Lane sd, const DwordConstant& round) {
+  const Lane pairs01 = shuffle32<0, 2, 0, 2>(sd), pairs23 = shuffle32<1, 3, 1, 3>(sd);
+  return narrow32(outputs(pairs01, w.s01d01f0, pairs23, w.s23d23f0, round),
+                  outputs(pairs01, w.s01d01f4, pairs23, w.s23d23f4, k.round));
 }
-ORV_INLINE TwoRows transformRows(const Constants* k, const Tables Constants::*table, const TwoRows& rows,
-                                 const Dwords Constants::*round = &Constants::round) {
-  const Vec left = _mm_unpacklo_epi64(rows.a, rows.b), right = _mm_unpackhi_epi64(rows.a, rows.b);
-  const Vec mirrored = _mm_shufflehi_epi16(_mm_shufflelo_epi16(right, 0x1B), 0x1B);
-  const Vec s = _mm_add_epi16(left, mirrored), d = _mm_sub_epi16(left, mirrored);
-  return {transformRow(k, k->*table, _mm_unpacklo_epi64(s, d), k->*round),
-          transformRow(k, k->*table, _mm_unpackhi_epi64(s, d), k->round)};
+ORV_INLINE TwoRows transformRows(const Constants& k, const RowWeights& w, const TwoRows& rows,
+                                 const DwordConstant& roundFirst) {
+  // a0 a1 a2 a3 b0 b1 b2 b3 | a4 ... a7 b4 ... b7, and the latter as a7 a6 a5 a4 b7 b6 b5 b4
+  const Lane left = interleaveLow64(rows.a, rows.b), right = interleaveHigh64(rows.a, rows.b);
+  const Lane mirrored = shuffleHalves16<3, 2, 1, 0>(right);
+  const Lane s = add16(left, mirrored), d = sub16(left, mirrored);
+  return {transformRow(k, w, interleaveLow64(s, d), roundFirst), transformRow(k, w, interleaveHigh64(s, d), k.round)};
 }
 
 // ---- Quantisation
@@ -97,22 +95,24 @@ ORV_INLINE TwoRows transformRows(const Constants* k, const Tables Constants::*ta
 // one. Samples of 8 bits make no coefficient larger than 1200, so twice of it fits a word, and the high word of the
 // product is the quotient; the low one is twice the remainder, an even number, which leaves its last bit for the
 // quotient's.
-ORV_INLINE Vec rounded(Vec quotient, Vec remainder) {
-  const Vec odd = _mm_and_si128(quotient, all16(1));
-  const Vec up = _mm_cmpgt_epi16(_mm_xor_si128(_mm_or_si128(remainder, odd), all16(0x8000)), zero());  // above a half
-  return _mm_sub_epi16(quotient, up);
+ORV_INLINE Lane rounded(Lane quotient, Lane remainder) {
+  const Lane odd = quotient & all16(1);
+  const Lane up = greater16((remainder | odd) ^ all16(0x8000), zero());  // -1 above a half
+  return sub16(quotient, up);
 }
+// The table's entries are unsigned. Where there are instructions for signs, it is magnitudes that are multiplied. They
+// would be slow to do without: there the entries are taken as signed, which makes those whose highest bit is set 2^16
+// smaller, and quotients `twice` smaller.
 #if ORV_HAS_SHUFFLE
-ORV_INLINE Vec quantise(Vec c, const Vel16u* table) {
-  const Vec q = load(table), twice = _mm_slli_epi16(magnitude16(c), 1);
-  return withSignOf16(c, rounded(_mm_mulhi_epu16(twice, q), _mm_mullo_epi16(twice, q)));
+ORV_INLINE Lane quantise(Lane c, const Vel16u* table) {
+  const Lane q = load(table), twice = shiftLeft16(magnitude16(c), 1);
+  return withSignsOf16(c, rounded(mulHighU16(twice, q), mulLow16(twice, q)));
 }
 #else
-// Without instructions for signs: the entries are taken as signed, and 2^16 c put back where that made them negative.
-ORV_INLINE Vec quantise(Vec c, const Vel16u* table) {
-  const Vec q = load(table), twice = _mm_add_epi16(c, c);
-  const Vec missing = _mm_and_si128(twice, _mm_srai_epi16(q, 15));
-  return rounded(_mm_add_epi16(_mm_mulhi_epi16(twice, q), missing), _mm_mullo_epi16(twice, q));
+ORV_INLINE Lane quantise(Lane c, const Vel16u* table) {
+  const Lane q = load(table), twice = add16(c, c);
+  const Lane missing = twice & shiftRight16(q, 15);
+  return rounded(add16(mulHigh16(twice, q), missing), mulLow16(twice, q));
 }
 #endif
 ORV_INLINE void storeRows(Vel16s* dst, const Vel16u* table, int a, int b, const TwoRows& rows) {
@@ -131,18 +131,18 @@ ORV_BODY_B(veliDCTQuantFwd8x8LS_JPEG_8u16s_C1R)
   ORV_CHECK(checkPointers(pQuantFwdTable));
   const Constants* k = &kConstants;
   const Samples s{pSrc, srcStep};
-  const Vec x0 = s.row(0), x7 = s.row(7), x1 = s.row(1), x6 = s.row(6);
-  const Vec x2 = s.row(2), x5 = s.row(5), x3 = s.row(3), x4 = s.row(4);
+  const Lane x0 = s.row(0), x7 = s.row(7), x1 = s.row(1), x6 = s.row(6);
+  const Lane x2 = s.row(2), x5 = s.row(5), x3 = s.row(3), x4 = s.row(4);
   TwoRows r04, r26, r17, r35;
-  oddRows(k->tangents, sub(x0, x7), sub(x1, x6), sub(x2, x5), sub(x3, x4), r17, r35);
-  evenRows(k->tangents, add(x0, x7), add(x1, x6), add(x2, x5), add(x3, x4), r04, r26);
-  reload(k);
-  storeRows(pDst, pQuantFwdTable, 0, 4, transformRows(k, &Constants::rows04, r04, &Constants::roundFirst));
-  reload(k);
-  storeRows(pDst, pQuantFwdTable, 2, 6, transformRows(k, &Constants::rows26, r26));
-  reload(k);
-  storeRows(pDst, pQuantFwdTable, 1, 7, transformRows(k, &Constants::rows17, r17));
-  reload(k);
-  storeRows(pDst, pQuantFwdTable, 3, 5, transformRows(k, &Constants::rows35, r35));
+  oddRows(k->tangents, subSat16(x0, x7), subSat16(x1, x6), subSat16(x2, x5), subSat16(x3, x4), r17, r35);
+  evenRows(k->tangents, addSat16(x0, x7), addSat16(x1, x6), addSat16(x2, x5), addSat16(x3, x4), r04, r26);
+  opaque(k);
+  storeRows(pDst, pQuantFwdTable, 0, 4, transformRows(*k, k->rows04, r04, k->roundFirst));
+  opaque(k);
+  storeRows(pDst, pQuantFwdTable, 2, 6, transformRows(*k, k->rows26, r26, k->round));
+  opaque(k);
+  storeRows(pDst, pQuantFwdTable, 1, 7, transformRows(*k, k->rows17, r17, k->round));
+  opaque(k);
+  storeRows(pDst, pQuantFwdTable, 3, 5, transformRows(*k, k->rows35, r35, k->round));
   return velStsNoErr;
 }

@@ -57,7 +57,7 @@ ORV_INLINE int extend(Vel32u window, int size) {
 // What a step of decoding came to.
 enum Step { kDone, kOutOfBits, kInvalid };
 
-// The store and the stream behind it.
+// The store and the stream that follows it.
 struct Reader {
   const Vel8u* src;
   Vel32u window;  // the store's bits from the top; zeros below
@@ -144,10 +144,10 @@ VelStatus decodeBlock(Reader& in, Vel16s* dst, Vel16s* lastDC, const VeliDecodeH
 
 // ---- The fast path
 //
-// Takes the same bytes as the careful one, in front of a code two at a time where neither is FF, and leaves the same
-// state; false, with nothing but the block changed, where anything but plain codes comes up: a marker, fill bytes, an
-// invalid code, a run past the end. It reads nothing that the careful path would not read: with 16 bits or fewer in
-// front of a code that one takes two bytes at least, or meets FF in the first and reads on.
+// Takes the same bytes as the careful one, before a code two at a time where neither is FF, and leaves the same state;
+// false, with nothing but the block changed, where anything but plain codes comes up: a marker, fill bytes, an invalid
+// code, a run past the end. It reads nothing that the careful path would not read: with 16 bits or fewer before a code
+// that one takes two bytes at least, or meets FF in the first and reads on.
 
 // Appends one byte to the store; false at anything but data.
 ORV_INLINE bool appendByte(const Vel8u*& src, Vel32u& window, int& valid) {
@@ -169,33 +169,34 @@ ORV_INLINE bool appendTwo(const Vel8u*& src, Vel32u& window, int& valid) {
   const Vel32u two = loaded;
   if (__builtin_expect((two & 0xFF) == 0xFF || two >= 0xFF00, 0))
     return appendByte(src, window, valid) && appendByte(src, window, valid);
-  window |= (__builtin_bswap32(two) >> valid);
+  window |= __builtin_bswap32(two) >> valid;
   valid += 16;
   src += 2;
   return true;
 }
 
-// A code of 9 to 16 bits at the top of the window: length << 16 | symbol, or 0. All eight lengths are tried at once.
-ORV_INLINE Vec codesOfLengths9To16(Vel32u window) {
-  const Vec top = all16(int(window >> 16));
-  const Vec shifted =
-      _mm_mulhi_epu16(top, _mm_setr_epi16(1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14, short(1 << 15), 0));
-  return _mm_or_si128(shifted, _mm_and_si128(top, _mm_setr_epi16(0, 0, 0, 0, 0, 0, 0, -1)));
+// The first 9, 10 ... 16 bits of a window, a word for each length: the high words of products with powers of 2, and the
+// first 16 bits as they are.
+ORV_INLINE Lane codesOfLengths9To16(Vel32u window) {
+  const Lane top = all16(int(window >> 16));
+  const Lane shifted = mulHighU16(top, laneOf16(1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14, 1 << 15, 0));
+  return shifted | (top & laneOf16(0, 0, 0, 0, 0, 0, 0, -1));
 }
+// A code of 9 to 16 bits at the top of the window: length << 16 | symbol, or 0. All eight lengths are tried at once.
 __attribute__((noinline)) Vel32u longCode(const VeliDecodeHuffmanSpec& spec, Vel32u window) {
-  const Vec codes = codesOfLengths9To16(window), last = load(spec.maxCode + 9);
-  const Vec above = _mm_subs_epu16(codes, last);  // zero where the code is not above the last of its length
-  const Vec matches = _mm_andnot_si128(_mm_cmpeq_epi16(last, all16(-1)), _mm_cmpeq_epi16(above, zero()));
-  const int found = _mm_movemask_epi8(matches);
+  const Lane codes = codesOfLengths9To16(window), last = load(spec.maxCode + 9);
+  const Lane above = subSatU16(codes, last);  // zero where the code is not above the last of its length
+  const Lane matches = ~equal16(last, all16(kNoCode)) & equal16(above, zero());
+  const int found = signBits8(matches);
   if (found == 0) return 0;
   const int length = 9 + __builtin_ctz(unsigned(found)) / 2;
   const int code = int(window >> (32 - length));
   return Vel32u(length) << 16 | spec.symbols[(spec.valPtr[length] - spec.minCode[length] + code) & 255];
 }
 
-// One by one, because of a loop the compiler would make a string instruction, which is slow to start.
+// One by one, because the compiler would make a loop a string instruction, which is slow to start.
 ORV_INLINE void clearBlock(Vel16s* dst) {
-  const Vec z = zero();
+  const Lane z = zero();
   store(dst, z), store(dst + 8, z), store(dst + 16, z), store(dst + 24, z);
   store(dst + 32, z), store(dst + 40, z), store(dst + 48, z), store(dst + 56, z);
 }
@@ -206,7 +207,7 @@ struct State {
   int valid;
 };
 
-// Where decodeFast stands. The store holds 17 bits at least in front of every code, and a code and its extra bits need
+// Where decodeFast stands. The store holds 17 bits at least before every code, and a code and its extra bits need
 // more only when both are long.
 struct Fast : State {
   explicit Fast(const State& s) : State(s) {}
@@ -273,7 +274,7 @@ ORV_INLINE bool decodeFast(State& state, Vel16s* dst, Vel16s* lastDC, const Veli
   } while (k < end);
   if (k > end) return false;
 
-  // The careful path had 25 to 32 bits in store in front of the last code.
+  // The careful path had 25 to 32 bits in store before the last code.
   const int last = length + size;
   while (in.valid + last < kWanted)
     if (!appendByte(in.src, in.window, in.valid)) return false;

@@ -1,11 +1,17 @@
 // The JFIF conversion of one 4:2:0 MCU, in integers.
 //
 // Luma is an integer, so a pixel's channel is clamp(128 + y + t), where t is what chroma adds, rounded: half up, since
-// a sum that lies exactly on a half does so in single precision too. For chroma of -128..127 the fixed point below
-// gives every t exactly; tests compare all of them with computeRGBFromYUV_JPEG_F32_U8, which also converts MCUs with
-// chroma outside.
+// a sum that lies exactly on a half does so in single precision too.
+//
+//   red    1.402 cr = cr + 0.402 cr
+//   green  -0.34414 cb - 0.71414 cr
+//   blue   1.772 cb = 2 cb - 0.228 cb
+//
+// For chroma of -128..127 the fixed point below gives every t exactly; tests compare all of them with
+// computeRGBFromYUV_JPEG_F32_U8, which also converts MCUs with chroma outside.
 #include "jpeg/mcu.h"
-#include "color/interleave.h"
+#include "core/cache.h"
+#include "core/simd.h"
 #include "image/checks.h"
 #include "jpeg/value.h"
 
@@ -13,56 +19,62 @@ namespace {
 
 // What eight chroma samples add to luma, with the level shift: words.
 struct Terms {
-  Vec r, g, b;
+  Lane r, g, b;
 };
 
-// c k / 2^16, rounded: the product keeps 8 bits of fraction, to which `half` is added. Weights and halves, here and
-// below, are ones with which all 256 values, and all pairs of them, come out right; those that lie exactly on a half
-// leave little choice.
-ORV_INLINE Vec scaled(Vec c, int k, int half) {
-  const Vec product = _mm_mulhi_epi16(_mm_slli_epi16(c, 8), all16(k));
-  return _mm_srai_epi16(_mm_add_epi16(product, all16(half)), 8);
+// A weight with so many fractional bits, rounded down.
+constexpr int fixedPoint(double weight, int bits) {
+  const double exact = weight * (1 << bits);
+  return int(exact) - (int(exact) > exact ? 1 : 0);
 }
-
-// -0.34414 cb - 0.71414 cr for four pairs (cb, cr), rounded. Sums are multiples of 0.00002, so 23 bits of fraction tell
-// them from a half; the weights are split into 15 high bits and 8 low ones.
 constexpr int kFraction = 23, kLowBits = 8;
-constexpr int kCbWeight = -2886855, kCrWeight = -5990640, kHalf = (1 << (kFraction - 1)) + 118;
-ORV_INLINE Vec weights(int cb, int cr) { return all32(int((unsigned(cb) & 0xFFFF) | unsigned(cr) << 16)); }
-ORV_INLINE Vec green(Vec pairs) {
-  const Vec high = _mm_madd_epi16(pairs, weights(kCbWeight >> kLowBits, kCrWeight >> kLowBits));
-  const Vec low = _mm_madd_epi16(pairs, weights(kCbWeight & 255, kCrWeight & 255));
-  const Vec sum = _mm_add_epi32(_mm_slli_epi32(high, kLowBits), low);
-  return _mm_srai_epi32(_mm_add_epi32(sum, all32(kHalf)), kFraction);
+constexpr int kRedWeight = fixedPoint(0.402, 16), kBlueWeight = fixedPoint(-0.228, 16);
+constexpr int kCbWeight = fixedPoint(-0.34414, kFraction), kCrWeight = fixedPoint(-0.71414, kFraction);
+// Added to the half that rounds, these make up for the weights' rounding. scripts/derive/mcu finds the biases with which
+// all 256 values, and all pairs of them, come out right, and takes the middle one.
+constexpr int kRedBias = 0, kGreenBias = 49, kBlueBias = 1;
+
+// Weight times c, rounded: the product has 8 bits of fraction.
+ORV_INLINE Lane weighted(Lane c, int weight, int bias) {
+  const Lane product = mulHigh16(shiftLeft16(c, 8), all16(weight));
+  return shiftRight16(add16(product, all16(128 + bias)), 8);
+}
+// Of four pairs (cb, cr). Sums are multiples of 0.00002, so 23 bits of fraction tell them from a half; the weights are
+// split into 15 high bits and 8 low ones.
+ORV_INLINE Lane green(Lane pairs) {
+  const Lane high = mulAddPairs16(pairs, allPairs16(kCbWeight >> kLowBits, kCrWeight >> kLowBits));
+  const Lane low = mulAddPairs16(pairs, allPairs16(kCbWeight & 255, kCrWeight & 255));
+  const Lane sum = add32(shiftLeft32(high, kLowBits), low);
+  return shiftRight32(add32(sum, all32((1 << (kFraction - 1)) + kGreenBias)), kFraction);
 }
 
 // `outside` gathers bits above the low eight from samples outside -128..127, for which the terms are not exact.
-ORV_INLINE Terms terms(Vec cb, Vec cr, Vec& outside) {
-  const Vec level = all16(128);
-  const Vec cbLevel = _mm_add_epi16(cb, level), crLevel = _mm_add_epi16(cr, level);
-  outside = _mm_or_si128(outside, _mm_or_si128(cbLevel, crLevel));
-  const Vec g = _mm_packs_epi32(green(_mm_unpacklo_epi16(cb, cr)), green(_mm_unpackhi_epi16(cb, cr)));
-  // 1.402 cr = cr + 0.402 cr; 1.772 cb = 2 cb - 0.228 cb
-  const Vec r = _mm_add_epi16(crLevel, scaled(cr, 26345, 128));
-  const Vec b = _mm_add_epi16(_mm_add_epi16(cb, cbLevel), scaled(cb, -14943, 129));
-  return {r, _mm_add_epi16(g, level), b};
+ORV_INLINE Terms terms(Lane cb, Lane cr, Lane& outside) {
+  const Lane level = all16(128);
+  const Lane cbLevel = add16(cb, level), crLevel = add16(cr, level);
+  outside = outside | cbLevel | crLevel;
+  const Lane g = narrow32(green(interleaveLow16(cb, cr)), green(interleaveHigh16(cb, cr)));
+  const Lane r = add16(crLevel, weighted(cr, kRedWeight, kRedBias));
+  const Lane b = add16(add16(cb, cbLevel), weighted(cb, kBlueWeight, kBlueBias));
+  return {r, add16(g, level), b};
 }
 
 // What the terms' eight samples add to sixteen pixels: each serves two.
 struct PixelTerms {
-  Vec left, right;
-  explicit PixelTerms(Vec t) : left(_mm_unpacklo_epi16(t, t)), right(_mm_unpackhi_epi16(t, t)) {}
-  Vec channel(Vec l, Vec r) const { return _mm_packus_epi16(_mm_adds_epi16(l, left), _mm_adds_epi16(r, right)); }
+  Lane left, right;
+  explicit PixelTerms(Lane t) : left(interleaveLow16(t, t)), right(interleaveHigh16(t, t)) {}
+  Lane channel(Lane l, Lane r) const { return narrow16To8U(addSat16(l, left), addSat16(r, right)); }
 };
 
-// Two rows of sixteen pixels, each from eight luma samples of the left block and eight of the right one behind it.
+// Two rows of sixteen pixels, each from eight luma samples of the left block and eight of the right one, which follows it.
 ORV_INLINE void convertRows(const Vel16s* left, const Vel16s* cb, const Vel16s* cr, Vel8u* dst, int dstStep,
-                            Vec& outside) {
+                            Lane& outside) {
   const Terms t = terms(load(cb), load(cr), outside);
   const PixelTerms r(t.r), g(t.g), b(t.b);
   ORV_UNROLL for (int i = 0; i < 2; ++i) {
-    const Vec l = load(left + 8 * i), m = load(left + 64 + 8 * i);
-    storeC3(dst + ptrdiff_t(dstStep) * i, Rgb16<kNatural>{r.channel(l, m), g.channel(l, m), b.channel(l, m)});
+    const Lane l = load(left + 8 * i), m = load(left + 64 + 8 * i);
+    store3(dst + ptrdiff_t(dstStep) * i,
+           interleave3(Pixels<kInOrder, Lane>{r.channel(l, m), g.channel(l, m), b.channel(l, m)}));
   }
 }
 
@@ -75,25 +87,23 @@ void convertOneByOne(const Vel16s* pLuma, const Vel16s* pCb, const Vel16s* pCr, 
     }
 }
 
-constexpr int kAhead = 4 * 6 * 128;  // bytes: four MCUs, where all their blocks lie one behind the other
-
 }  // namespace
 
 ORV_KERNEL void ORV_NAME(ownpj_YUV420ToRGB888LS_MCU)(const Vel16s* pLuma, const Vel16s* pCb, const Vel16s* pCr,
                                                      Vel8u* pDst, int dstStep) {
-  Vec outside = zero();
+  Lane outside = zero();
   for (int j = 0; j < 8; ++j) {
-    // What an MCU further on and the one below this one will need, which processors do not foresee. The last bytes of
-    // neighbours' rows are nearer than a cache line to each other, so that they meet every line.
-    prefetch(pLuma, kAhead + 64 * j);
+    // What MCUs further on and the one below this one will need, which processors do not predict. The last bytes of
+    // neighbours' rows are nearer than a cache line to each other, so every line is asked for.
+    prefetch(pLuma, kRowAhead + 64 * j);
     if (j % 4 == 0) {
-      prefetch(pCb, kAhead + 16 * j);
-      prefetch(pCr, kAhead + 16 * j);
+      prefetch(pCb, kRowAhead + 16 * j);
+      prefetch(pCr, kRowAhead + 16 * j);
     }
     prefetch(pDst, ptrdiff_t(dstStep) * (16 + 2 * j) + 47);
     prefetch(pDst, ptrdiff_t(dstStep) * (17 + 2 * j) + 47);
     convertRows(pLuma + j / 4 * 128 + j % 4 * 16, pCb + 8 * j, pCr + 8 * j, rowOf(pDst, dstStep, 2 * j), dstStep,
                 outside);
   }
-  if (!allZero(_mm_srli_epi16(outside, 8))) convertOneByOne(pLuma, pCb, pCr, pDst, dstStep);
+  if (!allZero(shiftRightU16(outside, 8))) convertOneByOne(pLuma, pCb, pCr, pDst, dstStep);
 }

@@ -23,16 +23,15 @@ ORV_INLINE VelStatus naturalOrder(const Vel8u* pQuantRawTable, Vel16s natural[64
 // 32768 / q rounded, for four q of 0..255; 65535 for zero. No quotient lies halfway between two integers, so this is
 // the whole part of (65536 + q) / 2q; that misses the next integer by 2^-16 of itself at least, which leaves a division
 // in single precision right in every rounding mode of the caller's.
-ORV_INLINE Vec reciprocals(Vec q) {
-  const Vec isZero = _mm_cmpeq_epi32(q, zero());
-  const Vec divisor = _mm_sub_epi32(q, isZero);
-  const __m128 ratio = _mm_div_ps(_mm_cvtepi32_ps(_mm_add_epi32(all32(65536), divisor)),
-                                  _mm_cvtepi32_ps(_mm_add_epi32(divisor, divisor)));
-  return _mm_or_si128(_mm_cvttps_epi32(ratio), _mm_and_si128(isZero, all32(65535)));
+ORV_INLINE Lane reciprocals(Lane q) {
+  const Lane isZero = equal32(q, zero());
+  const Lane divisor = sub32(q, isZero);
+  const Floats4 ratio = toFloats(add32(all32(65536), divisor)) / toFloats(add32(divisor, divisor));
+  return truncated(ratio) | (isZero & all32(65535));
 }
 // The low words of eight dwords.
-ORV_INLINE Vec lowWords(Vec a, Vec b) {
-  return _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(a, 16), 16), _mm_srai_epi32(_mm_slli_epi32(b, 16), 16));
+ORV_INLINE Lane lowWords(Lane a, Lane b) {
+  return narrow32(shiftRight32(shiftLeft32(a, 16), 16), shiftRight32(shiftLeft32(b, 16), 16));
 }
 
 }  // namespace
@@ -55,12 +54,12 @@ ORV_BODY_A(veliQuantFwdTableInit_JPEG_8u16u)(const Vel8u* pQuantRawTable, Vel16u
   ORV_CHECK(checkPointers(pQuantRawTable, pQuantFwdTable));
   Vel16s natural[64];
   ORV_CHECK(naturalOrder(pQuantRawTable, natural));
-  Vec anyZero = zero();
+  Lane anyZero = zero();
   for (int i = 0; i < 64; i += 8) {
-    const Vec q = load(natural + i);
-    anyZero = _mm_or_si128(anyZero, _mm_cmpeq_epi16(q, zero()));
+    const Lane q = load(natural + i);
+    anyZero = anyZero | equal16(q, zero());
     store(pQuantFwdTable + i,
-          lowWords(reciprocals(_mm_unpacklo_epi16(q, zero())), reciprocals(_mm_unpackhi_epi16(q, zero()))));
+          lowWords(reciprocals(interleaveLow16(q, zero())), reciprocals(interleaveHigh16(q, zero()))));
   }
   return allZero(anyZero) ? velStsNoErr : velStsDivByZero;
 }

@@ -1,7 +1,7 @@
 // Antialiased resizing: a reduction widens the method's kernel to what a destination pixel covers. Every source row that
-// is needed is filtered once, into a ring of rows of floats; the rows under a destination row's kernel are summed.
+// is needed is filtered once, into one of as many rows of floats as a destination row's kernel covers; those are summed.
 #include "resize/cubic.h"
-#include "resize/sums.h"
+#include "resize/kernels.h"
 
 namespace {
 
@@ -31,8 +31,8 @@ struct Taps {
   const Taps* next() const { return reinterpret_cast<const Taps*>(weights() + (count + 3) / 4 * 4); }
 };
 
-// Where the buffer's size is what was asked for, coordinates and the reach are below 2^31 / 13 and their sums fit an int.
-// A region that is nothing against the reduction needs no exact one.
+// With a buffer of the size that is asked for, coordinates and the reach are below 2^31 / 13, and their sums fit an int. A
+// scale far beyond the region's size is capped: it gives nearly equal weights anyway.
 ORV_INLINE double scaleOf(const Axis& axis) {
   const double most = 65536 + 4.0 * axis.count;
   return axis.inverse < 1 ? 1 : axis.inverse < most ? axis.inverse : most;
@@ -42,7 +42,7 @@ ORV_INLINE double scaleOf(const Axis& axis) {
 ORV_INLINE void fill(Taps& taps, const Kernel& kernel, const Axis& axis, int i) {
   const double scale = scaleOf(axis), reach = kernel.radius() * scale;
   const double v = (double(axis.start) + i + 0.5) * axis.inverse + (axis.offset - 0.5) - axis.first;
-  // Written so that a NaN, of an infinite inverse, counts as the end.
+  // !(v < end), so that a NaN, of an infinite inverse, counts as the end too.
   const double centre = !(v < axis.count - 0.5) ? axis.count - 0.5 : v > -0.5 ? v : -0.5;
   const int low = floorOf(centre - reach) + 1, high = -floorOf(-(centre + reach)) - 1;
   const auto sumOf = [&](int from, int to) {
@@ -61,11 +61,14 @@ ORV_INLINE void fill(Taps& taps, const Kernel& kernel, const Axis& axis, int i) 
 
 // The lists of one direction.
 //
-// With region widths S and D, of n pixels a list has 8 + 4 t bytes, with t taps rounded up to a multiple of 4; the buffer
-// has 8 (2 k + 2) D for them, with k >= r and k >= r S / D. Not reduced, t <= 2 r, rounded up 2 r + 2 at most: 16 r + 16
-// bytes are enough for each of n <= D. Reduced by s, t <= 2 r s + 4, and n <= S / s: at most 8 r S + 24 n bytes of
-// 16 r S + 16 D, where n <= D and n <= S. Two pixels on the edges of a region may add one to S / s, but lose half their
-// taps each; what rounds up n is less than the room that rows of floats leave.
+// The buffer has room for them. Let S source pixels become D, by a kernel of radius r. A list takes 8 + 4 t bytes, where t
+// is the number of taps, rounded up to a multiple of 4. The buffer has 8 (2 k + 2) D bytes for them, where k is at least r
+// and at least r S / D.
+// - Not reduced: t is 2 r at most, rounded up 2 r + 2. That is 16 r + 16 bytes for each of D lists at most.
+// - Reduced by s: t is 2 r s + 4 at most, and there are n <= S / s lists. That is 8 r S + 24 n bytes at most, of
+//   16 r S + 16 D: n is neither more than D nor more than S.
+// - Pixels on both edges of a region may make n one more than S / s, but lose half their taps each; what else rounds n up
+//   takes less than rows of floats leave of their part of the buffer.
 struct Lists {
   Taps* first;
   int count, most;  // lists; taps of the longest one
@@ -82,121 +85,107 @@ struct Lists {
 
 // ---- Horizontal pass
 
-ORV_INLINE __m128 fourFloats(Vec bytes) { return _mm_cvtepi32_ps(_mm_unpacklo_epi16(widenLow8(bytes), zero())); }
-ORV_INLINE Vec fewerBytes(const Vel8u* p, int n) {
+// One to three bytes of a row's end; zeros after them.
+ORV_INLINE Lane loadUpTo3(const Vel8u* p, int n) {
   Vel32u bytes = p[0];
   if (n > 1) bytes |= Vel32u(p[1]) << 8;
   if (n > 2) bytes |= Vel32u(p[2]) << 16;
-  return _mm_cvtsi32_si128(int(bytes));
+  return fromInt(int(bytes));
 }
 
-// Of one channel, one row or two, as the lists cannot be walked fast: their lengths tell where the next ones are. Lane i
-// sums taps i, i + 4, ..., and the lanes of four columns are summed together. Where a wide vector has room for two rows,
-// one row fills it twice.
+// Of one channel, one row or two at a time. Walking the lists is slow, because a list's length must be read to find the
+// next one; two rows share that cost. Lane r belongs to row r. Its element i sums taps i, i + 4, ...; then the elements of
+// four columns are summed together.
 template <int kRows> struct PlaneRows {
-  static constexpr int kVectors = kRows * 4 > kLanesOfWide ? kRows * 4 / kLanesOfWide : 1;
-  const Vel8u* rows[2];
-  float* to[2];
+  using Sums = FloatRun<4 * kRows>;
+  const Vel8u* rows[kRows];
+  float* to[kRows];
 
-  // Up to four bytes of each row.
-  template <class Load> void floats(const Load& loadFrom, Wide (&v)[kVectors]) const {
-    const auto quad = [&](int r) { return _mm_unpacklo_epi16(widenLow8(loadFrom(rows[r])), zero()); };
-#if ORV_HAS_WIDE_FLOAT
-    v[0] = _mm256_cvtepi32_ps(_mm256_insertf128_si256(_mm256_castsi128_si256(quad(0)), quad(1), 1));
-#else
-    ORV_UNROLL for (int r = 0; r < kRows; ++r) v[r] = _mm_cvtepi32_ps(quad(r));
-#endif
-  }
-  void lanesOf(const Taps& taps, int width, Wide (&sums)[kVectors]) const {
+  // Of one column.
+  Sums lanesOf(const Taps& taps, int width) const {
     const Vel32f* weights = taps.weights();
-    for (Wide& sum : sums) sum = zeroWide();
+    Sums sums = allRun<4 * kRows>(0);
     int at = taps.first, left = taps.count;
     const auto add = [&](const auto& loadFrom) __attribute__((always_inline)) {
-      Wide v[kVectors];
-      floats(loadFrom, v);
-      const Wide four = repeatWide(load(weights));
-      ORV_UNROLL for (int k = 0; k < kVectors; ++k) sums[k] = addWide(sums[k], mulWide(v[k], four));
+      Lane samples[kRows];
+      ORV_UNROLL for (int r = 0; r < kRows; ++r) samples[r] = widenU8To32<0>(loadFrom(rows[r]));
+      sums = sums + mulLanes(toFloats(runOf<4 * kRows>(samples)), load<Floats4>(weights));
     };
-    for (; left > 0 && width - at >= 4; left -= 4, at += 4, weights += 4)
-      add([at](const Vel8u* row) { return loadPart<4>(row + at); });
-    if (left > 0) add([=](const Vel8u* row) { return fewerBytes(row + at, left); });
+    for (; left > 0 && at < width - 3; left -= 4, at += 4, weights += 4)
+      add([at](const Vel8u* row) { return loadFirst<4>(row + at); });
+    if (left > 0) add([=](const Vel8u* row) { return loadUpTo3(row + at, left); });
+    return sums;
   }
   void filter(const Lists& columns, int width) const {
     const Taps* taps = columns.first;
     for (int x = 0; x < columns.count; x += 4) {
-      Wide lanes[4][kVectors];
+      const int n = columns.count - x < 4 ? columns.count - x : 4;
+      Sums lanes[4];
       for (int i = 0; i < 4; ++i) {
-        if (x + i < columns.count) {
-          lanesOf(*taps, width, lanes[i]), taps = taps->next();
-        } else {
-          for (Wide& v : lanes[i]) v = zeroWide();
-        }
+        if (i < n)
+          lanes[i] = lanesOf(*taps, width), taps = taps->next();
+        else
+          lanes[i] = allRun<4 * kRows>(0);
       }
-      float sums[2 * 4];
-      ORV_UNROLL for (int k = 0; k < kVectors; ++k) {
-        const Wide quad[4] = {lanes[0][k], lanes[1][k], lanes[2][k], lanes[3][k]};
-        storeWide(sums + k * kLanesOfWide, laneSums(quad));
+      float sums[kRows][4];
+      storeRun(sums[0], laneSums(lanes));
+      ORV_UNROLL for (int r = 0; r < kRows; ++r) {
+        if (n == 4)
+          store(to[r] + x, load<Floats4>(sums[r]));
+        else
+          memcpy(to[r] + x, sums[r], size_t(n) * sizeof(float));
       }
-      const size_t n = x + 4 <= columns.count ? 4 : size_t(columns.count - x);
-      for (int r = 0; r < kRows; ++r) memcpy(to[r] + x, sums + 4 * r, n * sizeof *sums);
     }
   }
 };
 
-// Of interleaved pixels: a lane for each channel.
-
-// Four pixels that follow one another. Of three channels the fourth lane is whatever comes next.
-template <int kPixel> struct FourPixels {
-  Vec bytes;
-  explicit FourPixels(const Vel8u* p) : bytes(kPixel == 4 ? load(p) : loadHalves(p, p + 4)) {}
-  template <int i> __m128 floats() const {
-    constexpr int kAt = kPixel == 4 ? 4 * i : i < 2 ? 3 * i : 3 * i + 4;
-#if ORV_HAS_SHUFFLE
-#define AT(c) (kAt + c < 16 ? kAt + c : -1), -1, -1, -1
-    return _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, _mm_setr_epi8(AT(0), AT(1), AT(2), AT(3))));
-#undef AT
-#else
-    return fourFloats(_mm_srli_si128(bytes, kAt));
-#endif
+// Four interleaved pixels that follow one another, each as a lane. Of three channels the fourth element is whatever comes
+// next in memory; two loads, of pixels 0 1 | 2 3, do not reach past the last pixel.
+template <int kPixel> struct PixelLanes {
+  Lane bytes;
+  explicit PixelLanes(const Vel8u* p) : bytes(kPixel == 4 ? load(p) : loadHalves(p, p + 4)) {}
+  template <int i> Floats4 get() const {
+    constexpr int kFrom = kPixel == 4 ? 4 * i : i < 2 ? 3 * i : 3 * i + 4;
+    return toFloats(widenU8To32<kFrom>(bytes));
   }
 };
 template <int kPixel, int kChannels>
 ORV_INLINE void filterPixelRow(const Lists& columns, const Vel8u* row, int width, float* to) {
   const Taps* taps = columns.first;
+  const Vel8u* const end = row + ptrdiff_t(width - 3) * kPixel;  // from there on fewer than four are left in the row
   for (int x = 0; x < columns.count; ++x, taps = taps->next(), to += kChannels) {
     const Vel8u* p = row + ptrdiff_t(taps->first) * kPixel;
     const Vel32f* weights = taps->weights();
-    __m128 sums[4] = {_mm_setzero_ps(), _mm_setzero_ps(), _mm_setzero_ps(), _mm_setzero_ps()};  // of every fourth tap
+    const Floats4 none = allFloats<Floats4>(0);
+    Floats4 sums[4] = {none, none, none, none};  // of every fourth tap
     int left = taps->count;
-    const Vel8u* const end = row + ptrdiff_t(width - 3) * kPixel;
     for (; left > 0 && p < end; left -= 4, weights += 4, p += 4 * kPixel) {
-      const FourPixels<kPixel> pixels(p);
-      const __m128 w = _mm_loadu_ps(weights);
-      sums[0] = _mm_add_ps(sums[0], _mm_mul_ps(pixels.template floats<0>(), _mm_shuffle_ps(w, w, 0x00)));
-      sums[1] = _mm_add_ps(sums[1], _mm_mul_ps(pixels.template floats<1>(), _mm_shuffle_ps(w, w, 0x55)));
-      sums[2] = _mm_add_ps(sums[2], _mm_mul_ps(pixels.template floats<2>(), _mm_shuffle_ps(w, w, 0xAA)));
-      sums[3] = _mm_add_ps(sums[3], _mm_mul_ps(pixels.template floats<3>(), _mm_shuffle_ps(w, w, 0xFF)));
+      const PixelLanes<kPixel> pixels(p);
+      const Floats4 w = load<Floats4>(weights);
+      sums[0] = sums[0] + pixels.template get<0>() * repeatElement<0>(w);
+      sums[1] = sums[1] + pixels.template get<1>() * repeatElement<1>(w);
+      sums[2] = sums[2] + pixels.template get<2>() * repeatElement<2>(w);
+      sums[3] = sums[3] + pixels.template get<3>() * repeatElement<3>(w);
     }
-    ORV_UNROLL for (int i = 0; i < 3; ++i) {  // fewer are left in the row
-      if (i >= left) continue;
-      const Vec pixel = kPixel == 4 ? loadPart<4>(p + 4 * i) : fewerBytes(p + 3 * i, 3);
-      sums[i] = _mm_add_ps(sums[i], _mm_mul_ps(fourFloats(pixel), _mm_set1_ps(weights[i])));
+    ORV_UNROLL for (int i = 0; i < 3; ++i) {
+      if (i >= left) break;
+      const Lane pixel = kPixel == 4 ? loadFirst<4>(p + 4 * i) : loadUpTo3(p + 3 * i, 3);
+      sums[i] = sums[i] + toFloats(widenU8To32<0>(pixel)) * allFloats<Floats4>(weights[i]);
     }
-    const __m128 sum = _mm_add_ps(_mm_add_ps(sums[0], sums[2]), _mm_add_ps(sums[1], sums[3]));
-    if (kChannels == 4 || x + 1 < columns.count) {
-      _mm_storeu_ps(to, sum);
-    } else {
-      float three[4];
-      _mm_storeu_ps(three, sum);
-      memcpy(to, three, 3 * sizeof(float));
-    }
+    const Floats4 sum = (sums[0] + sums[2]) + (sums[1] + sums[3]);
+    // The fourth element is written over by the next pixel's first.
+    if (kChannels == 4 || x + 1 < columns.count)
+      store(to, sum);
+    else
+      storeFirst(to, asBits(sum), 3 * sizeof *to);
   }
 }
 
 // ---- Vertical pass
 
-// Filtered rows; row i is in slot i % slots. Up to sixteen floats are read behind each, so those are cleared first.
-struct Ring {
+// Filtered source rows, of which row i is in slot i % slots. Up to sixteen floats are read after each, so those are
+// cleared first.
+struct FilteredRows {
   float* rows;
   int slots, elements;
 
@@ -207,62 +196,51 @@ struct Ring {
     memset(rows + ptrdiff_t(slots) * elements, 0, 16 * sizeof(float));
   }
 
-  // Sixteen elements of the sum of rows, ties to even.
-  Vec sum(const Taps& taps, int element) const {
-    Wide sums[kWidesOf16];
-    for (Wide& s : sums) s = zeroWide();
+  // Sixteen elements of the weighed sum of rows, ties to even.
+  Lane sum(const Taps& taps, int element) const {
+    FloatRun<16> sums = allRun<16>(0);
     const float *p = row(taps.first) + element, *const end = rows + ptrdiff_t(slots) * elements;
     const Vel32f* weight = taps.weights();
     for (int left = taps.count; left > 0; --left, ++weight) {
-      ORV_UNROLL for (int k = 0; k < kWidesOf16; ++k) sums[k] =
-          addWide(sums[k], mulWide(loadWide(p + k * kLanesOfWide), allWide(*weight)));
+      sums = sums + loadRun<16>(p) * *weight;
       p += elements;
       if (p >= end) p -= ptrdiff_t(slots) * elements;
     }
-    Vec quads[4];
-#if ORV_HAS_WIDE_FLOAT
-    ORV_UNROLL for (int k = 0; k < 2; ++k) {
-      const __m256i v = _mm256_cvtps_epi32(sums[k]);
-      quads[2 * k] = _mm256_castsi256_si128(v), quads[2 * k + 1] = _mm256_extractf128_si256(v, 1);
-    }
-#else
-    ORV_UNROLL for (int k = 0; k < 4; ++k) quads[k] = _mm_cvtps_epi32(sums[k]);
-#endif
-    return _mm_packus_epi16(_mm_packs_epi32(quads[0], quads[1]), _mm_packs_epi32(quads[2], quads[3]));
+    return narrowTo8U(toNearest(sums));
   }
   template <bool kKeepsFourth> void store(const Taps& taps, Vel8u* dst) const {
     constexpr int kWhole = kKeepsFourth ? 15 : 16;  // five pixels, where the destination has gaps
     for (int i = 0; i < elements; i += kWhole) {
       const int n = elements - i < kWhole ? elements - i : kWhole;
-      const Vec v = sum(taps, i);
-      if (!kKeepsFourth && n == 16) {
+      const Lane v = sum(taps, i);
+      if (kKeepsFourth) {
+        Vel8u samples[16];
+        ::store(static_cast<Vel8u*>(samples), v);
+        for (int k = 0; k < n; k += 3) memcpy(dst + (i + k) / 3 * 4, samples + k, 3);
+      } else if (n == 16) {
         ::store(dst + i, v);
-        continue;
+      } else {
+        storeFirst(dst + i, v, size_t(n));
       }
-      Vel8u bytes[16];
-      ::store(bytes, v);
-      if (kKeepsFourth)
-        for (int k = 0; k < n; k += 3) memcpy(dst + (i + k) / 3 * 4, bytes + k, 3);
-      else
-        memcpy(dst + i, bytes, size_t(n));
     }
   }
 };
 
 // Filters a source row before `end`, or two; gives how many.
 template <int kPixel, int kChannels> ORV_INLINE int filterRows(const Lists& columns, const ResizeImages& images,
-                                                               const Vel8u* src, int y, int end, const Ring& ring) {
+                                                               const Vel8u* src, int y, int end,
+                                                               const FilteredRows& filtered) {
   const Vel8u* const row = rowOf(src, images.srcStep, y);
   const int width = images.region.width;
   if (kPixel > 1) {
-    filterPixelRow<kPixel, kChannels>(columns, row, width, ring.row(y));
+    filterPixelRow<kPixel, kChannels>(columns, row, width, filtered.row(y));
     return 1;
   }
   if (y + 1 == end) {
-    PlaneRows<1>{{row, row}, {ring.row(y), nullptr}}.filter(columns, width);
+    PlaneRows<1>{{row}, {filtered.row(y)}}.filter(columns, width);
     return 1;
   }
-  PlaneRows<2>{{row, rowOf(row, images.srcStep, 1)}, {ring.row(y), ring.row(y + 1)}}.filter(columns, width);
+  PlaneRows<2>{{row, rowOf(row, images.srcStep, 1)}, {filtered.row(y), filtered.row(y + 1)}}.filter(columns, width);
   return 2;
 }
 
@@ -271,17 +249,16 @@ ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) 
   const Kernel kernel = {plan.method};
   const Lists horizontal(reinterpret_cast<Taps*>(images.buffer), kernel, columns(plan, images), plan.dstWidth);
   const Lists vertical(horizontal.end, kernel, rows(plan, images), plan.dstHeight);
-  const Ring ring = {reinterpret_cast<float*>(vertical.end), vertical.most, plan.dstWidth * kChannels};
-  ring.clear();
+  const FilteredRows filtered = {reinterpret_cast<float*>(vertical.end), vertical.most, plan.dstWidth * kChannels};
+  filtered.clear();
   for (const ResizePlane plane : images) {
     const Taps* taps = vertical.first;
-    int filtered = 0;  // source rows before this one need no more work
+    int next = 0;  // source rows before this one need no more work
     for (int y = 0; y < plan.dstHeight; ++y, taps = taps->next()) {
-      if (filtered < taps->first) filtered = taps->first;
+      if (next < taps->first) next = taps->first;
       const int end = taps->first + taps->count;
-      while (filtered < end)
-        filtered += filterRows<kPixel, kChannels>(horizontal, images, plane.src, filtered, end, ring);
-      ring.store<kChannels != kPixel>(*taps, rowOf(plane.dst, images.dstStep, y));
+      while (next < end) next += filterRows<kPixel, kChannels>(horizontal, images, plane.src, next, end, filtered);
+      filtered.store<kChannels != kPixel>(*taps, rowOf(plane.dst, images.dstStep, y));
     }
   }
   return velStsNoErr;

@@ -8,11 +8,7 @@ struct Cubic {
   static constexpr int kTaps = 4;
 
   // To the nearest integer, ties to even.
-#if ORV_HAS_WIDE_FLOAT
-  static __m256i round(Wide v) { return _mm256_cvtps_epi32(v); }
-#else
-  static Vec round(Wide v) { return _mm_cvtps_epi32(v); }
-#endif
+  static Dwords round(Floats v) { return toNearest(v); }
   template <int kPixel> static constexpr auto* row = kPixel == 1   ? ORV_NAME(ownpi_RowCubic8pl)
                                                      : kPixel == 3 ? ORV_NAME(ownpi_RowCubic8px)
                                                                    : ORV_NAME(ownpi_RowCubic8px4);

@@ -9,9 +9,9 @@ struct Coverage {
   double left, right, top, bottom;
 };
 ORV_INLINE double before(double edge) { return cutsFirst(edge) ? 1 - fractionOf(edge) : 0; }
-ORV_INLINE double behind(double edge) { return cutsLast(edge) ? fractionOf(edge) : 0; }
+ORV_INLINE double after(double edge) { return cutsLast(edge) ? fractionOf(edge) : 0; }
 ORV_INLINE Coverage coverageOf(double xMin, double xMax, double yMin, double yMax) {
-  return {before(xMin), behind(xMax), before(yMin), behind(yMax)};
+  return {before(xMin), after(xMax), before(yMin), after(yMax)};
 }
 
 constexpr float kHalf = 0.5000001f;
@@ -62,15 +62,27 @@ template <class Edge, int kPixel, int kChannels> struct Ring {
 
 }  // namespace
 
-#define BORDER(name, Edge, pixel, channels)                                                            \
-  ORV_EDGE_KERNEL(name) {                                                                              \
-    Ring<Edge, pixel, channels>{dst, dstStep, width, height}.draw(coverageOf(xMin, xMax, yMin, yMax)); \
-  }
-BORDER(ownpi_SmoothDstBorder8pl, Smooth, 1, 1)
-BORDER(ownpi_SmoothDstBorder8px, Smooth, 3, 3)
-BORDER(ownpi_SmoothDstBorder8px4, Smooth, 4, 4)
-BORDER(ownpi_SmoothDstBorder8px4a, Smooth, 4, 3)
-BORDER(ownpi_SubpixDstBorder8pl, Subpixel, 1, 1)
-BORDER(ownpi_SubpixDstBorder8px, Subpixel, 3, 3)
-BORDER(ownpi_SubpixDstBorder8px4, Subpixel, 4, 4)
-BORDER(ownpi_SubpixDstBorder8px4a, Subpixel, 4, 3)
+ORV_EDGE_KERNEL(ownpi_SmoothDstBorder8pl) {
+  Ring<Smooth, 1, 1>{dst, dstStep, width, height}.draw(coverageOf(xMin, xMax, yMin, yMax));
+}
+ORV_EDGE_KERNEL(ownpi_SmoothDstBorder8px) {
+  Ring<Smooth, 3, 3>{dst, dstStep, width, height}.draw(coverageOf(xMin, xMax, yMin, yMax));
+}
+ORV_EDGE_KERNEL(ownpi_SmoothDstBorder8px4) {
+  Ring<Smooth, 4, 4>{dst, dstStep, width, height}.draw(coverageOf(xMin, xMax, yMin, yMax));
+}
+ORV_EDGE_KERNEL(ownpi_SmoothDstBorder8px4a) {
+  Ring<Smooth, 4, 3>{dst, dstStep, width, height}.draw(coverageOf(xMin, xMax, yMin, yMax));
+}
+ORV_EDGE_KERNEL(ownpi_SubpixDstBorder8pl) {
+  Ring<Subpixel, 1, 1>{dst, dstStep, width, height}.draw(coverageOf(xMin, xMax, yMin, yMax));
+}
+ORV_EDGE_KERNEL(ownpi_SubpixDstBorder8px) {
+  Ring<Subpixel, 3, 3>{dst, dstStep, width, height}.draw(coverageOf(xMin, xMax, yMin, yMax));
+}
+ORV_EDGE_KERNEL(ownpi_SubpixDstBorder8px4) {
+  Ring<Subpixel, 4, 4>{dst, dstStep, width, height}.draw(coverageOf(xMin, xMax, yMin, yMax));
+}
+ORV_EDGE_KERNEL(ownpi_SubpixDstBorder8px4a) {
+  Ring<Subpixel, 4, 3>{dst, dstStep, width, height}.draw(coverageOf(xMin, xMax, yMin, yMax));
+}

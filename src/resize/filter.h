@@ -3,6 +3,7 @@
 //
 // A Method says how many taps there are, rounds the sums of a column, and names the kernels of its steps.
 #pragma once
+#include "resize/buffer.h"
 #include "resize/kernels.h"
 
 namespace {
@@ -30,16 +31,10 @@ ORV_INLINE void weighAll(WeightsKernel* weigh, int n, const PositionAt& position
   }
 }
 
-ORV_INLINE Vec load4(const Vel8u* p) {
-  Vel32s four;
-  memcpy(&four, p, 4);
-  return _mm_cvtsi32_si128(four);
-}
-
 // ---- The ends of source rows
 //
 // Columns at the ends of a row have taps outside it, which are copies of its first or last pixel, or would be loaded
-// together with bytes behind it. They take theirs from a copy of the row's end with more pixels on the outside.
+// together with bytes after it. They take theirs from a copy of the row's end with more pixels on the outside.
 template <int kTaps, int kPixel> struct RowEnd {
   static constexpr int kLeft = 2 * kTaps, kRight = 3 * kTaps, kInside = 3 * kTaps;
   Vel8u pixels[(kInside + kRight) * kPixel];
@@ -68,21 +63,11 @@ template <int kTaps, int kPixel> struct RowEnd {
 
 // ---- Horizontal pass
 //
-// A group is as many columns as fill a wide vector with floats: four or eight of one channel, one or two pixels of three
-// or four channels, of which each has four lanes.
-
-constexpr int kLanes = int(kWide / sizeof(float));
-
-ORV_INLINE Wide toFloats([[maybe_unused]] const Vec* quads) {
-#if ORV_HAS_WIDE_FLOAT
-  return _mm256_cvtepi32_ps(_mm256_insertf128_si256(_mm256_castsi128_si256(quads[0]), quads[1], 1));
-#else
-  return _mm_cvtepi32_ps(quads[0]);
-#endif
-}
+// A group is as many columns as fill a vector with floats: four or eight of one channel, one or two pixels of three or
+// four channels, of which each has a lane.
 
 template <int kTaps, int kPixel> struct Group {  // of whole pixels
-  static constexpr int kColumns = kLanes / 4;
+  static constexpr int kColumns = kFloatsLanes;
   static constexpr int kBytes = (kTaps - 1) * kPixel + 4;  // that are loaded from the first tap on
   struct {
     Vel32s from;
@@ -93,27 +78,20 @@ template <int kTaps, int kPixel> struct Group {  // of whole pixels
     column[i].from = from;
     memcpy(column[i].weights, weights, sizeof column[i].weights);
   }
-  __attribute__((always_inline)) Wide filtered(const Vel8u* row) const {
-    Wide sum = zeroWide();
-    ORV_UNROLL for (int t = 0; t < kTaps; ++t) {
-      Vec quads[kColumns];
-      ORV_UNROLL for (int i = 0; i < kColumns; ++i) quads[i] =
-          _mm_unpacklo_epi16(widenLow8(load4(row + column[i].from + t * kPixel)), zero());
-      const Wide product = mulWide(toFloats(quads), weights(t));
-      sum = t == 0 ? product : addWide(sum, product);
-    }
+  // Of one pixel in each lane.
+  ORV_INLINE Floats filtered(const Vel8u* row) const {
+    const auto product = [&](int t) __attribute__((always_inline)) {
+      const auto pixel = [&](int i) { return widenU8To32<0>(loadFirst<4>(row + column[i].from + t * kPixel)); };
+      const auto weight = [&](int i) { return allFloats<Floats4>(column[i].weights[t]); };
+      return toFloats(joinLanes(pixel)) * joinLanes(weight);
+    };
+    Floats sum = product(0);
+    ORV_UNROLL for (int t = 1; t < kTaps; ++t) sum = sum + product(t);
     return sum;
-  }
-  Wide weights(int t) const {
-#if ORV_HAS_WIDE_FLOAT
-    return _mm256_insertf128_ps(_mm256_broadcast_ss(&column[0].weights[t]), _mm_set1_ps(column[1].weights[t]), 1);
-#else
-    return _mm_set1_ps(column[0].weights[t]);
-#endif
   }
 };
 template <int kTaps> struct Group<kTaps, 1> {  // of single samples
-  static constexpr int kColumns = kLanes;
+  static constexpr int kColumns = kFloats;
   static constexpr int kBytes = (kTaps + 3) / 4 * 4;
   Vel32s from[kColumns];
   Vel32f weights[kTaps][kColumns];
@@ -122,41 +100,25 @@ template <int kTaps> struct Group<kTaps, 1> {  // of single samples
     from[i] = first;
     for (int t = 0; t < kTaps; ++t) weights[t][i] = w[t];
   }
-  __attribute__((always_inline)) Wide filtered(const Vel8u* row) const {
-    const auto two = [&](int i) {
-      return _mm_unpacklo_epi8(loadPart<kBytes>(row + from[i]), loadPart<kBytes>(row + from[i + 1]));
+  // Of columns a b c d in each lane, whose taps are brought together:
+  // a0 a1 a2 a3, b0 ..., c0 ..., d0 ... -> a0 b0 a1 b1 ..., c0 d0 c1 d1 ... -> a0 b0 c0 d0 a1 b1 c1 d1 ...
+  ORV_INLINE Floats filtered(const Vel8u* row) const {
+    Lane taps[2][kFloatsLanes];  // 0 to 3, and the others
+    ORV_UNROLL for (int q = 0; q < kFloatsLanes; ++q) {
+      const auto bytes = [&](int i) { return loadFirst<kBytes>(row + from[4 * q + i]); };
+      const Lane ab = interleaveLow8(bytes(0), bytes(1)), cd = interleaveLow8(bytes(2), bytes(3));
+      taps[0][q] = interleaveLow16(ab, cd);
+      taps[1][q] = interleaveHigh16(ab, cd);
+    }
+    const auto product = [&](int t) __attribute__((always_inline)) {
+      const auto columns = [&](int q) { return widenQuarterU8(taps[t / 4][q], t % 4); };
+      return toFloats(joinLanes(columns)) * load<Floats>(weights[t]);
     };
-    Vec bytes[2][kLanes / 4];  // of four taps, for four columns each
-    ORV_UNROLL for (int q = 0; q < kLanes / 4; ++q) {
-      const Vec ab = two(4 * q), cd = two(4 * q + 2);
-      bytes[0][q] = _mm_unpacklo_epi16(ab, cd);
-      bytes[1][q] = _mm_unpackhi_epi16(ab, cd);
-    }
-    Wide sum = zeroWide();
-    ORV_UNROLL for (int t = 0; t < kTaps; ++t) {
-      Vec quads[kLanes / 4];
-      ORV_UNROLL for (int q = 0; q < kLanes / 4; ++q) {
-        const Vec words = t % 4 < 2 ? widenLow8(bytes[t / 4][q]) : widenHigh8(bytes[t / 4][q]);
-        quads[q] = t % 2 ? _mm_unpackhi_epi16(words, zero()) : _mm_unpacklo_epi16(words, zero());
-      }
-      const Wide product = mulWide(toFloats(quads), loadWide(weights[t]));
-      sum = t == 0 ? product : addWide(sum, product);
-    }
+    Floats sum = product(0);
+    ORV_UNROLL for (int t = 1; t < kTaps; ++t) sum = sum + product(t);
     return sum;
   }
 };
-
-// Sums of a group, in memory: of three channels each pixel's fourth lane is written over by the next one.
-template <int kPixel, int kChannels> ORV_INLINE void storeSums(float* to, Wide sums) {
-#if ORV_HAS_WIDE_FLOAT
-  if (kPixel > 1 && kChannels == 3) {
-    _mm_storeu_ps(to, _mm256_castps256_ps128(sums));
-    _mm_storeu_ps(to + 3, _mm256_extractf128_ps(sums, 1));
-    return;
-  }
-#endif
-  storeWide(to, sums);
-}
 
 // A table of columns; groups of a part follow those of the one before.
 template <int kTaps, int kPixel> struct Horizontal {
@@ -204,11 +166,12 @@ template <int kTaps, int kPixel> struct Horizontal {
     }
   }
   template <int kChannels = kPixel>
-  __attribute__((always_inline)) static void run(const FilterColumns& c, FilterPart part, const Vel8u* row, float* to) {
+  static ORV_INLINE void run(const FilterColumns& c, FilterPart part, const Vel8u* row, float* to) {
     const G* group = groupsOf(c, part);
     float* const end = to + c.begin[part + 1] * kChannels;
     for (to += c.begin[part] * kChannels; to < end; to += G::kColumns * kChannels, ++group)
-      storeSums<kPixel, kChannels>(to, group->filtered(row));
+      // Of three channels each pixel's fourth element is written over by the next pixel.
+      kChannels == 3 ? store(to, group->filtered(row), 3 * sizeof *to) : store(to, group->filtered(row));
   }
 };
 
@@ -230,41 +193,30 @@ ORV_INLINE void filterEnd(const FilterColumns& c, FilterPart part, const Vel8u* 
 
 // Weighs rows of sums, sixteen elements at a time.
 template <class Method> struct Vertical {
-  static constexpr int kTaps = Method::kTaps;
   const float* const* rows;
   const float* weights;
 
-  __attribute__((always_inline)) Wide wide(int i) const {
-    Wide sum = mulWide(loadWide(rows[0] + i), allWide(weights[0]));
-    ORV_UNROLL for (int t = 1; t < kTaps; ++t) sum = addWide(sum, mulWide(loadWide(rows[t] + i), allWide(weights[t])));
-    return sum;
+  ORV_INLINE Lane weighed(int i) const {
+    return narrowVectorsTo8U([&](int k) __attribute__((always_inline)) {
+      const auto product = [&](int t) { return load<Floats>(rows[t] + i + k) * allFloats(weights[t]); };
+      Floats sum = product(0);
+      ORV_UNROLL for (int t = 1; t < Method::kTaps; ++t) sum = sum + product(t);
+      return Method::round(sum);
+    });
   }
-  __attribute__((always_inline)) Vec sixteen(int i) const {
-#if ORV_HAS_WIDE_FLOAT
-    const __m256i a = Method::round(wide(i)), b = Method::round(wide(i + 8));
-    const Vec low = _mm_packs_epi32(_mm256_castsi256_si128(a), _mm256_extractf128_si256(a, 1));
-    const Vec high = _mm_packs_epi32(_mm256_castsi256_si128(b), _mm256_extractf128_si256(b, 1));
-#else
-    const Vec low = _mm_packs_epi32(Method::round(wide(i)), Method::round(wide(i + 4)));
-    const Vec high = _mm_packs_epi32(Method::round(wide(i + 8)), Method::round(wide(i + 12)));
-#endif
-    return _mm_packus_epi16(low, high);
-  }
-  __attribute__((always_inline)) void run(Vel8u* dst, int elements) const {
+  ORV_INLINE void run(Vel8u* dst, int elements) const {
     int i = 0;
-    for (; i + 16 <= elements; i += 16) store(dst + i, sixteen(i));
+    for (; i + 16 <= elements; i += 16) store(dst + i, weighed(i));
     if (i == elements) return;
-    if (elements >= 16) return store(dst + elements - 16, sixteen(elements - 16));
-    Vel8u last[16];
-    store(static_cast<Vel8u*>(last), sixteen(0));
-    memcpy(dst, last, size_t(elements));
+    if (elements >= 16) return store(dst + elements - 16, weighed(elements - 16));
+    storeFirst(dst, weighed(0), size_t(elements));
   }
-  // Of four channels the first three, of which the rows of sums consist.
-  __attribute__((always_inline)) void runKeepingFourth(Vel8u* dst, int pixels) const {
+  // Of four channels the first three, of which the rows of sums consist: five pixels at a time.
+  ORV_INLINE void runKeepingFourth(Vel8u* dst, int pixels) const {
     for (int x = 0; x < pixels;) {
-      Vel8u five[16];  // and a third of a pixel
-      store(static_cast<Vel8u*>(five), sixteen(3 * x));
-      for (int i = 0; i < 5 && x < pixels; ++i, ++x) memcpy(dst + 4 * x, five + 3 * i, 3);
+      Vel8u samples[16];
+      store(static_cast<Vel8u*>(samples), weighed(3 * x));
+      for (int i = 0; i < 5 && x < pixels; ++i, ++x) memcpy(dst + 4 * x, samples + 3 * i, 3);
     }
   }
 };
@@ -285,7 +237,7 @@ ORV_INLINE void sumRows(const FilterColumns& c, const float* const* rows, const 
 
 // ---- The image
 
-constexpr int kSlack = 16;  // floats behind a row of sums that are written or read with the last ones
+constexpr int kSlack = 16;  // floats after a row of sums that are written or read with the last ones
 
 // A destination row's position and weights.
 template <int kTaps> struct RowTaps {
@@ -322,11 +274,26 @@ template <class Method, int kPixel> struct SumsOfRows {
   }
 };
 
-// The buffer holds the tables of rows and of columns, then rows of sums.
+// The buffer holds the tables of rows and of columns, then rows of sums. What is true up to 256 columns and rows is true of
+// more: both grow evenly with each 64 of them, the buffer by no less.
+template <int kTaps, int kPixel> constexpr bool bufferHoldsTables(int channels) {
+  using G = Group<kTaps, kPixel>;
+  constexpr int kMethod = kTaps == 6 ? velInterLanczos : velInterCubic;
+  for (int size = 1; size <= 256; ++size) {
+    const int groups = (size + 3 * (G::kColumns - 1)) / G::kColumns;  // of three parts, at most
+    const Vel64u tables = size * sizeof(RowTaps<kTaps>) + groups * sizeof(G);
+    const Vel64u sums = kTaps * Vel64u(size * channels + kSlack) * sizeof(float);
+    const VeliRect roi = {0, 0, size, size};
+    if (tables + sums > bufferSize(roi, roi, unsigned(channels), kMethod, false)) return false;
+  }
+  return true;
+}
 template <class Method, int kPixel>
 ORV_INLINE VelStatus filter(WeightsKernel* weigh, const ResizePlan& plan, const ResizeImages& images) {
   constexpr int kTaps = Method::kTaps;
   using H = Horizontal<kTaps, kPixel>;
+  static_assert(bufferHoldsTables<kTaps, kPixel>(kPixel));
+  static_assert(bufferHoldsTables<kTaps, kPixel>(kPixel == 4 ? 3 : kPixel));
   const Axis axis = rows(plan, images);
   RowTaps<kTaps>* const taps = reinterpret_cast<RowTaps<kTaps>*>(images.buffer);
   weighAll<kTaps>(

@@ -67,7 +67,7 @@ ORV_WEIGHTS_KERNEL(ownpi_Cubic3Kernel);  // velInterCubicB05C03
 ORV_WEIGHTS_KERNEL(ownpi_Lanczos3);
 
 // The columns of a filter: those whose taps reach out of the row on the left, those whose taps lie in it, and those
-// that reach out on the right or would load what lies behind.
+// that reach out on the right or would load what comes after it.
 enum FilterPart { kLeftEnd, kMiddle, kRightEnd };
 struct FilterColumns {
   void* groups;

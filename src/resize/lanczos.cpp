@@ -7,11 +7,7 @@ struct Lanczos {
   static constexpr int kTaps = 6;
 
   static constexpr float kHalf = 0.5000001192092896f;
-#if ORV_HAS_WIDE_FLOAT
-  static __m256i round(Wide v) { return _mm256_cvttps_epi32(addWide(v, allWide(kHalf))); }
-#else
-  static Vec round(Wide v) { return _mm_cvttps_epi32(addWide(v, allWide(kHalf))); }
-#endif
+  static Dwords round(Floats v) { return truncated(v + allFloats(kHalf)); }
   template <int kPixel> static constexpr auto* row = kPixel == 1   ? ORV_NAME(ownpi_RowLanczos8pl)
                                                      : kPixel == 3 ? ORV_NAME(ownpi_RowLanczos8px)
                                                                    : ORV_NAME(ownpi_RowLanczos8px4);

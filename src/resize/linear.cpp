@@ -1,7 +1,10 @@
 // Linear resizing: a horizontal pass once for each source row that is needed, and a vertical one over two of its results.
 //
-// A column beside the first or last pixels' centres has one neighbour, not two. Given a second one with weight 0 the two
-// passes come to the same sum for it as weighing the two rows alone does. Rows have no such way: see the rounding below.
+// A destination column left of the first source centre, or right of the last one, has one neighbour. It gets a second one
+// of weight 0, which leaves its sum as it is. A row above or below the centres is stored straight from the horizontal pass:
+// blended with a second row it would be rounded twice.
+#include "core/cache.h"
+#include "resize/buffer.h"
 #include "resize/kernels.h"
 
 namespace {
@@ -13,7 +16,7 @@ struct Neighbours {
   int first, weight;
 };
 ORV_INLINE int weightOf(float fraction) { return int(double(fraction) * kOne + 1e-7); }
-// Of a column; `first` has a pixel behind it, unless the region has but one.
+// Of a column; `first` has a pixel after it, unless the region has but one.
 ORV_INLINE Neighbours neighboursOf(const Axis& axis, int i) {
   const Position p = positionOf(axis, i);
   if (p.index < 0) return {0, 0};
@@ -28,97 +31,37 @@ ORV_INLINE Neighbours neighboursOf(const Axis& axis, int i) {
 
 template <int kPixel> constexpr int kColumns = kPixel == 1 ? 8 : 2;
 
-// What 1 is in the sums: they have six fractional bits for the vertical pass, and none where there is no such pass.
+// How many units of a sum make 1: they have six fractional bits for the vertical pass, and none where there is no such pass.
 constexpr int kForBlend = 64, kAlone = 1;
 
+template <int kPixel> struct Gathered;
+
 #if ORV_HAS_SHUFFLE
-// The sums are left + weight (right - left): a rounding multiplication makes the second term of left - right and
-// -2 weight. Both fit 16 bits, even 64 * 255 and -2 * 16384.
+// Where bytes can be multiplied, the sums are left + weight (right - left), from two products of bytes and one of words:
+// a rounding multiplication makes the second term of left - right and -2 weight. Both fit 16 bits, even 64 * 255 and
+// -2 * 16384.
 template <int kPixel> struct Weights {
-  Vel16s of[8];
+  Vel16s words[8];
   void set(int column, int weight) {
     constexpr int kEnd = kColumns<kPixel> * kPixel;
-    for (int c = 0; c < kPixel; ++c) of[column * kPixel + c] = Vel16s(-2 * weight);
-    for (int i = kEnd; i < 8; ++i) of[i] = 0;  // of nobody
+    for (int c = 0; c < kPixel; ++c) words[column * kPixel + c] = Vel16s(-2 * weight);
+    for (int i = kEnd; i < 8; ++i) words[i] = 0;  // after the last column
   }
-  Vec all() const { return load(of); }
+  Lane all() const { return load(words); }
 };
 template <> struct Weights<4> {  // of AC4 the buffer has no room for more
-  Vel16s of[4];
-  void set(int column, int weight) { of[2 * column] = of[2 * column + 1] = Vel16s(-2 * weight); }
-  Vec all() const { return _mm_shuffle_epi32(loadLow(of), 0x50); }
+  Vel16s words[4];
+  void set(int column, int weight) { words[2 * column] = words[2 * column + 1] = Vel16s(-2 * weight); }
+  Lane all() const { return shuffle32<0, 0, 1, 1>(loadLow(words)); }
 };
-template <int kScale, int kPixel> ORV_INLINE Vec weighted(Vec pairs, const Weights<kPixel>& weights) {
-  const Vec left = _mm_maddubs_epi16(pairs, all16(kScale));
-  const Vec difference = _mm_maddubs_epi16(pairs, all16(kScale - (kScale << 8)));
-  return _mm_add_epi16(left, _mm_mulhrs_epi16(difference, weights.all()));
+template <int kScale, int kPixel> ORV_INLINE Lane weighted(Lane pairs, const Weights<kPixel>& weights) {
+  const Lane left = mulAddPairs8(pairs, all16(kScale));
+  const Lane difference = mulAddPairs8(pairs, all16(kScale - (kScale << 8)));
+  return add16(left, mulRound16(difference, weights.all()));
 }
-#else
-// The pairs of weights of a group, as the sums of its eight pairs of bytes take them.
-template <int kPixel> struct Weights {
-  Vel32u of[2];
-  void set(int column, int weight) { of[column] = Vel32u(kOne - weight) | Vel32u(weight) << 16; }
-  Vec low() const { return _mm_shuffle_epi32(loadLow(of), kPixel == 3 ? 0x40 : 0x00); }
-  Vec high() const { return _mm_shuffle_epi32(loadLow(of), 0x55); }
-};
-template <> struct Weights<1> {
-  Vel32u of[8];
-  void set(int column, int weight) { of[column] = Vel32u(kOne - weight) | Vel32u(weight) << 16; }
-  Vec low() const { return load(of); }
-  Vec high() const { return load(of + 4); }
-};
-template <int kScale, int kPixel> ORV_INLINE Vec weighted(Vec pairs, const Weights<kPixel>& weights) {
-  constexpr int kDivisor = kOne / kScale, kShift = kScale == 1 ? 14 : 8;
-  static_assert(kDivisor == 1 << kShift, "");
-  const auto sums = [](Vec four, Vec by) {
-    return _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(four, by), all32(kDivisor / 2)), kShift);
-  };
-  return _mm_packs_epi32(sums(widenLow8(pairs), weights.low()), sums(widenHigh8(pairs), weights.high()));
-}
-#endif
 
-// Groups whose pairs are loaded one by one.
-template <int kPixel> struct Gathered {
-  Vel32s from[kColumns<kPixel>];
-  Weights<kPixel> weights;
-
-  bool build(const int* firsts, int) {
-    for (int i = 0; i < kColumns<kPixel>; ++i) from[i] = firsts[i] * kPixel;
-    return true;
-  }
-  static Vec pairs(const Vel8u* row, const Vel32s (&from)[2]) {
-    const Vel8u *const p = row + from[0], *const q = row + from[1];
-    if (kPixel == 4) {
-      const auto pair = [](Vec both) { return _mm_unpacklo_epi8(both, _mm_srli_epi64(both, 32)); };
-      return _mm_unpacklo_epi64(pair(loadLow(p)), pair(loadLow(q)));
-    }
-    // Of three channels the second load begins with the first pixel's last one: of p that is the end of something that
-    // is nobody's pair, ahead of the three pairs.
-    const Vec ahead = _mm_unpacklo_epi8(_mm_slli_epi32(loadPart<4>(p), 8), loadPart<4>(p + 2));
-    const Vec behind = _mm_unpacklo_epi8(loadPart<4>(q), _mm_srli_epi32(loadPart<4>(q + 2), 8));
-    return _mm_srli_si128(_mm_unpacklo_epi64(ahead, behind), 2);
-  }
-  static Vec pairs(const Vel8u* row, const Vel32s (&from)[8]) {
-    const auto at = [&](int i) {
-      Vel16u two;
-      memcpy(&two, row + from[i], 2);
-      return int(two);
-    };
-    Vec v = _mm_cvtsi32_si128(at(0));
-    v = _mm_insert_epi16(v, at(1), 1);
-    v = _mm_insert_epi16(v, at(2), 2);
-    v = _mm_insert_epi16(v, at(3), 3);
-    v = _mm_insert_epi16(v, at(4), 4);
-    v = _mm_insert_epi16(v, at(5), 5);
-    v = _mm_insert_epi16(v, at(6), 6);
-    return _mm_insert_epi16(v, at(7), 7);
-  }
-  Vec pairs(const Vel8u* row) const { return pairs(row, from); }
-  int place() const { return from[0]; }
-};
-
-#if ORV_HAS_SHUFFLE
 // Groups whose pairs lie within sixteen bytes.
+constexpr bool kMayShuffle = true;
 template <int kPixel> struct Shuffled {
   Vel32s from;
   Weights<kPixel> weights;
@@ -136,14 +79,70 @@ template <int kPixel> struct Shuffled {
     return true;
   }
   int place() const { return from; }
-  Vec pairs(const Vel8u* row) const { return _mm_shuffle_epi8(load(row + from), load(at)); }
+  Lane pairs(const Vel8u* row) const { return shuffle8(load(row + from), load(at)); }
 };
+#else
+// Words are multiplied: (1 - weight) left + weight right. The pairs of weights of a group, as the sums of its eight pairs
+// of bytes take them.
+template <int kPixel> struct Weights {
+  Vel32u pairs[2];
+  void set(int column, int weight) { pairs[column] = Vel32u(kOne - weight) | Vel32u(weight) << 16; }
+  Lane low() const { return shuffle32<0, 0, 0, kPixel == 3>(loadLow(pairs)); }
+  Lane high() const { return shuffle32<1, 1, 1, 1>(loadLow(pairs)); }
+};
+template <> struct Weights<1> {
+  Vel32u pairs[8];
+  void set(int column, int weight) { pairs[column] = Vel32u(kOne - weight) | Vel32u(weight) << 16; }
+  Lane low() const { return load(pairs); }
+  Lane high() const { return load(pairs + 4); }
+};
+template <int kScale, int kPixel> ORV_INLINE Lane weighted(Lane pairs, const Weights<kPixel>& weights) {
+  constexpr int kDivisor = kOne / kScale, kShift = kScale == 1 ? 14 : 8;
+  static_assert(kDivisor == 1 << kShift);
+  const auto sums = [](Lane words, Lane by) {
+    return shiftRightU32(add32(mulAddPairs16(words, by), all32(kDivisor / 2)), kShift);
+  };
+  return narrow32(sums(widenLowU8(pairs), weights.low()), sums(widenHighU8(pairs), weights.high()));
+}
+
+constexpr bool kMayShuffle = false;  // all groups are gathered
+template <int kPixel> using Shuffled = Gathered<kPixel>;
 #endif
 
-constexpr int kSlack = 16;  // words that a row of sums has behind its own: the vertical pass takes sixteen at a time
+// Groups whose pairs are loaded one by one.
+template <int kPixel> struct Gathered {
+  Vel32s from[kColumns<kPixel>];
+  Weights<kPixel> weights;
+
+  bool build(const int* firsts, int) {
+    for (int i = 0; i < kColumns<kPixel>; ++i) from[i] = firsts[i] * kPixel;
+    return true;
+  }
+  static Lane pairs(const Vel8u* row, const Vel32s (&from)[8]) {
+    return gather16(row, [&](int i) { return from[i]; });
+  }
+  static Lane pairs(const Vel8u* row, const Vel32s (&from)[2]) {
+    const Vel8u *const p = row + from[0], *const q = row + from[1];
+    if (kPixel == 4) {
+      const auto pair = [](Lane both) { return interleaveLow8(both, shiftRightU64(both, 32)); };
+      return interleaveLow64(pair(loadLow(p)), pair(loadLow(q)));
+    }
+    // Two loads of three channels, r g b r' and b r' g' b', reach no further than the two pixels:
+    //   0 b | r r' | g g' | b b'   of p, with a pair too many in front
+    //   r r' | g g' | b b' | r' 0  of q, with one too many at the end
+    const Lane first = interleaveLow8(shiftLeft32(loadFirst<4>(p), 8), loadFirst<4>(p + 2));
+    const Lane second = interleaveLow8(loadFirst<4>(q), shiftRightU32(loadFirst<4>(q + 2), 8));
+    return shiftBytesDown<2>(interleaveLow64(first, second));
+  }
+  Lane pairs(const Vel8u* row) const { return pairs(row, from); }
+  int place() const { return from[0]; }
+};
+
+constexpr int kSlack = 16;  // words that a row of sums has after its own: the vertical pass takes sixteen at a time
 
 // The horizontal pass for all rows.
-template <template <int> class Group, int kPixel> struct Horizontal {
+template <class Group> struct Horizontal;
+template <template <int> class Group, int kPixel> struct Horizontal<Group<kPixel>> {
   static constexpr int kElements = kColumns<kPixel> * kPixel;
 
   static const Group<kPixel>* groupsOf(const LinearColumns& c) { return static_cast<const Group<kPixel>*>(c.groups); }
@@ -162,8 +161,7 @@ template <template <int> class Group, int kPixel> struct Horizontal {
     }
     return true;
   }
-  template <int kScale>
-  __attribute__((always_inline)) static void run(const LinearColumns& c, const Vel8u* row, Vel16u* sums) {
+  template <int kScale> static ORV_INLINE void run(const LinearColumns& c, const Vel8u* row, Vel16u* sums) {
     Vel8u twice[2 * kPixel];
     if (c.isNarrow) {
       memcpy(twice, row, kPixel);
@@ -177,96 +175,82 @@ template <template <int> class Group, int kPixel> struct Horizontal {
   }
 };
 template <int kScale, int kPixel> ORV_INLINE void filterRow(const LinearColumns& c, const Vel8u* row, Vel16u* sums) {
-#if ORV_HAS_SHUFFLE
-  if (c.isShuffled) return Horizontal<Shuffled, kPixel>::template run<kScale>(c, row, sums);
-#endif
-  Horizontal<Gathered, kPixel>::template run<kScale>(c, row, sums);
+  if (kMayShuffle && c.isShuffled) return Horizontal<Shuffled<kPixel>>::template run<kScale>(c, row, sums);
+  Horizontal<Gathered<kPixel>>::template run<kScale>(c, row, sums);
 }
 
 // ---- Vertical pass
 
-// Bytes of a destination row, sixteen at a time, or twelve as two sixes in the halves of a vector: blend(i) gives those
-// from element i on. A fourth channel can be kept. Where kInOrder is false, a row's end may be blended twice.
+// Bytes of a destination row: blend(i) gives sixteen from element i on, or twelve as two sixes in the halves of a lane. A
+// fourth channel can be kept. Where kInOrder is false, a row's end may be blended twice.
 template <bool kKeepsFourth, bool kInOrder, int kBytes = 16, class Blend>
 ORV_INLINE void storeBytes(Vel8u* dst, int bytes, Blend blend) {
-  const auto put = [&](Vel8u * to, int i) __attribute__((always_inline)) {
-    Vec v = blend(i);
-    if (kBytes == 12) {
-      storeLow(to, v);
-      storeHigh(to + 6, v);
-      return;
-    }
-    if (kKeepsFourth) {
-      const Vec fourth = all32(int(0xFF000000));
-      v = _mm_or_si128(_mm_andnot_si128(fourth, v), _mm_and_si128(fourth, load(to)));
-    }
-    store(to, v);
+  const auto storeAt = [&](Vel8u * to, int i) __attribute__((always_inline)) {
+    const Lane v = blend(i);
+    if (kBytes == 16) return store(to, kKeepsFourth ? keepFourth8(v, load(to)) : v);
+    storeLow(to, v);
+    storeHigh(to + 6, v);
   };
   constexpr int kWritten = kBytes == 12 ? 14 : 16;
   int i = 0;
-  for (; i + kWritten <= bytes; i += kBytes) put(dst + i, i);
+  for (; i + kWritten <= bytes; i += kBytes) storeAt(dst + i, i);
   if (i == bytes) return;
-  if (!kInOrder && bytes >= 16) return put(dst + bytes - 16, bytes - 16);
-  Vel8u last[16] = {};
-  memcpy(last, dst + i, size_t(bytes - i));
-  put(last, i);
-  memcpy(dst + i, last, size_t(bytes - i));
+  if (!kInOrder && bytes >= 16) return storeAt(dst + bytes - 16, bytes - 16);
+  Tail<16> tail;
+  tail.load(dst + i, size_t(bytes - i));
+  storeAt(tail.bytes, i);
+  tail.store(dst + i, size_t(bytes - i));
 }
 
 // Without the six fractional bits.
-ORV_INLINE Vec roundedOff(Vec sums) {
-#if ORV_HAS_SHUFFLE
-  return _mm_mulhrs_epi16(sums, all16(512));
-#else
-  return _mm_srli_epi16(_mm_add_epi16(sums, all16(32)), 6);
-#endif
-}
+ORV_INLINE Lane roundedOff(Lane sums) { return shiftRightRound16<6>(sums); }
+
 // upper + weight (lower - upper), whose second term is cut off downwards: a fraction of what is rounded off then
-// changes nothing. Seen from the nearer row, the other one weighs half at most: -4 times that fits 16 bits.
+// changes nothing. Seen from the nearer row, the other one weighs half at most: -4 times that fits 16 bits, and the term
+// is the high word of its product with nearer - farther.
 struct BlendRows {
   const Vel16u *nearer, *farther;
-  Vec weight;
+  Lane weight;
 
   BlendRows(const Vel16u* upper, const Vel16u* lower, int w)
       : nearer(w > kOne / 2 ? lower : upper),
         farther(w > kOne / 2 ? upper : lower),
         weight(all16(-4 * (w > kOne / 2 ? kOne - w : w))) {}
-  Vec eight(int i) const {
-    const Vec a = load(nearer + i);
-    return roundedOff(_mm_add_epi16(a, _mm_mulhi_epi16(_mm_sub_epi16(a, load(farther + i)), weight)));
+  Lane words(int i) const {
+    const Lane a = load(nearer + i);
+    return roundedOff(add16(a, mulHigh16(sub16(a, load(farther + i)), weight)));
   }
-  Vec operator()(int i) const { return _mm_packus_epi16(eight(i), eight(i + 8)); }
+  Lane operator()(int i) const { return narrow16To8U(words(i), words(i + 8)); }
 };
 // Two source rows of which no sums are held: the lower one's are kept, the upper one's needed here only. Called for the
-// groups of a row in their order, two at a time.
+// groups of a row in their order, two at a time. The second term is the high word of 2 (upper - lower) and -2 weight:
+// 2 * 64 * 255 fits 16 bits, too.
 template <class G, int kElements> struct FilterAndBlend {
   const G* group;
   const Vel8u* upper;
   ptrdiff_t step;
   Vel16u* kept;
-  Vec weight;  // -2 times the lower row's
-  __attribute__((always_inline)) Vec eight() {
+  Lane weight;  // -2 times the lower row's
+  ORV_INLINE Lane words() {
     const Vel8u* const lower = upper + step;
-    const Vec below = weighted<kForBlend>(group->pairs(lower), group->weights);
-    const Vec above = weighted<kForBlend>(group->pairs(upper), group->weights);
+    const Lane below = weighted<kForBlend>(group->pairs(lower), group->weights);
+    const Lane above = weighted<kForBlend>(group->pairs(upper), group->weights);
     store(kept, below);
     ++group, kept += kElements;
-    const Vec difference = _mm_sub_epi16(above, below);
-    return roundedOff(_mm_add_epi16(above, _mm_mulhi_epi16(_mm_add_epi16(difference, difference), weight)));
+    const Lane difference = sub16(above, below);
+    return roundedOff(add16(above, mulHigh16(add16(difference, difference), weight)));
   }
-  __attribute__((always_inline)) Vec operator()(int) {
-    // Of two rows at once the processor does not foresee the next ones.
-    prefetch(upper, group->place() + 2 * step);
-    prefetch(upper, group->place() + 3 * step);
-    const Vec low = eight();
-    return _mm_packus_epi16(low, eight());
+  ORV_INLINE Lane operator()(int) {
+    prefetchTwoRows(upper + group->place(), step, 2);
+    const Lane low = words();
+    return narrow16To8U(low, words());
   }
 };
 
 // ---- The image
 
 // Two rows of sums, of the two source rows last used.
-struct SumsOfTwo {
+struct HeldSums {
   Vel16u *upper, *lower;
   int upperRow = -1, lowerRow = -1, aloneRow = -1;  // the last one: in `upper`, for itself
 
@@ -291,8 +275,8 @@ template <int kPixel> ORV_INLINE void coefficients(const LinearColumns& c, const
 }
 
 // Of one plane, with rows of sums for it.
-template <template <int> class Group, int kPixel, bool kKeepsFourth>
-ORV_INLINE void resizePlane(const LinearColumns& table, SumsOfTwo sums, const Axis& axis, int height,
+template <class Group, int kPixel, bool kKeepsFourth>
+ORV_INLINE void resizePlane(const LinearColumns& table, HeldSums sums, const Axis& axis, int height,
                             const ResizeImages& images, ResizePlane plane) {
   const auto at = [&](int row) { return rowOf(plane.src, images.srcStep, row); };
   for (int y = 0; y < height; ++y) {
@@ -307,11 +291,11 @@ ORV_INLINE void resizePlane(const LinearColumns& table, SumsOfTwo sums, const Ax
     }
     const int upper = p.index, weight = weightOf(p.fraction);
     if (axis.inverse >= 1 && sums.hasNeither(upper) && !table.isNarrow) {
-      constexpr int kElements = Horizontal<Group, kPixel>::kElements;
+      constexpr int kElements = Horizontal<Group>::kElements;
       storeBytes<kKeepsFourth, true, 2 * kElements>(
           dst, table.columns * kPixel,
-          FilterAndBlend<Group<kPixel>, kElements>{Horizontal<Group, kPixel>::groupsOf(table), at(upper),
-                                                   images.srcStep, sums.lower, all16(-2 * weight)});
+          FilterAndBlend<Group, kElements>{Horizontal<Group>::groupsOf(table), at(upper), images.srcStep, sums.lower,
+                                           all16(-2 * weight)});
       sums.upperRow = -1, sums.lowerRow = upper + 1;
       continue;
     }
@@ -321,17 +305,34 @@ ORV_INLINE void resizePlane(const LinearColumns& table, SumsOfTwo sums, const Ax
   }
 }
 
-template <template <int> class Group, int kPixel, bool kKeepsFourth>
+// How many groups a row of so many columns has: they come in twos.
+template <int kPixel> constexpr int groupsFor(int width) {
+  constexpr int kColumnsOfTwo = 2 * kColumns<kPixel>;
+  return (width + kColumnsOfTwo - 1) / kColumnsOfTwo * 2;
+}
+// The buffer holds the groups, and two rows of sums with their slack. What is true up to 256 columns is true of more:
+// both grow evenly with each 64 of them, the buffer by no less.
+template <class Group, int kPixel> constexpr bool bufferHoldsGroups(int channels) {
+  for (int width = 1; width <= 256; ++width) {
+    const VeliRect roi = {0, 0, width, 1};
+    const int groups = groupsFor<kPixel>(width), words = 2 * (groups * Horizontal<Group>::kElements + kSlack);
+    if (groups * sizeof(Group) + Vel64u(words) * sizeof(Vel16u) >
+        bufferSize(roi, roi, unsigned(channels), velInterLinear, false))
+      return false;
+  }
+  return true;
+}
+template <class Group, int kPixel, bool kKeepsFourth>
 ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images, bool isShuffled) {
-  constexpr int kColumnsOfTwo = 2 * kColumns<kPixel>;  // groups come in twos
-  const int groups = (plan.dstWidth + kColumnsOfTwo - 1) / kColumnsOfTwo * 2;
+  static_assert(bufferHoldsGroups<Group, kPixel>(kKeepsFourth ? 3 : kPixel));
+  const int groups = groupsFor<kPixel>(plan.dstWidth);
   const Axis across = columns(plan, images);
   const LinearColumns table = {images.buffer, groups,       plan.dstWidth, across.count == 1,
                                isShuffled,    kKeepsFourth, kPixel};
-  if (!Horizontal<Group, kPixel>::build(table, across)) return false;
-  const int rowWords = groups * Horizontal<Group, kPixel>::kElements;
-  Vel16u* const first = reinterpret_cast<Vel16u*>(reinterpret_cast<Group<kPixel>*>(images.buffer) + groups);
-  const SumsOfTwo sums = {first, first + rowWords + kSlack};
+  if (!Horizontal<Group>::build(table, across)) return false;
+  const int rowWords = groups * Horizontal<Group>::kElements;
+  Vel16u* const first = reinterpret_cast<Vel16u*>(reinterpret_cast<Group*>(images.buffer) + groups);
+  const HeldSums sums = {first, first + rowWords + kSlack};
   memset(sums.upper + rowWords, 0, kSlack * sizeof *first);
   memset(sums.lower + rowWords, 0, kSlack * sizeof *first);
   for (const ResizePlane plane : images)
@@ -341,17 +342,14 @@ ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images, boo
 
 template <int kPixel, bool kKeepsFourth = false>
 ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) {
-#if ORV_HAS_SHUFFLE
-  if (resizeBy<Shuffled, kPixel, kKeepsFourth>(plan, images, true)) return velStsNoErr;
-#endif
-  resizeBy<Gathered, kPixel, kKeepsFourth>(plan, images, false);
+  if (!kMayShuffle || !resizeBy<Shuffled<kPixel>, kPixel, kKeepsFourth>(plan, images, true))
+    resizeBy<Gathered<kPixel>, kPixel, kKeepsFourth>(plan, images, false);
   return velStsNoErr;
 }
 
 // Sums that are results already.
 template <bool kKeepsFourth> ORV_INLINE void storeAlone(Vel8u* dst, int bytes, const Vel16u* sums) {
-  storeBytes<kKeepsFourth, false>(dst, bytes,
-                                  [=](int i) { return _mm_packus_epi16(load(sums + i), load(sums + i + 8)); });
+  storeBytes<kKeepsFourth, false>(dst, bytes, [=](int i) { return narrow16To8U(load(sums + i), load(sums + i + 8)); });
 }
 
 }  // namespace

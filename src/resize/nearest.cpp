@@ -18,7 +18,28 @@ ORV_INLINE Vel32u load4(const Vel8u* p) {
 }
 ORV_INLINE void store4(Vel8u* p, Vel32u v) { memcpy(p, &v, 4); }
 
-// ---- Pixel by pixel, for reductions whose pixels lie too far apart for one load
+// ---- The image
+
+// All rows, by copyRow(src, dst). A row from the same source row as the one before is a copy of that, of repeatedBytes;
+// where those are 0, there are gaps that must stay.
+template <class CopyRow> ORV_INLINE void copyRows(const ResizePlan& plan, const ResizeImages& images, int repeatedBytes,
+                                                  const CopyRow& copyRow) {
+  const Axis axis = rows(plan, images);
+  for (const ResizePlane plane : images) {
+    int last = -1;
+    for (int y = 0; y < plan.dstHeight; ++y) {
+      Vel8u* const dst = rowOf(plane.dst, images.dstStep, y);
+      const int from = nearestOf(axis, y);
+      if (from == last && repeatedBytes)
+        ORV_NAME(velsCopy_8u)(rowOf(plane.dst, images.dstStep, y - 1), dst, repeatedBytes);
+      else
+        copyRow(rowOf(plane.src, images.srcStep, from), dst);
+      last = from;
+    }
+  }
+}
+
+// ---- Columns
 
 // Where each column comes from, in bytes.
 struct Columns {
@@ -34,57 +55,21 @@ struct Columns {
     }
   }
 };
-ORV_INLINE Vec fourPixels(const Vel8u* src, const Vel32s* offset) {
-  const auto at = [=](int i) { return loadPart<4>(src + offset[i]); };
-  return _mm_unpacklo_epi64(_mm_unpacklo_epi32(at(0), at(1)), _mm_unpacklo_epi32(at(2), at(3)));
-}
-template <int kPixel, bool kKeepsFourth>
-ORV_INLINE void copyPixels(const Vel8u* src, const Columns& columns, Vel8u* dst) {
-  const Vel32s* const offset = columns.offset;
-  int x = 0;
-  if (kPixel == 1) {
-    for (; x + 4 <= columns.count; x += 4)
-      store4(dst + x, src[offset[x]] | unsigned(src[offset[x + 1]]) << 8 | unsigned(src[offset[x + 2]]) << 16 |
-                          unsigned(src[offset[x + 3]]) << 24);
-  } else if (kPixel == 3) {
-    // Three bytes and one more, which the next pixel writes over.
-    const int last = columns.before < columns.count ? columns.before : columns.count - 1;
-#if ORV_HAS_SHUFFLE
-    for (; x + 6 <= last; x += 4)
-      store(dst + 3 * x, _mm_shuffle_epi8(fourPixels(src, offset + x),
-                                          _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1)));
-#endif
-    for (; x < last; ++x) store4(dst + 3 * x, load4(src + offset[x]));
-  } else {
-    for (; x + 4 <= columns.count; x += 4) {
-      Vec four = fourPixels(src, offset + x);
-      if (kKeepsFourth) {
-        const Vec fourth = all32(int(0xFF000000));
-        four = _mm_or_si128(_mm_andnot_si128(fourth, four), _mm_and_si128(fourth, load(dst + 4 * x)));
-      }
-      store(dst + 4 * x, four);
-    }
-    for (; x < columns.count; ++x) {
-      const Vel32u pixel = load4(src + offset[x]);
-      store4(dst + 4 * x, kKeepsFourth ? (pixel & 0xFFFFFF) | (load4(dst + 4 * x) & 0xFF000000) : pixel);
-    }
-  }
-  for (; x < columns.count; ++x)
-    for (int c = 0; c < kPixel; ++c) dst[kPixel * x + c] = src[offset[x] + c];
+ORV_INLINE Lane fourPixels(const Vel8u* src, const Vel32s* offset) {
+  const auto at = [=](int i) { return loadFirst<4>(src + offset[i]); };
+  return interleaveLow64(interleaveLow32(at(0), at(1)), interleaveLow32(at(2), at(3)));
 }
 
 #if ORV_HAS_SHUFFLE
-// ---- By byte shuffles, where what makes kSize bytes of the destination lies within 16 of the source
+// ---- By byte shuffles, where what makes kSize bytes of the destination lies within 16 of the source. Without them,
+// bytes come together no faster than pixel by pixel.
 
 template <int kSize> struct Piece {
   Vel32s from;
   Vel8u at[kSize];
 };
-ORV_INLINE void shufflePiece(const Vel8u* src, const Piece<16>& piece, Vel8u* dst) {
-  store(dst, _mm_shuffle_epi8(load(src + piece.from), load(piece.at)));
-}
-ORV_INLINE void shufflePiece(const Vel8u* src, const Piece<8>& piece, Vel8u* dst) {
-  storeLow(dst, _mm_shuffle_epi8(load(src + piece.from), loadLow(piece.at)));
+template <int kSize> ORV_INLINE void copyPiece(const Vel8u* src, const Piece<kSize>& piece, Vel8u* dst) {
+  storeFirst<kSize>(dst, shuffle8(load(src + piece.from), loadFirst<kSize>(piece.at)));
 }
 
 // The last piece ends with the row, so it may overlap the one before.
@@ -119,54 +104,79 @@ template <int kSize, int kPixel> struct Pieces {
     const int whole = count() - 1;
     int i = 0;
     for (; i + 2 <= whole; i += 2) {  // one alone takes as long as the loop around it
-      shufflePiece(src, piece[i], dst + i * kSize);
-      shufflePiece(src, piece[i + 1], dst + (i + 1) * kSize);
+      copyPiece(src, piece[i], dst + i * kSize);
+      copyPiece(src, piece[i + 1], dst + (i + 1) * kSize);
     }
-    if (i < whole) shufflePiece(src, piece[i], dst + i * kSize);
-    shufflePiece(src, piece[whole], dst + placeOf(whole));
+    if (i < whole) copyPiece(src, piece[i], dst + i * kSize);
+    copyPiece(src, piece[whole], dst + placeOf(whole));
   }
 };
+// False where there are no such pieces.
+template <int kSize, int kPixel> ORV_INLINE bool resizeByPieces(const ResizePlan& plan, const ResizeImages& images) {
+  const int bytes = plan.dstWidth * kPixel;
+  const Pieces<kSize, kPixel> pieces = {reinterpret_cast<Piece<kSize>*>(images.buffer), bytes};
+  if (!pieces.build(columns(plan, images))) return false;
+  copyRows(plan, images, bytes, [&](const Vel8u* src, Vel8u* dst) { pieces.copyRow(src, dst); });
+  return true;
+}
+template <int kPixel> ORV_INLINE bool resizeByShuffles(const ResizePlan& plan, const ResizeImages& images) {
+  if (kPixel < 4 && resizeByPieces<16, kPixel>(plan, images)) return true;
+  return kPixel == 1 && resizeByPieces<8, kPixel>(plan, images);
+}
+
+// Pixels of three bytes, four at a time, and up to four bytes more that the next pixels of `count` write over. Gives how
+// many are done.
+ORV_INLINE int copyByFour(const Vel8u* src, const Vel32s* offset, int count, Vel8u* dst) {
+  const Lane three = bytePattern([](int i) { return i < 12 ? i / 3 * 4 + i % 3 : -1; });
+  int x = 0;
+  for (; x + 6 <= count; x += 4) store(dst + 3 * x, shuffle8(fourPixels(src, offset + x), three));
+  return x;
+}
+#else
+template <int> ORV_INLINE bool resizeByShuffles(const ResizePlan&, const ResizeImages&) { return false; }
+ORV_INLINE int copyByFour(const Vel8u* src, const Vel32s* offset, int count, Vel8u* dst) {
+  int x = 0;
+  for (; x + 4 <= count; x += 4) ORV_UNROLL for (int i = x; i < x + 4; ++i) store4(dst + 3 * i, load4(src + offset[i]));
+  return x;
+}
 #endif
 
-// ---- The image
+// ---- Pixel by pixel, for reductions whose pixels lie too far apart for one load
 
-template <class CopyRow> ORV_INLINE VelStatus copyRows(const ResizePlan& plan, const ResizeImages& images,
-                                                       int repeatedBytes, const CopyRow& copyRow) {
-  const Axis axis = rows(plan, images);
-  for (const ResizePlane plane : images) {
-    int last = -1;
-    for (int y = 0; y < plan.dstHeight; ++y) {
-      Vel8u* const dst = rowOf(plane.dst, images.dstStep, y);
-      const int from = nearestOf(axis, y);
-      if (from == last && repeatedBytes)
-        ORV_NAME(velsCopy_8u)(rowOf(plane.dst, images.dstStep, y - 1), dst, repeatedBytes);
-      else
-        copyRow(rowOf(plane.src, images.srcStep, from), dst);
-      last = from;
+template <int kPixel, bool kKeepsFourth>
+ORV_INLINE void copyPixels(const Vel8u* src, const Columns& columns, Vel8u* dst) {
+  const Vel32s* const offset = columns.offset;
+  int x = 0;
+  if (kPixel == 1) {
+    for (; x + 4 <= columns.count; x += 4)
+      store4(dst + x, src[offset[x]] | unsigned(src[offset[x + 1]]) << 8 | unsigned(src[offset[x + 2]]) << 16 |
+                          unsigned(src[offset[x + 3]]) << 24);
+  } else if (kPixel == 3) {
+    // Three bytes and one more, which the next pixel writes over.
+    const int last = columns.before < columns.count ? columns.before : columns.count - 1;
+    x = copyByFour(src, offset, last, dst);
+    for (; x < last; ++x) store4(dst + 3 * x, load4(src + offset[x]));
+  } else {
+    for (; x + 4 <= columns.count; x += 4) {
+      const Lane four = fourPixels(src, offset + x);
+      store(dst + 4 * x, kKeepsFourth ? keepFourth8(four, load(dst + 4 * x)) : four);
+    }
+    for (; x < columns.count; ++x) {
+      const Vel32u pixel = load4(src + offset[x]);
+      store4(dst + 4 * x, kKeepsFourth ? (pixel & 0xFFFFFF) | (load4(dst + 4 * x) & 0xFF000000) : pixel);
     }
   }
-  return velStsNoErr;
+  for (; x < columns.count; ++x)
+    for (int c = 0; c < kPixel; ++c) dst[kPixel * x + c] = src[offset[x] + c];
 }
 
 template <int kPixel, bool kKeepsFourth = false>
 ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) {
-  const Axis axis = columns(plan, images);
-  const int bytes = kKeepsFourth ? 0 : plan.dstWidth * kPixel;
-#if ORV_HAS_SHUFFLE
-  if (kPixel < 4) {
-    const Pieces<16, kPixel> sixteens = {reinterpret_cast<Piece<16>*>(images.buffer), bytes};
-    if (sixteens.build(axis))
-      return copyRows(plan, images, bytes, [&](const Vel8u* src, Vel8u* dst) { sixteens.copyRow(src, dst); });
-  }
-  if (kPixel == 1) {
-    const Pieces<8, kPixel> eights = {reinterpret_cast<Piece<8>*>(images.buffer), bytes};
-    if (eights.build(axis))
-      return copyRows(plan, images, bytes, [&](const Vel8u* src, Vel8u* dst) { eights.copyRow(src, dst); });
-  }
-#endif
-  const Columns offsets(axis, plan.dstWidth, kPixel, images.buffer);
-  return copyRows(plan, images, bytes,
-                  [&](const Vel8u* src, Vel8u* dst) { copyPixels<kPixel, kKeepsFourth>(src, offsets, dst); });
+  if (resizeByShuffles<kPixel>(plan, images)) return velStsNoErr;
+  const Columns offsets(columns(plan, images), plan.dstWidth, kPixel, images.buffer);
+  copyRows(plan, images, kKeepsFourth ? 0 : plan.dstWidth * kPixel,
+           [&](const Vel8u* src, Vel8u* dst) { copyPixels<kPixel, kKeepsFourth>(src, offsets, dst); });
+  return velStsNoErr;
 }
 
 }  // namespace

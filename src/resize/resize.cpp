@@ -1,4 +1,5 @@
 // The front end of resizing: checks, the plan, and the choice of what carries it out.
+#include "resize/buffer.h"
 #include "resize/kernels.h"
 
 namespace {
@@ -44,7 +45,7 @@ ORV_INLINE VelStatus mapExtent(int src, int srcSize, int dst, int dstSize, doubl
   return e.start < end ? velStsNoErr : velStsNoOperation;
 }
 
-// ---- Layouts: how many of a pixel's bytes are resized, and the ring's kernels
+// ---- Formats: how many of a pixel's bytes are resized, and the ring's kernels
 
 struct C1 {
   static constexpr int kPixel = 1, kChannels = 1;
@@ -65,16 +66,16 @@ struct AC4 {
 
 // ---- The images
 
-template <class Layout, int kPlanes> ORV_INLINE VelStatus resizePlanes(const Vel8u* const* src, int srcStep,
+template <class Format, int kPlanes> ORV_INLINE VelStatus resizePlanes(const Vel8u* const* src, int srcStep,
                                                                        Vel8u* const* dst, int dstStep, ResizeRequest r,
                                                                        Vel8u* buffer) {
   ResizePlan plan;
   ORV_CHECK(ORV_NAME(ownpiPreludeToResize)(&r, &plan));
   Vel8u* const aligned = reinterpret_cast<Vel8u*>((reinterpret_cast<uintptr_t>(buffer) + 15) & ~uintptr_t(15));
-  ResizeImages images = {{}, kPlanes, srcStep, dstStep, r.srcRoi, Layout::kChannels, Layout::kPixel, aligned};
+  ResizeImages images = {{}, kPlanes, srcStep, dstStep, r.srcRoi, Format::kChannels, Format::kPixel, aligned};
   for (int i = 0; i < kPlanes; ++i)
-    images.plane[i] = {rowOf(src[i], srcStep, r.srcRoi.y) + ptrdiff_t(r.srcRoi.x) * Layout::kPixel,
-                       rowOf(dst[i], dstStep, plan.dstY) + ptrdiff_t(plan.dstX) * Layout::kPixel};
+    images.plane[i] = {rowOf(src[i], srcStep, r.srcRoi.y) + ptrdiff_t(r.srcRoi.x) * Format::kPixel,
+                       rowOf(dst[i], dstStep, plan.dstY) + ptrdiff_t(plan.dstX) * Format::kPixel};
   const bool filters = plan.method != velInterNearest && plan.method != velInterSuper;
   const VelStatus status =
       (plan.antialias && filters ? ORV_NAME(ownpiResizeAA) : ORV_NAME(ownpiResizeSP))(&plan, &images);
@@ -82,49 +83,22 @@ template <class Layout, int kPlanes> ORV_INLINE VelStatus resizePlanes(const Vel
     for (const ResizePlane plane : images)
       kernel(plane.dst, dstStep, plan.dstWidth, plan.dstHeight, plan.xMin, plan.xMax, plan.yMin, plan.yMax);
   };
-  if (plan.smoothEdge) drawRing(Layout::smooth);
-  if (plan.subpixelEdge) drawRing(Layout::subpixel);
+  if (plan.smoothEdge) drawRing(Format::smooth);
+  if (plan.subpixelEdge) drawRing(Format::subpixel);
   return plan.antialias && !filters ? VelStatus(status | velStsNoAntialiasing) : status;
 }
 
-template <class Layout> ORV_INLINE VelStatus resize(const Vel8u* src, int srcStep, Vel8u* dst, int dstStep,
+template <class Format> ORV_INLINE VelStatus resize(const Vel8u* src, int srcStep, Vel8u* dst, int dstStep,
                                                     const ResizeRequest& r, Vel8u* buffer) {
   ORV_CHECK(checkPointers(src, dst, buffer));
-  return resizePlanes<Layout, 1>(&src, srcStep, &dst, dstStep, r, buffer);
+  return resizePlanes<Format, 1>(&src, srcStep, &dst, dstStep, r, buffer);
 }
-template <class Layout, int kPlanes> ORV_INLINE VelStatus resize(const Vel8u* const* src, int srcStep,
+template <class Format, int kPlanes> ORV_INLINE VelStatus resize(const Vel8u* const* src, int srcStep,
                                                                  Vel8u* const* dst, int dstStep, const ResizeRequest& r,
                                                                  Vel8u* buffer) {
   ORV_CHECK(checkPointers(src, dst, buffer));
   for (int i = 0; i < kPlanes; ++i) ORV_CHECK(checkPointers(src[i], dst[i]));
-  return resizePlanes<Layout, kPlanes>(src, srcStep, dst, dstStep, r, buffer);
-}
-
-// ---- Sizes of the buffer
-
-// In 64 bits, for what does not fit an int is refused.
-ORV_INLINE Vel64u up(Vel64u n, Vel64u multiple) { return (n + multiple - 1) & ~(multiple - 1); }
-// How far a kernel reaches that is widened by a reduction.
-ORV_INLINE Vel64u reach(int radius, int src, int dst) {
-  return src < dst ? Vel64u(radius) : Vel64u((Vel64u(radius) * Vel64u(src) + Vel64u(dst) - 1) / Vel64u(dst));
-}
-ORV_INLINE Vel64u bufferSize(const VeliRect& src, const VeliRect& dst, unsigned n, int method, bool antialias) {
-  const Vel64u w = Vel64u(dst.width), h = Vel64u(dst.height);
-  if (method == velInterSuper) return up(Vel64u(src.width), 16) * 8 * n;
-  if (method != velInterNearest && antialias) {
-    const int radius = method == velInterLinear ? 1 : method == velInterLanczos ? 3 : 2;
-    const Vel64u kx = reach(radius, src.width, dst.width), ky = reach(radius, src.height, dst.height);
-    return 8 * up(w * Vel64u(src.height) * n, 16) + 4 * up(w * n, 16) + 8 * up((2 * kx + 2) * w, 16) +
-           8 * up((2 * ky + 2) * h, 16);
-  }
-  const Vel64u indices = 4 * (up(w, 16) + up(h, 16));
-  if (method == velInterNearest) return indices;
-  if (method == velInterLinear) return indices + 4 * (up(w, 64) + up(h, 64) + up(2 * w + 64, 64) * n);
-  if (method == velInterLanczos) {
-    const Vel64u l = up(6 * w + 160, 32);
-    return indices + 4 * (up(w, 32) + up(h, 32) + l + up(6 * h + 160, 32) + l * n);
-  }
-  return indices + 4 * (up(w, 32) + up(h, 32) + up(4 * w + 96, 32) + up(4 * h + 96, 32) + up(4 * w + 192, 64) * n);
+  return resizePlanes<Format, kPlanes>(src, srcStep, dst, dstStep, r, buffer);
 }
 
 }  // namespace
@@ -170,15 +144,13 @@ ORV_RESIZE_KERNEL(ownpiResizeSP) {
   const auto run = [=](auto plane, auto three, auto four) {
     return (images->pixel == 1 ? plane : images->pixel == 3 ? three : four)(plan, images);
   };
-#define OF(name) ORV_NAME(name)
   switch (plan->method) {
-    case velInterNearest: return run(OF(ownResize8plN), OF(ownResize8pxN), OF(ownResize8px4N));
-    case velInterLinear: return run(OF(ownResize8plL), OF(ownResize8pxL), OF(ownResize8pxL));
-    case velInterLanczos: return run(OF(ownResize8plLz), OF(ownResize8pxLz), OF(ownResize8pxLz));
-    case velInterSuper: return run(OF(ownDecimate8plSP), OF(ownDecimate8pxSP), OF(ownDecimate8px4SP));
-    default: return run(OF(ownResize8plC), OF(ownResize8pxC), OF(ownResize8pxC));
+    case velInterNearest: return run(ORV_NAME(ownResize8plN), ORV_NAME(ownResize8pxN), ORV_NAME(ownResize8px4N));
+    case velInterLinear: return run(ORV_NAME(ownResize8plL), ORV_NAME(ownResize8pxL), ORV_NAME(ownResize8pxL));
+    case velInterLanczos: return run(ORV_NAME(ownResize8plLz), ORV_NAME(ownResize8pxLz), ORV_NAME(ownResize8pxLz));
+    case velInterSuper: return run(ORV_NAME(ownDecimate8plSP), ORV_NAME(ownDecimate8pxSP), ORV_NAME(ownDecimate8px4SP));
+    default: return run(ORV_NAME(ownResize8plC), ORV_NAME(ownResize8pxC), ORV_NAME(ownResize8pxC));
   }
-#undef OF
 }
 
 // ---- Bodies
@@ -197,27 +169,44 @@ ORV_BODY_A(veliResizeGetBufSize)
   return antialias && (method == velInterNearest || method == velInterSuper) ? velStsNoAntialiasing : velStsNoErr;
 }
 
-#define ARGUMENTS(Src, Dst)                                                                                          \
-  (Src pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi, Dst pDst, int dstStep, VeliRect dstRoi, double xFactor, \
-   double yFactor, double xShift, double yShift, int interpolation, Vel8u* pBuffer)
-#define REQUEST \
-  ResizeRequest { srcSize, srcRoi, dstRoi, xFactor, yFactor, xShift, yShift, interpolation }
+ORV_BODY_B(veliResizeSqrPixel_8u_C1R)
+(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
+ double xFactor, double yFactor, double xShift, double yShift, int interpolation, Vel8u* pBuffer) {
+  return resize<C1>(pSrc, srcStep, pDst, dstStep,
+                    {srcSize, srcRoi, dstRoi, xFactor, yFactor, xShift, yShift, interpolation}, pBuffer);
+}
 
-ORV_BODY_B(veliResizeSqrPixel_8u_C1R) ARGUMENTS(const Vel8u*, Vel8u*) {
-  return resize<C1>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+ORV_BODY_C(veliResizeSqrPixel_8u_C3R)
+(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
+ double xFactor, double yFactor, double xShift, double yShift, int interpolation, Vel8u* pBuffer) {
+  return resize<C3>(pSrc, srcStep, pDst, dstStep,
+                    {srcSize, srcRoi, dstRoi, xFactor, yFactor, xShift, yShift, interpolation}, pBuffer);
 }
-ORV_BODY_C(veliResizeSqrPixel_8u_C3R) ARGUMENTS(const Vel8u*, Vel8u*) {
-  return resize<C3>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+
+ORV_BODY_B(veliResizeSqrPixel_8u_C4R)
+(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
+ double xFactor, double yFactor, double xShift, double yShift, int interpolation, Vel8u* pBuffer) {
+  return resize<C4>(pSrc, srcStep, pDst, dstStep,
+                    {srcSize, srcRoi, dstRoi, xFactor, yFactor, xShift, yShift, interpolation}, pBuffer);
 }
-ORV_BODY_B(veliResizeSqrPixel_8u_C4R) ARGUMENTS(const Vel8u*, Vel8u*) {
-  return resize<C4>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+
+ORV_BODY_B(veliResizeSqrPixel_8u_AC4R)
+(const Vel8u* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi, Vel8u* pDst, int dstStep, VeliRect dstRoi,
+ double xFactor, double yFactor, double xShift, double yShift, int interpolation, Vel8u* pBuffer) {
+  return resize<AC4>(pSrc, srcStep, pDst, dstStep,
+                     {srcSize, srcRoi, dstRoi, xFactor, yFactor, xShift, yShift, interpolation}, pBuffer);
 }
-ORV_BODY_B(veliResizeSqrPixel_8u_AC4R) ARGUMENTS(const Vel8u*, Vel8u*) {
-  return resize<AC4>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+
+ORV_BODY_B(veliResizeSqrPixel_8u_P3R)
+(const Vel8u* const* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi, Vel8u* const* pDst, int dstStep,
+ VeliRect dstRoi, double xFactor, double yFactor, double xShift, double yShift, int interpolation, Vel8u* pBuffer) {
+  return resize<C1, 3>(pSrc, srcStep, pDst, dstStep,
+                       {srcSize, srcRoi, dstRoi, xFactor, yFactor, xShift, yShift, interpolation}, pBuffer);
 }
-ORV_BODY_B(veliResizeSqrPixel_8u_P3R) ARGUMENTS(const Vel8u* const*, Vel8u* const*) {
-  return resize<C1, 3>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
-}
-ORV_BODY_B(veliResizeSqrPixel_8u_P4R) ARGUMENTS(const Vel8u* const*, Vel8u* const*) {
-  return resize<C1, 4>(pSrc, srcStep, pDst, dstStep, REQUEST, pBuffer);
+
+ORV_BODY_B(veliResizeSqrPixel_8u_P4R)
+(const Vel8u* const* pSrc, VeliSize srcSize, int srcStep, VeliRect srcRoi, Vel8u* const* pDst, int dstStep,
+ VeliRect dstRoi, double xFactor, double yFactor, double xShift, double yShift, int interpolation, Vel8u* pBuffer) {
+  return resize<C1, 4>(pSrc, srcStep, pDst, dstStep,
+                       {srcSize, srcRoi, dstRoi, xFactor, yFactor, xShift, yShift, interpolation}, pBuffer);
 }

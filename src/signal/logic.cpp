@@ -4,52 +4,42 @@
 
 namespace {
 
-// ---- Operations on bits, in any width. kZeroClears: a constant of zero clears a vector; else it leaves it as it is.
+// ---- Operations on bits, of any type. kZeroClears: a constant of zero clears a vector; else it leaves it as it is.
 
 struct And {
   static constexpr bool kZeroClears = true;
-  static Vec of(Vec a, Vec b) { return _mm_and_si128(a, b); }
-  static Wide of(Wide a, Wide b) { return andWide(a, b); }
-  static Vel32u of(Vel32u a, Vel32u b) { return a & b; }
+  template <class V> static V of(V a, V b) { return a & b; }
 };
 struct Or {
   static constexpr bool kZeroClears = false;
-  static Vec of(Vec a, Vec b) { return _mm_or_si128(a, b); }
-  static Wide of(Wide a, Wide b) { return orWide(a, b); }
-  static Vel32u of(Vel32u a, Vel32u b) { return a | b; }
+  template <class V> static V of(V a, V b) { return a | b; }
 };
 struct Xor {
   static constexpr bool kZeroClears = false;
-  static Vec of(Vec a, Vec b) { return _mm_xor_si128(a, b); }
-  static Wide of(Wide a, Wide b) { return xorWide(a, b); }
-  static Vel32u of(Vel32u a, Vel32u b) { return a ^ b; }
+  template <class V> static V of(V a, V b) { return a ^ b; }
 };
 
 // ---- Sources
 
 // Two vectors' bits know no elements.
-template <class Op> struct OfTwo {
-  static constexpr size_t kWhole = kWide, kElement = 1;
+template <class Op> struct Combination {
+  static constexpr size_t kVector = sizeof(Dwords), kElement = 1;
   static constexpr int kReads = 2;
   const Vel8u *src1, *src2;
   bool reads(const Vel8u* p) const { return p == src1 || p == src2; }
   template <size_t kBytes> auto at(size_t i) const {
-    return Op::of(loadPiece<kBytes>(src1 + i), loadPiece<kBytes>(src2 + i));
+    return Op::of(loadBytes<kBytes>(src1 + i), loadBytes<kBytes>(src2 + i));
   }
 };
 
 template <class Op, size_t kSize> struct WithConstant {
-  static constexpr size_t kWhole = kWide, kElement = kSize;
+  static constexpr size_t kVector = sizeof(Dwords), kElement = kSize;
   static constexpr int kReads = 1;
   const Vel8u* src;
   Vel32u bits;  // the constant, as often as it fits
   bool reads(const Vel8u* p) const { return p == src; }
   template <size_t kBytes> auto at(size_t i) const {
-    const Vec all = all32(int(bits));
-    if constexpr (kBytes > 16)
-      return Op::of(loadPiece<kBytes>(src + i), repeatWide(all));
-    else
-      return Op::of(loadPiece<kBytes>(src + i), all);
+    return Op::of(loadBytes<kBytes>(src + i), repeatBytes<kBytes>(all32(int(bits))));
   }
 };
 
@@ -58,9 +48,9 @@ template <class Op, size_t kSize> struct WithConstant {
 // Whether elements of dst come to lie on elements of src that are read later.
 ORV_INLINE bool runsInto(const Vel8u* src, const Vel8u* dst, size_t n) { return size_t(dst) - size_t(src) - 1 < n - 1; }
 
-// One after the other, with what earlier ones wrote.
+// Each element with what earlier ones wrote.
 template <class Op>
-__attribute__((noinline)) VelStatus inOrder(const Vel8u* src1, const Vel8u* src2, Vel8u* dst, size_t n) {
+__attribute__((noinline)) VelStatus combineOneByOne(const Vel8u* src1, const Vel8u* src2, Vel8u* dst, size_t n) {
   for (size_t i = 0; i < n; i += 4) {
     Vel32u a, b;
     memcpy(&a, src1 + i, 4);
@@ -71,14 +61,15 @@ __attribute__((noinline)) VelStatus inOrder(const Vel8u* src1, const Vel8u* src2
   return velStsNoErr;
 }
 
-template <class Op, class T> ORV_INLINE VelStatus ofTwo(const T* pSrc1, const T* pSrc2, T* pDst, int len) {
+template <class Op, class T> ORV_INLINE VelStatus combine(const T* pSrc1, const T* pSrc2, T* pDst, int len) {
   const VelStatus status = checkVectors(len, pSrc1, pSrc2, pDst);
   if (status != velStsNoErr) return status;
   const size_t n = size_t(len) * sizeof(T);
   const Vel8u *const src1 = bytesOf(pSrc1), *const src2 = bytesOf(pSrc2);
   Vel8u* const dst = bytesOf(pDst);
-  if (sizeof(T) == 4 && (runsInto(src1, dst, n) || runsInto(src2, dst, n))) return inOrder<Op>(src1, src2, dst, n);
-  return fill(OfTwo<Op>{src1, src2}, dst, n);
+  if (sizeof(T) == 4 && (runsInto(src1, dst, n) || runsInto(src2, dst, n)))
+    return combineOneByOne<Op>(src1, src2, dst, n);
+  return fill(Combination<Op>{src1, src2}, dst, n);
 }
 
 template <class Op, class T> ORV_INLINE VelStatus withConstant(const T* pSrc, T val, T* pDst, int len) {
@@ -106,54 +97,58 @@ template <class T> ORV_INLINE VelStatus complement(const T* pSrc, T* pDst, int l
 // ---- Bodies
 
 ORV_BODY_A(velsAnd_8u)(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len) {
-  return ofTwo<And>(pSrc1, pSrc2, pDst, len);
+  return combine<And>(pSrc1, pSrc2, pDst, len);
 }
-ORV_BODY_A(velsAnd_8u_I)(const Vel8u* pSrc, Vel8u* pSrcDst, int len) { return ofTwo<And>(pSrcDst, pSrc, pSrcDst, len); }
+ORV_BODY_A(velsAnd_8u_I)(const Vel8u* pSrc, Vel8u* pSrcDst, int len) {
+  return combine<And>(pSrcDst, pSrc, pSrcDst, len);
+}
 ORV_BODY_A(velsAnd_16u)(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len) {
-  return ofTwo<And>(pSrc1, pSrc2, pDst, len);
+  return combine<And>(pSrc1, pSrc2, pDst, len);
 }
 ORV_BODY_B(velsAnd_16u_I)(const Vel16u* pSrc, Vel16u* pSrcDst, int len) {
-  return ofTwo<And>(pSrcDst, pSrc, pSrcDst, len);
+  return combine<And>(pSrcDst, pSrc, pSrcDst, len);
 }
 ORV_BODY_B(velsAnd_32u)(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len) {
-  return ofTwo<And>(pSrc1, pSrc2, pDst, len);
+  return combine<And>(pSrc1, pSrc2, pDst, len);
 }
 ORV_BODY_B(velsAnd_32u_I)(const Vel32u* pSrc, Vel32u* pSrcDst, int len) {
-  return ofTwo<And>(pSrcDst, pSrc, pSrcDst, len);
+  return combine<And>(pSrcDst, pSrc, pSrcDst, len);
 }
 
 ORV_BODY_A(velsOr_8u)(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len) {
-  return ofTwo<Or>(pSrc1, pSrc2, pDst, len);
+  return combine<Or>(pSrc1, pSrc2, pDst, len);
 }
-ORV_BODY_A(velsOr_8u_I)(const Vel8u* pSrc, Vel8u* pSrcDst, int len) { return ofTwo<Or>(pSrcDst, pSrc, pSrcDst, len); }
+ORV_BODY_A(velsOr_8u_I)(const Vel8u* pSrc, Vel8u* pSrcDst, int len) { return combine<Or>(pSrcDst, pSrc, pSrcDst, len); }
 ORV_BODY_B(velsOr_16u)(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len) {
-  return ofTwo<Or>(pSrc1, pSrc2, pDst, len);
+  return combine<Or>(pSrc1, pSrc2, pDst, len);
 }
 ORV_BODY_A(velsOr_16u_I)(const Vel16u* pSrc, Vel16u* pSrcDst, int len) {
-  return ofTwo<Or>(pSrcDst, pSrc, pSrcDst, len);
+  return combine<Or>(pSrcDst, pSrc, pSrcDst, len);
 }
 ORV_BODY_A(velsOr_32u)(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len) {
-  return ofTwo<Or>(pSrc1, pSrc2, pDst, len);
+  return combine<Or>(pSrc1, pSrc2, pDst, len);
 }
 ORV_BODY_B(velsOr_32u_I)(const Vel32u* pSrc, Vel32u* pSrcDst, int len) {
-  return ofTwo<Or>(pSrcDst, pSrc, pSrcDst, len);
+  return combine<Or>(pSrcDst, pSrc, pSrcDst, len);
 }
 
 ORV_BODY_A(velsXor_8u)(const Vel8u* pSrc1, const Vel8u* pSrc2, Vel8u* pDst, int len) {
-  return ofTwo<Xor>(pSrc1, pSrc2, pDst, len);
+  return combine<Xor>(pSrc1, pSrc2, pDst, len);
 }
-ORV_BODY_A(velsXor_8u_I)(const Vel8u* pSrc, Vel8u* pSrcDst, int len) { return ofTwo<Xor>(pSrcDst, pSrc, pSrcDst, len); }
+ORV_BODY_A(velsXor_8u_I)(const Vel8u* pSrc, Vel8u* pSrcDst, int len) {
+  return combine<Xor>(pSrcDst, pSrc, pSrcDst, len);
+}
 ORV_BODY_A(velsXor_16u)(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* pDst, int len) {
-  return ofTwo<Xor>(pSrc1, pSrc2, pDst, len);
+  return combine<Xor>(pSrc1, pSrc2, pDst, len);
 }
 ORV_BODY_B(velsXor_16u_I)(const Vel16u* pSrc, Vel16u* pSrcDst, int len) {
-  return ofTwo<Xor>(pSrcDst, pSrc, pSrcDst, len);
+  return combine<Xor>(pSrcDst, pSrc, pSrcDst, len);
 }
 ORV_BODY_A(velsXor_32u)(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len) {
-  return ofTwo<Xor>(pSrc1, pSrc2, pDst, len);
+  return combine<Xor>(pSrc1, pSrc2, pDst, len);
 }
 ORV_BODY_A(velsXor_32u_I)(const Vel32u* pSrc, Vel32u* pSrcDst, int len) {
-  return ofTwo<Xor>(pSrcDst, pSrc, pSrcDst, len);
+  return combine<Xor>(pSrcDst, pSrc, pSrcDst, len);
 }
 
 ORV_BODY_B(velsAndC_8u)(const Vel8u* pSrc, Vel8u val, Vel8u* pDst, int len) {

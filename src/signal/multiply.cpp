@@ -5,8 +5,8 @@
 namespace {
 
 // What is multiplied, in place.
-struct Words {
-  static constexpr size_t kWhole = 16, kElement = 2;
+struct InPlace {
+  static constexpr size_t kVector = sizeof(Lanes), kElement = 2;
   static constexpr int kReads = 1;
   Vel8u* src;
   int val;
@@ -14,11 +14,11 @@ struct Words {
 };
 
 // The product, saturated.
-struct Product : Words {
-  template <size_t kBytes> Vec at(size_t i) const { return product(loadPiece<kBytes>(src + i)); }
-  Vec product(Vec x) const {
-    const Vec by = all16(val), low = _mm_mullo_epi16(x, by), high = _mm_mulhi_epi16(x, by);
-    return _mm_packs_epi32(_mm_unpacklo_epi16(low, high), _mm_unpackhi_epi16(low, high));
+struct Product : InPlace {
+  template <size_t kBytes> auto at(size_t i) const { return product(loadBytes<kBytes>(src + i)); }
+  template <class V> V product(V x) const {
+    const V low = mulLow16(x, all16<V>(val)), high = mulHigh16(x, all16<V>(val));
+    return narrow32(interleaveLow16(low, high), interleaveHigh16(low, high));
   }
 };
 
@@ -26,27 +26,32 @@ struct Product : Words {
 // as good as any power above: all but zero are at a limit then.
 struct ScaledUp : Product {
   int power;  // 1..15
-  template <size_t kBytes> Vec at(size_t i) const {
-    const Vec p = product(loadPiece<kBytes>(src + i)), down = _mm_cvtsi32_si128(16 - power);
-    return _mm_packs_epi32(_mm_sra_epi32(_mm_unpacklo_epi16(zero(), p), down),
-                           _mm_sra_epi32(_mm_unpackhi_epi16(zero(), p), down));
+  template <size_t kBytes> auto at(size_t i) const {
+    return scaledUp(product(loadBytes<kBytes>(src + i)));
+  }
+  template <class V> V scaledUp(V p) const {
+    const Lane down = fromInt(16 - power);
+    return narrow32(shiftRight32(interleaveLow16(zero<V>(), p), down),
+                    shiftRight32(interleaveHigh16(zero<V>(), p), down));
   }
 };
 
 // The product divided by a power of two, halves to even, saturated. With half of the divisor added, as a second product
 // in the multiply-add, the shift rounds halves up. Where it gives an odd number, one less is shifted instead, which
 // changes halves only.
-struct ScaledDown : Words {
+struct ScaledDown : InPlace {
   int power;  // 1..30
-  template <size_t kBytes> Vec at(size_t i) const {
-    const Vec x = loadPiece<kBytes>(src + i);
-    const int a = -(1 << (power - 1) / 2), b = -(1 << power / 2);  // a b = 2^(power - 1), each within a word
-    return _mm_packs_epi32(rounded(_mm_unpacklo_epi16(x, all16(a)), b), rounded(_mm_unpackhi_epi16(x, all16(a)), b));
+  template <size_t kBytes> auto at(size_t i) const {
+    return scaledDown(loadBytes<kBytes>(src + i));
   }
-  Vec rounded(Vec pairs, int b) const {
-    const Vec sum = _mm_madd_epi16(pairs, all32(int(Vel16u(val) | unsigned(b) << 16))), bit = all32(1 << power);
-    const Vec odd = _mm_cmpeq_epi32(_mm_and_si128(sum, bit), bit);  // -1
-    return _mm_sra_epi32(_mm_add_epi32(sum, odd), _mm_cvtsi32_si128(power));
+  template <class V> V scaledDown(V x) const {
+    const int a = -(1 << (power - 1) / 2), b = -(1 << power / 2);  // a b = 2^(power - 1), each within a word
+    return narrow32(rounded(interleaveLow16(x, all16<V>(a)), b), rounded(interleaveHigh16(x, all16<V>(a)), b));
+  }
+  template <class V> V rounded(V pairs, int b) const {
+    const V sum = mulAddPairs16(pairs, allPairs16<V>(val, b)), bit = all32<V>(1 << power);
+    const V odd = equal32(sum & bit, bit);  // -1
+    return shiftRight32(add32(sum, odd), fromInt(power));
   }
 };
 
@@ -60,7 +65,7 @@ ORV_BODY_A(velsMulC_16s_ISfs)(Vel16s val, Vel16s* pSrcDst, int len, int scaleFac
   if (val == 0 || scaleFactor > 30) return clearVector(pSrcDst, len);
   Vel8u* const dst = bytesOf(pSrcDst);
   const size_t n = size_t(len) * sizeof *pSrcDst;
-  const Words words{dst, val};
+  const InPlace words{dst, val};
   if (scaleFactor > 0) return fill(ScaledDown{words, scaleFactor}, dst, n);
   if (scaleFactor < 0) return fill(ScaledUp{{words}, scaleFactor < -15 ? 15 : -scaleFactor}, dst, n);
   return val == 1 ? velStsNoErr : fill(Product{words}, dst, n);

@@ -7,23 +7,23 @@ namespace {
 // up pairs of such numbers as 64-bit ones, modulo 2^64, and `high` their high halves alone; together they tell both.
 class Squares {
  public:
-  void add(Vec words) {
-    const Vec pairs = _mm_madd_epi16(words, words);
-    all = _mm_add_epi64(all, pairs);
-    high = _mm_add_epi64(high, _mm_srli_epi64(pairs, 32));
+  void add(Lane words) {
+    const Lane pairs = mulAddPairs16(words, words);
+    all = add64(all, pairs);
+    high = add64(high, shiftRightU64(pairs, 32));
   }
   void add(const Squares& other) {
-    all = _mm_add_epi64(all, other.all);
-    high = _mm_add_epi64(high, other.high);
+    all = add64(all, other.all);
+    high = add64(high, other.high);
   }
   Vel64u sum() const {
     Vel64u lanes[2];
-    store(lanes, _mm_add_epi64(_mm_sub_epi64(all, _mm_slli_epi64(high, 32)), high));
+    store(lanes, add64(sub64(all, shiftLeft64(high, 32)), high));
     return lanes[0] + lanes[1];
   }
 
  private:
-  Vec all = zero(), high = zero();
+  Lane all = zero(), high = zero();
 };
 
 ORV_INLINE Vel64u sumOfSquares(const Vel8u* p, size_t n) {
@@ -33,9 +33,9 @@ ORV_INLINE Vel64u sumOfSquares(const Vel8u* p, size_t n) {
     odd.add(load(p + 16));
   }
   if (n & 16) even.add(load(p)), p += 16;
-  if (n & 8) odd.add(loadPiece<8>(p)), p += 8;
-  if (n & 4) even.add(loadPiece<4>(p)), p += 4;
-  if (n & 2) odd.add(loadPiece<2>(p));
+  if (n & 8) odd.add(loadBytes<8>(p)), p += 8;
+  if (n & 4) even.add(loadBytes<4>(p)), p += 4;
+  if (n & 2) odd.add(loadBytes<2>(p));
   even.add(odd);
   return even.sum();
 }
@@ -50,7 +50,6 @@ ORV_INLINE double toDouble(Vel64u x) { return double(Vel32s(x >> 32)) * 42949672
 ORV_BODY_A(velsNorm_L2_16s32f)(const Vel16s* pSrc, int len, Vel32f* pNorm) {
   if (!pSrc || !pNorm) return velStsNullPtrErr;
   if (len < 1) return velStsSizeErr;
-  const __m128d sum = _mm_set_sd(toDouble(sumOfSquares(bytesOf(pSrc), size_t(len) * sizeof *pSrc)));
-  _mm_store_ss(pNorm, _mm_cvtsd_ss(_mm_setzero_ps(), _mm_sqrt_sd(sum, sum)));
+  *pNorm = float(__builtin_sqrt(toDouble(sumOfSquares(bytesOf(pSrc), size_t(len) * sizeof *pSrc))));
   return velStsNoErr;
 }

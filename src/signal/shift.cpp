@@ -8,16 +8,17 @@ enum Direction { kLeft, kRight };
 
 // Bytes are shifted as words, and the bits that came in from their neighbours cleared.
 template <size_t kSize, Direction kTo, bool kKeepsSign> struct Shifted {
-  static constexpr size_t kWhole = 16, kElement = kSize;
+  static constexpr size_t kVector = sizeof(Lanes), kElement = kSize;
   static constexpr int kReads = 1;
   const Vel8u* src;
   int count;
   bool reads(const Vel8u* p) const { return p == src; }
-  template <size_t kBytes> Vec at(size_t i) const {
-    const Vec v = loadPiece<kBytes>(src + i), n = _mm_cvtsi32_si128(count);
-    if constexpr (kSize == 4) return kTo == kLeft ? _mm_sll_epi32(v, n) : _mm_sra_epi32(v, n);
-    const Vec words = kTo == kLeft ? _mm_sll_epi16(v, n) : kKeepsSign ? _mm_sra_epi16(v, n) : _mm_srl_epi16(v, n);
-    return kSize == 2 ? words : _mm_and_si128(words, all8(kTo == kLeft ? 0xFF << count : 0xFF >> count));
+  template <size_t kBytes> auto at(size_t i) const {
+    const auto v = loadBytes<kBytes>(src + i);
+    const Lane n = fromInt(count);
+    if constexpr (kSize == 4) return kTo == kLeft ? shiftLeft32(v, n) : shiftRight32(v, n);
+    const auto words = kTo == kLeft ? shiftLeft16(v, n) : kKeepsSign ? shiftRight16(v, n) : shiftRightU16(v, n);
+    return kSize == 2 ? words : words & all8<decltype(words)>(kTo == kLeft ? 0xFF << count : 0xFF >> count);
   }
 };
 

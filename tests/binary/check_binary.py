@@ -13,6 +13,9 @@ BUILD = json.load(open(os.environ["ORV_BUILD"]))
 WORD = BUILD["word"]
 CORE = "core64" if WORD == 8 else "core32"
 PATHS = ("w7", "v8", "s8", "p8", "g9")
+# What the passes make: those of g9 that have variants are in avx and avx2.
+PASSES = PATHS + ("avx", "avx2")
+PREFIXES = {"avx": ("avx_", "g9_")}
 PATTERNS = {"A": "w7 w7 s8 s8 p8 g9", "B": "w7 w7 v8 v8 p8 g9", "C": "w7 w7 v8 s8 p8 g9"}
 
 # Exported kernels: those of every path, and those that only bodies of pattern A call.
@@ -46,6 +49,10 @@ def source(name):
 def primitives():
     """Name without prefix -> pattern."""
     return dict(re.findall(r"^ORV_PRIMITIVE\((\w+), (\w)\)", source("src/core/primitives.def"), re.MULTILINE))
+
+
+def variants():
+    return re.findall(r"^ORV_VARIANT\(\S+, (\w+)\)", source("src/core/variants.def"), re.MULTILINE)
 
 
 def declared():
@@ -108,7 +115,7 @@ def symbol_faults(path, file):
     """What an object of a path defines for others, weak or strong, without the path's prefix."""
     found = [line.split()[-2:] for line in output("nm", "--defined-only", file).splitlines()]
     return [f"{kind} {name}" for kind, name in found if not name.startswith("__x86.get_pc_thunk.") and (
-        kind in "WVwvu" or kind.isupper() and not name.startswith(path + "_"))]
+        kind in "WVwvu" or kind.isupper() and not name.startswith(PREFIXES.get(path, path + "_")))]
 
 
 class Header(unittest.TestCase):
@@ -121,7 +128,8 @@ class Header(unittest.TestCase):
     def test_header_twins(self):
         twins = re.findall(r"^ORV_API extern __typeof__\(orv(\w+)\) vel(\w+);$", source("include/orv.h"), re.MULTILINE)
         self.assertEqual([pair for pair in twins if pair[0] != pair[1]], [("StaticInit", "Init")])
-        self.assertEqual({name for _, name in twins}, {"GetStatusString", "StaticInit", "Init", *primitives()})
+        self.assertEqual({name for _, name in twins}, {"GetStatusString", "StaticInit", "Init", *primitives()},
+                         "the vel names at the end of orv.h, and primitives.def")
 
     def test_header_statuses(self):
         used, others = (set(re.findall(r"^ +(velSts\w+) = ", part, re.MULTILINE))
@@ -156,6 +164,8 @@ class Linkage(unittest.TestCase):
         expected.update({f"{path}_{name}": True for path in PATHS for name in KERNELS})
         expected.update({f"{path}_{name}": True for path in PATTERNS["A"].split() for name in KERNELS_A})
         found = {name: kind == "FUNC" for name, (_, _, kind, _) in LIBRARY.dynamic.items()}
+        self.assertEqual(sorted(found.keys() - expected), [], "exported and in no list")
+        self.assertEqual(sorted(expected.keys() - found), [], "in a list and not exported")
         self.assertEqual(found, expected)
         self.assertEqual({symbol[3] for symbol in LIBRARY.dynamic.values()}, {"GLOBAL"})
         pairs = {name[3:] for name in header if name.startswith("vel") and "orv" + name[3:] in header}
@@ -181,46 +191,56 @@ class Linkage(unittest.TestCase):
                 self.assertEqual(LIBRARY.pointers(address, size),
                                  [{f"{path}_vel{name}"} for path in PATTERNS[pattern].split()])
 
+    def check_jump(self, code, at, name, index, table):
+        """That the function jumps through the table by the index, and does nothing else; where its jump begins."""
+        entry, size, _, _ = LIBRARY.all[name]
+        body = [line for line in code[at[entry]:at[entry] + 9] if line[0] < entry + size]
+        if WORD == 8:  # it may be reached through pointers
+            self.assertEqual(body.pop(0)[1], "endbr64")
+        self.assertGreaterEqual(len(body), 3)
+        first, second = body[1][0], body[2][0]  # what the processor's own address is during the loads
+        if WORD == 4:
+            expected = [f"call {first:x}", "pop %eax", f"mov {index - first:#x}(%eax),%ecx",
+                        f"jmp *{table - first:#x}(%eax,%ecx,4)"]
+        else:
+            expected = [f"movslq {index - first:#x}(%rip),%rax", f"lea {table - second:#x}(%rip),%r11",
+                        "jmp *(%r11,%rax,8)"]
+        self.assertEqual([text for _, text in body], expected)
+        return body[0][0]
+
     def test_entries(self):
         code = [(address, text) for _, address, text in instructions.disassemble(LIBRARY.path)]
         at = {address: i for i, (address, _) in enumerate(code)}
         index = LIBRARY.dynamic["velJumpIndexForMergedLibs"][0]  # which programs may set, too
         for name in primitives():
             with self.subTest(name):
-                entry, size, _, _ = LIBRARY.all["vel" + name]
-                table = LIBRARY.all[f"vel{name}_arraddr"][0]
-                body = [line for line in code[at[entry]:at[entry] + 9] if line[0] < entry + size]
+                entry = self.check_jump(code, at, "vel" + name, index, LIBRARY.all[f"vel{name}_arraddr"][0])
                 forwarder, size, _, _ = LIBRARY.all["orv" + name]
-                jump = [line for line in code[at[forwarder]:at[forwarder] + 9] if line[0] < forwarder + size]
-                if WORD == 8:  # both may be reached through pointers
-                    self.assertEqual([body.pop(0)[1], jump.pop(0)[1]], ["endbr64"] * 2)
-                self.assertGreaterEqual(len(body), 3)
-                first, second = body[1][0], body[2][0]  # what the processor's own address is during the loads
-                if WORD == 4:
-                    expected = [f"call {first:x}", "pop %eax", f"mov {index - first:#x}(%eax),%ecx",
-                                f"jmp *{table - first:#x}(%eax,%ecx,4)"]
-                else:
-                    expected = [f"movslq {index - first:#x}(%rip),%rax", f"lea {table - second:#x}(%rip),%r11",
-                                "jmp *(%r11,%rax,8)"]
-                self.assertEqual([text for _, text in body], expected)
-                self.assertEqual([text for _, text in jump], [f"jmp {body[0][0]:x}"])
+                jump = [text for address, text in code[at[forwarder]:at[forwarder] + 9] if address < forwarder + size]
+                self.assertEqual(jump, ["endbr64"] * (WORD == 8) + [f"jmp {entry:x}"])
+        index = LIBRARY.all["ownVariantIndex"][0]
+        for name in variants():
+            with self.subTest(name):
+                table, size, _, _ = LIBRARY.all[f"own_{name}_variants"]
+                self.check_jump(code, at, f"g9_{name}", index, table)
+                self.assertEqual(LIBRARY.pointers(table, size), [{f"avx_{name}"}, {f"avx2_{name}"}])
 
 
 class PathObjects(unittest.TestCase):
     """An instruction or a definition that slips from one path to another kills an old processor."""
 
     def test_symbols_of_path_objects(self):
-        for path in PATHS:
+        for path in PASSES:
             self.assertEqual([symbol_faults(path, file) for file in BUILD[path]], [[]] * len(BUILD[path]))
 
     def test_no_static_constructors(self):
         at_load = re.compile(r" \.(preinit_array|init_array|fini_array|ctors|dtors|init|fini)")
-        everything = [file for objects in ("core",) + PATHS for file in BUILD[objects]]
+        everything = [file for objects in ("core",) + PASSES for file in BUILD[objects]]
         with_some = [os.path.basename(file) for file in everything if at_load.search(output("readelf", "-SW", file))]
         self.assertEqual(with_some, ["dllmain.cpp.o"])
 
     def test_hardening(self):
-        everything = [file for objects in ("core",) + PATHS for file in BUILD[objects]]
+        everything = [file for objects in ("core",) + PASSES for file in BUILD[objects]]
         undefined = output("nm", "-u", *everything)
         self.assertIn("__stack_chk_fail", undefined)
         if "_FORTIFY_SOURCE" in BUILD["hardening"]:  # not where code is for debugging, or sanitized
@@ -236,7 +256,7 @@ class PathObjects(unittest.TestCase):
             self.assertEqual(without, [])
 
     def test_instructions(self):
-        for level, objects in [(CORE, "core")] + [(path, path) for path in PATHS]:
+        for level, objects in [(CORE, "core")] + [("g9" if path == "avx" else path, path) for path in PASSES]:
             for file in BUILD[objects]:
                 self.assertEqual(instructions.faults(file, level), [], file)
 
@@ -253,14 +273,16 @@ class Gate(unittest.TestCase):
     def test_every_level_of_instructions(self):
         # Each group with the levels that hold it.
         groups = {
-            "core32 core64 w7 v8 s8 p8 g9": "cmovne %eax,%ecx; fldl (%eax); rep stosl; rep bsf %eax,%ecx",
-            "core64 w7 v8 s8 p8 g9": "paddb %xmm0,%xmm1; pextrw $1,%xmm0,%eax; movnti %eax,(%ecx); mulss %xmm0,%xmm1",
-            "v8 s8 p8 g9": "pshufb %xmm0,%xmm1; haddps %xmm0,%xmm1; fisttpl (%eax); palignr $3,%xmm0,%xmm1",
-            "p8 g9": "pmulld %xmm0,%xmm1; pextrw $1,%xmm0,(%eax); packusdw %xmm0,%xmm1; pblendvb %xmm0,%xmm1,%xmm2",
-            "g9": """vaddps %ymm0,%ymm1,%ymm2; vpaddb %xmm0,%xmm1,%xmm2; vbroadcastss (%eax),%ymm0; vptest %ymm0,%ymm1;
+            "core32 core64 w7 v8 s8 p8 g9 avx2": "cmovne %eax,%ecx; fldl (%eax); rep stosl; rep bsf %eax,%ecx",
+            "core64 w7 v8 s8 p8 g9 avx2": "paddb %xmm0,%xmm1; pextrw $1,%xmm0,%eax; movnti %eax,(%ecx); mulss %xmm0,%xmm1",
+            "v8 s8 p8 g9 avx2": "pshufb %xmm0,%xmm1; haddps %xmm0,%xmm1; fisttpl (%eax); palignr $3,%xmm0,%xmm1",
+            "p8 g9 avx2": "pmulld %xmm0,%xmm1; pextrw $1,%xmm0,(%eax); packusdw %xmm0,%xmm1; pblendvb %xmm0,%xmm1,%xmm2",
+            "g9 avx2": """vaddps %ymm0,%ymm1,%ymm2; vpaddb %xmm0,%xmm1,%xmm2; vbroadcastss (%eax),%ymm0; vptest %ymm0,%ymm1;
                 popcnt %eax,%ecx; pcmpgtq %xmm0,%xmm1; vperm2f128 $1,%ymm0,%ymm1,%ymm2""",
-            "": """vpaddb %ymm0,%ymm1,%ymm2; vbroadcastss %xmm0,%xmm1; vpsllvd %xmm0,%xmm1,%xmm2;
-                vmovntdqa (%eax),%ymm0; vfmadd231ps %xmm0,%xmm1,%xmm2; lzcnt %eax,%ecx; movbe (%eax),%ecx;
+            "avx2": """vpaddb %ymm0,%ymm1,%ymm2; vbroadcastss %xmm0,%xmm1; vpsllvd %xmm0,%xmm1,%xmm2;
+                vmovntdqa (%eax),%ymm0; vpermq $8,%ymm0,%ymm1; vinserti128 $1,(%eax),%ymm0,%ymm1;
+                vpmovzxbw (%eax),%ymm0; vpbroadcastw %xmm0,%ymm1; vpblendd $1,%ymm0,%ymm1,%ymm2""",
+            "": """vfmadd231ps %xmm0,%xmm1,%xmm2; lzcnt %eax,%ecx; movbe (%eax),%ecx; vpdpbusd %ymm0,%ymm1,%ymm2;
                 andn %eax,%ecx,%edx; vaddps %zmm0,%zmm1,%zmm2; vmovdqu8 (%eax),%xmm0; paddb %mm0,%mm1; emms""",
         }
         for levels, text in groups.items():

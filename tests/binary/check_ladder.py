@@ -27,7 +27,8 @@ MODELS = {
     "SandyBridge,-xsave": (4, 0, True),  # AVX that the system does not enable
     "SandyBridge": (5, 0, True),  # AVX
     "Haswell": (5, 0, True),  # AVX2, MOVBE
-    "EPYC": (5, 20, True),
+    "Haswell,-avx2": (5, 0, True),
+    "EPYC": (5, 20, True),  # AVX2
 }
 
 # The features of the mask: bit of the mask -> register and bit of CPUID leaf 1.
@@ -38,6 +39,8 @@ RULES = ((0x300, 5, 0xFDF), (0x40, 4, 0xCDF), (0x30, 3, 0x3F), (0x10, 2, 0x1F), 
 
 
 def run(*command):
+    if not os.path.exists(BUILD["ladder"]):
+        raise AssertionError("the program is not built: cmake --build ... --target ladder")
     result = subprocess.run(command, text=True, capture_output=True)
     return result, dict(line.split("=", 1) for line in result.stdout.splitlines() if "=" in line)
 
@@ -90,6 +93,16 @@ class Ladder(unittest.TestCase):
                 self.assertEqual(seen["cache"], "36 0" if status == 20 else f"0 {16 << 20}")
                 if index:
                     self.check_sums(seen, sums)
+
+    def test_variants(self):
+        """AVX2 follows the processor, and the mask of enabled features takes it away until the next selection."""
+        symbols = {line.split()[-1]: int(line.split()[0], 16)
+                   for line in subprocess.check_output(["nm", "--defined-only", BUILD["library"]], text=True).splitlines()}
+        distance = symbols["ownVariantIndex"] - symbols["velStaticInit"]
+        for model, has_avx2 in ("SandyBridge", 0), ("Haswell,-avx2", 0), ("Haswell", 1), ("EPYC", 1), ("EPYC,-xsave", 0):
+            with self.subTest(model):
+                _, seen = run(EMULATOR, "-cpu", model, BUILD["ladder"], "-1", str(distance))
+                self.assertEqual(seen["variant"], f"{has_avx2} 0 {has_avx2}")
 
     def test_path_above_the_processor_dies(self):
         # Or the ladder would prove nothing.

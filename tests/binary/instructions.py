@@ -29,17 +29,21 @@ SSE42 = r"pcmpgtq|pcmp[ei]str[im]"
 AVX = rf"""crc32[bwlq]?|popcnt|{SSE42}|v(?:{SSE2_VEX}|{SSSE3_VEX}|{SSE41}|{SSE42}|cvt(?:pd2ps|t?pd2dq)y
     |broadcast(?:s[sd]|f128)|(?:extract|insert)f128|maskmovp[sd]|permilp[sd]|perm2f128|testp[sd]|zero(?:all|upper))"""
 
+AVX2 = r"""v(?:broadcasti128|pbroadcast[bwdq]|perm(?:d|q|ps|pd)|perm2i128|(?:extract|insert)i128|pblendd|ps[lr]lv[dq]
+    |psravd|pmaskmov[dq])"""
+
 # A group for every path, each holding the ones before it.
 LEVELS = {"core32": [INTEGER, SYSTEM], "core64": [INTEGER, SYSTEM, SSE2], "w7": [INTEGER, SSE2]}
 LEVELS["v8"] = LEVELS["s8"] = LEVELS["w7"] + [SSSE3]
 LEVELS["p8"] = LEVELS["s8"] + [SSE41]
 LEVELS["g9"] = LEVELS["p8"] + [AVX]
+LEVELS["avx2"] = LEVELS["g9"] + [AVX2]
 ALLOWED = {level: re.compile("|".join(groups), re.VERBOSE) for level, groups in LEVELS.items()}
 
 # Allowed by name and not by their operands: MMX registers and what only EVEX encodes; integers of 256 bits, and
 # broadcasts from registers, which are AVX2; the form of pextrw with memory, which is SSE4.1.
 NOWHERE = re.compile(r"%mm\d|%zmm|%k\d|\{|%[xy]mm(?:1[6-9]|[23]\d)")
-AVX2 = re.compile(r"v(?:p(?!test|erm)|mpsadbw|movntdqa).*%ymm|vbroadcasts[sd] %")
+AVX2_BY_OPERANDS = re.compile(r"v(?:p(?!test|erm)|mpsadbw|movntdqa).*%ymm|vbroadcasts[sd] %")
 PEXTRW_TO_MEMORY = re.compile(r"pextrw .*\)$")
 
 PREFIXES = {"rep", "repz", "repnz", "lock", "data16", "cs", "ds", "es", "notrack", "bnd", "addr32"}
@@ -50,7 +54,9 @@ def is_fault(level, instruction):
     words = instruction.split(" ")
     while words[0] in PREFIXES and len(words) > 1:
         words.pop(0)
-    if not ALLOWED[level].fullmatch(words[0]) or NOWHERE.search(instruction) or AVX2.match(instruction):
+    if not ALLOWED[level].fullmatch(words[0]) or NOWHERE.search(instruction):
+        return True
+    if level != "avx2" and AVX2_BY_OPERANDS.match(instruction):
         return True
     if level == "core32" and re.search("%[xy]mm", instruction):
         return True

@@ -2,6 +2,7 @@
 // workload of every family there and prints a checksum of each. An argument forces a code path by processor-type code.
 // Old 32-bit programs align their stack to 4 bytes only, so there the workload runs from every such offset.
 #include <cpuid.h>
+#include <dlfcn.h>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -367,6 +368,18 @@ void printSelection() {
   fflush(stdout);
 }
 
+// The hidden index of variants lies so far from velStaticInit. What it is as selected, with the bit of AVX taken from the
+// mask of enabled features, and selected again.
+void printVariants(const char* distance) {
+  const auto variant = reinterpret_cast<const volatile Vel32s*>(
+      reinterpret_cast<intptr_t>(dlsym(RTLD_DEFAULT, "velStaticInit")) + atol(distance));
+  printf("variant=%d", *variant);
+  velSetCpuFeaturesMask(velGetEnabledCpuFeatures() & ~Vel64u(velCpuidAVX));
+  printf(" %d", *variant);
+  velStaticInit();
+  printf(" %d\n", *variant);
+}
+
 }  // namespace
 
 // Calls run with the stack so many bytes below a multiple of 16.
@@ -384,6 +397,7 @@ void callBelow(int, void (*run)()) { run(); }
 
 int main(int argc, char** argv) {
   printSelection();
+  if (argc > 2) printVariants(argv[2]);
   if (argc > 1 && velStaticInitCpu(atoi(argv[1])) != velStsNoErr) return 1;
   if (argc == 1 && velJumpIndexForMergedLibs == 0) return 0;
 

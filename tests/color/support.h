@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <vector>
+#include "support/caches.h"
 #include "support/image.h"
 
 enum class Format { kC3, kAC4, kP3, kC2, kWords, k420, k422 };
@@ -78,6 +79,18 @@ void convertEverySize(const Form (&forms)[n], std::mt19937& random, const Expect
           ASSERT_NO_FATAL_FAILURE(picture.expectConverted())
               << form.name << ' ' << width << " x " << height << ", layout " << &layout - kLayouts;
         }
+}
+
+// Converts pictures that are stored past the caches: rows that begin anywhere, and at even addresses.
+template <size_t n, class Expect>
+void convertPastCaches(const Form (&forms)[n], std::mt19937& random, const Expect& expect) {
+  for (const Form& form : forms)
+    for (const int pad : {0, 1}) {
+      if (form.dst != Format::kC3 && form.dst != Format::kWords) continue;
+      Picture picture(form, sizeBeyondCaches(form.dst == Format::kC3 ? 3 : 2), {form.hasSteps ? pad : 0}, random);
+      expect(picture);
+      ASSERT_NO_FATAL_FAILURE(picture.expectConverted()) << form.name << ", padding " << pad;
+    }
 }
 
 template <size_t n> void checkArguments(const Form (&forms)[n]) {

@@ -1,6 +1,7 @@
 // RGB to YCbCr, back, and to 16-bit words, against the formulas in plain integers.
 #include <algorithm>
 #include <array>
+#include "support/caches.h"
 #include "support/image.h"
 
 namespace {
@@ -159,6 +160,16 @@ TEST_P(Ycbcr, ConvertsEverySize) {
             ASSERT_NO_FATAL_FAILURE(picture.expectConverted(true)) << "in place";
           }
         }
+}
+
+// Rows that begin anywhere, and at even addresses.
+TEST_P(Ycbcr, WritesPastTheCaches) {
+  for (const Form& form : kForms)
+    for (const int pad : {0, 1}) {
+      if (form.dstPlanes != 1 || form.dstPixel == 4) continue;
+      Picture picture(form, sizeBeyondCaches(form.dstPixel), {}, {pad}, random);
+      ASSERT_NO_FATAL_FAILURE(picture.expectConverted()) << form.name << ", padding " << pad;
+    }
 }
 
 TEST_P(Ycbcr, ChecksItsArgumentsInOrder) {

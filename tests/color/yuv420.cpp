@@ -57,6 +57,7 @@ TEST_P(Yuv420, ConvertsEveryColour) {
   }
 }
 TEST_P(Yuv420, ConvertsEverySize) { convertEverySize(kForms, random, expectBlocks); }
+TEST_P(Yuv420, WritesPastTheCaches) { convertPastCaches(kForms, random, expectBlocks); }
 TEST_P(Yuv420, ChecksItsArgumentsInOrder) { checkArguments(kForms); }
 
 }  // namespace

@@ -48,6 +48,7 @@ TEST_P(Yuv422, ConvertsRandomColours) {
   }
 }
 TEST_P(Yuv422, ConvertsEverySize) { convertEverySize(kForms, random, expectRows); }
+TEST_P(Yuv422, WritesPastTheCaches) { convertPastCaches(kForms, random, expectRows); }
 TEST_P(Yuv422, ChecksItsArgumentsInOrder) { checkArguments(kForms); }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // The kernels that families share: copying, clearing, allocating, and widening bytes.
-#include <dlfcn.h>
 #include <algorithm>
 #include <cstdlib>
 #include <string>
@@ -9,10 +8,12 @@
 
 namespace {
 
-using Copy = VelStatus(const void*, void*, int);
-using CopyRows = void(const void*, int, void*, int, size_t len, int rows, bool isPastCaches);
-using Zero = VelStatus(void*, int);
-using Widen = VelStatus(const Vel8u*, int, void*, int, VeliSize);
+template <class T> using Copy = VelStatus(const T*, T*, int);
+using CopyRows = void(const Vel8u*, int, Vel8u*, int, size_t len, int rows, bool isPastCaches);
+template <class T> using Zero = VelStatus(T*, int);
+using Widen = VelStatus(const Vel8u*, int, Vel16u*, int, VeliSize);
+
+template <class T> T* as(Vel8u* p) { return reinterpret_cast<T*>(p); }
 
 constexpr Guard kEnds[] = {Guard::kBefore, Guard::kBehind};
 
@@ -36,18 +37,18 @@ struct Operands {
 class Kernels : public OnEveryPath {
  protected:
   template <class F> F* kernel(const std::string& name) const {
-    void* const found = dlsym(RTLD_DEFAULT, (std::string(GetParam().name) + "_" + name).c_str());
+    const auto found = kernelOf<F>(GetParam(), name);
     EXPECT_NE(found, nullptr) << name;
-    return reinterpret_cast<F*>(found);
+    return found;
   }
 
-  void checkCopyAndZero(Guard end, const std::string& type, int len, size_t away) const {
-    const size_t n = size_t(len) * (type == "8u" ? 1 : type == "16s" ? 2 : 4);
+  template <class T> void checkCopyAndZero(Guard end, const std::string& type, int len, size_t away) const {
+    const size_t n = size_t(len) * sizeof(T);
     const Operands copy(end, n, n, away), zero(end, 0, n, away);
     memcpy(copy.model, copy.from, n);
     memset(zero.model, 0, n);
-    ASSERT_EQ(kernel<Copy>("velsCopy_" + type)(copy.from, copy.to, len), 0);
-    ASSERT_EQ(kernel<Zero>("velsZero_" + type)(zero.to, len), 0);
+    ASSERT_EQ(kernel<Copy<T>>("velsCopy_" + type)(as<T>(copy.from), as<T>(copy.to), len), 0);
+    ASSERT_EQ(kernel<Zero<T>>("velsZero_" + type)(as<T>(zero.to), len), 0);
     ASSERT_TRUE(copy.asExpected()) << "copy " << type << ' ' << len << " away " << away;
     ASSERT_TRUE(zero.asExpected()) << "zero " << type << ' ' << len << " away " << away;
   }
@@ -73,7 +74,7 @@ class Kernels : public OnEveryPath {
         o.model[dstStep * y + 2 * x] = o.from[srcStep * y + x];
         o.model[dstStep * y + 2 * x + 1] = 0;
       }
-    ASSERT_EQ(kernel<Widen>("veliConvert_8u16u_C1R")(o.from, srcStep, o.to, dstStep, size), 0);
+    ASSERT_EQ(kernel<Widen>("veliConvert_8u16u_C1R")(o.from, srcStep, as<Vel16u>(o.to), dstStep, size), 0);
     ASSERT_TRUE(o.asExpected()) << size.width << " by " << size.height << ", steps " << srcStep << ", " << dstStep
                                 << ", away " << away;
   }
@@ -83,15 +84,15 @@ ORV_ON_EVERY_PATH(Kernels);
 TEST_P(Kernels, CopyAndZero) {
   for (Guard end : kEnds)
     for (size_t away = 0; away < 32; ++away) {
-      for (int len = 1; len <= 200; ++len) checkCopyAndZero(end, "8u", len, away);
+      for (int len = 1; len <= 200; ++len) checkCopyAndZero<Vel8u>(end, "8u", len, away);
       for (const int n : {1, 2, 7, 12, 31, 33, 64, 100, 128, 129, 200, 511, 1000})
         checkCopyRows(end, n, 3, n % 5, away);
-      for (int len = 1; len <= 20; ++len) checkCopyAndZero(end, "16s", len, away);
-      for (int len = 1; len <= 20; ++len) checkCopyAndZero(end, "32s", len, away);
+      for (int len = 1; len <= 20; ++len) checkCopyAndZero<Vel16s>(end, "16s", len, away);
+      for (int len = 1; len <= 20; ++len) checkCopyAndZero<Vel32s>(end, "32s", len, away);
     }
-  checkCopyAndZero(Guard::kBehind, "8u", 70000, 3);
-  const auto copy = kernel<Copy>("velsCopy_8u");
-  const auto zero = kernel<Zero>("velsZero_8u");
+  checkCopyAndZero<Vel8u>(Guard::kBehind, "8u", 70000, 3);
+  const auto copy = kernel<Copy<Vel8u>>("velsCopy_8u");
+  const auto zero = kernel<Zero<Vel8u>>("velsZero_8u");
   Vel8u some[8] = {1};
   EXPECT_EQ(copy(nullptr, some, 0), -8);
   EXPECT_EQ(copy(some + 4, nullptr, 0), -8);
@@ -112,7 +113,8 @@ TEST_P(Kernels, Widen) {
       for (auto steps : kSteps) checkWiden(end, {37, 5}, steps[0], steps[1], away);
     }
   const auto widen = kernel<Widen>("veliConvert_8u16u_C1R");
-  Vel8u src[8] = {}, dst[8] = {7};
+  Vel8u src[8] = {};
+  Vel16u dst[4] = {7};
   EXPECT_EQ(widen(nullptr, 0, dst, 0, {0, 0}), -8);
   EXPECT_EQ(widen(src, 0, nullptr, 0, {0, 0}), -8);
   for (VeliSize size : {VeliSize{0, 1}, {1, -1}}) EXPECT_EQ(widen(src, 0, dst, 0, size), -6);
@@ -129,7 +131,7 @@ TEST_P(Kernels, LargeBlocks) {
   constexpr int kWidth = 331;
   for (Guard end : kEnds) {
     const size_t away = end == Guard::kBefore ? 5 : 0;
-    checkCopyAndZero(end, "8u", n, away);
+    checkCopyAndZero<Vel8u>(end, "8u", n, away);
     for (int gap : {0, 1}) checkWiden(end, {kWidth, n / kWidth}, kWidth, 2 * kWidth + gap, away * 2);
   }
 }
@@ -137,14 +139,15 @@ TEST_P(Kernels, LargeBlocks) {
 TEST_P(Kernels, Malloc) {
   static size_t asked;
   i_malloc = [](size_t size) { return malloc(asked = size); };
-  for (size_t bytes : {1, 4}) {
-    const auto allocate = kernel<void*(int)>(bytes == 1 ? "velsMalloc_8u" : "velsMalloc_32f");
-    void* const p = allocate(25);
-    EXPECT_EQ(asked, 25 * bytes + 32 + sizeof(void*));
+  const auto check = [this](auto* allocate) {
+    auto* const p = allocate(25);
+    EXPECT_EQ(asked, 25 * sizeof *p + 32 + sizeof(void*));
     EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % 32, 0u);
     kernel<void(void*)>("velsFree")(p);
     for (int len : {0, -7}) EXPECT_EQ(allocate(len), nullptr);
-  }
+  };
+  check(kernel<Vel8u*(int)>("velsMalloc_8u"));
+  check(kernel<Vel32f*(int)>("velsMalloc_32f"));
   i_malloc = malloc;
 }
 

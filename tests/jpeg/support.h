@@ -1,6 +1,5 @@
 // What the tests of the JPEG families share.
 #pragma once
-#include <dlfcn.h>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -24,11 +23,6 @@ inline std::array<int, 64> zigzagOrder() {
       if (row < 8 && column < 8) order[k++] = 8 * row + column;
     }
   return order;
-}
-
-// A kernel of one path by its name without prefix; null where the path has none.
-template <class F> F* kernelOf(const Path& path, const char* name) {
-  return reinterpret_cast<F*>(dlsym(RTLD_DEFAULT, (std::string(path.name) + '_' + name).c_str()));
 }
 
 // Any 16 bits, every other time one at the ends of the range or near zero.

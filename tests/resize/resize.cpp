@@ -1,5 +1,4 @@
 // Resizing against the model, on every code path; the paths must agree bit for bit.
-#include <dlfcn.h>
 #include <sys/mman.h>
 #include <algorithm>
 #include <array>
@@ -71,13 +70,13 @@ class Call {
   void expectResized(const Path& path) {
     SCOPED_TRACE(testing::Message() << l.name << ' ' << g);
     const std::vector<Copied> before = dst.copy();
-    velStaticInitCpu(kPaths[0].code);
+    forcePath(kPaths[0]);
     ASSERT_NO_FATAL_FAILURE(run());
     for (size_t i = 0; i < dst.size() && path.index == kPaths[0].index; ++i)
       ASSERT_NO_FATAL_FAILURE(compare(dst[i], src[i], before[i]));
     const std::vector<Copied> first = dst.copy();
     for (size_t i = 0; i < dst.size(); ++i) dst[i].restore(before[i]);
-    velStaticInitCpu(path.code);
+    forcePath(path);
     ASSERT_NO_FATAL_FAILURE(run());
     ASSERT_TRUE(expectSame(dst, first));
   }
@@ -322,6 +321,29 @@ TEST_P(Resize, KeepsThingsInTheirPlaces) {
       }
 }
 
+// A buffer of just the size that is asked for holds a method's tables and sums, between pages that no one may touch:
+// at all small sizes, where the least room is left.
+TEST_P(Resize, FitsIntoTheBuffer) {
+  for (const int method : kMethods)
+    for (const int flag : {0, model::kAntialias})
+      for (int from = 1; from <= 12; ++from)
+        for (int to = 1; to <= 12; ++to) {
+          if (method == velInterSuper && to > from) continue;
+          const int height = 1 + below(3), dstHeight = method == velInterSuper ? height : 1 + below(5);
+          Call call(kForms[below(6)],
+                    {{from, height},
+                     {0, 0, from, height},
+                     {0, 0, to, dstHeight},
+                     double(to) / from,
+                     double(dstHeight) / height,
+                     0,
+                     0,
+                     method | flag},
+                    random);
+          ASSERT_NO_FATAL_FAILURE(call.run()) << call.l.name << ' ' << call.g;
+        }
+}
+
 class ResizeArguments : public OnEveryPath {};
 ORV_ON_EVERY_PATH(ResizeArguments);
 
@@ -494,11 +516,11 @@ TEST_P(ResizeWeights, AreThoseOfTheMethod) {
                   {"ownpi_Cubic3Kernel", velInterCubicB05C03, 4},
                   {"ownpi_Lanczos3", velInterLanczos, 6}};
   for (const auto& k : kKernels) {
-    void* const found = dlsym(RTLD_DEFAULT, (std::string(GetParam().name) + '_' + k.name).c_str());
-    ASSERT_NE(found, nullptr) << k.name;
+    const auto weigh = kernelOf<void(const float*, int, float*)>(GetParam(), k.name);
+    ASSERT_NE(weigh, nullptr) << k.name;
     const int count = int(std::size(fractions)) - (k.taps == 6);  // Lanczos' window takes no NaN
     std::vector<float> weights(size_t(count * k.taps + 1), 7.f);
-    reinterpret_cast<void (*)(const float*, int, float*)>(found)(fractions, count, weights.data());
+    weigh(fractions, count, weights.data());
     EXPECT_EQ(weights.back(), 7);
     for (int i = 0; i < count; ++i) {
       double sum = 0;

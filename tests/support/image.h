@@ -165,14 +165,14 @@ inline testing::AssertionResult compareMemory(const Vel8u* got, const Vel8u* exp
   out << ": " << shown(got + i, pixel) << ", not " << shown(expected + i, pixel) << "; " << wrong << " of "
       << shape.bytes << " bytes";
   if (const unsigned* seed = Random::seedInUse()) out << "; seed " << *seed;
-  return testing::AssertionFailure() << out.str() << "; path " << pathInForce();
+  return testing::AssertionFailure() << out.str() << "; path " << pathInForce().name;
 }
 
 // Whether memory holds what is expected, in padding and up to the guard pages, too: ASSERT_TRUE(expectSame(...)).
 inline testing::AssertionResult expectSame(const Plane& got, const Copied& expected) {
   const testing::AssertionResult result = compareMemory(got.memory.data(), expected.memory.data(), got);
   if (!result || got.memory.intact()) return result;
-  return testing::AssertionFailure() << "written outside the plane's memory; path " << pathInForce();
+  return testing::AssertionFailure() << "written outside the plane's memory; path " << pathInForce().name;
 }
 inline testing::AssertionResult expectSame(const Planes& got, const std::vector<Copied>& expected) {
   for (size_t i = 0; i < got.size(); ++i)
@@ -188,7 +188,7 @@ template <class T> testing::AssertionResult expectSame(const T* got, const T* ex
 template <class T> testing::AssertionResult expectSame(const std::vector<T>& got, const std::vector<T>& expected) {
   if (got.size() == expected.size()) return expectSame(got.data(), expected.data(), got.size());
   return testing::AssertionFailure() << got.size() << " elements, not " << expected.size() << "; path "
-                                     << pathInForce();
+                                     << pathInForce().name;
 }
 // Blocks of 8 by 8.
 template <class T>

@@ -1,17 +1,18 @@
 // The code paths, for tests that run on every one of them.
 #pragma once
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <ostream>
+#include <string>
 #include "tools/support/code_paths.h"
 
 using Path = CodePath;
 inline constexpr auto& kPaths = kCodePaths;
 inline std::ostream& operator<<(std::ostream& out, const Path& path) { return out << path.name; }
-// The path that calls take now. Index 1 has the bodies of index 0.
-inline const char* pathInForce() {
-  for (const Path& path : kPaths)
-    if (path.index == velJumpIndexForMergedLibs) return path.name;
-  return kPaths[0].name;
+// A kernel of one path by its name without prefix; null where the path has none.
+template <class F> F* kernelOf(const Path& path, const std::string& name) {
+  const std::string prefix(path.name, 2);
+  return reinterpret_cast<F*>(dlsym(RTLD_DEFAULT, (prefix + '_' + name).c_str()));
 }
 
 // A fixture whose tests run once per code path, with that path forced:
@@ -22,7 +23,7 @@ class OnEveryPath : public testing::TestWithParam<Path> {
  protected:
   void SetUp() override {
     if (!processorHas(GetParam())) GTEST_SKIP() << "this processor cannot run " << GetParam();
-    ASSERT_EQ(velStaticInitCpu(GetParam().code), velStsNoErr);
+    ASSERT_EQ(forcePath(GetParam()), velStsNoErr);
     ASSERT_EQ(velJumpIndexForMergedLibs, GetParam().index);
   }
   void TearDown() override { velStaticInit(); }

@@ -36,7 +36,7 @@ constexpr char kHelp[] =
     "           range. There is no way back\n"
     "\n"
     "  --strict      refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME   use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --path NAME   use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
     "  --help        show this\n";
 
 // ---- Formats

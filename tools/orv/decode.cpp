@@ -20,7 +20,7 @@ constexpr char kHelp[] =
     "marker; that is said, and the exit status is 2.\n"
     "\n"
     "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
     "  --fused         decode 4:2:0 with the library's fused primitive; its colours are\n"
     "                  those of analogue video's YUV, a little off the true ones\n"
     "  --max-pixels N  refuse larger pictures (default 268435456, at most 1073741824)\n"

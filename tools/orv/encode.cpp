@@ -26,7 +26,7 @@ constexpr char kHelp[] =
     "                  and up to 6 bytes of memory a pixel\n"
     "  --restart N     a restart marker every N MCUs (1 to 65535)\n"
     "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
     "  --time          print the median time of encoding in memory\n"
     "  --repeat N      ... of N runs (default 11)\n"
     "  --help          show this\n";

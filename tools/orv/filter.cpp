@@ -22,7 +22,7 @@ constexpr char kHelp[] =
     "\n"
     "  --box WxH       the size of the box (1 to 9999 a side)\n"
     "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
     "  --help          show this\n";
 
 constexpr int kLargestBox = 9999;

@@ -46,7 +46,10 @@ int runInfo(int argc, char** argv) {
   line("processor features", featureNames(features) + " (" + mask(features) + ")");
   status(known, "the processor has no CPUID that would tell its features");
   const VelStatus selected = velStaticInit();
-  line("code path", selectedPath().name + (" (index " + std::to_string(velJumpIndexForMergedLibs) + ")"));
+  const CodePath& path = pathInForce();
+  const std::string index = "index " + std::to_string(velJumpIndexForMergedLibs);
+  const bool isAvx2 = path.index == 5 && __builtin_cpu_supports("avx2");
+  line("code path", path.name + (" (" + index + (isAvx2 ? ", with AVX2)" : ")")));
   status(selected, selected == velStsNonNemlorCpu
                        ? "all is well: the path is chosen by features alone, whatever make the processor is of"
                        : "the processor lacks SSE2, which every code path needs");

@@ -25,12 +25,6 @@ constexpr struct {
 
 }  // namespace
 
-const CodePath& selectedPath() {
-  for (const CodePath& path : kCodePaths)
-    if (path.index == velJumpIndexForMergedLibs) return path;
-  return kCodePaths[0];  // index 1 has the same bodies as index 0
-}
-
 void selectPath(const std::string& name) {
   const Vel64u features = processorFeatures();
   for (const CodePath& path : kCodePaths) {
@@ -38,10 +32,10 @@ void selectPath(const std::string& name) {
     if ((features & path.needs) != path.needs)
       throw std::runtime_error("this processor cannot run code path " + name + ": it lacks " +
                                featureNames(path.needs & ~features));
-    velStaticInitCpu(path.code);
+    forcePath(path);
     return;
   }
-  throw UsageError("there is no code path '" + name + "', only w7, v8, s8, p8 and g9");
+  throw UsageError("there is no code path '" + name + "', only w7, v8, s8, p8, g9_avx and g9");
 }
 
 void requireSse2() {

@@ -3,7 +3,6 @@
 #include <string>
 #include "tools/support/code_paths.h"
 
-const CodePath& selectedPath();
 // Selects a path by name; throws UsageError where there is no such path, std::runtime_error where the processor lacks
 // what it needs.
 void selectPath(const std::string& name);

@@ -59,7 +59,7 @@ int PpmReader::character() {
   return c;
 }
 
-// A number with white space in front of it, and the one white space behind it.
+// A number with white space in front of it, and the one white space after it.
 int PpmReader::number() {
   int c = character(), value = 0;
   while (isspace(c)) c = character();

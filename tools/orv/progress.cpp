@@ -7,7 +7,7 @@
 
 namespace {
 
-// Of the terminal. The last column stays free: some terminals begin a new line behind it.
+// Of the terminal. The last column stays free: some terminals begin a new line after it.
 size_t columns() {
   winsize size = {};
   const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;

@@ -34,7 +34,7 @@ constexpr char kHelp[] =
     "  --antialias     the contrary, and what is done without either\n"
     "  --quality N     of a JPEG, 1 to 100 (default 85)\n"
     "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
     "  --time          print the median time of resizing in memory, and the pixels that it\n"
     "                  makes in a second\n"
     "  --repeat N      ... of N runs (default 11)\n"

@@ -23,7 +23,7 @@ constexpr char kHelp[] =
     ".pgm, .pnm).\n"
     "\n"
     "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
     "  --help          show this\n";
 
 constexpr int kMethods = int(std::size(kResizeMethods)), kColumns = 4, kKinds = 3;

@@ -19,7 +19,7 @@ constexpr char kHelp[] =
     "  --order ORDER   what the red, green and blue of OUT are taken from, a letter each:\n"
     "                  bgr exchanges red and blue, ggg shows green in grey\n"
     "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
     "  --help          show this\n";
 
 struct Order {

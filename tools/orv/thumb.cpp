@@ -23,7 +23,7 @@ constexpr char kHelp[] =
     "\n"
     "Makes a thumbnail, a JPEG, of each photo in a folder: of files that are JPEG or binary\n"
     "PPM or PGM by their name or content. Folders in it are left alone. A thumbnail has its\n"
-    "photo's name, and .jpg behind it where the photo is no JPEG by name. OUTFOLDER is made\n"
+    "photo's name, with .jpg added where the photo is no JPEG by name. OUTFOLDER is made\n"
     "where it is missing; thumbnails that are there are replaced. Each pixel is the mean of\n"
     "the area that it covers. What a camera notes beside the picture, such as which side is\n"
     "up, is not kept.\n"
@@ -34,7 +34,7 @@ constexpr char kHelp[] =
     "  --size N        the longest side in pixels (default 256); smaller photos keep theirs\n"
     "  --quality N     1 to 100 (default 85)\n"
     "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8 or g9\n"
+    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
     "  --help          show this\n";
 
 struct Arguments {

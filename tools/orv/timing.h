@@ -17,5 +17,5 @@ template <class Work> void printMedianTime(int repeat, const Work& work) {
   }
   std::sort(times.begin(), times.end());
   const double median = (times[times.size() / 2] + times[(times.size() - 1) / 2]) / 2;
-  printf("%s: %.3f ms, %.1f MP/s\n", selectedPath().name, median * 1e3, megapixels / median);
+  printf("%s: %.3f ms, %.1f MP/s\n", pathInForce().name, median * 1e3, megapixels / median);
 }

@@ -1,0 +1,79 @@
+// Swapping channels by shuffling bytes: one shuffle swaps a group, whatever the order is. A group is as many pixels as have
+// four bytes in each channel, and a block four groups (see selection.h).
+#pragma once
+#include "image/swap/selection.h"
+
+namespace {
+
+template <class F> class Blocks {
+ public:
+  static constexpr int kMargin = 0;
+  static constexpr bool kMayStream = !F::kKeeps;
+
+  explicit Blocks(const Selection& s) : Blocks(s, codes(s)) {}
+  // Two in a turn: a loop within one line of the instruction cache may store only once in a cycle.
+  template <bool kStreams> void swap(const Vel8u* src, Vel8u* dst, size_t count) const {
+    const Blocks masks = *this;  // which the stores cannot reach
+    for (; count > 1; count -= 2, src += 2 * kFromBlock, dst += 2 * kToBlock) {
+      if constexpr (sizeof(Lanes) > sizeof(Lane)) {
+        masks.blocks<Lanes, kStreams>(src, dst);
+      } else {
+        masks.blocks<Lane, kStreams>(src, dst);
+        masks.blocks<Lane, kStreams>(src + kFromBlock, dst + kToBlock);
+      }
+    }
+    lanesEnd();
+    if (count) masks.blocks<Lane, kStreams>(src, dst);
+  }
+
+ private:
+  static constexpr int kFromBlock = 4 * F::kFromGroup, kToBlock = 4 * F::kToGroup;
+
+  Blocks(const Selection& s, Lane codes)
+      : unselected_(s, codes),
+        early_(F::kTo == 3 ? shuffle32<0, 0, 1, 2>(codes) : codes),
+        late_(F::kTo == 3 ? shuffle32<0, 1, 2, 2>(codes) : codes),
+        last_(add8(late_, all8(16 - F::kFromGroup))) {}
+
+  // A block in each lane.
+  template <class V, bool kStreams> ORV_INLINE void blocks(const Vel8u* src, Vel8u* dst) const {
+    if constexpr (F::kTo == 3) {
+      // Dwords of the groups: a0 a0 a1 a2 | b0 b0 b1 b2 | c0 c1 c2 c2 | d0 d1 d2 d2
+      const V a = group<V>(src, 0), b = group<V>(src, 1), c = group<V>(src, 2), d = group<V>(src, 3);
+      put<kStreams>(dst, align8<4>(a, b), kToBlock);        // a0 a1 a2 b0
+      put<kStreams>(dst + 16, align8<8>(b, c), kToBlock);   // b1 b2 c0 c1
+      put<kStreams>(dst + 32, align8<12>(c, d), kToBlock);  // c2 d0 d1 d2
+    } else if constexpr (F::kFrom == 4 && sizeof(V) > sizeof(Lane)) {
+      // All groups are alike, so neighbours may stand in the lanes.
+      ORV_UNROLL for (int i = 0; i < 4 * int(sizeof(V)); i += int(sizeof(V)))
+          unselected_.template storeWith<kStreams>(shuffle8(load<V>(src + i), repeated<V>(early_)), dst + i);
+    } else if constexpr (sizeof(V) > sizeof(Lane)) {
+      ORV_UNROLL for (int i = 0; i < 4; ++i)
+          unselected_.template storeWith<kStreams>(group<V>(src, i), dst + 16 * i, kToBlock);
+    } else {
+      ORV_UNROLL for (int i = 0; i < 4; i += 2)
+          unselected_.template storeWith<kStreams>(group<V>(src, i), group<V>(src, i + 1), dst + 16 * i);
+    }
+  }
+  // The i-th of a block. The last one of three channels is loaded at the end of its vector, so that nothing after the block
+  // is read.
+  template <class V> V group(const Vel8u* src, int i) const {
+    const Lane mask = i == 3 ? last_ : i == 2 ? late_ : early_;
+    return shuffle8(load<V>(src + i * F::kFromGroup - (i == 3 ? 16 - F::kFromGroup : 0), kFromBlock),
+                    repeated<V>(mask));
+  }
+  // For each byte of a destination group its place in the source group, or kValue or kKept.
+  static Lane codes(const Selection& s) {
+    Vel8u code[16] = {};
+    for (int i = 0; i < F::kToGroup; ++i) {
+      const int pixel = i / F::kToPixel, channel = s.channel[i / F::kBytes % F::kTo];
+      code[i] = Vel8u(channel < 0 ? channel : pixel * F::kFromPixel + channel * F::kBytes + i % F::kBytes);
+    }
+    return load(code);
+  }
+
+  Unselected<F> unselected_;
+  Lane early_, late_, last_;  // of groups 0 and 1, of 2, of 3
+};
+
+}  // namespace
