@@ -269,6 +269,12 @@ ORV_INLINE void convertRow(const Place<Src>& source, const Place<Dst>& destinati
     convertTail<Kernel, kKeepsFourth>(source.strip, src.x + x, destination.strip, dst.x + x, int(pixels - x));
 }
 
+// The same as a function of its own: the few pixels beside those that go past the caches.
+template <class Kernel, class Src, class Dst>
+__attribute__((noinline)) void convertBeside(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t pixels) {
+  convertRow<Kernel, LastPixels::kOnce>(src, dst, pixels);
+}
+
 // A row that goes past the caches, one destination row in a strip: whole lines of it by Kernel::PastCaches, the others by
 // Kernel. A line that is written in part, or in both ways, takes many times as long. 64 pixels are whole lines.
 template <class Kernel, int kBytes, class Src, class Dst>
@@ -278,12 +284,12 @@ ORV_INLINE void convertRowPastCaches(const Place<Src>& src, const Place<Dst>& ds
   const ptrdiff_t head = ptrdiff_t(kBytes == 3 ? toLine * 43 % kLine : toLine / kBytes);
   const ptrdiff_t end = head + ((pixels - head) & ~ptrdiff_t(63));
   if (toLine % 2 != 0 || head % 2 != 0 || pixels < head + 64)
-    return convertRow<Kernel, LastPixels::kOnce>(src, dst, pixels);
-  convertRow<Kernel, LastPixels::kOnce>(src, dst, head);
+    return convertBeside<Kernel>(src, dst, pixels);
+  convertBeside<Kernel>(src, dst, head);
   for (ptrdiff_t x = head; x < end; x += int(sizeof(Lanes)))
     Kernel::PastCaches::template convert<Lanes>(src.at(x), dst.at(x));
   lanesEnd();
-  convertRow<Kernel, LastPixels::kOnce>(src.at(end), dst.at(end), pixels - end);
+  convertBeside<Kernel>(src.at(end), dst.at(end), pixels - end);
 }
 template <class Kernel, LastPixels kLast, class Format, class Src, class Dst>
 ORV_INLINE void convertRowOf(bool isPastCaches, const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t pixels) {

@@ -31,7 +31,7 @@ template <class V> struct Luma {
         odd(lumaTimes256(p.r.odd, p.g.odd, p.b.odd) & all16<V>(0xFF00)) {}
   V bytes() const { return even | odd; }
   V evenThenOdd() const { return narrow16To8U(even, shiftRightU16(odd, 8)); }
-  V sumsOfPairs() const { return addPairsU8(bytes()); }
+  V sumsOfPairs() const { return addLowAndHighU8(even, odd); }
 };
 
 // ---- Chroma

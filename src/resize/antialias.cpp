@@ -177,7 +177,7 @@ ORV_INLINE void filterPixelRow(const Lists& columns, const Vel8u* row, int width
     if (kChannels == 4 || x + 1 < columns.count)
       store(to, sum);
     else
-      storeFirst(to, asBits(sum), 3 * sizeof *to);
+      storeFirst(to, sum, 3);
   }
 }
 

@@ -84,12 +84,12 @@ ORV_OPERATION(mulAddPairs8, maddubs_epi16)
 ORV_OPERATION(mulRound16, mulhrs_epi16)
 #endif
 
-// Words of unsigned bytes 0 + 1, 2 + 3, ...
-template <class V> ORV_INLINE V addPairsU8(V v) {
+// Sums of unsigned bytes, as words, from bytes in the low halves of words and bytes in the high halves of others.
+template <class V> ORV_INLINE V addLowAndHighU8(V low, V high) {
 #if ORV_HAS_SHUFFLE
-  return mulAddPairs8(v, all8<V>(1));
+  return mulAddPairs8(low | high, all8<V>(1));
 #else
-  return add16(v & all16(0xFF), _mm_srli_epi16(v, 8));
+  return add16(low, _mm_srli_epi16(high, 8));
 #endif
 }
 // Words of unsigned bytes 0 - 1, 2 - 3, ...
