@@ -49,13 +49,16 @@ template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* con
       convertPastCaches<Format>(pSrc, srcStep, pDst, dstStep, width, size.height & ~1);
       return status;
     }
-  convertStrips(stripOfYuv<const Vel8u, 2>(pSrc, srcStep), stripOf<Format, 2>(pDst, dstStep), size.height / 2,
-                [=](const auto& src, const auto& dst) {
-                  if (width == 16)  // the tile of a JPEG MCU
-                    convertOnce<Kernel>(src.strip, 0, dst.strip, 0);
-                  else
-                    convertRow<Kernel, LastPixels::kMayRepeat, Format::kKeepsFourth>(src, dst, width);
-                });
+  const auto convertAll = [&](const auto& convertStrip) __attribute__((always_inline)) {
+    convertStrips(stripOfYuv<const Vel8u, 2>(pSrc, srcStep), stripOf<Format, 2>(pDst, dstStep), size.height / 2,
+                  convertStrip);
+  };
+  if (width == 16)  // the tile of a JPEG MCU
+    convertAll([](const auto& src, const auto& dst) { Kernel::template convert<Lane>(src, dst); });
+  else
+    convertAll([=](const auto& src, const auto& dst) {
+      convertRow<Kernel, LastPixels::kMayRepeat, Format::kKeepsFourth>(src, dst, width);
+    });
   return status;
 }
 
