@@ -1,9 +1,9 @@
 // The vocabulary that the families are written in: vectors of 16-byte lanes, and operations that each have one meaning
 // and are the path's best instruction sequence for it. What differs between paths lives here.
 //
-// A Lane is 16 bytes. Lanes is as many of them as the path works on side by side; here that is one. An operation acts
-// within each lane, so shuffles, narrowing and multiply-adds that are thought through for 16 bytes hold for any number:
-// the other lanes hold different pieces of the same work. Floats is the path's vector of floats.
+// A Lane is 16 bytes. Lanes is as many of them as are worked on side by side: two in the variant avx2, else one. An
+// operation acts within each lane, so shuffles, narrowing and multiply-adds that are thought through for 16 bytes hold for
+// any number: the other lanes hold different pieces of the same work. Floats is the path's vector of floats.
 //
 // Names: a number is the width of the elements in bits, U says that they are unsigned where that matters, Sat that
 // results saturate. Element 0 is the one at the lowest address. Bits are combined with the operators & | ^ ~.

@@ -65,7 +65,6 @@ ORV_INLINE Lane asBits(Floats4 v) { return _mm_castps_si128(v); }
 ORV_INLINE Floats4 asFloats(Lane v) { return _mm_castsi128_ps(v); }
 ORV_INLINE Floats4 bitAnd(Floats4 a, Floats4 b) { return _mm_and_ps(a, b); }
 ORV_INLINE Floats4 bitOr(Floats4 a, Floats4 b) { return _mm_or_ps(a, b); }
-ORV_INLINE Floats4 bitXor(Floats4 a, Floats4 b) { return _mm_xor_ps(a, b); }
 ORV_INLINE Floats4 min(Floats4 a, Floats4 b) { return _mm_min_ps(a, b); }            // b where one is a NaN
 ORV_INLINE Lane atMost(Floats4 a, Floats4 b) { return asBits(_mm_cmple_ps(a, b)); }  // all bits where a <= b
 // Floats and integers. toNearest rounds as SSE's control register says, ties to even as a rule; what no integer holds,
@@ -88,7 +87,6 @@ ORV_INLINE Dwords asBits(Floats v) { return _mm256_castps_si256(v); }
 ORV_INLINE Floats asFloats(Dwords v) { return _mm256_castsi256_ps(v); }
 ORV_INLINE Floats bitAnd(Floats a, Floats b) { return _mm256_and_ps(a, b); }
 ORV_INLINE Floats bitOr(Floats a, Floats b) { return _mm256_or_ps(a, b); }
-ORV_INLINE Floats bitXor(Floats a, Floats b) { return _mm256_xor_ps(a, b); }
 ORV_INLINE Floats min(Floats a, Floats b) { return _mm256_min_ps(a, b); }
 ORV_INLINE Dwords atMost(Floats a, Floats b) { return asBits(_mm256_cmp_ps(a, b, _CMP_LE_OQ)); }
 ORV_INLINE Floats toFloats(Dwords v) { return _mm256_cvtepi32_ps(v); }
