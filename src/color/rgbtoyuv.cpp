@@ -58,15 +58,15 @@ template <int kRows, class V> ORV_INLINE V chromaOf(const Shared<V>& s) {
 
 struct FromC3 {
   using Format = C3;
-  template <class V, class Rows> static ORV_INLINE PixelWords<V> load(const Rows& rows) {
-    prefetch(rows[0], kRowAhead);  // the hardware prefetcher does not follow steps of 48 bytes
-    return load3Times256<V>(rows[0]);
+  template <class V, class Row> static ORV_INLINE PixelWords<V> load(const Row& row) {
+    prefetch(row[0], kRowAhead);  // the hardware prefetcher does not follow steps of 48 bytes
+    return load3Times256<V>(row[0]);
   }
 };
 struct FromP3 {
   using Format = P3;
-  template <class V, class Rows> static ORV_INLINE PixelWords<V> load(const Rows& rows) {
-    return splitTimes256(P3::load<V>(rows));
+  template <class V, class Row> static ORV_INLINE PixelWords<V> load(const Row& row) {
+    return splitTimes256(P3::load<V>(row));
   }
 };
 
@@ -83,15 +83,17 @@ struct LonePixel {
     v = Vel8u(fromR < 0 ? 0 : fromR > 255 ? 255 : fromR);
   }
 };
-ORV_INLINE LonePixel loneOf(const Place<Strip<const Vel8u, 6>>& s) { return {s[0][0], s[0][1], s[0][2]}; }
-ORV_INLINE LonePixel loneOf(const Place<Strip<const Vel8u, 2, 2, 2>>& s) { return {s[0][0], s[1][0], s[2][0]}; }
+ORV_INLINE LonePixel loneOf(const Place<Strip<const Vel8u, Plane<6>>>& s) { return {s[0][0], s[0][1], s[0][2]}; }
+ORV_INLINE LonePixel loneOf(const Place<Strip<const Vel8u, Plane<2>, Plane<2>, Plane<2>>>& s) {
+  return {s[0][0], s[1][0], s[2][0]};
+}
 
 // ---- Kernels
 
 // A row of sixteen pixels a lane: its luma goes to use(luma).
-template <class Source, class V, class Rows, class Use>
-ORV_INLINE Shared<V> convertPixels(const Rows& rows, const Use& use) {
-  const PixelWords<V> p = Source::template load<V>(rows);
+template <class Source, class V, class Row, class Use>
+ORV_INLINE Shared<V> convertPixels(const Row& row, const Use& use) {
+  const PixelWords<V> p = Source::template load<V>(row);
   const V r = mean(p.r), b = mean(p.b);  // before luma: fewer registers are in use at once
   const Luma<V> luma(p);
   use(luma);
@@ -105,16 +107,18 @@ template <class V> ORV_INLINE void storePlanar(Vel8u* u, Vel8u* v, V chroma) {
 template <class Source> struct To420 {
   template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     Shared<V> rows[2];
-    ORV_UNROLL for (int r = 0; r < 2; ++r) rows[r] = convertPixels<Source, V>(
-        src.from(r * Source::Format::kPlanes), [&](const Luma<V>& luma) { store(dst[r], luma.bytes()); });
-    storePlanar(dst[2], dst[3], chromaOf<2>(mean(rows[0], rows[1])));
+    ORV_UNROLL for (int r = 0; r < 2; ++r) rows[r] =
+        convertPixels<Source, V>(src.row(r), [&](const Luma<V>& luma) { store(dst.row(r)[0], luma.bytes()); });
+    storePlanar(dst[1], dst[2], chromaOf<2>(mean(rows[0], rows[1])));
   }
 };
 
 // Rows of luma, U and V. kOwnChroma: a lone last pixel has a U and a V sample of its own.
 template <bool kOwnChroma> struct Planar422 {
-  using Dest = Strip<Vel8u, 2, 1, 1>;
-  static Dest strip(Vel8u* const planes[3], const int step[3]) { return stripOfYuv<Vel8u, 1>(planes, step); }
+  using Dest = Strip<Vel8u, Plane<2>, Plane<1>, Plane<1>>;
+  static ORV_INLINE Strips<Dest> strips(Vel8u* const planes[3], const int step[3]) {
+    return stripsOfYuv<Vel8u, 1>(planes, step);
+  }
   template <class V> static ORV_INLINE void store(const Place<Dest>& dst, const Luma<V>& luma, V chroma) {
     ::store(dst[0], luma.bytes());
     storePlanar(dst[1], dst[2], chroma);
@@ -128,8 +132,8 @@ template <bool kOwnChroma> struct Planar422 {
 };
 // Y0 U Y1 V for each pair; Y U of a lone pixel.
 struct Packed422 {
-  using Dest = Strip<Vel8u, 4>;
-  static Dest strip(Vel8u* image, int step) { return {{image}, {step}}; }
+  using Dest = Strip<Vel8u, Plane<4>>;
+  static ORV_INLINE Strips<Dest> strips(Vel8u* image, int step) { return {{{image}, step}, {step}}; }
   template <class V> static ORV_INLINE void store(const Place<Dest>& dst, const Luma<V>& luma, V chroma) {
     const V y = luma.evenThenOdd();
     const V yu = interleaveLow8(y, chroma), yv = interleaveHigh8(y, chroma);  // Y0 U Y2 U ... | Y1 V Y3 V ...
@@ -157,9 +161,10 @@ ORV_INLINE VelStatus convert420(Src pSrc, int srcStep, Vel8u* const pDst[3], con
   ORV_CHECK(checkPointers(dstStep));
   ORV_CHECK(checkImages(pSrc, pDst, size));
   const int width = size.width & ~1;
-  convertStrips(
-      stripOf<typename Source::Format, 2>(pSrc, srcStep), stripOfYuv<Vel8u, 2>(pDst, dstStep), size.height / 2,
-      [=](const auto& src, const auto& dst) { convertRow<To420<Source>, LastPixels::kMayRepeat>(src, dst, width); });
+  convertStrips(stripsOf<typename Source::Format, 2>(pSrc, srcStep), stripsOfYuv<Vel8u, 2>(pDst, dstStep),
+                size.height / 2, [=](const auto& src, const auto& dst) ORV_INLINED {
+                  convertRow<To420<Source>, LastPixels::kMayRepeat>(src, dst, width);
+                });
   return (size.width | size.height) & 1 ? velStsDoubleSize : velStsNoErr;
 }
 template <class Layout, class Source, class Src, class Dst, class Step>
@@ -167,8 +172,8 @@ ORV_INLINE VelStatus convert422(Src pSrc, int srcStep, Dst pDst, Step dstStep, V
   ORV_CHECK(checkImages(pSrc, pDst, size));
   const int pairs = size.width / 2;
   const bool hasLone = size.width % 2 != 0;
-  convertStrips(stripOf<typename Source::Format, 1>(pSrc, srcStep), Layout::strip(pDst, dstStep), size.height,
-                [=](const auto& src, const auto& dst) {
+  convertStrips(stripsOf<typename Source::Format, 1>(pSrc, srcStep), Layout::strips(pDst, dstStep), size.height,
+                [=](const auto& src, const auto& dst) ORV_INLINED {
                   convertRow<To422<Source, Layout>, LastPixels::kMayRepeat>(src, dst, 2 * pairs);
                   if (hasLone) Layout::storeLone(dst.at(2 * pairs), loneOf(src.at(2 * pairs)));
                 });

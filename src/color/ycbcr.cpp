@@ -48,7 +48,7 @@ template <bool kGreenTwice, class V> struct Forward {
 template <int kPixel, int kAt, class V> ORV_INLINE V greenTwice(V v) {
   return shuffle8(v, bytePattern<V>([](int i) { return kAt + i / 4 * kPixel + (i % 4 == 3 ? 1 : i % 4); }));
 }
-template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 6>>& src) {
+template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, Plane<6>>>& src) {
   const Vel8u* const p = src[0];
   return convertHalves<kInOrder>([=](int half) {
     if (half == 0) return Forward<true, V>(greenTwice<3, 0>(load<V>(p, 48)), greenTwice<3, 0>(load<V>(p + 12, 48)));
@@ -59,7 +59,7 @@ template <class V> ORV_INLINE Forward<true, V> forward4(V a, V b) {
   return Forward<true, V>(greenTwice<4, 0>(a), greenTwice<4, 0>(b));
 }
 #else
-template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 6>>& src) {
+template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, Plane<6>>>& src) {
   const Vel8u* const p = src[0];
   // Two pixels in each half of a vector: the even ones begin at dwords, the odd ones a byte before.
   const V a = loadHalves(p, p + 6), b = loadHalves(p + 12, p + 18), c = loadHalves(p + 24, p + 30);
@@ -72,7 +72,7 @@ template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 6>>& s
 }
 template <class V> ORV_INLINE Forward<false, V> forward4(V a, V b) { return Forward<false, V>(a, b); }
 #endif
-template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 2, 2, 2>>& src) {
+template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, Plane<2>, Plane<2>, Plane<2>>>& src) {
   const Pixels<kInOrder, V> p = P3::load<V>(src);
   return convertHalves<kInOrder>([=](int half) {
     const V rg = half ? interleaveHigh8(p.r, p.g) : interleaveLow8(p.r, p.g);
@@ -123,24 +123,23 @@ ORV_INLINE VelStatus convertImage(Src pSrc, int srcStep, Dst pDst, int dstStep, 
   const ptrdiff_t width = size.width;
   const bool isInPlace = static_cast<const void*>(pSrc) == static_cast<const void*>(pDst);
   const bool isPastCaches = !isInPlace && goesPastCaches<To>(size);
-  convertStrips(stripOf<From, 1>(pSrc, srcStep), stripOf<To, 1>(pDst, dstStep), size.height,
-                [&](const auto& src, const auto& dst) { convertOne(isPastCaches, src, dst, width); });
+  convertStrips(stripsOf<From, 1>(pSrc, srcStep), stripsOf<To, 1>(pDst, dstStep), size.height,
+                [&](const auto& src, const auto& dst) ORV_INLINED { convertOne(isPastCaches, src, dst, width); });
   if (isPastCaches) streamEnd();
   return velStsNoErr;
 }
 template <class Format, class Kernel, class Src, class Dst>
 ORV_INLINE VelStatus convert(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size) {
-  return convertImage<Format, Format>(pSrc, srcStep, pDst, dstStep, size,
-                                      [](bool isPastCaches, const auto& src, const auto& dst, ptrdiff_t width) {
-                                        convertRowOf<Kernel, LastPixels::kOnce, Format>(isPastCaches, src, dst, width);
-                                      });
+  return convertImage<Format, Format>(
+      pSrc, srcStep, pDst, dstStep, size,
+      [](bool isPastCaches, const auto& src, const auto& dst, ptrdiff_t width)
+          ORV_INLINED { convertRowOf<Kernel, LastPixels::kOnce, Format>(isPastCaches, src, dst, width); });
 }
 template <class From, class G, class W, class Src, class Dst>
 ORV_INLINE VelStatus convertInGroups(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size) {
   return convertImage<From, C3>(pSrc, srcStep, pDst, dstStep, size,
-                                [](bool isPastCaches, const auto& src, const auto& dst, ptrdiff_t width) {
-                                  convertRowInGroups<From, G, W, C3>(isPastCaches, src, dst, width);
-                                });
+                                [](bool isPastCaches, const auto& src, const auto& dst, ptrdiff_t width)
+                                    ORV_INLINED { convertRowInGroups<From, G, W, C3>(isPastCaches, src, dst, width); });
 }
 
 }  // namespace

@@ -186,10 +186,11 @@ template <class G, class V> ORV_INLINE Pixels<kEvenOdd, V> convertGroups(const P
   return {narrow16To8U(even.r, odd.r), narrow16To8U(even.g, odd.g), narrow16To8U(even.b, odd.b)};
 }
 
-template <class V> ORV_INLINE PixelWords<V> loadTimes256(const Place<Strip<const Vel8u, 6>>& s) {
+template <class V> ORV_INLINE PixelWords<V> loadTimes256(const Place<Strip<const Vel8u, Plane<6>>>& s) {
   return load3Times256<V>(s[0]);
 }
-template <class V> ORV_INLINE PixelWords<V> loadTimes256(const Place<Strip<const Vel8u, 2, 2, 2>>& s) {
+template <class V>
+ORV_INLINE PixelWords<V> loadTimes256(const Place<Strip<const Vel8u, Plane<2>, Plane<2>, Plane<2>>>& s) {
   return splitTimes256(P3::load<V>(s));
 }
 

@@ -4,34 +4,28 @@
 
 namespace {
 
-// Two rows of sixteen pixels, with the eight chroma samples that they share.
-template <class Format> struct Convert420 {
+// Sixteen pixels in each of kRows rows, with the eight chroma samples that they share.
+template <class Format, int kRows> struct Convert420 {
+  using PastCaches = Convert420<typename Format::PastCaches, kRows>;
   template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
-    const ChromaPart<V> c = chromaPart(loadWidenU8<V>(src[2]), loadWidenU8<V>(src[3]));
-    ORV_UNROLL for (int r = 0; r < 2; ++r) {
-      if (Format::kKeepsFourth) prefetch(src[r], kRowsAhead);
-      Format::store(dst.from(r * Format::kPlanes), addChroma(load<V>(src[r]), c));
+    const ChromaPart<V> c = chromaPart(loadWidenU8<V>(src[1]), loadWidenU8<V>(src[2]));
+    ORV_UNROLL for (int r = 0; r < kRows; ++r) {
+      const Vel8u* const luma = src.row(r)[0];
+      if (Format::kKeepsFourth) prefetch(luma, kRowsAhead);
+      Format::store(dst.row(r), addChroma(load<V>(luma), c));
     }
   }
 };
 
-// One of the rows.
-template <class Format> struct ConvertRowOf420 {
-  using PastCaches = ConvertRowOf420<typename Format::PastCaches>;
-  template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
-    const ChromaPart<V> c = chromaPart(loadWidenU8<V>(src[1]), loadWidenU8<V>(src[2]));
-    Format::store(dst, addChroma(load<V>(src[0]), c));
-  }
-};
 // Past the caches one row after the other, as memory takes it fastest; chroma is worked out for each.
 template <class Format, class Dst>
 void convertPastCaches(const Vel8u* const pSrc[3], const int srcStep[3], Dst pDst, int dstStep, int width, int height) {
   for (int y = 0; y < height; ++y) {
     const Vel8u* const rows[3] = {rowOf(pSrc[0], srcStep[0], y), rowOf(pSrc[1], srcStep[1], y / 2),
                                   rowOf(pSrc[2], srcStep[2], y / 2)};
-    const auto src = stripOfYuv<const Vel8u, 1>(rows, srcStep);
-    const auto dst = stripOf<Format, 1>(rowOf(pDst, dstStep, y), dstStep);
-    convertRowPastCaches<ConvertRowOf420<Format>, Format::kBytes>(Place{src}, Place{dst}, width);
+    convertRowPastCaches<Convert420<Format, 1>, Format::kBytes>(
+        stripsOfYuv<const Vel8u, 1>(rows, srcStep).strip, stripsOf<Format, 1>(rowOf(pDst, dstStep, y), dstStep).strip,
+        width);
   }
   streamEnd();
 }
@@ -41,7 +35,7 @@ template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* con
                                                                 Dst pDst, int dstStep, VeliSize size, int least = 1) {
   ORV_CHECK(checkPointers(pSrc, srcStep, pDst));
   ORV_CHECK(checkImages(pSrc, pDst, size, least));
-  using Kernel = Convert420<Format>;
+  using Kernel = Convert420<Format, 2>;
   const int width = size.width & ~1;
   const VelStatus status = (size.width | size.height) & 1 ? velStsDoubleSize : velStsNoErr;
   if constexpr (Format::kMayStream)
@@ -49,16 +43,15 @@ template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* con
       convertPastCaches<Format>(pSrc, srcStep, pDst, dstStep, width, size.height & ~1);
       return status;
     }
-  const auto convertAll = [&](const auto& convertStrip) __attribute__((always_inline)) {
-    convertStrips(stripOfYuv<const Vel8u, 2>(pSrc, srcStep), stripOf<Format, 2>(pDst, dstStep), size.height / 2,
+  const auto convertAll = [&](const auto& convertStrip) ORV_INLINED {
+    convertStrips(stripsOfYuv<const Vel8u, 2>(pSrc, srcStep), stripsOf<Format, 2>(pDst, dstStep), size.height / 2,
                   convertStrip);
   };
   if (width == 16)  // the tile of a JPEG MCU
-    convertAll([](const auto& src, const auto& dst) { Kernel::template convert<Lane>(src, dst); });
+    convertAll([](const auto& src, const auto& dst) ORV_INLINED { Kernel::template convert<Lane>(src, dst); });
   else
-    convertAll([=](const auto& src, const auto& dst) {
-      convertRow<Kernel, LastPixels::kMayRepeat, Format::kKeepsFourth>(src, dst, width);
-    });
+    convertAll([=](const auto& src, const auto& dst)
+                   ORV_INLINED { convertRow<Kernel, LastPixels::kMayRepeat, Format::kKeepsFourth>(src, dst, width); });
   return status;
 }
 

@@ -15,9 +15,9 @@ struct LoneSamples {
 
 // Chroma rows hold a sample of its own for a lone pixel, or they do not: then it takes the pair's before it.
 template <bool kOwnChroma> struct Planar {
-  using Source = Strip<const Vel8u, 2, 1, 1>;
-  static Source strip(const Vel8u* const planes[3], const int step[3]) {
-    return stripOfYuv<const Vel8u, 1>(planes, step);
+  using Source = Strip<const Vel8u, Plane<2>, Plane<1>, Plane<1>>;
+  static ORV_INLINE Strips<Source> strips(const Vel8u* const planes[3], const int step[3]) {
+    return stripsOfYuv<const Vel8u, 1>(planes, step);
   }
 
   template <class V> static ORV_INLINE Samples<V> load(const Place<Source>& s) {
@@ -32,8 +32,8 @@ template <bool kOwnChroma> struct Planar {
 
 // Y0 U Y1 V for each pair.
 struct Packed {
-  using Source = Strip<const Vel8u, 4>;
-  static Source strip(const Vel8u* image, int step) { return {{image}, {step}}; }
+  using Source = Strip<const Vel8u, Plane<4>>;
+  static ORV_INLINE Strips<Source> strips(const Vel8u* image, int step) { return {{{image}, step}, {step}}; }
 
   template <class V> static ORV_INLINE Samples<V> load(const Place<Source>& s) {
     const EvenOdd<V> first = splitEvenOdd8(::load<V>(s[0], 32)), second = splitEvenOdd8(::load<V>(s[0] + 16, 32));
@@ -52,18 +52,18 @@ struct Packed {
 template <class Layout, class Format> struct Convert422 {
   using PastCaches = Convert422<Layout, typename Format::PastCaches>;
 
-  template <class V, class Rows> static ORV_INLINE void store(const Samples<V>& s, const Rows& rows) {
-    Format::store(rows, addChroma(s.luma, chromaPart(s.u, s.v)));
+  template <class V, class Row> static ORV_INLINE void store(const Samples<V>& s, const Row& row) {
+    Format::store(row, addChroma(s.luma, chromaPart(s.u, s.v)));
   }
   template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     store(Layout::template load<V>(src), dst);
   }
-  template <class Dst> static void convertLone(const LoneSamples& s, const Place<Dst>& dst) {
+  template <class Dst> static __attribute__((noinline)) void convertLone(LoneSamples s, Dst dst, ptrdiff_t x) {
     StripTail<Dst> to;
-    if (Format::kKeepsFourth) to.load(dst, 1);
+    if (Format::kKeepsFourth) to.load(Place<Dst>{dst, x}, 1);
     const auto strip = to.strip();
     store(Samples<Lane>{all8(s.y), all16(s.u), all16(s.v)}, Place{strip});
-    to.store(dst, 1);
+    to.store(Place<Dst>{dst, x}, 1);
   }
 };
 
@@ -74,10 +74,10 @@ ORV_INLINE VelStatus convert(Src pSrc, Step srcStep, Dst pDst, int dstStep, Veli
   using Kernel = Convert422<Layout, Format>;
   const ptrdiff_t last = size.width - 1, pairs = size.width / 2;
   const bool isPastCaches = goesPastCaches<Format>(size);
-  convertStrips(Layout::strip(pSrc, srcStep), stripOf<Format, 1>(pDst, dstStep), size.height,
-                [=](const auto& src, const auto& dst) {
+  convertStrips(Layout::strips(pSrc, srcStep), stripsOf<Format, 1>(pDst, dstStep), size.height,
+                [=](const auto& src, const auto& dst) ORV_INLINED {
                   convertRowOf<Kernel, LastPixels::kMayRepeat, Format>(isPastCaches, src, dst, 2 * pairs);
-                  if (last % 2 == 0) Kernel::convertLone(Layout::lone(src, pairs), dst.at(last));
+                  if (last % 2 == 0) Kernel::convertLone(Layout::lone(src, pairs), dst.strip, last);
                 });
   if (isPastCaches) streamEnd();
   return velStsNoErr;
