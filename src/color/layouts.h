@@ -66,6 +66,21 @@ template <class T, class... Planes> struct StripTail<Strip<T, Planes...>> {
     };
     (storePlane(Planes{}), ...);
   }
+  // The last few of sixteen pixels, where a row has as many: those before them are written back as they are.
+  void storeLast(const Place<Strip<Vel8u, Planes...>>& to, int pixels) const {
+    int i = 0;
+    const auto storePlane = [&](auto plane) {
+      using P = decltype(plane);
+      static_assert(P::kRowCount == 1 && P::kBytes >= 2, "not whole lanes of a row");
+      const Lane lastKept = all8((16 - pixels) * P::kBytes / 2 - 1);
+      ORV_UNROLL for (int at = 0; at < 8 * P::kBytes; at += 16) {
+        const Lane isNew = greater8(bytePattern([=](int byte) { return at + byte; }), lastKept);
+        ::store(to[i] + at, selectBits(isNew, loadAligned(rows[0][i].bytes + at), ::load(to[i] + at)));
+      }
+      ++i;
+    };
+    (storePlane(Planes{}), ...);
+  }
   Strip<T, Planes...> strip() {
     Strip<T, Planes...> s;
     for (int i = 0; i < kPlanes; ++i) s.plane[i] = rows[0][i].bytes;
@@ -218,7 +233,7 @@ struct TightSteps {
 //
 // What is a function of its own takes strips by value: those of a loop then stay in registers.
 
-// The first few of sixteen pixels: nothing after them is read or written.
+// A row of fewer than sixteen pixels: nothing after them is read or written.
 template <class Kernel, bool kKeepsFourth, class Src, class Dst>
 __attribute__((noinline)) void convertTail(Src src, ptrdiff_t srcX, Dst dst, ptrdiff_t dstX, int pixels) {
   StripTail<Src> from;
@@ -229,6 +244,18 @@ __attribute__((noinline)) void convertTail(Src src, ptrdiff_t srcX, Dst dst, ptr
   const auto toStrip = to.strip();
   Kernel::template convert<Lane>(Place{fromStrip}, Place{toStrip});
   to.store(Place<Dst>{dst, dstX}, pixels);
+}
+// The pixels of a row from `done` on, fewer than sixteen. Those before them are not converted again.
+template <class Kernel, bool kKeepsFourth, class Src, class Dst>
+__attribute__((noinline)) void convertLast(Src src, ptrdiff_t srcX, Dst dst, ptrdiff_t dstX, ptrdiff_t done,
+                                           ptrdiff_t pixels) {
+  if (pixels < 16) return convertTail<Kernel, kKeepsFourth>(src, srcX + done, dst, dstX + done, int(pixels - done));
+  const Place<Dst> last = {dst, dstX + pixels - 16};
+  StripTail<Dst> to;
+  if (kKeepsFourth) to.load(last, 16);
+  const auto toStrip = to.strip();
+  Kernel::template convert<Lane>(Place<Src>{src, srcX + pixels - 16}, Place{toStrip});
+  to.storeLast(last, int(pixels - done));
 }
 
 // At least as many pixels as V takes. The last vector ends where they end: some pixels are converted twice.
@@ -248,20 +275,21 @@ ORV_INLINE void convertOverlapping(const Place<Src>& src, const Place<Dst>& dst,
 enum class LastPixels { kOnce, kMayRepeat };
 template <class Kernel, LastPixels kLast, bool kKeepsFourth = false, class Src, class Dst>
 ORV_INLINE void convertRow(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t pixels) {
-  constexpr int kPixels = int(sizeof(Lanes));
-  ptrdiff_t x = 0;
-  if (kLast == LastPixels::kMayRepeat && pixels >= 16) {
-    if (sizeof(Lanes) == sizeof(Lane) || pixels < kPixels) return convertOverlapping<Kernel, Lane>(src, dst, pixels);
+  constexpr bool kHasLanes = sizeof(Lanes) > sizeof(Lane);
+  constexpr ptrdiff_t kPixels = sizeof(Lanes);
+  if constexpr (kLast == LastPixels::kMayRepeat) {
+    if (pixels < 16) return convertTail<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, int(pixels));
+    if (kHasLanes && pixels < kPixels) return convertOverlapping<Kernel, Lane>(src, dst, pixels);
     convertOverlapping<Kernel, Lanes>(src, dst, pixels);
-    return lanesEnd();
-  }
-  if (kLast == LastPixels::kOnce) {
+    lanesEnd();
+  } else {
+    ptrdiff_t x = 0;
     for (; x + kPixels <= pixels; x += kPixels) Kernel::template convert<Lanes>(src.at(x), dst.at(x));
     lanesEnd();
-    if (sizeof(Lanes) > sizeof(Lane))
+    if (kHasLanes)
       for (; x + 16 <= pixels; x += 16) Kernel::template convert<Lane>(src.at(x), dst.at(x));
+    if (x < pixels) convertLast<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, x, pixels);
   }
-  if (x < pixels) convertTail<Kernel, kKeepsFourth>(src.strip, src.x + x, dst.strip, dst.x + x, int(pixels - x));
 }
 
 // The same as a function of its own: the few pixels beside those that go past the caches.

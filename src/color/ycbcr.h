@@ -211,8 +211,7 @@ ORV_INLINE void convertRowInGroups(bool isPastCaches, const Src& src, const Dst&
   const ptrdiff_t grouped = width & ~ptrdiff_t(7);
   convertRowOf<ConvertGroups<G, Format>, LastPixels::kOnce, Format>(isPastCaches, src, dst, grouped);
   if (grouped < width)
-    convertTail<ConvertExactly<From, W, Format>, false>(src.strip, src.x + grouped, dst.strip, dst.x + grouped,
-                                                        int(width - grouped));
+    convertLast<ConvertExactly<From, W, Format>, false>(src.strip, src.x, dst.strip, dst.x, grouped, width);
 }
 
 }  // namespace
