@@ -92,7 +92,7 @@ template <class Format> struct ConvertForward {
 
 // Eight pixels a lane, from their conversion; the fourth byte stays as it was.
 template <class V, class Conversion> ORV_INLINE void storeAC4(Vel8u* dst, const Conversion& p) {
-  const V r = clampToHighBytes(p.first()), g = clampToHighBytes(p.second());
+  const V g = clampToHighBytes(p.second()), r = clampToHighBytes(p.first());
   const V rg = shiftRightU16(r, 8) | (g & all16<V>(0xFF00)), b = shiftRightU16(clampToHighBytes(p.third()), 8);
   AC4::storeFour(dst, interleaveLow16(rg, b));
   AC4::storeFour(dst + 16, interleaveHigh16(rg, b));

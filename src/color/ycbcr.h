@@ -155,7 +155,8 @@ template <class W, class V> ORV_INLINE Pixels<kInOrder, V> exact(const Pixels<kI
 // With a, b, c = 128 (Y - 16), 128 (Cb - 128), 128 (Cr - 128) and m(x, k) = x k >> 16:
 //   y = m(a, kLuma) + 8      R = (y + m(c, kRv)) >> 4      G = (y + m(b, kGu) + m(c, kGv)) >> 4
 //   B = (y + m(b, kBu)) >> 4
-// Samples come as words of 256 times their value. An even weight is halved instead of the sample.
+// Samples come as words of 256 times their value, those of chroma less 128. An even weight is halved instead of the
+// sample.
 
 template <int kLumaWeight, int kGuWeight> struct Group {
   using C = Coefficients;
@@ -175,9 +176,9 @@ template <class G, class V> ORV_INLINE V lumaPart(V y) {
 }
 template <class V> struct ChannelWords { V r, g, b; };
 template <class G, class V> ORV_INLINE ChannelWords<V> convertGroup(V luma, V cb, V cr) {
-  const V y = lumaPart<G>(luma), b = shiftRight16(cb ^ all16<V>(0x8000), 1), v = cr ^ all16<V>(0x8000);
-  const V green = add16(mulHigh16(b, all16<V>(G::kGu)), mulHigh16(v, all16<V>(G::kGv / 2)));
-  return {shiftRight16(add16(y, mulHigh16(v, all16<V>(G::kRv / 2))), 4), shiftRight16(add16(y, green), 4),
+  const V y = lumaPart<G>(luma), b = shiftRight16(cb, 1);
+  const V green = add16(mulHigh16(b, all16<V>(G::kGu)), mulHigh16(cr, all16<V>(G::kGv / 2)));
+  return {shiftRight16(add16(y, mulHigh16(cr, all16<V>(G::kRv / 2))), 4), shiftRight16(add16(y, green), 4),
           shiftRight16(add16(y, mulHigh16(b, all16<V>(G::kBu))), 4)};
 }
 template <class G, class V> ORV_INLINE Pixels<kEvenOdd, V> convertGroups(const PixelWords<V>& p) {
@@ -186,12 +187,17 @@ template <class G, class V> ORV_INLINE Pixels<kEvenOdd, V> convertGroups(const P
   return {narrow16To8U(even.r, odd.r), narrow16To8U(even.g, odd.g), narrow16To8U(even.b, odd.b)};
 }
 
+template <class V> ORV_INLINE EvenOdd<V> less128(const EvenOdd<V>& c) {
+  return {c.even ^ all16<V>(0x8000), c.odd ^ all16<V>(0x8000)};
+}
 template <class V> ORV_INLINE PixelWords<V> loadTimes256(const Place<Strip<const Vel8u, Plane<6>>>& s) {
-  return load3Times256<V>(s[0]);
+  const PixelWords<V> p = load3Times256<V>(s[0]);
+  return {p.r, less128(p.g), less128(p.b)};
 }
 template <class V>
 ORV_INLINE PixelWords<V> loadTimes256(const Place<Strip<const Vel8u, Plane<2>, Plane<2>, Plane<2>>>& s) {
-  return splitTimes256(P3::load<V>(s));
+  const Pixels<kInOrder, V> p = P3::load<V>(s);
+  return splitTimes256(Pixels<kInOrder, V>{p.r, p.g ^ all8<V>(128), p.b ^ all8<V>(128)});
 }
 
 // Rows in groups of eight by G from their start, and what is left exactly, by W.
