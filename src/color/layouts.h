@@ -15,65 +15,73 @@ namespace {
 
 // ---- Strips
 
-// Of a plane: how many bytes a pair of pixels takes, which is what may share chroma, and how many rows are in a strip.
-template <int kPairBytes, int kRows = 1> struct Plane { static constexpr int kBytes = kPairBytes, kRowCount = kRows; };
+// Of a plane: how many bytes a unit takes, and how many rows are in a strip.
+template <int kUnitBytes, int kRows = 1> struct Plane { static constexpr int kBytes = kUnitBytes, kRowCount = kRows; };
 
-template <class T, class... Planes> struct Strip {
-  static constexpr int kPlanes = int(sizeof...(Planes));
+// Along a row, places are counted in units of kUnit pixels: pairs where two pixels share chroma, else single ones.
+template <class T, int kUnitPixels, class... Planes> struct Strip {
+  static constexpr int kUnit = kUnitPixels, kPlanes = int(sizeof...(Planes));
   T* plane[kPlanes];
   ptrdiff_t below;  // from a row to the lower one, in bytes, where planes have two
-
-  // Pixel x of plane i, `offset` bytes on; it is even where a row has less than a byte for each pixel.
-  ORV_INLINE T* at(int i, ptrdiff_t x, ptrdiff_t offset) const {
-    constexpr int kBytes[] = {Planes::kBytes...};
-    return plane[i] + (offset + (kBytes[i] % 2 == 0 ? x * (kBytes[i] / 2) : (x >> 1) * kBytes[i]));
-  }
 };
 
-// Pixel x of a strip.
-template <class S> struct Place {
-  const S& strip;
-  ptrdiff_t x = 0, offset = 0;
+// Unit x of a strip.
+template <class S> struct Place;
+template <class T, int kUnit, class... Planes> struct Place<Strip<T, kUnit, Planes...>> {
+  const Strip<T, kUnit, Planes...>& strip;
+  ptrdiff_t x = 0, offset = 0;  // units, and bytes
 
-  ORV_INLINE auto* operator[](int i) const { return strip.at(i, x, offset); }
-  ORV_INLINE Place at(ptrdiff_t pixels) const { return {strip, x + pixels, offset}; }
+  ORV_INLINE T* operator[](int i) const {
+    constexpr int kBytes[] = {Planes::kBytes...};
+    return strip.plane[i] + (offset + x * kBytes[i]);
+  }
+  ORV_INLINE Place at(ptrdiff_t units) const { return {strip, x + units, offset}; }
   ORV_INLINE Place row(int r) const { return r == 0 ? *this : Place{strip, x, strip.below}; }
 };
 template <class S> Place(const S&) -> Place<S>;
 
+// From there on counted in single pixels.
+template <class T, int kUnit, class... Planes>
+ORV_INLINE Strip<T, 1, Plane<Planes::kBytes / kUnit>...> inPixels(const Place<Strip<T, kUnit, Planes...>>& place) {
+  Strip<T, 1, Plane<Planes::kBytes / kUnit>...> s;
+  ORV_UNROLL for (int i = 0; i < s.kPlanes; ++i) s.plane[i] = place[i];
+  s.below = 0;
+  return s;
+}
+
 // Memory of its own for a strip of sixteen pixels, of which the first few are the image's.
 template <class S> struct StripTail;
-template <class T, class... Planes> struct StripTail<Strip<T, Planes...>> {
-  static constexpr int kPlanes = int(sizeof...(Planes)), kMost = (... | (8 * Planes::kBytes));
+template <class T, int kUnit, class... Planes> struct StripTail<Strip<T, kUnit, Planes...>> {
+  static constexpr int kPlanes = int(sizeof...(Planes)), kUnits = 16 / kUnit, kMost = (... | (kUnits * Planes::kBytes));
   Tail<kMost> rows[2][kPlanes];
 
-  template <class Byte> void load(const Place<Strip<Byte, Planes...>>& from, int pixels) {
+  template <class Byte> void load(const Place<Strip<Byte, kUnit, Planes...>>& from, int units) {
     int i = 0;
     const auto loadPlane = [&](auto plane) {
       using P = decltype(plane);
       for (int r = 0; r < P::kRowCount; ++r)
-        rows[r][i].template load<8 * P::kBytes>(from.row(r)[i], size_t(pixels * P::kBytes / 2));
+        rows[r][i].template load<kUnits * P::kBytes>(from.row(r)[i], size_t(units * P::kBytes));
       ++i;
     };
     (loadPlane(Planes{}), ...);
   }
-  void store(const Place<Strip<Vel8u, Planes...>>& to, int pixels) const {
+  void store(const Place<Strip<Vel8u, kUnit, Planes...>>& to, int units) const {
     int i = 0;
     const auto storePlane = [&](auto plane) {
       using P = decltype(plane);
-      for (int r = 0; r < P::kRowCount; ++r) rows[r][i].store(to.row(r)[i], size_t(pixels * P::kBytes / 2));
+      for (int r = 0; r < P::kRowCount; ++r) rows[r][i].store(to.row(r)[i], size_t(units * P::kBytes));
       ++i;
     };
     (storePlane(Planes{}), ...);
   }
   // The last few of sixteen pixels, where a row has as many: those before them are written back as they are.
-  void storeLast(const Place<Strip<Vel8u, Planes...>>& to, int pixels) const {
+  void storeLast(const Place<Strip<Vel8u, kUnit, Planes...>>& to, int units) const {
     int i = 0;
     const auto storePlane = [&](auto plane) {
       using P = decltype(plane);
-      static_assert(P::kRowCount == 1 && P::kBytes >= 2, "not whole lanes of a row");
-      const Lane lastKept = all8((16 - pixels) * P::kBytes / 2 - 1);
-      ORV_UNROLL for (int at = 0; at < 8 * P::kBytes; at += 16) {
+      static_assert(P::kRowCount == 1 && P::kBytes >= kUnit, "not whole lanes of a row");
+      const Lane lastKept = all8((kUnits - units) * P::kBytes - 1);
+      ORV_UNROLL for (int at = 0; at < kUnits * P::kBytes; at += 16) {
         const Lane isNew = greater8(bytePattern([=](int byte) { return at + byte; }), lastKept);
         ::store(to[i] + at, selectBits(isNew, loadAligned(rows[0][i].bytes + at), ::load(to[i] + at)));
       }
@@ -81,8 +89,8 @@ template <class T, class... Planes> struct StripTail<Strip<T, Planes...>> {
     };
     (storePlane(Planes{}), ...);
   }
-  Strip<T, Planes...> strip() {
-    Strip<T, Planes...> s;
+  Strip<T, kUnit, Planes...> strip() {
+    Strip<T, kUnit, Planes...> s;
     for (int i = 0; i < kPlanes; ++i) s.plane[i] = rows[0][i].bytes;
     s.below = sizeof rows[0];
     return s;
@@ -205,22 +213,24 @@ template <class S> struct Strips {
 };
 
 // Interleaved pixels, and planes with a common step.
-template <class Format, int kRows, class T>
-ORV_INLINE Strips<Strip<T, Plane<2 * Format::kBytes, kRows>>> stripsOf(T* image, int step) {
+template <class Format, int kUnit, int kRows, class T>
+ORV_INLINE Strips<Strip<T, kUnit, Plane<kUnit * Format::kBytes, kRows>>> stripsOf(T* image, int step) {
   static_assert(Format::kPlanes == 1, "planes come in an array");
   return {{{image}, step}, {ptrdiff_t(step) * kRows}};
 }
-template <class Format, int kRows, class T>
-ORV_INLINE Strips<Strip<T, Plane<2, kRows>, Plane<2, kRows>, Plane<2, kRows>>> stripsOf(T* const planes[3], int step) {
+template <class Format, int kUnit, int kRows, class T>
+ORV_INLINE Strips<Strip<T, kUnit, Plane<kUnit, kRows>, Plane<kUnit, kRows>, Plane<kUnit, kRows>>> stripsOf(
+    T* const planes[3], int step) {
   const ptrdiff_t next = ptrdiff_t(step) * kRows;
   return {{{planes[0], planes[1], planes[2]}, step}, {next, next, next}};
 }
-template <class Format, int kRows> ORV_INLINE auto stripsOf(Vel16u* image, int step) {
-  return stripsOf<Format, kRows>(reinterpret_cast<Vel8u*>(image), step);
+template <class Format, int kUnit, int kRows> ORV_INLINE auto stripsOf(Vel16u* image, int step) {
+  return stripsOf<Format, kUnit, kRows>(reinterpret_cast<Vel8u*>(image), step);
 }
 // Planes of luma, U and V, of which a row of the latter two serves kRows of luma.
+template <class T, int kRows> using StripOfYuv = Strip<T, 2, Plane<2, kRows>, Plane<1>, Plane<1>>;
 template <class T, int kRows>
-ORV_INLINE Strips<Strip<T, Plane<2, kRows>, Plane<1>, Plane<1>>> stripsOfYuv(T* const planes[3], const int step[3]) {
+ORV_INLINE Strips<StripOfYuv<T, kRows>> stripsOfYuv(T* const planes[3], const int step[3]) {
   return {{{planes[0], planes[1], planes[2]}, step[0]}, {ptrdiff_t(step[0]) * kRows, step[1], step[2]}};
 }
 // The steps of such planes without bytes between their rows.
@@ -229,95 +239,100 @@ struct TightSteps {
   explicit TightSteps(VeliSize size) : step{size.width, size.width / 2, size.width / 2} {}
 };
 
-// ---- Along a row
+// ---- Along a row, which is so many units long
 //
 // What is a function of its own takes strips by value: those of a loop then stay in registers.
 
 // A row of fewer than sixteen pixels: nothing after them is read or written.
 template <class Kernel, bool kKeepsFourth, class Src, class Dst>
-__attribute__((noinline)) void convertTail(Src src, ptrdiff_t srcX, Dst dst, ptrdiff_t dstX, int pixels) {
+__attribute__((noinline)) void convertTail(Src src, ptrdiff_t srcX, Dst dst, ptrdiff_t dstX, int units) {
   StripTail<Src> from;
   StripTail<Dst> to;
-  from.load(Place<Src>{src, srcX}, pixels);
-  if (kKeepsFourth) to.load(Place<Dst>{dst, dstX}, pixels);
+  from.load(Place<Src>{src, srcX}, units);
+  if (kKeepsFourth) to.load(Place<Dst>{dst, dstX}, units);
   const auto fromStrip = from.strip();
   const auto toStrip = to.strip();
   Kernel::template convert<Lane>(Place{fromStrip}, Place{toStrip});
-  to.store(Place<Dst>{dst, dstX}, pixels);
+  to.store(Place<Dst>{dst, dstX}, units);
 }
-// The pixels of a row from `done` on, fewer than sixteen. Those before them are not converted again.
+// The end of a row from unit `done` on, fewer than sixteen pixels. Those before them are not converted again.
 template <class Kernel, bool kKeepsFourth, class Src, class Dst>
 __attribute__((noinline)) void convertLast(Src src, ptrdiff_t srcX, Dst dst, ptrdiff_t dstX, ptrdiff_t done,
-                                           ptrdiff_t pixels) {
-  if (pixels < 16) return convertTail<Kernel, kKeepsFourth>(src, srcX + done, dst, dstX + done, int(pixels - done));
-  const Place<Dst> last = {dst, dstX + pixels - 16};
+                                           ptrdiff_t units) {
+  constexpr int kUnits = 16 / Src::kUnit;
+  if (units < kUnits) return convertTail<Kernel, kKeepsFourth>(src, srcX + done, dst, dstX + done, int(units - done));
+  const Place<Dst> last = {dst, dstX + units - kUnits};
   StripTail<Dst> to;
-  if (kKeepsFourth) to.load(last, 16);
+  if (kKeepsFourth) to.load(last, kUnits);
   const auto toStrip = to.strip();
-  Kernel::template convert<Lane>(Place<Src>{src, srcX + pixels - 16}, Place{toStrip});
-  to.storeLast(last, int(pixels - done));
+  Kernel::template convert<Lane>(Place<Src>{src, srcX + units - kUnits}, Place{toStrip});
+  to.storeLast(last, int(units - done));
 }
 
 // At least as many pixels as V takes. The last vector ends where they end: some pixels are converted twice.
 template <class Kernel, class V, class Src, class Dst>
-ORV_INLINE void convertOverlapping(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t pixels) {
-  constexpr ptrdiff_t kPixels = sizeof(V);
-  const ptrdiff_t last = pixels - kPixels;
+ORV_INLINE void convertOverlapping(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t units) {
+  constexpr ptrdiff_t kUnits = sizeof(V) / Src::kUnit;
+  const ptrdiff_t last = units - kUnits;
   for (ptrdiff_t x = 0;;) {
     Kernel::template convert<V>(src.at(x), dst.at(x));
-    if (x == last) break;
-    x += kPixels;
-    if (x > last) x = last;
+    x += kUnits;
+    if (__builtin_expect(x <= last, 1)) continue;
+    if (x == units) break;
+    x = last;
   }
 }
 
 // Where the destination may be the source, pixels must not be converted again.
 enum class LastPixels { kOnce, kMayRepeat };
 template <class Kernel, LastPixels kLast, bool kKeepsFourth = false, class Src, class Dst>
-ORV_INLINE void convertRow(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t pixels) {
+ORV_INLINE void convertRow(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t units) {
   constexpr bool kHasLanes = sizeof(Lanes) > sizeof(Lane);
-  constexpr ptrdiff_t kPixels = sizeof(Lanes);
+  constexpr ptrdiff_t kOfLane = sizeof(Lane) / Src::kUnit, kOfLanes = sizeof(Lanes) / Src::kUnit;
   if constexpr (kLast == LastPixels::kMayRepeat) {
-    if (pixels < 16) return convertTail<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, int(pixels));
-    if (kHasLanes && pixels < kPixels) return convertOverlapping<Kernel, Lane>(src, dst, pixels);
-    convertOverlapping<Kernel, Lanes>(src, dst, pixels);
+    if (units < kOfLane) return convertTail<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, int(units));
+    if (kHasLanes && units < kOfLanes) return convertOverlapping<Kernel, Lane>(src, dst, units);
+    convertOverlapping<Kernel, Lanes>(src, dst, units);
     lanesEnd();
   } else {
     ptrdiff_t x = 0;
-    for (; x + kPixels <= pixels; x += kPixels) Kernel::template convert<Lanes>(src.at(x), dst.at(x));
+    for (; x + kOfLanes <= units; x += kOfLanes) Kernel::template convert<Lanes>(src.at(x), dst.at(x));
     lanesEnd();
     if (kHasLanes)
-      for (; x + 16 <= pixels; x += 16) Kernel::template convert<Lane>(src.at(x), dst.at(x));
-    if (x < pixels) convertLast<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, x, pixels);
+      for (; x + kOfLane <= units; x += kOfLane) Kernel::template convert<Lane>(src.at(x), dst.at(x));
+    if (x < units) convertLast<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, x, units);
   }
 }
 
 // The same as a function of its own: the few pixels beside those that go past the caches.
 template <class Kernel, class Src, class Dst>
-__attribute__((noinline)) void convertBeside(Src src, Dst dst, ptrdiff_t x, ptrdiff_t pixels) {
-  convertRow<Kernel, LastPixels::kOnce>(Place<Src>{src, x}, Place<Dst>{dst, x}, pixels);
+__attribute__((noinline)) void convertBeside(Src src, Dst dst, ptrdiff_t x, ptrdiff_t units) {
+  convertRow<Kernel, LastPixels::kOnce>(Place<Src>{src, x}, Place<Dst>{dst, x}, units);
 }
 
 // A row that goes past the caches, one destination row in a strip: whole lines of it by Kernel::PastCaches, the others by
 // Kernel. A line that is written in part, or in both ways, takes many times as long. 64 pixels are whole lines.
 template <class Kernel, int kBytes, class Src, class Dst>
-__attribute__((noinline)) void convertRowPastCaches(Src src, Dst dst, ptrdiff_t pixels) {
+__attribute__((noinline)) void convertRowPastCaches(Src src, Dst dst, ptrdiff_t units) {
+  constexpr ptrdiff_t kUnits = 64 / Src::kUnit;
   const size_t toLine = -reinterpret_cast<uintptr_t>(dst.plane[0]) % kLine;
-  // How many pixels until one begins a line: 43 is 1 / 3 modulo 64. They come in pairs.
-  const ptrdiff_t head = ptrdiff_t(kBytes == 3 ? toLine * 43 % kLine : toLine / kBytes);
-  const ptrdiff_t end = head + ((pixels - head) & ~ptrdiff_t(63));
-  if (toLine % 2 != 0 || head % 2 != 0 || pixels < head + 64) return convertBeside<Kernel>(src, dst, 0, pixels);
+  // How many pixels until one begins a line: 43 is 1 / 3 modulo 64.
+  const ptrdiff_t pixels = ptrdiff_t(kBytes == 3 ? toLine * 43 % kLine : toLine / kBytes);
+  const ptrdiff_t head = pixels / Src::kUnit, end = head + ((units - head) & -kUnits);
+  constexpr size_t kAlignment = kBytes == 3 ? 1 : kBytes;
+  if (toLine % kAlignment != 0 || pixels % Src::kUnit != 0 || units < head + kUnits)
+    return convertBeside<Kernel>(src, dst, 0, units);
   convertBeside<Kernel>(src, dst, 0, head);
-  for (ptrdiff_t x = head; x < end; x += int(sizeof(Lanes)))
+  for (ptrdiff_t x = head; x < end; x += ptrdiff_t(sizeof(Lanes)) / Src::kUnit)
     Kernel::PastCaches::template convert<Lanes>(Place<Src>{src, x}, Place<Dst>{dst, x});
   lanesEnd();
-  convertBeside<Kernel>(src, dst, end, pixels - end);
+  convertBeside<Kernel>(src, dst, end, units - end);
 }
 template <class Kernel, LastPixels kLast, class Format, class Src, class Dst>
-ORV_INLINE void convertRowOf(bool isPastCaches, const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t pixels) {
+ORV_INLINE void convertRowOf(bool isPastCaches, const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t units) {
   if constexpr (Format::kMayStream)
-    if (isPastCaches) return convertRowPastCaches<Kernel, Format::kBytes>(src.strip, dst.strip, pixels);
-  convertRow<Kernel, kLast, Format::kKeepsFourth>(src, dst, pixels);
+    if (isPastCaches) return convertRowPastCaches<Kernel, Format::kBytes>(src.strip, dst.strip, units);
+  convertRow<Kernel, kLast, Format::kKeepsFourth>(src, dst, units);
 }
 // Whether an image of such pixels exceeds the caches.
 template <class Format> ORV_INLINE bool goesPastCaches(VeliSize size) {

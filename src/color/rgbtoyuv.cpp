@@ -83,8 +83,8 @@ struct LonePixel {
     v = Vel8u(fromR < 0 ? 0 : fromR > 255 ? 255 : fromR);
   }
 };
-ORV_INLINE LonePixel loneOf(const Place<Strip<const Vel8u, Plane<6>>>& s) { return {s[0][0], s[0][1], s[0][2]}; }
-ORV_INLINE LonePixel loneOf(const Place<Strip<const Vel8u, Plane<2>, Plane<2>, Plane<2>>>& s) {
+ORV_INLINE LonePixel loneOf(const Place<Strip<const Vel8u, 2, Plane<6>>>& s) { return {s[0][0], s[0][1], s[0][2]}; }
+ORV_INLINE LonePixel loneOf(const Place<Strip<const Vel8u, 2, Plane<2>, Plane<2>, Plane<2>>>& s) {
   return {s[0][0], s[1][0], s[2][0]};
 }
 
@@ -115,7 +115,7 @@ template <class Source> struct To420 {
 
 // Rows of luma, U and V. kOwnChroma: a lone last pixel has a U and a V sample of its own.
 template <bool kOwnChroma> struct Planar422 {
-  using Dest = Strip<Vel8u, Plane<2>, Plane<1>, Plane<1>>;
+  using Dest = StripOfYuv<Vel8u, 1>;
   static ORV_INLINE Strips<Dest> strips(Vel8u* const planes[3], const int step[3]) {
     return stripsOfYuv<Vel8u, 1>(planes, step);
   }
@@ -132,7 +132,7 @@ template <bool kOwnChroma> struct Planar422 {
 };
 // Y0 U Y1 V for each pair; Y U of a lone pixel.
 struct Packed422 {
-  using Dest = Strip<Vel8u, Plane<4>>;
+  using Dest = Strip<Vel8u, 2, Plane<4>>;
   static ORV_INLINE Strips<Dest> strips(Vel8u* image, int step) { return {{{image}, step}, {step}}; }
   template <class V> static ORV_INLINE void store(const Place<Dest>& dst, const Luma<V>& luma, V chroma) {
     const V y = luma.evenThenOdd();
@@ -160,10 +160,10 @@ template <class Source, class Src>
 ORV_INLINE VelStatus convert420(Src pSrc, int srcStep, Vel8u* const pDst[3], const int dstStep[3], VeliSize size) {
   ORV_CHECK(checkPointers(dstStep));
   ORV_CHECK(checkImages(pSrc, pDst, size));
-  const int width = size.width & ~1;
-  convertStrips(stripsOf<typename Source::Format, 2>(pSrc, srcStep), stripsOfYuv<Vel8u, 2>(pDst, dstStep),
+  const int pairs = size.width / 2;
+  convertStrips(stripsOf<typename Source::Format, 2, 2>(pSrc, srcStep), stripsOfYuv<Vel8u, 2>(pDst, dstStep),
                 size.height / 2, [=](const auto& src, const auto& dst) ORV_INLINED {
-                  convertRow<To420<Source>, LastPixels::kMayRepeat>(src, dst, width);
+                  convertRow<To420<Source>, LastPixels::kMayRepeat>(src, dst, pairs);
                 });
   return (size.width | size.height) & 1 ? velStsDoubleSize : velStsNoErr;
 }
@@ -172,10 +172,10 @@ ORV_INLINE VelStatus convert422(Src pSrc, int srcStep, Dst pDst, Step dstStep, V
   ORV_CHECK(checkImages(pSrc, pDst, size));
   const int pairs = size.width / 2;
   const bool hasLone = size.width % 2 != 0;
-  convertStrips(stripsOf<typename Source::Format, 1>(pSrc, srcStep), Layout::strips(pDst, dstStep), size.height,
+  convertStrips(stripsOf<typename Source::Format, 2, 1>(pSrc, srcStep), Layout::strips(pDst, dstStep), size.height,
                 [=](const auto& src, const auto& dst) ORV_INLINED {
-                  convertRow<To422<Source, Layout>, LastPixels::kMayRepeat>(src, dst, 2 * pairs);
-                  if (hasLone) Layout::storeLone(dst.at(2 * pairs), loneOf(src.at(2 * pairs)));
+                  convertRow<To422<Source, Layout>, LastPixels::kMayRepeat>(src, dst, pairs);
+                  if (hasLone) Layout::storeLone(dst.at(pairs), loneOf(src.at(pairs)));
                 });
   return velStsNoErr;
 }

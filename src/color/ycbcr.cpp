@@ -48,7 +48,7 @@ template <bool kGreenTwice, class V> struct Forward {
 template <int kPixel, int kAt, class V> ORV_INLINE V greenTwice(V v) {
   return shuffle8(v, bytePattern<V>([](int i) { return kAt + i / 4 * kPixel + (i % 4 == 3 ? 1 : i % 4); }));
 }
-template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, Plane<6>>>& src) {
+template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 1, Plane<3>>>& src) {
   const Vel8u* const p = src[0];
   return convertHalves<kInOrder>([=](int half) {
     if (half == 0) return Forward<true, V>(greenTwice<3, 0>(load<V>(p, 48)), greenTwice<3, 0>(load<V>(p + 12, 48)));
@@ -59,7 +59,7 @@ template <class V> ORV_INLINE Forward<true, V> forward4(V a, V b) {
   return Forward<true, V>(greenTwice<4, 0>(a), greenTwice<4, 0>(b));
 }
 #else
-template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, Plane<6>>>& src) {
+template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 1, Plane<3>>>& src) {
   const Vel8u* const p = src[0];
   // Two pixels in each half of a vector: the even ones begin at dwords, the odd ones a byte before.
   const V a = loadHalves(p, p + 6), b = loadHalves(p + 12, p + 18), c = loadHalves(p + 24, p + 30);
@@ -72,7 +72,7 @@ template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, Plane<
 }
 template <class V> ORV_INLINE Forward<false, V> forward4(V a, V b) { return Forward<false, V>(a, b); }
 #endif
-template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, Plane<2>, Plane<2>, Plane<2>>>& src) {
+template <class V> ORV_INLINE auto forward(const Place<Strip<const Vel8u, 1, Plane<1>, Plane<1>, Plane<1>>>& src) {
   const Pixels<kInOrder, V> p = P3::load<V>(src);
   return convertHalves<kInOrder>([=](int half) {
     const V rg = half ? interleaveHigh8(p.r, p.g) : interleaveLow8(p.r, p.g);
@@ -123,7 +123,7 @@ ORV_INLINE VelStatus convertImage(Src pSrc, int srcStep, Dst pDst, int dstStep, 
   const ptrdiff_t width = size.width;
   const bool isInPlace = static_cast<const void*>(pSrc) == static_cast<const void*>(pDst);
   const bool isPastCaches = !isInPlace && goesPastCaches<To>(size);
-  convertStrips(stripsOf<From, 1>(pSrc, srcStep), stripsOf<To, 1>(pDst, dstStep), size.height,
+  convertStrips(stripsOf<From, 1, 1>(pSrc, srcStep), stripsOf<To, 1, 1>(pDst, dstStep), size.height,
                 [&](const auto& src, const auto& dst) ORV_INLINED { convertOne(isPastCaches, src, dst, width); });
   if (isPastCaches) streamEnd();
   return velStsNoErr;

@@ -190,12 +190,12 @@ template <class G, class V> ORV_INLINE Pixels<kEvenOdd, V> convertGroups(const P
 template <class V> ORV_INLINE EvenOdd<V> less128(const EvenOdd<V>& c) {
   return {c.even ^ all16<V>(0x8000), c.odd ^ all16<V>(0x8000)};
 }
-template <class V> ORV_INLINE PixelWords<V> loadTimes256(const Place<Strip<const Vel8u, Plane<6>>>& s) {
+template <class V> ORV_INLINE PixelWords<V> loadTimes256(const Place<Strip<const Vel8u, 1, Plane<3>>>& s) {
   const PixelWords<V> p = load3Times256<V>(s[0]);
   return {p.r, less128(p.g), less128(p.b)};
 }
 template <class V>
-ORV_INLINE PixelWords<V> loadTimes256(const Place<Strip<const Vel8u, Plane<2>, Plane<2>, Plane<2>>>& s) {
+ORV_INLINE PixelWords<V> loadTimes256(const Place<Strip<const Vel8u, 1, Plane<1>, Plane<1>, Plane<1>>>& s) {
   const Pixels<kInOrder, V> p = P3::load<V>(s);
   return splitTimes256(Pixels<kInOrder, V>{p.r, p.g ^ all8<V>(128), p.b ^ all8<V>(128)});
 }

@@ -19,13 +19,13 @@ template <class Format, int kRows> struct Convert420 {
 
 // Past the caches one row after the other, as memory takes it fastest; chroma is worked out for each.
 template <class Format, class Dst>
-void convertPastCaches(const Vel8u* const pSrc[3], const int srcStep[3], Dst pDst, int dstStep, int width, int height) {
+void convertPastCaches(const Vel8u* const pSrc[3], const int srcStep[3], Dst pDst, int dstStep, int pairs, int height) {
   for (int y = 0; y < height; ++y) {
     const Vel8u* const rows[3] = {rowOf(pSrc[0], srcStep[0], y), rowOf(pSrc[1], srcStep[1], y / 2),
                                   rowOf(pSrc[2], srcStep[2], y / 2)};
     convertRowPastCaches<Convert420<Format, 1>, Format::kBytes>(
-        stripsOfYuv<const Vel8u, 1>(rows, srcStep).strip, stripsOf<Format, 1>(rowOf(pDst, dstStep, y), dstStep).strip,
-        width);
+        stripsOfYuv<const Vel8u, 1>(rows, srcStep).strip,
+        stripsOf<Format, 2, 1>(rowOf(pDst, dstStep, y), dstStep).strip, pairs);
   }
   streamEnd();
 }
@@ -36,22 +36,22 @@ template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* con
   ORV_CHECK(checkPointers(pSrc, srcStep, pDst));
   ORV_CHECK(checkImages(pSrc, pDst, size, least));
   using Kernel = Convert420<Format, 2>;
-  const int width = size.width & ~1;
+  const int pairs = size.width / 2;
   const VelStatus status = (size.width | size.height) & 1 ? velStsDoubleSize : velStsNoErr;
   if constexpr (Format::kMayStream)
     if (goesPastCaches<Format>(size)) {
-      convertPastCaches<Format>(pSrc, srcStep, pDst, dstStep, width, size.height & ~1);
+      convertPastCaches<Format>(pSrc, srcStep, pDst, dstStep, pairs, size.height & ~1);
       return status;
     }
   const auto convertAll = [&](const auto& convertStrip) ORV_INLINED {
-    convertStrips(stripsOfYuv<const Vel8u, 2>(pSrc, srcStep), stripsOf<Format, 2>(pDst, dstStep), size.height / 2,
+    convertStrips(stripsOfYuv<const Vel8u, 2>(pSrc, srcStep), stripsOf<Format, 2, 2>(pDst, dstStep), size.height / 2,
                   convertStrip);
   };
-  if (width == 16)  // the tile of a JPEG MCU
+  if (pairs == 8)  // the tile of a JPEG MCU
     convertAll([](const auto& src, const auto& dst) ORV_INLINED { Kernel::template convert<Lane>(src, dst); });
   else
     convertAll([=](const auto& src, const auto& dst)
-                   ORV_INLINED { convertRow<Kernel, LastPixels::kMayRepeat, Format::kKeepsFourth>(src, dst, width); });
+                   ORV_INLINED { convertRow<Kernel, LastPixels::kMayRepeat, Format::kKeepsFourth>(src, dst, pairs); });
   return status;
 }
 

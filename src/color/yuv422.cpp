@@ -15,7 +15,7 @@ struct LoneSamples {
 
 // Chroma rows hold a sample of its own for a lone pixel, or they do not: then it takes the pair's before it.
 template <bool kOwnChroma> struct Planar {
-  using Source = Strip<const Vel8u, Plane<2>, Plane<1>, Plane<1>>;
+  using Source = StripOfYuv<const Vel8u, 1>;
   static ORV_INLINE Strips<Source> strips(const Vel8u* const planes[3], const int step[3]) {
     return stripsOfYuv<const Vel8u, 1>(planes, step);
   }
@@ -32,7 +32,7 @@ template <bool kOwnChroma> struct Planar {
 
 // Y0 U Y1 V for each pair.
 struct Packed {
-  using Source = Strip<const Vel8u, Plane<4>>;
+  using Source = Strip<const Vel8u, 2, Plane<4>>;
   static ORV_INLINE Strips<Source> strips(const Vel8u* image, int step) { return {{{image}, step}, {step}}; }
 
   template <class V> static ORV_INLINE Samples<V> load(const Place<Source>& s) {
@@ -58,12 +58,13 @@ template <class Layout, class Format> struct Convert422 {
   template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     store(Layout::template load<V>(src), dst);
   }
-  template <class Dst> static __attribute__((noinline)) void convertLone(LoneSamples s, Dst dst, ptrdiff_t x) {
+  // dst counts single pixels.
+  template <class Dst> static __attribute__((noinline)) void convertLone(LoneSamples s, Dst dst) {
     StripTail<Dst> to;
-    if (Format::kKeepsFourth) to.load(Place<Dst>{dst, x}, 1);
+    if (Format::kKeepsFourth) to.load(Place{dst}, 1);
     const auto strip = to.strip();
     store(Samples<Lane>{all8(s.y), all16(s.u), all16(s.v)}, Place{strip});
-    to.store(Place<Dst>{dst, x}, 1);
+    to.store(Place{dst}, 1);
   }
 };
 
@@ -72,12 +73,13 @@ template <class Layout, class Format, class Src, class Step, class Dst>
 ORV_INLINE VelStatus convert(Src pSrc, Step srcStep, Dst pDst, int dstStep, VeliSize size) {
   ORV_CHECK(checkImages(pSrc, pDst, size));
   using Kernel = Convert422<Layout, Format>;
-  const ptrdiff_t last = size.width - 1, pairs = size.width / 2;
+  const ptrdiff_t pairs = size.width / 2;
+  const bool hasLone = size.width % 2 != 0;
   const bool isPastCaches = goesPastCaches<Format>(size);
-  convertStrips(Layout::strips(pSrc, srcStep), stripsOf<Format, 1>(pDst, dstStep), size.height,
+  convertStrips(Layout::strips(pSrc, srcStep), stripsOf<Format, 2, 1>(pDst, dstStep), size.height,
                 [=](const auto& src, const auto& dst) ORV_INLINED {
-                  convertRowOf<Kernel, LastPixels::kMayRepeat, Format>(isPastCaches, src, dst, 2 * pairs);
-                  if (last % 2 == 0) Kernel::convertLone(Layout::lone(src, pairs), dst.strip, last);
+                  convertRowOf<Kernel, LastPixels::kMayRepeat, Format>(isPastCaches, src, dst, pairs);
+                  if (hasLone) Kernel::convertLone(Layout::lone(src, pairs), inPixels(dst.at(pairs)));
                 });
   if (isPastCaches) streamEnd();
   return velStsNoErr;
