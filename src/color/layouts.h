@@ -36,7 +36,7 @@ template <class T, int kUnit, class... Planes> struct Place<Strip<T, kUnit, Plan
     return strip.plane[i] + (offset + x * kBytes[i]);
   }
   ORV_INLINE Place at(ptrdiff_t units) const { return {strip, x + units, offset}; }
-  ORV_INLINE Place row(int r) const { return r == 0 ? *this : Place{strip, x, strip.below}; }
+  ORV_INLINE Place row(int r) const { return {strip, x, r * strip.below}; }
 };
 template <class S> Place(const S&) -> Place<S>;
 

@@ -34,8 +34,9 @@ template <Order kOrder, class Convert> ORV_INLINE auto convertHalves(const Conve
   const auto a = convert(0);
   const auto r = clampToHighBytes(a.first()), g = clampToHighBytes(a.second()), b = clampToHighBytes(a.third());
   const auto z = convert(1);
-  return pixelsOf<kOrder>(highBytes16(r, clampToHighBytes(z.first())), highBytes16(g, clampToHighBytes(z.second())),
-                          highBytes16(b, clampToHighBytes(z.third())));
+  return Pixels<kOrder, decltype(+r)>{highBytes16(r, clampToHighBytes(z.first())),
+                                      highBytes16(g, clampToHighBytes(z.second())),
+                                      highBytes16(b, clampToHighBytes(z.third()))};
 }
 
 // ---- Exactly

@@ -152,12 +152,18 @@ ORV_INLINE Lane magnitude16(Lane v) { return withSignsOf16(v, v); }
 
 // ---- Choosing
 
+// v without the bits of the mask. Of ~mask & v compilers may make more than the one instruction that it is.
+ORV_INLINE Lane clearBits(Lane v, Lane mask) { return _mm_andnot_si128(mask, v); }
+#if ORV_HAS_WIDE_INTEGER
+ORV_INLINE Lanes clearBits(Lanes v, Lanes mask) { return _mm256_andnot_si256(mask, v); }
+#endif
+
 // yes where the mask has all bits, no where it has none; whole bytes.
 ORV_INLINE Lane select(Lane mask, Lane yes, Lane no) {
 #if ORV_HAS_BLEND
   return _mm_blendv_epi8(no, yes, mask);
 #else
-  return (mask & yes) | (~mask & no);
+  return (mask & yes) | clearBits(no, mask);
 #endif
 }
 #if ORV_HAS_WIDE_INTEGER
@@ -175,11 +181,11 @@ ORV_INLINE Lane selectOverOnes(Lane mask, Lane yes, Lane no) {
 #if ORV_HAS_BLEND
   return select(mask, yes, no);
 #else
-  return _mm_andnot_si128(_mm_andnot_si128(yes, mask), no);  // compilers make three operations of ~(~yes & mask) & no
+  return clearBits(no, clearBits(mask, yes));
 #endif
 }
 // The same with plain logic on every path, which any unit does: a blend by a vector takes one that multiplies.
-template <class V> ORV_INLINE V selectBits(V mask, V yes, V no) { return (mask & yes) | (~mask & no); }
+template <class V> ORV_INLINE V selectBits(V mask, V yes, V no) { return (mask & yes) | clearBits(no, mask); }
 // Pixels of four bytes: three from v, the fourth, alpha as a rule, from old.
 template <class V> ORV_INLINE V keepFourth8(V v, V old) {
   return (v & all32<V>(0xFFFFFF)) | (old & all32<V>(int(0xFF000000)));

@@ -55,8 +55,8 @@ template <class V> struct PixelPairs {
       : x(interleaveLow8(p.r, p.g)), y(interleaveLow8(p.b, shiftBytesDown<8>(p.r))), z(interleaveHigh8(p.g, p.b)) {}
   explicit PixelPairs(const Pixels<kInOrder, V>& p)
       : x((p.r & all16<V>(0xFF)) | shiftLeft16(p.g, 8)),
-        y((p.b & all16<V>(0xFF)) | (~all16<V>(0xFF) & p.r)),
-        z(shiftRightU16(p.g, 8) | (~all16<V>(0xFF) & p.b)) {}
+        y((p.b & all16<V>(0xFF)) | clearBits(p.r, all16<V>(0xFF))),
+        z(shiftRightU16(p.g, 8) | clearBits(p.b, all16<V>(0xFF))) {}
 };
 // Dwords i and i + 2 of a in turn with j and j + 2 of b.
 template <int i, int j, class V> ORV_INLINE V inTurn(V a, V b) {
@@ -67,8 +67,8 @@ template <Order kOrder, class V> ORV_INLINE Interleaved3<V> interleave3(const Pi
   const PixelPairs<V> q(p);
   const V low = all32<V>(0xFFFF);
   const V a = (q.x & low) | shiftLeft32(q.y, 16);
-  const V b = (q.z & low) | (~low & q.x);
-  const V c = shiftRightU32(q.y, 16) | (~low & q.z);
+  const V b = (q.z & low) | clearBits(q.x, low);
+  const V c = shiftRightU32(q.y, 16) | clearBits(q.z, low);
   // a0 b0 c0 a1 | b1 c1 a2 b2 | c2 a3 b3 c3
   const V ab = inTurn<0, 0>(a, b), ca = inTurn<0, 1>(c, a), bc = inTurn<1, 1>(b, c);
   return {{interleaveLow64(ab, ca), join64<0, 1>(bc, ab), interleaveHigh64(ca, bc)}};
