@@ -268,46 +268,58 @@ __attribute__((noinline)) void convertLast(Src src, ptrdiff_t srcX, Dst dst, ptr
   Kernel::template convert<Lane>(Place<Src>{src, srcX + units - kUnits}, Place{toStrip});
   to.storeLast(last, int(units - done));
 }
+// Sixteen pixels.
+template <class Kernel, class Src, class Dst>
+__attribute__((noinline)) void convertOnce(Src src, ptrdiff_t srcX, Dst dst, ptrdiff_t dstX) {
+  Kernel::template convert<Lane>(Place<Src>{src, srcX}, Place<Dst>{dst, dstX});
+}
 
-// At least as many pixels as V takes. The last vector ends where they end: some pixels are converted twice.
+// The destination may be the source where their pixels are laid out alike. What is converted must not be converted again.
+template <class Src, class Dst> constexpr bool kMayBeInPlace = false;
+template <int kUnit, class... Planes>
+constexpr bool kMayBeInPlace<Strip<const Vel8u, kUnit, Planes...>, Strip<Vel8u, kUnit, Planes...>> = true;
+template <class Src, class Dst> ORV_INLINE bool isInPlace(const Place<Src>& src, const Place<Dst>& dst) {
+  return kMayBeInPlace<Src, Dst> && static_cast<const Vel8u*>(src[0]) == dst[0];
+}
+
+// As many units as whole V take, and the rest, too, unless in place: with a V that ends where they end, so that some
+// pixels are converted twice. Tells how many units are done. There is at least one V.
 template <class Kernel, class V, class Src, class Dst>
-ORV_INLINE void convertOverlapping(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t units) {
+ORV_INLINE ptrdiff_t convertVectors(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t units) {
   constexpr ptrdiff_t kUnits = sizeof(V) / Src::kUnit;
+  if (isInPlace(src, dst)) units &= -kUnits;
   const ptrdiff_t last = units - kUnits;
   for (ptrdiff_t x = 0;;) {
     Kernel::template convert<V>(src.at(x), dst.at(x));
     x += kUnits;
     if (__builtin_expect(x <= last, 1)) continue;
-    if (x == units) break;
+    if (x == units) return units;
     x = last;
   }
 }
 
-// Where the destination may be the source, pixels must not be converted again.
-enum class LastPixels { kOnce, kMayRepeat };
-template <class Kernel, LastPixels kLast, bool kKeepsFourth = false, class Src, class Dst>
+template <class Kernel, bool kKeepsFourth = false, class Src, class Dst>
 ORV_INLINE void convertRow(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t units) {
   constexpr bool kHasLanes = sizeof(Lanes) > sizeof(Lane);
   constexpr ptrdiff_t kOfLane = sizeof(Lane) / Src::kUnit, kOfLanes = sizeof(Lanes) / Src::kUnit;
-  if constexpr (kLast == LastPixels::kMayRepeat) {
-    if (units < kOfLane) return convertTail<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, int(units));
-    if (kHasLanes && units < kOfLanes) return convertOverlapping<Kernel, Lane>(src, dst, units);
-    convertOverlapping<Kernel, Lanes>(src, dst, units);
-    lanesEnd();
-  } else {
-    ptrdiff_t x = 0;
-    for (; x + kOfLanes <= units; x += kOfLanes) Kernel::template convert<Lanes>(src.at(x), dst.at(x));
-    lanesEnd();
-    if (kHasLanes)
-      for (; x + kOfLane <= units; x += kOfLane) Kernel::template convert<Lane>(src.at(x), dst.at(x));
-    if (x < units) convertLast<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, x, units);
+  if (units < kOfLane) {
+    if (units > 0) convertTail<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, int(units));
+    return;
   }
+  ptrdiff_t done = 0;
+  if (kHasLanes && units >= kOfLanes) {
+    done = convertVectors<Kernel, Lanes>(src, dst, units);
+    lanesEnd();
+  }
+  if (units - done >= kOfLane) done += convertVectors<Kernel, Lane>(src.at(done), dst.at(done), units - done);
+  if constexpr (kMayBeInPlace<Src, Dst>)
+    if (done < units) convertLast<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, done, units);
 }
 
 // The same as a function of its own: the few pixels beside those that go past the caches.
 template <class Kernel, class Src, class Dst>
 __attribute__((noinline)) void convertBeside(Src src, Dst dst, ptrdiff_t x, ptrdiff_t units) {
-  convertRow<Kernel, LastPixels::kOnce>(Place<Src>{src, x}, Place<Dst>{dst, x}, units);
+  convertRow<Kernel>(Place<Src>{src, x}, Place<Dst>{dst, x}, units);
 }
 
 // A row that goes past the caches, one destination row in a strip: whole lines of it by Kernel::PastCaches, the others by
@@ -328,11 +340,11 @@ __attribute__((noinline)) void convertRowPastCaches(Src src, Dst dst, ptrdiff_t 
   lanesEnd();
   convertBeside<Kernel>(src, dst, end, units - end);
 }
-template <class Kernel, LastPixels kLast, class Format, class Src, class Dst>
+template <class Kernel, class Format, class Src, class Dst>
 ORV_INLINE void convertRowOf(bool isPastCaches, const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t units) {
   if constexpr (Format::kMayStream)
     if (isPastCaches) return convertRowPastCaches<Kernel, Format::kBytes>(src.strip, dst.strip, units);
-  convertRow<Kernel, kLast, Format::kKeepsFourth>(src, dst, units);
+  convertRow<Kernel, Format::kKeepsFourth>(src, dst, units);
 }
 // Whether an image of such pixels exceeds the caches.
 template <class Format> ORV_INLINE bool goesPastCaches(VeliSize size) {

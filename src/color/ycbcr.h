@@ -215,10 +215,14 @@ template <class From, class W, class Format> struct ConvertExactly {
 };
 template <class From, class G, class W, class Format, class Src, class Dst>
 ORV_INLINE void convertRowInGroups(bool isPastCaches, const Src& src, const Dst& dst, ptrdiff_t width) {
+  using Exactly = ConvertExactly<From, W, Format>;
   const ptrdiff_t grouped = width & ~ptrdiff_t(7);
-  convertRowOf<ConvertGroups<G, Format>, LastPixels::kOnce, Format>(isPastCaches, src, dst, grouped);
-  if (grouped < width)
-    convertLast<ConvertExactly<From, W, Format>, false>(src.strip, src.x, dst.strip, dst.x, grouped, width);
+  // Where sixteen pixels may be written of which the groups are written again, that is fastest.
+  const bool isExactFirst = width >= 16 && !isPastCaches && !isInPlace(src, dst);
+  if (grouped < width && isExactFirst)
+    convertOnce<Exactly>(src.strip, src.x + width - 16, dst.strip, dst.x + width - 16);
+  convertRowOf<ConvertGroups<G, Format>, Format>(isPastCaches, src, dst, grouped);
+  if (grouped < width && !isExactFirst) convertLast<Exactly, false>(src.strip, src.x, dst.strip, dst.x, grouped, width);
 }
 
 }  // namespace

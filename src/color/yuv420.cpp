@@ -51,7 +51,7 @@ template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* con
     convertAll([](const auto& src, const auto& dst) ORV_INLINED { Kernel::template convert<Lane>(src, dst); });
   else
     convertAll([=](const auto& src, const auto& dst)
-                   ORV_INLINED { convertRow<Kernel, LastPixels::kMayRepeat, Format::kKeepsFourth>(src, dst, pairs); });
+                   ORV_INLINED { convertRow<Kernel, Format::kKeepsFourth>(src, dst, pairs); });
   return status;
 }
 

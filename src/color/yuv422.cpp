@@ -78,7 +78,7 @@ ORV_INLINE VelStatus convert(Src pSrc, Step srcStep, Dst pDst, int dstStep, Veli
   const bool isPastCaches = goesPastCaches<Format>(size);
   convertStrips(Layout::strips(pSrc, srcStep), stripsOf<Format, 2, 1>(pDst, dstStep), size.height,
                 [=](const auto& src, const auto& dst) ORV_INLINED {
-                  convertRowOf<Kernel, LastPixels::kMayRepeat, Format>(isPastCaches, src, dst, pairs);
+                  convertRowOf<Kernel, Format>(isPastCaches, src, dst, pairs);
                   if (hasLone) Kernel::convertLone(Layout::lone(src, pairs), inPixels(dst.at(pairs)));
                 });
   if (isPastCaches) streamEnd();
