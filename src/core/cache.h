@@ -40,8 +40,8 @@ ORV_INLINE void prefetchTwoRows(const void* p, ptrdiff_t step, int first) {
   prefetch(p, first * step);
   prefetch(p, (first + 1) * step);
 }
-// How far along a row, in bytes, where a kernel reads in a way that processors do not predict: pieces of 48 bytes, a
-// destination that is read first, or many rows at once, of which each is asked for half as far ahead.
-constexpr ptrdiff_t kRowAhead = 2048, kRowsAhead = kRowAhead / 2;
+// How far along a row, in bytes, where a kernel reads in a way that processors do not predict: pieces of 48 bytes, or a
+// destination that is read first.
+constexpr ptrdiff_t kRowAhead = 2048;
 
 }  // namespace
