@@ -323,7 +323,9 @@ __attribute__((noinline)) void convertBeside(Src src, Dst dst, ptrdiff_t x, ptrd
 }
 
 // A row that goes past the caches, one destination row in a strip: whole lines of it by Kernel::PastCaches, the others by
-// Kernel. A line that is written in part, or in both ways, takes many times as long. 64 pixels are whole lines.
+// Kernel. A line that is written in part, or in both ways, takes many times as long. 64 pixels are whole lines. Stores
+// take effect in their order, so one that waits for its line holds up all after it: the lines at the ends of the row are
+// asked for first and written last.
 template <class Kernel, int kBytes, class Src, class Dst>
 __attribute__((noinline)) void convertRowPastCaches(Src src, Dst dst, ptrdiff_t units) {
   constexpr ptrdiff_t kUnits = 64 / Src::kUnit;
@@ -334,10 +336,12 @@ __attribute__((noinline)) void convertRowPastCaches(Src src, Dst dst, ptrdiff_t 
   constexpr size_t kAlignment = kBytes == 3 ? 1 : kBytes;
   if (toLine % kAlignment != 0 || pixels % Src::kUnit != 0 || units < head + kUnits)
     return convertBeside<Kernel>(src, dst, 0, units);
-  convertBeside<Kernel>(src, dst, 0, head);
+  prefetch(Place<Dst>{dst}[0], 0);
+  prefetch(Place<Dst>{dst, units}[0], 0);
   for (ptrdiff_t x = head; x < end; x += ptrdiff_t(sizeof(Lanes)) / Src::kUnit)
     Kernel::PastCaches::template convert<Lanes>(Place<Src>{src, x}, Place<Dst>{dst, x});
   lanesEnd();
+  convertBeside<Kernel>(src, dst, 0, head);
   convertBeside<Kernel>(src, dst, end, units - end);
 }
 template <class Kernel, class Format, class Src, class Dst>
