@@ -135,7 +135,8 @@ struct AC4 {
     const V even[2] = {interleaveLow16(rgEven, bEven), interleaveHigh16(rgEven, bEven)};
     const V odd[2] = {interleaveLow16(rgOdd, bOdd), interleaveHigh16(rgOdd, bOdd)};
     Vel8u* const dst = row[0];
-    prefetch(dst, kRowAhead);  // loads wait for their lines as stores do not
+    // Loads wait for their lines as stores do not.
+    ORV_UNROLL for (int i = 0; i < int(sizeof(V)); i += 16) prefetch(dst + 4 * i, kRowAhead);
     ORV_UNROLL for (int i = 0; i < 2; ++i) {
       storeFour(dst + 32 * i, interleaveLow32(even[i], odd[i]));
       storeFour(dst + 32 * i + 16, interleaveHigh32(even[i], odd[i]));
@@ -239,6 +240,8 @@ struct TightSteps {
   explicit TightSteps(VeliSize size) : step{size.width, size.width / 2, size.width / 2} {}
 };
 
+constexpr bool kHasSeveralLanes = sizeof(Lanes) > sizeof(Lane);
+
 // ---- Along a row, which is so many units long
 //
 // What is a function of its own takes strips by value: those of a loop then stay in registers.
@@ -300,14 +303,13 @@ ORV_INLINE ptrdiff_t convertVectors(const Place<Src>& src, const Place<Dst>& dst
 
 template <class Kernel, bool kKeepsFourth = false, class Src, class Dst>
 ORV_INLINE void convertRow(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t units) {
-  constexpr bool kHasLanes = sizeof(Lanes) > sizeof(Lane);
   constexpr ptrdiff_t kOfLane = sizeof(Lane) / Src::kUnit, kOfLanes = sizeof(Lanes) / Src::kUnit;
   if (units < kOfLane) {
     if (units > 0) convertTail<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, int(units));
     return;
   }
   ptrdiff_t done = 0;
-  if (kHasLanes && units >= kOfLanes) {
+  if (kHasSeveralLanes && units >= kOfLanes) {
     done = convertVectors<Kernel, Lanes>(src, dst, units);
     lanesEnd();
   }

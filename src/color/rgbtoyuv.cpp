@@ -59,7 +59,8 @@ template <int kRows, class V> ORV_INLINE V chromaOf(const Shared<V>& s) {
 struct FromC3 {
   using Format = C3;
   template <class V, class Row> static ORV_INLINE PixelWords<V> load(const Row& row) {
-    prefetch(row[0], kRowAhead);  // the hardware prefetcher does not follow steps of 48 bytes
+    // The hardware prefetcher does not follow steps of 48 bytes.
+    ORV_UNROLL for (int i = 0; i < int(sizeof(V)); i += 16) prefetch(row[0] + 3 * i, kRowAhead);
     return load3Times256<V>(row[0]);
   }
 };

@@ -128,11 +128,13 @@ ORV_INLINE VelStatus convertImage(Src pSrc, int srcStep, Dst pDst, int dstStep, 
   if (isPastCaches) streamEnd();
   return velStsNoErr;
 }
+// One lane takes longer than memory does, whichever way it is written.
 template <class Format, class Kernel, class Src, class Dst>
 ORV_INLINE VelStatus convert(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size) {
-  return convertImage<Format, Format>(pSrc, srcStep, pDst, dstStep, size,
-                                      [](bool isPastCaches, const auto& src, const auto& dst, ptrdiff_t width)
-                                          ORV_INLINED { convertRowOf<Kernel, Format>(isPastCaches, src, dst, width); });
+  return convertImage<Format, Format>(
+      pSrc, srcStep, pDst, dstStep, size,
+      [](bool isPastCaches, const auto& src, const auto& dst, ptrdiff_t width)
+          ORV_INLINED { convertRowOf<Kernel, Format>(kHasSeveralLanes && isPastCaches, src, dst, width); });
 }
 template <class From, class G, class W, class Src, class Dst>
 ORV_INLINE VelStatus convertInGroups(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size) {

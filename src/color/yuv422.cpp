@@ -75,7 +75,8 @@ ORV_INLINE VelStatus convert(Src pSrc, Step srcStep, Dst pDst, int dstStep, Veli
   using Kernel = Convert422<Layout, Format>;
   const ptrdiff_t pairs = size.width / 2;
   const bool hasLone = size.width % 2 != 0;
-  const bool isPastCaches = goesPastCaches<Format>(size);
+  // One lane takes longer than memory does, whichever way it is written.
+  const bool isPastCaches = kHasSeveralLanes && goesPastCaches<Format>(size);
   convertStrips(Layout::strips(pSrc, srcStep), stripsOf<Format, 2, 1>(pDst, dstStep), size.height,
                 [=](const auto& src, const auto& dst) ORV_INLINED {
                   convertRowOf<Kernel, Format>(isPastCaches, src, dst, pairs);
