@@ -36,27 +36,44 @@ template <class F> struct Row {
   ORV_INLINE void swapPixels(size_t i, size_t end) const {
     for (; i < end; ++i) swapPixel<F>(selection, src + i * F::kFromPixel, dst + i * F::kToPixel);
   }
-  // In place the pixels of the last block are copied before others are swapped, some of which are among them.
-  ORV_INLINE void swap(size_t i, size_t end) const {
+  // kApart: by a loop that is a function of its own, for rows that are long, or parts of them.
+  template <bool kApart> ORV_INLINE void swap(size_t i, size_t end) const {
     if (end - i >= kBlock + 2 * kMargin) {
       const size_t last = end - kMargin - kBlock;  // the last block's place
       swapPixels(i, i + kMargin);
       i += kMargin;
       const size_t count = (last - i) / kBlock + 1;
       const bool isMore = i + count * kBlock < last + kBlock;
-      const Vel8u* from = src + last * F::kFromPixel;
-      Vel8u copied[(kBlock + 2 * kMargin) * F::kFromPixel];
       if (F::kFrom >= F::kTo && isMore && src == dst) {
-        memcpy(copied, from - kMargin * F::kFromPixel, sizeof copied);
-        from = copied + kMargin * F::kFromPixel;
+        swapOverlapping(i, count, last);
+      } else {
+        swapSome<kApart>(i, count);
+        if (isMore) swapSome<kApart>(last, 1);
       }
-      swapBlocks<false>(i, count);
-      if (isMore) blocks.template swap<false>(from, dst + last * F::kToPixel, 1);
       i = last + kBlock;
     }
     swapPixels(i, end);
   }
-  __attribute__((noinline)) void swapPart(size_t i, size_t end) const { swap(i, end); }
+  // The same in place: the pixels of the last block are copied before the block in front of it is swapped, which has some of
+  // them. Not earlier: the end of a row may be far from the caches.
+  __attribute__((noinline)) void swapOverlapping(size_t i, size_t count, size_t last) const {
+    Vel8u pixels[(kBlock + 2 * kMargin) * F::kFromPixel];
+    const size_t before = i + (count - 1) * kBlock;
+    if (count > 1) swapSome<true>(i, count - 1);
+    memcpy(pixels, src + (last - kMargin) * F::kFromPixel, sizeof pixels);
+    swapSome<true>(before, 1);
+    swapApart(pixels + kMargin * F::kFromPixel, dst + last * F::kToPixel, 1);
+  }
+  template <bool kApart> ORV_INLINE void swapSome(size_t i, size_t count) const {
+    if constexpr (kApart)
+      swapApart(src + i * F::kFromPixel, dst + i * F::kToPixel, count);
+    else
+      swapBlocks<false>(i, count);
+  }
+  __attribute__((noinline)) void swapApart(const Vel8u* from, Vel8u* to, size_t count) const {
+    blocks.template swap<false>(from, to, count);
+  }
+  __attribute__((noinline)) void swapPart(size_t i, size_t end) const { swap<true>(i, end); }
   // Four blocks are whole cache lines. Only such go past the caches: a line that is written in part, or in both ways, takes
   // many times as long.
   __attribute__((noinline)) void swapPastCaches(size_t n) const {
@@ -86,7 +103,7 @@ template <class F> __attribute__((noinline)) void swapRows(const void* pSrc, int
     if (streams)
       row.swapPastCaches(width);
     else
-      row.swap(0, width);
+      row.template swap<false>(0, width);
   }
   if (streams) streamEnd();
 }
