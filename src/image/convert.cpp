@@ -8,21 +8,25 @@ namespace {
 
 // ---- Elements
 //
-// A conversion's convert<n, kStreams>(src, dst) converts n elements: 16, 8, 4, 2 or 1. kStreams: past the caches; n is 16 and
-// dst a multiple of a vector's size, and kMayStream says that there is such a form. kKeepsAlpha leaves every fourth element
-// of the destination as it is; n is then a whole number of pixels.
+// A conversion's convert<n, kStreams>(src, dst) converts n elements: kMost, 16, 8, 4, 2 or 1. kStreams: past the caches; n is
+// kMost and dst a multiple of a vector's size, and kMayStream says that there is such a form. kKeepsAlpha leaves every fourth
+// element of the destination as it is; n is then a whole number of pixels.
 
 struct ToWords {
   using Src = Vel8u;
   using Dst = Vel16u;
   static constexpr bool kKeepsAlpha = false, kMayStream = true;
+  static constexpr int kMost = 16;
 
   template <int n, bool kStreams> static ORV_INLINE void convert(const Src* src, Dst* dst) {
-    const Lane v = loadFirst<n>(src);
-    if constexpr (n == 16)
+    if constexpr (n == 16 && sizeof(Lanes) == 32) {
+      put<kStreams>(dst, loadWidenU8<Lanes>(src));
+    } else if constexpr (n == 16) {
+      const Lane v = load(src);
       putPair<kStreams>(dst, widenLowU8(v), widenHighU8(v));
-    else
-      storeFirst<2 * n>(dst, widenLowU8(v));
+    } else {
+      storeFirst<2 * n>(dst, widenLowU8(loadFirst<n>(src)));
+    }
   }
 };
 
@@ -30,6 +34,7 @@ template <bool kKeeps> struct ToFloats {
   using Src = Vel8u;
   using Dst = Vel32f;
   static constexpr bool kKeepsAlpha = kKeeps, kMayStream = !kKeeps;
+  static constexpr int kMost = 16;
 
   template <int n, bool kStreams> static ORV_INLINE void convert(const Src* src, Dst* dst) {
     if constexpr (kKeeps)
@@ -45,17 +50,23 @@ template <Rounding kRounding, bool kKeeps> struct ToBytes {
   using Src = Vel32f;
   using Dst = Vel8u;
   static constexpr bool kKeepsAlpha = kKeeps, kMayStream = !kKeeps;
+  static constexpr int kMost = sizeof(Lanes);
 
   template <int n, bool kStreams> static ORV_INLINE void convert(const Src* src, Dst* dst) {
-    Lane bytes;
-    if constexpr (n == 16)
-      bytes = narrowVectorsTo8U([=](int i) { return rounded(load<Floats>(src + i)); });
-    else
-      bytes = narrowTo8U(eachAsDwords(loadRun<n>(src), [](auto v) { return rounded(v); }));
-    if constexpr (kStreams)
-      stream(dst, bytes);
-    else
+    const auto at = [=](int i) { return rounded(load<Floats>(src + i)); };
+    if constexpr (kStreams) {
+      stream(dst, narrowVectorsTo8U<Lanes>(at));
+    } else if constexpr (n > 16) {
+      const auto bytes = narrowVectorsTo8U<Lanes>(at);
+      store(dst, kKeeps ? keepFourth8(bytes, load<Lanes>(dst)) : bytes);
+    } else {
+      Lane bytes;
+      if constexpr (n == 16)
+        bytes = narrowVectorsTo8U(at);
+      else
+        bytes = narrowTo8U(eachAsDwords(loadRun<n>(src), [](auto v) { return rounded(v); }));
       storeFirst<n>(dst, kKeeps ? keepFourth8(bytes, loadFirst<n>(dst)) : bytes);
+    }
   }
 
   // The order in the minimum makes 255 of a NaN. There is nothing to do about what is below 0: it becomes a negative
@@ -70,6 +81,8 @@ template <Rounding kRounding, bool kKeeps> struct ToBytes {
 
 // ---- Rows
 
+constexpr size_t kTurn = 64;  // elements of a loop's turn: whole lines of any destination
+
 // A row of n to 2 n elements: both ends, which may overlap.
 template <class Conversion, int n>
 ORV_INLINE void convertEnds(const typename Conversion::Src* src, typename Conversion::Dst* dst, size_t len) {
@@ -77,9 +90,9 @@ ORV_INLINE void convertEnds(const typename Conversion::Src* src, typename Conver
   Conversion::template convert<n, false>(src + len - n, dst + len - n);
 }
 
-// Sixteen elements at a time; those at the two ends of a row may overlap others. Stores between them are aligned where whole
-// elements allow it.
-template <class Conversion, bool kStreams>
+// Sixteen elements at a time, or kMost; those at the two ends of a row may overlap others. Stores between them are aligned
+// where whole elements allow it. A short row has few turns' elements.
+template <class Conversion, bool kIsShort>
 ORV_INLINE void convertRow(const typename Conversion::Src* src, typename Conversion::Dst* dst, size_t len) {
   if (len < 16) {
     if (len >= 8) return convertEnds<Conversion, 8>(src, dst, len);
@@ -87,36 +100,84 @@ ORV_INLINE void convertRow(const typename Conversion::Src* src, typename Convers
     if (len >= 2) return convertEnds<Conversion, 2>(src, dst, len);
     return convertEnds<Conversion, 1>(src, dst, len);
   }
+  constexpr size_t kMost = Conversion::kMost;
   const size_t end = len - 16, past = reinterpret_cast<uintptr_t>(dst) % sizeof(Floats) / sizeof *dst % 16;
   Conversion::template convert<16, false>(src, dst);
   size_t i = 16 - (Conversion::kKeepsAlpha ? 0 : past);
-  // A loop of one may lie within a line of the instruction cache, and some processors then store only once in a cycle.
-  constexpr size_t kTurn = 4 * 16;
-  for (; i + kTurn <= end; i += kTurn) {
-    ORV_UNROLL for (size_t k = 0; k < kTurn; k += 16)
-        Conversion::template convert<16, kStreams>(src + i + k, dst + i + k);
+  if constexpr (!kIsShort) {
+    if (kMost > 16 && i < end && reinterpret_cast<uintptr_t>(dst + i) & 16) {
+      Conversion::template convert<16, false>(src + i, dst + i);
+      i += 16;
+    }
+    // A loop of one may lie within a line of the instruction cache, and some processors then store only once in a cycle.
+    for (; i + kTurn <= end; i += kTurn) {
+      ORV_UNROLL for (size_t k = 0; k < kTurn; k += kMost)
+          Conversion::template convert<kMost, false>(src + i + k, dst + i + k);
+    }
   }
-  for (; i < end; i += 16) Conversion::template convert<16, kStreams>(src + i, dst + i);
+  for (; i < end; i += 16) Conversion::template convert<16, false>(src + i, dst + i);
   Conversion::template convert<16, false>(src + end, dst + end);
 }
 
+template <class Conversion> __attribute__((noinline)) void convertShortRow(const typename Conversion::Src* src,
+                                                                           typename Conversion::Dst* dst, size_t len) {
+  if (len > 0) convertRow<Conversion, true>(src, dst, len);
+}
+// Whole lines past the caches: a line that is written in part, or in both ways, takes many
+// times as long. dst is a multiple of an element.
+template <class Conversion>
+ORV_INLINE void convertPastCaches(const typename Conversion::Src* src, typename Conversion::Dst* dst, size_t len) {
+  const size_t toLine = -reinterpret_cast<uintptr_t>(dst) % kLine / sizeof *dst;
+  if (len < toLine + kTurn) return convertShortRow<Conversion>(src, dst, len);
+  convertShortRow<Conversion>(src, dst, toLine);
+  size_t i = toLine;
+  for (; i + kTurn <= len; i += kTurn) {
+    ORV_UNROLL for (size_t k = 0; k < kTurn; k += Conversion::kMost)
+        Conversion::template convert<Conversion::kMost, true>(src + i + k, dst + i + k);
+  }
+  constexpr size_t kLineElements = kLine / sizeof *dst;
+  for (; i + kLineElements <= len; i += kLineElements) {
+    ORV_UNROLL for (size_t k = 0; k < kLineElements; k += Conversion::kMost)
+        Conversion::template convert<Conversion::kMost, true>(src + i + k, dst + i + k);
+  }
+  convertShortRow<Conversion>(src + i, dst + i, len - i);
+}
+
 // Rows of len elements; those that lie close together make one row.
-template <class Conversion> void convertRows(const typename Conversion::Src* src, int srcStep,
-                                             typename Conversion::Dst* dst, int dstStep, size_t len, int height,
-                                             bool streams = false) {
+template <class Conversion, class Convert> ORV_INLINE void eachRow(const typename Conversion::Src* src, int srcStep,
+                                                                   typename Conversion::Dst* dst, int dstStep,
+                                                                   size_t len, int height, const Convert& convert) {
   if (size_t(srcStep) == len * sizeof *src && size_t(dstStep) == len * sizeof *dst) {
     len *= size_t(height);
     height = 1;
   }
-  for (int y = 0; y < height; ++y) {
-    const auto from = rowOf(src, srcStep, y);
-    const auto to = rowOf(dst, dstStep, y);
-    if (Conversion::kMayStream && streams && reinterpret_cast<uintptr_t>(to) % sizeof *to == 0)
-      convertRow<Conversion, true>(from, to, len);
-    else
-      convertRow<Conversion, false>(from, to, len);
+  for (int y = 0; y < height; ++y) convert(rowOf(src, srcStep, y), rowOf(dst, dstStep, y), len);
+}
+template <class Conversion> __attribute__((noinline)) void convertRowsPastCaches(const typename Conversion::Src* src,
+                                                                                 int srcStep,
+                                                                                 typename Conversion::Dst* dst,
+                                                                                 int dstStep, size_t len, int height) {
+  eachRow<Conversion>(
+      src, srcStep, dst, dstStep, len, height,
+      [](auto from, auto to, size_t n) __attribute__((always_inline)) { convertPastCaches<Conversion>(from, to, n); });
+  streamEnd();
+}
+// A function of its own, without calls: with one, its stack would be aligned, and few elements feel that.
+template <class Conversion> __attribute__((noinline)) void convertRows(const typename Conversion::Src* src, int srcStep,
+                                                                       typename Conversion::Dst* dst, int dstStep,
+                                                                       size_t len, int height) {
+  eachRow<Conversion>(
+      src, srcStep, dst, dstStep, len, height,
+      [](auto from, auto to, size_t n) __attribute__((always_inline)) { convertRow<Conversion, false>(from, to, n); });
+}
+template <class Conversion> ORV_INLINE void convertRows(const typename Conversion::Src* src, int srcStep,
+                                                        typename Conversion::Dst* dst, int dstStep, size_t len,
+                                                        int height, bool streams) {
+  if constexpr (Conversion::kMayStream) {
+    if (streams && (reinterpret_cast<uintptr_t>(dst) | unsigned(dstStep)) % sizeof *dst == 0)
+      return convertRowsPastCaches<Conversion>(src, srcStep, dst, dstStep, len, height);
   }
-  if (streams) streamEnd();
+  convertRows<Conversion>(src, srcStep, dst, dstStep, len, height);
 }
 
 // ---- Images

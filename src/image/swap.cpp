@@ -1,7 +1,6 @@
 // Reordering the channels of pixels.
 //
-// The last block of a row overlaps the one before it, but not in place, where no pixel may be swapped twice: there, and in
-// short rows, what is left is swapped pixel by pixel.
+// The last block of a row overlaps the one before it. Rows that are shorter than a block are swapped pixel by pixel.
 #include "core/simd.h"
 #include "image/checks.h"
 // A shuffle of bytes does any swap; without it two algorithms share them.
@@ -31,42 +30,65 @@ template <class F> struct Row {
 
   static constexpr size_t kMargin = Blocks<F>::kMargin, kBlock = F::kPixels;
 
-  template <bool kStreams> void swapBlocks(size_t i, size_t count) const {
+  template <bool kStreams> ORV_INLINE void swapBlocks(size_t i, size_t count) const {
     blocks.template swap<kStreams>(src + i * F::kFromPixel, dst + i * F::kToPixel, count);
   }
-  void swapPixels(size_t i, size_t end) const {
+  ORV_INLINE void swapPixels(size_t i, size_t end) const {
     for (; i < end; ++i) swapPixel<F>(selection, src + i * F::kFromPixel, dst + i * F::kToPixel);
   }
-  void swap(size_t i, size_t end) const {
+  // kApart: by a loop that is a function of its own, for rows that are long, or parts of them.
+  template <bool kApart> ORV_INLINE void swap(size_t i, size_t end) const {
     if (end - i >= kBlock + 2 * kMargin) {
       const size_t last = end - kMargin - kBlock;  // the last block's place
       swapPixels(i, i + kMargin);
       i += kMargin;
       const size_t count = (last - i) / kBlock + 1;
-      swapBlocks<false>(i, count);
-      i += count * kBlock;
-      if (i < last + kBlock && src != dst) {
-        swapBlocks<false>(last, 1);
-        i = last + kBlock;
+      const bool isMore = i + count * kBlock < last + kBlock;
+      if (F::kFrom >= F::kTo && isMore && src == dst) {
+        swapOverlapping(i, count, last);
+      } else {
+        swapSome<kApart>(i, count);
+        if (isMore) swapSome<kApart>(last, 1);
       }
+      i = last + kBlock;
     }
     swapPixels(i, end);
   }
+  // The same in place: the pixels of the last block are copied before the block in front of it is swapped, which has some of
+  // them. Not earlier: the end of a row may be far from the caches.
+  __attribute__((noinline)) void swapOverlapping(size_t i, size_t count, size_t last) const {
+    Vel8u pixels[(kBlock + 2 * kMargin) * F::kFromPixel];
+    const size_t before = i + (count - 1) * kBlock;
+    if (count > 1) swapSome<true>(i, count - 1);
+    memcpy(pixels, src + (last - kMargin) * F::kFromPixel, sizeof pixels);
+    swapSome<true>(before, 1);
+    swapApart(pixels + kMargin * F::kFromPixel, dst + last * F::kToPixel, 1);
+  }
+  template <bool kApart> ORV_INLINE void swapSome(size_t i, size_t count) const {
+    if constexpr (kApart)
+      swapApart(src + i * F::kFromPixel, dst + i * F::kToPixel, count);
+    else
+      swapBlocks<false>(i, count);
+  }
+  __attribute__((noinline)) void swapApart(const Vel8u* from, Vel8u* to, size_t count) const {
+    blocks.template swap<false>(from, to, count);
+  }
+  __attribute__((noinline)) void swapPart(size_t i, size_t end) const { swap<true>(i, end); }
   // Four blocks are whole cache lines. Only such go past the caches: a line that is written in part, or in both ways, takes
   // many times as long.
-  void swapPastCaches(size_t n) const {
+  __attribute__((noinline)) void swapPastCaches(size_t n) const {
     const ptrdiff_t toLine = pixelsToLine<F>(dst + kMargin * F::kToPixel);
     const size_t first = size_t(toLine) + kMargin;
-    if (toLine < 0 || n < first + kMargin + 4 * kBlock) return swap(0, n);
+    if (toLine < 0 || n < first + kMargin + 4 * kBlock) return swapPart(0, n);
     const size_t count = (n - kMargin - first) / kBlock & ~size_t(3);
-    swap(0, first);
+    swapPart(0, first);
     swapBlocks<true>(first, count);
-    swap(first + count * kBlock, n);
+    swapPart(first + count * kBlock, n);
   }
 };
 
-template <class F, class T>
-void swapRows(const T* pSrc, int srcStep, T* pDst, int dstStep, VeliSize size, const Selection& selection) {
+template <class F> __attribute__((noinline)) void swapRows(const void* pSrc, int srcStep, void* pDst, int dstStep,
+                                                           VeliSize size, const Selection& selection) {
   const Blocks<F> blocks(selection);
   size_t width = size_t(size.width);
   int rows = size.height;
@@ -76,13 +98,12 @@ void swapRows(const T* pSrc, int srcStep, T* pDst, int dstStep, VeliSize size, c
     rows = 1;
   }
   for (int y = 0; y < rows; ++y) {
-    const Vel8u* const src = reinterpret_cast<const Vel8u*>(rowOf(pSrc, srcStep, y));
-    Vel8u* const dst = reinterpret_cast<Vel8u*>(rowOf(pDst, dstStep, y));
-    const Row<F> row{selection, blocks, src, dst};
+    const Row<F> row{selection, blocks, rowOf(static_cast<const Vel8u*>(pSrc), srcStep, y),
+                     rowOf(static_cast<Vel8u*>(pDst), dstStep, y)};
     if (streams)
       row.swapPastCaches(width);
     else
-      row.swap(0, width);
+      row.template swap<false>(0, width);
   }
   if (streams) streamEnd();
 }

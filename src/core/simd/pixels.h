@@ -86,9 +86,18 @@ template <class V> ORV_INLINE Pixels<kInOrder, V> deinterleave3(Interleaved3<V> 
 template <class V> ORV_INLINE Interleaved3<V> load3(const Vel8u* p) {
   return {{load<V>(p, 48), load<V>(p + 16, 48), load<V>(p + 32, 48)}};
 }
-template <bool kStreams = false, class V> ORV_INLINE void store3(Vel8u* p, const Interleaved3<V>& t) {
-  ORV_UNROLL for (int i = 0; i < 3; ++i) put<kStreams>(p + 16 * i, t.v[i], 48);
+// Streams to a multiple of the vector's size.
+template <bool kStreams = false> ORV_INLINE void store3(Vel8u* p, const Interleaved3<Lane>& t) {
+  ORV_UNROLL for (int i = 0; i < 3; ++i) put<kStreams>(p + 16 * i, t.v[i]);
 }
+#if ORV_HAS_WIDE_INTEGER
+// a0 a1 | b0 b1 | c0 c1   ->   a0 b0 | c0 a1 | b1 c1: half as many stores.
+template <bool kStreams = false> ORV_INLINE void store3(Vel8u* p, const Interleaved3<Lanes>& t) {
+  put<kStreams>(p, Lanes(_mm256_permute2x128_si256(t.v[0], t.v[1], 0x20)));
+  put<kStreams>(p + 32, Lanes(_mm256_blend_epi32(t.v[2], t.v[0], 0xF0)));
+  put<kStreams>(p + 64, Lanes(_mm256_permute2x128_si256(t.v[1], t.v[2], 0x31)));
+}
+#endif
 
 // ---- Sixteen pixels of three bytes as words of 256 times a sample, even and odd pixels apart
 

@@ -132,6 +132,13 @@ template <int n> ORV_INLINE FloatRun<n> bytesToFloats(Lane bytes) {
   return toFloats(runOf<n>(lanes));
 }
 template <int n> ORV_INLINE FloatRun<n> loadBytesAsFloats(const Vel8u* p) {
+#if ORV_HAS_WIDE_INTEGER
+  if constexpr (n >= 8) {
+    DwordRun<n> run;
+    ORV_UNROLL for (int i = 0; i < run.kCount; ++i) run.v[i] = Dwords(_mm256_cvtepu8_epi32(loadLow(p + 8 * i)));
+    return toFloats(run);
+  }
+#endif
 #if ORV_HAS_BLEND
   Lane lanes[n < 4 ? 1 : n / 4];
   ORV_UNROLL for (int i = 0; i < (n < 4 ? 1 : n / 4); ++i) lanes[i] =
@@ -178,19 +185,27 @@ template <int n> ORV_INLINE Lane wordsOf(const DwordRun<n>& run, int vector = 0)
 template <int n> ORV_INLINE Lane narrowTo8U(const DwordRun<n>& run) {
   return narrow16To8U(wordsOf(run, 0), wordsOf(run, n == 16 ? 1 : 0));
 }
-// Sixteen of them, one vector after the other: at(i) gives the one that begins with element i. Where working out a vector
-// takes many registers, this leaves more of them than a run does.
-template <class At> ORV_INLINE Lane narrowVectorsTo8U(const At& at) {
-  const auto words = [&](int i) __attribute__((always_inline)) {
-#if ORV_HAS_WIDE_FLOAT
-    const Dwords v = at(i);
-    return narrow32(lowHalf(v), highHalf(v));
-#else
-    return narrow32(at(i), at(i + 4));
+// As many of them as V holds, one vector after the other: at(i) gives the one that begins with element i. Where working out
+// a vector takes many registers, this leaves more of them than a run does.
+template <class V = Lane, class At> ORV_INLINE V narrowVectorsTo8U(const At& at) {
+#if ORV_HAS_WIDE_INTEGER
+  if constexpr (sizeof(V) == 32) {  // dwords 0 2 4 6 | 1 3 5 7: narrowing works within lanes
+    const Lanes low = narrow32(at(0), at(8)), v = narrow16To8U(low, narrow32(at(16), at(24)));
+    return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+  } else
 #endif
-  };
-  const Lane low = words(0);
-  return narrow16To8U(low, words(8));
+  {
+    const auto words = [&](int i) __attribute__((always_inline)) {
+#if ORV_HAS_WIDE_FLOAT
+      const Dwords v = at(i);
+      return narrow32(lowHalf(v), highHalf(v));
+#else
+      return narrow32(at(i), at(i + 4));
+#endif
+    };
+    const Lane low = words(0);
+    return narrow16To8U(low, words(8));
+  }
 }
 
 }  // namespace

@@ -61,7 +61,8 @@ template <class F> class Blocks {
   }
 
  private:
-  template <bool kPairs> void blocks(const Vel8u* src, Vel8u* dst, size_t count) const {
+  // A function of its own: between others, its masks would not stay in registers.
+  template <bool kPairs> __attribute__((noinline)) void blocks(const Vel8u* src, Vel8u* dst, size_t count) const {
     const Exchange<F> exchange = exchange_;  // which the stores cannot reach
     for (; count; --count, src += 4 * F::kFromGroup, dst += 4 * F::kToGroup) {
       if constexpr (F::kTo == 3) {

@@ -57,13 +57,6 @@ template <class F> class Unselected {
     else
       put<kStreams>(dst, withValue(selected));
   }
-  // The same for lanes that lie `distance` bytes apart.
-  template <bool kStreams, class V> void storeWith(V selected, Vel8u* dst, ptrdiff_t distance) const {
-    if constexpr (F::kKeeps)
-      store(dst, withValue(selected) | (load<V>(dst, distance) & repeated<V>(kept_)), distance);
-    else
-      put<kStreams>(dst, withValue(selected), distance);
-  }
   // The same for two lanes.
   template <bool kStreams> void storeWith(Lane a, Lane b, Vel8u* dst) const {
     if (F::kKeeps) return storePairButKept(dst, withValue(a), withValue(b), kept_);

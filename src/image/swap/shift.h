@@ -19,7 +19,7 @@ template <int kBytes> class Blocks<Form<3, 3, kBytes, false>> {
     }
   }
   // The last vector of a block is stored after the next has been loaded from: in place, that load would wait for it.
-  template <bool kStreams> void swap(const Vel8u* src, Vel8u* dst, size_t count) const {
+  template <bool kStreams> ORV_INLINE void swap(const Vel8u* src, Vel8u* dst, size_t count) const {
     if (!count) return;
     if (!kStreams && reorder<Form<3, 3, kBytes, false>>(order_, src, dst, count * (16 / kBytes))) return;
     const Blocks masks = *this;  // which the stores cannot reach

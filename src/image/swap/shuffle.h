@@ -12,18 +12,20 @@ template <class F> class Blocks {
 
   explicit Blocks(const Selection& s) : Blocks(s, codes(s)) {}
   // Two in a turn: a loop within one line of the instruction cache may store only once in a cycle.
-  template <bool kStreams> void swap(const Vel8u* src, Vel8u* dst, size_t count) const {
+  template <bool kStreams> ORV_INLINE void swap(const Vel8u* src, Vel8u* dst, size_t count) const {
     const Blocks masks = *this;  // which the stores cannot reach
-    for (; count > 1; count -= 2, src += 2 * kFromBlock, dst += 2 * kToBlock) {
-      if constexpr (sizeof(Lanes) > sizeof(Lane)) {
-        masks.blocks<Lanes, kStreams>(src, dst);
-      } else {
-        masks.blocks<Lane, kStreams>(src, dst);
-        masks.blocks<Lane, kStreams>(src + kFromBlock, dst + kToBlock);
+    if (count > 1) {
+      for (; count > 1; count -= 2, src += 2 * kFromBlock, dst += 2 * kToBlock) {
+        if constexpr (sizeof(Lanes) > sizeof(Lane)) {
+          masks.twoBlocks<Lanes, kStreams>(src, dst);
+        } else {
+          masks.block<kStreams>(src, dst);
+          masks.block<kStreams>(src + kFromBlock, dst + kToBlock);
+        }
       }
+      lanesEnd();
     }
-    lanesEnd();
-    if (count) masks.blocks<Lane, kStreams>(src, dst);
+    if (count) masks.block<kStreams>(src, dst);
   }
 
  private:
@@ -35,25 +37,35 @@ template <class F> class Blocks {
         late_(F::kTo == 3 ? shuffle32<0, 1, 2, 2>(codes) : codes),
         last_(add8(late_, all8(16 - F::kFromGroup))) {}
 
-  // A block in each lane.
-  template <class V, bool kStreams> ORV_INLINE void blocks(const Vel8u* src, Vel8u* dst) const {
+  template <bool kStreams> ORV_INLINE void block(const Vel8u* src, Vel8u* dst) const {
     if constexpr (F::kTo == 3) {
-      // Dwords of the groups: a0 a0 a1 a2 | b0 b0 b1 b2 | c0 c1 c2 c2 | d0 d1 d2 d2
-      const V a = group<V>(src, 0), b = group<V>(src, 1), c = group<V>(src, 2), d = group<V>(src, 3);
-      put<kStreams>(dst, align8<4>(a, b), kToBlock);        // a0 a1 a2 b0
-      put<kStreams>(dst + 16, align8<8>(b, c), kToBlock);   // b1 b2 c0 c1
-      put<kStreams>(dst + 32, align8<12>(c, d), kToBlock);  // c2 d0 d1 d2
-    } else if constexpr (F::kFrom == 4 && sizeof(V) > sizeof(Lane)) {
-      // All groups are alike, so neighbours may stand in the lanes.
-      ORV_UNROLL for (int i = 0; i < 4 * int(sizeof(V)); i += int(sizeof(V)))
-          unselected_.template storeWith<kStreams>(shuffle8(load<V>(src + i), repeated<V>(early_)), dst + i);
-    } else if constexpr (sizeof(V) > sizeof(Lane)) {
-      ORV_UNROLL for (int i = 0; i < 4; ++i)
-          unselected_.template storeWith<kStreams>(group<V>(src, i), dst + 16 * i, kToBlock);
+      store3<kStreams>(dst, threeOf<Lane>(src));
     } else {
       ORV_UNROLL for (int i = 0; i < 4; i += 2)
-          unselected_.template storeWith<kStreams>(group<V>(src, i), group<V>(src, i + 1), dst + 16 * i);
+          unselected_.template storeWith<kStreams>(group<Lane>(src, i), group<Lane>(src, i + 1), dst + 16 * i);
     }
+  }
+  // Stores are what bounds this, so what lies next to each other in the destination comes to lie so in a vector.
+  template <class V, bool kStreams> ORV_INLINE void twoBlocks(const Vel8u* src, Vel8u* dst) const {
+    if constexpr (F::kTo == 3) {
+      store3<kStreams>(dst, threeOf<V>(src));
+    } else {
+      ORV_UNROLL for (int i = 0; i < 8; i += 2)
+          unselected_.template storeWith<kStreams>(neighbours<V>(src + i / 4 * kFromBlock, i % 4), dst + 16 * i);
+    }
+  }
+  // Four groups of three channels: a0 a1 a2 b0 | b1 b2 c0 c1 | c2 d0 d1 d2 from dwords
+  //   a0 a0 a1 a2 | b0 b0 b1 b2 | c0 c1 c2 c2 | d0 d1 d2 d2
+  template <class V> Interleaved3<V> threeOf(const Vel8u* src) const {
+    const V a = group<V>(src, 0), b = group<V>(src, 1), c = group<V>(src, 2), d = group<V>(src, 3);
+    return {{align8<4>(a, b), align8<8>(b, c), align8<12>(c, d)}};
+  }
+  // The i-th group of a block in the first lane, the one after it in the second; four channels.
+  template <class V> V neighbours(const Vel8u* src, int i) const {
+    if (F::kFrom == 4) return shuffle8(load<V>(src + 16 * i), repeated<V>(early_));
+    if (i == 0) return shuffle8(load<V>(src, F::kFromGroup), repeated<V>(early_));
+    return shuffle8(load<V>(src + 2 * F::kFromGroup, kFromBlock - 16 - 2 * F::kFromGroup),
+                    joinLanes([this](int lane) { return lane == 0 ? late_ : last_; }));
   }
   // The i-th of a block. The last one of three channels is loaded at the end of its vector, so that nothing after the block
   // is read.
