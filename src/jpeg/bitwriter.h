@@ -12,17 +12,25 @@ struct BitWriter {
   Lane largest = zero();  // of the bytes stored
   Vel8u* dst;
 
-  BitWriter(Vel8u* p, Vel32u bitPosition)
-      : window(fromInt(p[bitPosition / 8] >> (8 - (bitPosition & 7)))),
-        count(fromInt(int(bitPosition & 7))),
-        dst(p + bitPosition / 8) {}
+  ORV_INLINE BitWriter(Vel8u* p, Vel32u bitPosition)
+      : count(fromInt(int(bitPosition)) & fromInt(7)), dst(p + bitPosition / 8) {
+    window = shiftRightU32(fromInt(*dst), sub32(fromInt(8), count));
+  }
   // Bits and how many, which may not fill the window.
   ORV_INLINE void append(Lane bits, Lane n) {
     opaque(bits);
     window = shiftLeft64(window, n) | bits;
     count = add32(count, n);
   }
-  ORV_INLINE void append(Vel32u bits, int n) { append(fromInt(int(bits)), fromInt(n)); }
+  // A code of a table, followed by the low n bits of `extra`, which has no others.
+  ORV_INLINE void append(const Vel32u* entry, Lane extra, Lane n) {
+    const Lane code = loadFirst<4>(entry);
+    append(shiftLeft64(code & fromInt(0xFFFF), n) | extra, add32(shiftRightU32(code, 16), n));
+  }
+  ORV_INLINE void append(const Vel32u* entry) {
+    const Lane code = loadFirst<4>(entry);
+    append(code & fromInt(0xFFFF), shiftRightU32(code, 16));
+  }
   // Stores the whole bytes, and the last bits followed by zeros: eight bytes in all. Those last bits, fewer than eight,
   // stay.
   ORV_INLINE void flush() {

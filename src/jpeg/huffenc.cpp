@@ -27,10 +27,8 @@ ORV_INLINE Vel32u withExtraBits(Vel32u code, int v, int category) {
   const int sign = v >> 31;
   return ((code - Vel32u(sign)) << category) + Vel32u(v + sign);
 }
-ORV_INLINE void appendSymbol(BitWriter& out, const VeliEncodeHuffmanSpec& spec, int symbol, int value = 0,
-                             int category = 0) {
-  const Vel32u code = spec.codes[symbol];
-  out.append(withExtraBits(code & 0xFFFF, value, category), int(code >> 16) + category);
+ORV_INLINE void appendValue(BitWriter& out, Vel32u code, int value, int category) {
+  out.append(fromInt(int(withExtraBits(code & 0xFFFF, value, category))), fromInt(int(code >> 16) + category));
 }
 
 // By value as a byte, -128 at index 0, the extra bits, and kValues further on the category, so that one pointer reaches
@@ -58,68 +56,81 @@ constexpr ByteValues kByteValues = makeByteValues();
 
 // ---- Blocks
 
+// What a block ends with where it is not plain. The encoder jumps there as the last thing that it does, so nothing that it
+// holds is saved for their sake. Like a body, they give a status, and the position where the block ends to *bitsLen.
+
+__attribute__((noinline)) VelStatus endWithZeros(Vel8u* start, Vel8u* block, const Vel8u* dst, int left, int* bitsLen) {
+  *bitsLen = insertZeros(start, block, dst, left);
+  return velStsNoErr;
+}
 // The coefficients from zigzag index `next` on, whatever their values and runs; `block` is where the block began.
-__attribute__((noinline)) int encodeRest(const Vel16s* src, int next, const VeliEncodeHuffmanSpec& ac, Vel8u* start,
-                                         Vel8u* block, Vel8u* dst, int left) {
+__attribute__((noinline)) VelStatus encodeRest(const Vel16s* src, int next, const VeliEncodeHuffmanSpec& ac,
+                                               Vel8u* start, Vel8u* block, Vel8u* dst, int left, int* bitsLen) {
   BitWriter out(dst, Vel32u(left));
   int last;
   const auto visit = [&](int zeros, int value) __attribute__((always_inline)) {
-    for (; zeros > 15; zeros -= 16) appendSymbol(out, ac, kSixteenZeros), out.flush();
+    for (; zeros > 15; zeros -= 16) out.append(&ac.codes[kSixteenZeros]), out.flush();
     const int category = categoryOf(value) & 15;  // -32768 has no category in the scan; it must do no harm
-    appendSymbol(out, ac, zeros << 4 | category, value, category);
+    appendValue(out, ac.codes[zeros << 4 | category], value, category);
     out.flush();
     return true;
   };
   walk(src, next, &last, visit);
-  if (last < 63) appendSymbol(out, ac, kEndOfBlock), out.flush();
-  return insertZeros(start, block, out.dst, out.left());
+  if (last < 63) out.append(&ac.codes[kEndOfBlock]), out.flush();
+  *bitsLen = insertZeros(start, block, out.dst, out.left());
+  return velStsNoErr;
 }
 
-// The AC coefficients of a block. Time goes into the number of operations, those of a block as much as those of its
-// coefficients, and into the ends of the walk, which no processor predicts. Two coefficients share a flush, and one
-// comparison finds both a run of sixteen zeros and a value that a byte may not hold. The latter ends the walk.
+// A block. Time goes into the number of operations, those of a block as much as those of its coefficients, and into the
+// ends of the walk, which no processor predicts. Two coefficients share a flush, and one comparison finds both a run of
+// sixteen zeros and a value that a byte may not hold. The latter ends the walk.
 struct BlockEncoder {
   const VeliEncodeHuffmanSpec& ac;
   const ScannedBlock& scanned;
-  Vel32u bits, high;  // which coefficients are to come, in this half of the zigzag order and in the second one
-  BitWriter out;
-  ScannedBlock::Place half;
-  int before = 0;  // sixteen times the index, in this half, of the coefficient before
-  bool saturated = false;
   const ByteValues* values = &kByteValues;
+  BitWriter out;
+  ScannedBlock::Place word;  // where the coefficients are that `bits` tells of
+  Vel32u bits;               // which of them are to come
+  int before = 0;            // sixteen times the index in the word of the coefficient before
+  bool saturated = false;
 
-  ORV_INLINE BlockEncoder(const VeliEncodeHuffmanSpec& table, const ScannedBlock& block, Vel64u nonZero,
-                          const BitWriter& writer)
-      : ac(table),
-        scanned(block),
-        bits(Vel32u(nonZero)),
-        high(Vel32u(nonZero >> 32)),
-        out(writer),
-        half(block.placeOf(0)) {
+  ORV_INLINE BlockEncoder(const VeliEncodeHuffmanSpec& table, const ScannedBlock& block, Vel8u* dst, Vel32u position)
+      : ac(table), scanned(block), out(dst, position), word(block.placeOf(0)), bits(block.nonZero[0] & ~1u) {
     opaque(values);
   }
 
+  // With a first small coefficient, at most 7 + 31 + 23 bits.
+  ORV_INLINE void encodeDC(const VeliEncodeHuffmanSpec& dc, int diff) {
+    if (__builtin_expect(diff > -128 && diff < 127, 1)) {
+      const Entry *const extra = &values->entries[diff + 128], *const category = extra + kValues;
+      out.append(&dc.codes[category->low], loadLowOrMore(extra), loadLowOrMore(category));
+    } else {
+      const int category = categoryOf(diff);
+      appendValue(out, dc.codes[category], diff, category);
+    }
+  }
   ORV_INLINE void encodeAll() {
-    for (;;) {
-      while (bits) {
-        encodeNext();
-        out.flush();
-        if (!bits) break;
-        encodeNext();
-      }
-      if (!high) return;
+    encodeWord();
+    if (scanned.nonZero[1] == 0 || saturated) return;
+    out.flush();
+    bits = scanned.nonZero[1];
+    word = scanned.placeOf(32);
+    before -= 16 * 32;
+    encodeWord();
+  }
+  ORV_INLINE void encodeWord() {
+    while (bits) {
+      encodeNext();
       out.flush();
-      bits = high;
-      high = 0;
-      half = scanned.placeOf(32);
-      before -= 16 * 32;
+      if (!bits) break;
+      encodeNext();
     }
   }
   ORV_INLINE void encodeNext() {
     const int k = __builtin_ctz(bits);
     bits &= bits - 1;
     opaque(bits);
-    const Entry* extra = &values->entries[ptrdiff_t(scanned.byteAt(half + k)) + 128];
+    const Entry* extra = &values->entries[ptrdiff_t(scanned.byteAt(word + k)) + 128];
     opaque(extra);
     const Entry* const category = extra + kValues;
     // 16 times the run, and 16 more, and the category. The probability keeps what is rare out of the loop.
@@ -127,41 +138,49 @@ struct BlockEncoder {
     if (__builtin_expect_with_probability(index > 255 + 16, 0, 0.999)) {
       if (category->low == kSaturated) {
         saturated = true;
-        bits = high = 0;
+        bits = 0;
         return;
       }
-      for (; index > 255 + 16; index -= 256) appendSymbol(out, ac, kSixteenZeros), out.flush();
+      for (; index > 255 + 16; index -= 256) out.append(&ac.codes[kSixteenZeros]), out.flush();
     }
     before = 16 * k;
-    const Lane code = fromInt(int(ac.codes[index - 16])), n = loadLowOrMore(category);
-    out.append(shiftLeft64(code & fromInt(0xFFFF), n) | loadLowOrMore(extra), add32(shiftRightU32(code, 16), n));
+    out.append(&ac.codes[index - 16], loadLowOrMore(extra), loadLowOrMore(category));
   }
   // The zigzag index after the last coefficient that is encoded.
-  ORV_INLINE int next() const { return int(half - scanned.placeOf(0)) + before / 16 + 1; }
+  ORV_INLINE int next() const { return int(word - scanned.placeOf(0)) + before / 16 + 1; }
 };
 
-// One block, from a bit position to another.
-ORV_INLINE int encodeBlock(const Vel16s* src, int diff, Vel8u* dst, Vel32u position, const VeliEncodeHuffmanSpec& dc,
-                           const VeliEncodeHuffmanSpec& ac) {
+// The body, as a function of its own because a body cannot be declared to go without a stack protector, which costs a
+// tenth of a short block. There is nothing to protect: what is written into this frame is a scanned block, always whole.
+// In 32-bit the arguments stay where the body has them, so that the body is a jump.
+#ifdef __i386__
+#define ORV_ARGUMENTS_STAY , regparm(0)
+#else
+#define ORV_ARGUMENTS_STAY
+#endif
+__attribute__((noinline, no_stack_protector ORV_ARGUMENTS_STAY)) VelStatus encodeBlock(
+    const Vel16s* pSrc, Vel8u* pDst, int* pDstBitsLen, Vel16s* pLastDC, const VeliEncodeHuffmanSpec* pDcTable,
+    const VeliEncodeHuffmanSpec* pAcTable) {
+  ORV_CHECK(checkPointers(pSrc, pDst, pDstBitsLen, pLastDC));
+  ORV_CHECK(checkPointers(pDcTable, pAcTable));
+  const int diff = pSrc[0] - *pLastDC;
+  *pLastDC = pSrc[0];
   ScannedBlock scanned;
-  const Vel64u nonZero = scan(src, &scanned);
-  const bool isFull = nonZero >> 63;
-  BitWriter start(dst, position);
-  Vel8u* const block = start.dst;
-  const int category = categoryOf(diff);
-  appendSymbol(start, dc, category, diff, category);  // with a first small coefficient, at most 7 + 31 + 23 bits
-
-  BlockEncoder encoder(ac, scanned, nonZero, start);
-  encoder.encodeAll();
+  scan(pSrc, &scanned);
+  BlockEncoder encoder(*pAcTable, scanned, pDst, Vel32u(*pDstBitsLen));
   BitWriter& out = encoder.out;
+  Vel8u* const block = out.dst;
+  encoder.encodeDC(*pDcTable, diff);
+  encoder.encodeAll();
   if (__builtin_expect(encoder.saturated, 0)) {
     out.flush();
-    return encodeRest(src, encoder.next(), ac, dst, block, out.dst, out.left());
+    return encodeRest(pSrc, encoder.next(), *pAcTable, pDst, block, out.dst, out.left(), pDstBitsLen);
   }
-  if (!isFull) appendSymbol(out, ac, kEndOfBlock);
+  if (!(scanned.nonZero[1] >> 31)) out.append(&pAcTable->codes[kEndOfBlock]);
   out.flush();
-  if (__builtin_expect(out.needsZeros(), 0)) return insertZeros(dst, block, out.dst, out.left());
-  return int(out.dst - dst) * 8 + out.left();
+  if (__builtin_expect(out.needsZeros(), 0)) return endWithZeros(pDst, block, out.dst, out.left(), pDstBitsLen);
+  *pDstBitsLen = int(out.dst - pDst) * 8 + out.left();
+  return velStsNoErr;
 }
 
 }  // namespace
@@ -247,10 +266,5 @@ ORV_BODY_A(veliEncodeHuffmanRawTableInit_JPEG_8u)(const int pStatistics[256], Ve
 ORV_BODY_A(veliEncodeHuffman8x8_Direct_JPEG_16s1u_C1)
 (const Vel16s* pSrc, Vel8u* pDst, int* pDstBitsLen, Vel16s* pLastDC, const VeliEncodeHuffmanSpec* pDcTable,
  const VeliEncodeHuffmanSpec* pAcTable) {
-  ORV_CHECK(checkPointers(pSrc, pDst, pDstBitsLen, pLastDC));
-  ORV_CHECK(checkPointers(pDcTable, pAcTable));
-  const int diff = pSrc[0] - *pLastDC;
-  *pLastDC = pSrc[0];
-  *pDstBitsLen = encodeBlock(pSrc, diff, pDst, Vel32u(*pDstBitsLen), *pDcTable, *pAcTable);
-  return velStsNoErr;
+  return encodeBlock(pSrc, pDst, pDstBitsLen, pLastDC, pDcTable, pAcTable);
 }

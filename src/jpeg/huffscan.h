@@ -5,14 +5,16 @@
 
 namespace {
 
-// scan() gives the AC coefficients that are not zero, bit k for zigzag index k, and leaves all coefficients as saturated
-// bytes in a ScannedBlock. Its Place is an iterator in zigzag order, and byteAt(place) the coefficient there.
 ORV_INLINE Lane saturated16(const Vel16s* src) { return narrow16(load(src), load(src + 8)); }
-ORV_INLINE Vel32u nonZeros16(Lane bytes) { return Vel32u(signBits8(equal8(bytes, zero()))) ^ 0xFFFF; }
+ORV_INLINE Vel32u zeros16(Lane bytes) { return Vel32u(signBits8(equal8(bytes, zero()))); }
 
+// What scan() makes of a block: for each coefficient in zigzag order a bit, which is set where it is not zero, and all
+// coefficients as saturated bytes. A Place is an iterator in zigzag order, and byteAt(place) the coefficient there.
+//
 // Byte shuffles bring the bytes into zigzag order. Without them, only the bits are, by tables.
 #if ORV_HAS_SHUFFLE
 struct ScannedBlock {
+  Vel32u nonZero[2];
   signed char zigzag[64];
 
   using Place = const signed char*;
@@ -39,7 +41,7 @@ constexpr ZigzagShuffles makeZigzagShuffles() {
 }
 constexpr ZigzagShuffles kZigzagShuffles = makeZigzagShuffles();
 
-// A quarter of the zigzag order.
+// A quarter of the zigzag order. Gives which are zero.
 template <int kQuarter>
 ORV_INLINE Vel32u scanQuarter(const Lane natural[4], const ZigzagShuffles*& shuffles, ScannedBlock* to) {
   opaque(shuffles);
@@ -50,20 +52,25 @@ ORV_INLINE Vel32u scanQuarter(const Lane natural[4], const ZigzagShuffles*& shuf
     opaque(zigzag);
   }
   store(to->zigzag + 16 * kQuarter, zigzag);
-  return nonZeros16(zigzag);
+  return zeros16(zigzag);
 }
-// Not inlined: the vectors that it holds would be spilled around what follows.
-__attribute__((noinline)) Vel64u scan(const Vel16s* src, ScannedBlock* to) {
+// Not inlined where an operation overwrites an operand: the copies take registers that the encoder has its constants in.
+#if ORV_HAS_WIDE_FLOAT
+ORV_INLINE void scan(const Vel16s* src, ScannedBlock* to) {
+#else
+__attribute__((noinline)) void scan(const Vel16s* src, ScannedBlock* to) {
+#endif
   const Lane natural[4] = {saturated16(src), saturated16(src + 16), saturated16(src + 32), saturated16(src + 48)};
   const ZigzagShuffles* shuffles = &kZigzagShuffles;
   const Vel32u first = scanQuarter<0>(natural, shuffles, to);
-  const Vel32u low = (first | scanQuarter<1>(natural, shuffles, to) << 16) & ~1u;
+  to->nonZero[0] = ~(first | scanQuarter<1>(natural, shuffles, to) << 16);
   const Vel32u third = scanQuarter<2>(natural, shuffles, to);
-  return Vel64u(third | scanQuarter<3>(natural, shuffles, to) << 16) << 32 | low;
+  to->nonZero[1] = ~(third | scanQuarter<3>(natural, shuffles, to) << 16);
 }
 #else
 constexpr Vel8u kZigzag[64] = {ORV_ZIGZAG};
 struct ScannedBlock {
+  Vel32u nonZero[2];
   signed char natural[64];
 
   using Place = const Vel8u*;
@@ -71,15 +78,16 @@ struct ScannedBlock {
   int byteAt(Place place) const { return natural[*place]; }
 };
 
-__attribute__((noinline)) Vel64u scan(const Vel16s* src, ScannedBlock* to) {
+__attribute__((noinline)) void scan(const Vel16s* src, ScannedBlock* to) {
   Lane bits = zero();
   ORV_UNROLL for (int i = 0; i < 4; ++i) {
     const Lane bytes = saturated16(src + 16 * i);
     store(to->natural + 16 * i, bytes);
-    const Vel32u mask = nonZeros16(bytes);
+    const Vel32u mask = ~zeros16(bytes);
     ORV_UNROLL for (int j = 0; j < 4; ++j) bits = bits | loadLow(&ownZigzagBits.of[4 * i + j][(mask >> (4 * j)) & 15]);
   }
-  return Vel64u(Vel32u(toInt(shiftBytesDown<4>(bits)))) << 32 | (Vel32u(toInt(bits)) & ~1u);
+  to->nonZero[0] = Vel32u(toInt(bits));
+  to->nonZero[1] = Vel32u(toInt(shiftBytesDown<4>(bits)));
 }
 #endif
 
@@ -87,16 +95,16 @@ __attribute__((noinline)) Vel64u scan(const Vel16s* src, ScannedBlock* to) {
 // false where a visit ended it. *last becomes the index of the last one, or the one before `next`.
 template <class Visit> ORV_INLINE bool walk(const Vel16s* src, int next, int* last, const Visit& visit) {
   ScannedBlock scanned;
-  const Vel64u all = scan(src, &scanned) >> next << next;
-  Vel32u bits = Vel32u(all);
+  scan(src, &scanned);
   *last = next - 1;
   for (int base = 0; base < 64; base += 32) {
+    Vel32u bits = scanned.nonZero[base / 32];
+    if (next > base) bits = next >= base + 32 ? 0 : bits >> (next - base) << (next - base);
     for (; bits; bits &= bits - 1) {
       const int k = base + __builtin_ctz(bits);
       if (!visit(k - *last - 1, int(src[ownZigzag[k]]))) return false;
       *last = k;
     }
-    bits = Vel32u(all >> 32);
   }
   return true;
 }

@@ -17,10 +17,11 @@
 
 namespace {
 
-// What eight chroma samples add to luma, with the level shift: words.
-struct Terms {
-  Lane r, g, b;
-};
+// A lane has a row of chroma samples, or one of luma samples and the pixels that come of it; the next lane, the row of
+// chroma that follows, or the luma row two further down.
+
+// What eight chroma samples a lane add to luma, with the level shift: words.
+template <class V> struct Terms { V r, g, b; };
 
 // A weight with so many fractional bits, rounded down.
 constexpr int fixedPoint(double weight, int bits) {
@@ -35,46 +36,49 @@ constexpr int kCbWeight = fixedPoint(-0.34414, kFraction), kCrWeight = fixedPoin
 constexpr int kRedBias = 0, kGreenBias = 49, kBlueBias = 1;
 
 // Weight times c, rounded: the product has 8 bits of fraction.
-ORV_INLINE Lane weighted(Lane c, int weight, int bias) {
-  const Lane product = mulHigh16(shiftLeft16(c, 8), all16(weight));
-  return shiftRight16(add16(product, all16(128 + bias)), 8);
+template <class V> ORV_INLINE V weighted(V c, int weight, int bias) {
+  const V product = mulHigh16(shiftLeft16(c, 8), all16<V>(weight));
+  return shiftRight16(add16(product, all16<V>(128 + bias)), 8);
 }
 // Of four pairs (cb, cr). Sums are multiples of 0.00002, so 23 bits of fraction tell them from a half; the weights are
 // split into 15 high bits and 8 low ones.
-ORV_INLINE Lane green(Lane pairs) {
-  const Lane high = mulAddPairs16(pairs, allPairs16(kCbWeight >> kLowBits, kCrWeight >> kLowBits));
-  const Lane low = mulAddPairs16(pairs, allPairs16(kCbWeight & 255, kCrWeight & 255));
-  const Lane sum = add32(shiftLeft32(high, kLowBits), low);
-  return shiftRight32(add32(sum, all32((1 << (kFraction - 1)) + kGreenBias)), kFraction);
+template <class V> ORV_INLINE V green(V pairs) {
+  const V high = mulAddPairs16(pairs, allPairs16<V>(kCbWeight >> kLowBits, kCrWeight >> kLowBits));
+  const V low = mulAddPairs16(pairs, allPairs16<V>(kCbWeight & 255, kCrWeight & 255));
+  const V sum = add32(shiftLeft32(high, kLowBits), low);
+  return shiftRight32(add32(sum, all32<V>((1 << (kFraction - 1)) + kGreenBias)), kFraction);
 }
 
 // `outside` gathers bits above the low eight from samples outside -128..127, for which the terms are not exact.
-ORV_INLINE Terms terms(Lane cb, Lane cr, Lane& outside) {
-  const Lane level = all16(128);
-  const Lane cbLevel = add16(cb, level), crLevel = add16(cr, level);
+template <class V> ORV_INLINE Terms<V> terms(V cb, V cr, V& outside) {
+  const V level = all16<V>(128);
+  const V cbLevel = add16(cb, level), crLevel = add16(cr, level);
   outside = outside | cbLevel | crLevel;
-  const Lane g = narrow32(green(interleaveLow16(cb, cr)), green(interleaveHigh16(cb, cr)));
-  const Lane r = add16(crLevel, weighted(cr, kRedWeight, kRedBias));
-  const Lane b = add16(add16(cb, cbLevel), weighted(cb, kBlueWeight, kBlueBias));
+  const V g = narrow32(green(interleaveLow16(cb, cr)), green(interleaveHigh16(cb, cr)));
+  const V r = add16(crLevel, weighted(cr, kRedWeight, kRedBias));
+  const V b = add16(add16(cb, cbLevel), weighted(cb, kBlueWeight, kBlueBias));
   return {r, add16(g, level), b};
 }
 
 // What the terms' eight samples add to sixteen pixels: each serves two.
-struct PixelTerms {
-  Lane left, right;
-  explicit PixelTerms(Lane t) : left(interleaveLow16(t, t)), right(interleaveHigh16(t, t)) {}
-  Lane channel(Lane l, Lane r) const { return narrow16To8U(addSat16(l, left), addSat16(r, right)); }
+template <class V> struct PixelTerms {
+  V left, right;
+  explicit PixelTerms(V t) : left(interleaveLow16(t, t)), right(interleaveHigh16(t, t)) {}
+  V channel(V l, V r) const { return narrow16To8U(addSat16(l, left), addSat16(r, right)); }
 };
 
-// Two rows of sixteen pixels, each from eight luma samples of the left block and eight of the right one, which follows it.
-ORV_INLINE void convertRows(const Vel16s* left, const Vel16s* cb, const Vel16s* cr, Vel8u* dst, int dstStep,
-                            Lane& outside) {
-  const Terms t = terms(load(cb), load(cr), outside);
-  const PixelTerms r(t.r), g(t.g), b(t.b);
+// Two rows of sixteen pixels a lane, each from eight luma samples of the left block and eight of the right one, which
+// follows it.
+template <class V> ORV_INLINE void convertRows(const Vel16s* left, const Vel16s* cb, const Vel16s* cr, Vel8u* dst,
+                                               int dstStep, V& outside) {
+  const Terms<V> t = terms(load<V>(cb), load<V>(cr), outside);
+  const PixelTerms<V> r(t.r), g(t.g), b(t.b);
   ORV_UNROLL for (int i = 0; i < 2; ++i) {
-    const Lane l = load(left + 8 * i), m = load(left + 64 + 8 * i);
-    store3(dst + ptrdiff_t(dstStep) * i,
-           interleave3(Pixels<kInOrder, Lane>{r.channel(l, m), g.channel(l, m), b.channel(l, m)}));
+    constexpr ptrdiff_t kTwoRows = 16 * sizeof(*left);
+    const V l = load<V>(left + 8 * i, kTwoRows), m = load<V>(left + 64 + 8 * i, kTwoRows);
+    const auto pixels = interleave3(Pixels<kInOrder, V>{r.channel(l, m), g.channel(l, m), b.channel(l, m)});
+    Vel8u* const to = dst + ptrdiff_t(dstStep) * i;
+    ORV_UNROLL for (int n = 0; n < 3; ++n) store(to + 16 * n, pixels.v[n], ptrdiff_t(dstStep) * 2);
   }
 }
 
@@ -87,23 +91,31 @@ void convertOneByOne(const Vel16s* pLuma, const Vel16s* pCb, const Vel16s* pCr, 
     }
 }
 
+// Asks for what MCUs further on and the one below this one will need of the chroma row j and its pixels, which processors do
+// not predict. The last bytes of neighbours' rows are nearer than a cache line to each other, so every line is asked for.
+ORV_INLINE void prefetchNext(const Vel16s* luma, const Vel16s* cb, const Vel16s* cr, const Vel8u* dst, int dstStep,
+                             int j) {
+  prefetch(luma, kRowAhead + 64 * j);
+  if (j % 4 == 0) {
+    prefetch(cb, kRowAhead + 16 * j);
+    prefetch(cr, kRowAhead + 16 * j);
+  }
+  prefetch(dst, ptrdiff_t(dstStep) * (16 + 2 * j) + 47);
+  prefetch(dst, ptrdiff_t(dstStep) * (17 + 2 * j) + 47);
+}
+
 }  // namespace
 
 ORV_KERNEL void ORV_NAME(ownpj_YUV420ToRGB888LS_MCU)(const Vel16s* pLuma, const Vel16s* pCb, const Vel16s* pCr,
                                                      Vel8u* pDst, int dstStep) {
-  Lane outside = zero();
-  for (int j = 0; j < 8; ++j) {
-    // What MCUs further on and the one below this one will need, which processors do not predict. The last bytes of
-    // neighbours' rows are nearer than a cache line to each other, so every line is asked for.
-    prefetch(pLuma, kRowAhead + 64 * j);
-    if (j % 4 == 0) {
-      prefetch(pCb, kRowAhead + 16 * j);
-      prefetch(pCr, kRowAhead + 16 * j);
-    }
-    prefetch(pDst, ptrdiff_t(dstStep) * (16 + 2 * j) + 47);
-    prefetch(pDst, ptrdiff_t(dstStep) * (17 + 2 * j) + 47);
+  constexpr int kLanes = sizeof(Lanes) / sizeof(Lane);
+  Lanes outside = zero<Lanes>();
+  for (int j = 0; j < 8; j += kLanes) {
+    ORV_UNROLL for (int i = 0; i < kLanes; ++i) prefetchNext(pLuma, pCb, pCr, pDst, dstStep, j + i);
     convertRows(pLuma + j / 4 * 128 + j % 4 * 16, pCb + 8 * j, pCr + 8 * j, rowOf(pDst, dstStep, 2 * j), dstStep,
                 outside);
   }
-  if (!allZero(shiftRightU16(outside, 8))) convertOneByOne(pLuma, pCb, pCr, pDst, dstStep);
+  const bool isInside = allZero(shiftRightU16(outside, 8));
+  lanesEnd();
+  if (!isInside) convertOneByOne(pLuma, pCb, pCr, pDst, dstStep);
 }

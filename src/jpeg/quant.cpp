@@ -1,7 +1,6 @@
 // Quantisation tables: scaling by quality, and the encoder's and decoder's forms.
 #include "core/simd.h"
 #include "image/checks.h"
-#include "image/convert.h"
 #include "jpeg/tables.h"
 
 // 64 words from zigzag to natural order. A table is built once a picture, so this is plain.
@@ -13,11 +12,14 @@ ORV_KERNEL_A VelStatus ORV_NAME(veliZigzagInv8x8_16s_C1)(const Vel16s* pSrc, Vel
 
 namespace {
 
-// A raw table, widened, in natural order.
+// A raw table, widened, in natural order. Widened lane by lane and not by image/convert.h: after a 256-bit operation in
+// 32-bit code some processors (Zen 4) are slow in SSE code of the old encoding, up to the next switch of threads and
+// whether the upper halves are cleared or not. 32-bit code cannot clear those of the registers 8 to 15. So an encoder,
+// most of whose own code is of that kind, gets its tables without such an operation.
 ORV_INLINE VelStatus naturalOrder(const Vel8u* pQuantRawTable, Vel16s natural[64]) {
-  Vel16u zigzag[64];
-  ORV_CHECK(ORV_NAME(veliConvert_8u16u_C1R)(pQuantRawTable, 64, zigzag, 128, VeliSize{64, 1}));
-  return ORV_NAME(veliZigzagInv8x8_16s_C1)(reinterpret_cast<Vel16s*>(zigzag), natural);
+  Vel16s zigzag[64];
+  for (int i = 0; i < 64; i += 8) store(zigzag + i, widenLowU8(loadLow(pQuantRawTable + i)));
+  return ORV_NAME(veliZigzagInv8x8_16s_C1)(zigzag, natural);
 }
 
 // 32768 / q rounded, for four q of 0..255; 65535 for zero. No quotient lies halfway between two integers, so this is

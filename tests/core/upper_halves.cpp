@@ -52,6 +52,7 @@ TEST_P(UpperHalves, MayHoldAnythingAndAreLeftClean) {
   const int steps[3] = {kWidth, kWidth / 2, kWidth / 2}, order[4] = {2, 3, 0, 1};
   const auto floats = reinterpret_cast<Vel32f*>(to);
   const auto words = reinterpret_cast<Vel16s*>(to);
+  const Vel16s kMcu[384] = {}, *const blocks[3] = {kMcu, kMcu + 256, kMcu + 320};
   const auto resize = [&](int method) {
     return orviResizeSqrPixel_8u_C3R(from, kSize, 3 * kWidth, {0, 0, kWidth, kHeight}, to, 3 * kWidth, {0, 0, 100, 4},
                                      100.0 / kWidth, 4.0 / kHeight, 0, 0, method, scratch.data());
@@ -62,6 +63,7 @@ TEST_P(UpperHalves, MayHoldAnythingAndAreLeftClean) {
       {"RGBToYUV420", [&] { return orviRGBToYUV420_8u_C3P3R(from, 3 * kWidth, dst, steps, kSize); }},
       {"RGBToYCbCr", [&] { return orviRGBToYCbCr_8u_C3R(from, 3 * kWidth, to, 3 * kWidth, kSize); }},
       {"YCbCrToRGB", [&] { return orviYCbCrToRGB_8u_P3C3R(src, kWidth, to, 3 * kWidth, kSize); }},
+      {"MCU", [&] { return orvizkYUV420ToRGB888LS_MCU_S16_U8_P3C3(blocks, to, 48); }},
       {"Convert_8u32f", [&] { return orviConvert_8u32f_C4R(from, 4 * kWidth, floats, 16 * kWidth, kSize); }},
       {"Convert_32f8u", [&] { return orviConvert_32f8u_C1R(floats, 4 * kWidth, to, 4 * kWidth, kSize, 1); }},
       {"AddC", [&] { return orviAddC_32f_C1IR(1.5f, floats, 4 * kWidth, kSize); }},

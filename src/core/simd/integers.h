@@ -196,6 +196,9 @@ ORV_INLINE bool allZero(Lane v) { return _mm_testz_si128(v, v) != 0; }
 #else
 ORV_INLINE bool allZero(Lane v) { return _mm_movemask_epi8(equal8(v, zero())) == 0xFFFF; }
 #endif
+#if ORV_HAS_WIDE_INTEGER
+ORV_INLINE bool allZero(Lanes v) { return _mm256_testz_si256(v, v) != 0; }
+#endif
 // Bit i is the highest bit of byte i.
 ORV_INLINE int signBits8(Lane v) { return _mm_movemask_epi8(v); }
 
