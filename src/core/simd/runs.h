@@ -178,6 +178,14 @@ template <int n> ORV_INLINE Lane wordsOf(const DwordRun<n>& run, int vector = 0)
 template <int n> ORV_INLINE Lane narrowTo8U(const DwordRun<n>& run) {
   return narrow16To8U(wordsOf(run, 0), wordsOf(run, n == 16 ? 1 : 0));
 }
+#if ORV_HAS_WIDE_INTEGER
+// The same of four vectors, one after the other.
+ORV_INLINE Lanes narrowFourTo8U(Dwords a, Dwords b, Dwords c, Dwords d) {
+  // Dwords of bytes a0 b0 c0 d0 | a1 b1 c1 d1
+  const Lanes bytes = narrow16To8U(narrow32(a, b), narrow32(c, d));
+  return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+#endif
 // Sixteen of them, one vector after the other: at(i) gives the one that begins with element i. Where working out a vector
 // takes many registers, this leaves more of them than a run does.
 template <class At> ORV_INLINE Lane narrowVectorsTo8U(const At& at) {
