@@ -74,6 +74,7 @@ struct FilterColumns {
   int begin[4];  // the first column of each part, and their end
   int width;     // of the source region
   int pixel, channels;
+  bool isShuffled;  // the groups' kind
 };
 // A source row's sums: of the middle columns, and of an end's, whose taps take the first or last pixel for what is
 // outside.

@@ -36,9 +36,9 @@ ORV_INLINE void weigh(float fraction, float* weights) {
 ORV_WEIGHTS_KERNEL(ownpi_Lanczos3) {
   for (int i = 0; i < count; ++i) weigh(fractions[i], weights + i * Lanczos::kTaps);
 }
-ORV_ROW_KERNEL(ownpi_RowLanczos8pl) { filterPart<6, 1>(*columns, kMiddle, row, sums); }
-ORV_ROW_KERNEL(ownpi_RowLanczos8px) { filterPart<6, 3>(*columns, kMiddle, row, sums); }
-ORV_ROW_KERNEL(ownpi_RowLanczos8px4) { filterPart<6, 4>(*columns, kMiddle, row, sums); }
+ORV_ROW_KERNEL(ownpi_RowLanczos8pl) { filterMiddle<6, 1>(*columns, row, sums); }
+ORV_ROW_KERNEL(ownpi_RowLanczos8px) { filterMiddle<6, 3>(*columns, row, sums); }
+ORV_ROW_KERNEL(ownpi_RowLanczos8px4) { filterMiddle<6, 4>(*columns, row, sums); }
 ORV_ROW_END_KERNEL(ownpi_CalcBorder8plLz) { filterEnd<6, 1>(*columns, part, row, sums); }
 ORV_ROW_END_KERNEL(ownpi_CalcBorder8pxLz) {
   columns->pixel == 3 ? filterEnd<6, 3>(*columns, part, row, sums) : filterEnd<6, 4>(*columns, part, row, sums);
