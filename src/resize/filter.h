@@ -286,6 +286,18 @@ ORV_INLINE void filterEnd(const FilterColumns& c, FilterPart part, const Vel8u* 
 
 // ---- Vertical pass
 
+// How many rows of sums a method weighs, and how it rounds their sums.
+struct CubicSums {
+  static constexpr int kTaps = 4;
+  // To the nearest integer, ties to even.
+  static Dwords round(Floats v) { return toNearest(v); }
+};
+struct LanczosSums {
+  static constexpr int kTaps = 6;
+  static constexpr float kHalf = 0.5000001192092896f;
+  static Dwords round(Floats v) { return truncated(v + allFloats(kHalf)); }
+};
+
 // Weighs rows of sums.
 template <class Method> struct Vertical {
   const float* const* rows;

@@ -1,0 +1,10 @@
+// The passes of cubic and Lanczos resizing that gain by integers of two lanes: the horizontal one over a plane, and the
+// vertical one.
+#include "resize/filter.h"
+
+ORV_ROW_KERNEL(ownpi_RowCubic8pl) { filterMiddle<4, 1>(*columns, row, sums); }
+ORV_ROW_KERNEL(ownpi_RowLanczos8pl) { filterMiddle<6, 1>(*columns, row, sums); }
+ORV_COLUMN_KERNEL(ownpi_ColCubic8pl) { sumRows<CubicSums>(*columns, rows, weights, dst); }
+ORV_COLUMN_KERNEL(ownpi_SummCubic8px) { sumRows<CubicSums>(*columns, rows, weights, dst); }
+ORV_COLUMN_KERNEL(ownpi_ColLanczos8pl) { sumRows<LanczosSums>(*columns, rows, weights, dst); }
+ORV_COLUMN_KERNEL(ownpi_ColLanczos8px) { sumRows<LanczosSums>(*columns, rows, weights, dst); }
