@@ -192,15 +192,15 @@ template <int kTaps> struct alignas(kFloatsBytes) ShuffledGroup {
   ORV_INLINE Floats filtered(const Vel8u* row) const {
     return filteredFrom([&](int t) __attribute__((always_inline)) {
       const auto samples = [&](int q) { return load(row + from[q] + t); };
-      return shuffleLanes8(samples, [&](int q) { return loadAligned(places + 4 * q); });
+      return shuffleLanes8(samples, load<Dwords>(places));
     });
   }
   // Where taps are outside of the row, the row's first or last sample, which is the first or last that is loaded.
   ORV_INLINE Floats filteredAtEnd(const Vel8u* row) const {
     return filteredFrom([&](int t) __attribute__((always_inline)) {
-      const auto samples = [&](int q) { return load(row + from[q]); };
-      return shuffleLanes8(samples, [&](int q) {
-        return minU8(subSatU8(add8(loadAligned(places + 4 * q), all8(t)), all8(kOutside)), all8(15));
+      return joinLanes([&](int q) {
+        const Lane place = subSatU8(add8(loadAligned(places + 4 * q), all8(t)), all8(kOutside));
+        return shuffle8(load(row + from[q]), minU8(place, all8(15)));
       });
     });
   }
@@ -341,11 +341,11 @@ template <class Method> struct Vertical {
 
 template <class Method>
 ORV_INLINE void sumRows(const FilterColumns& c, const float* const* rows, const float* weights, Vel8u* dst) {
-  // Copies, which the bytes that are stored cannot change.
+  // Copies, which the bytes that are stored cannot change. Not by memcpy: the pointers have just been stored, and vectors
+  // of them would wait until they are in the cache.
   const float* from[Method::kTaps];
   float by[Method::kTaps];
-  memcpy(from, rows, sizeof from);
-  memcpy(by, weights, sizeof by);
+  ORV_UNROLL for (int t = 0; t < Method::kTaps; ++t) from[t] = rows[t], by[t] = weights[t];
   const Vertical<Method> vertical = {from, by};
   if (c.channels < c.pixel)
     vertical.runKeepingFourth(dst, c.begin[kRightEnd + 1]);
@@ -365,12 +365,11 @@ template <int kTaps> struct RowTaps {
   float weights[kTaps];
 };
 
-// kTaps rows of sums, of the source rows last used.
+// kTaps rows of sums, of the source rows last used: row i is in slot i % kTaps.
 template <class Method, int kPixel> struct SumsOfRows {
   static constexpr int kTaps = Method::kTaps;
   const FilterColumns& columns;
   float* sums;
-  int heldBy[kTaps];  // the source row in each row of sums
 
   int elements() const { return columns.begin[kRightEnd + 1] * columns.channels; }
   float* slot(int i) const { return sums + ptrdiff_t(i) * sumsOf(elements()); }
@@ -379,22 +378,38 @@ template <class Method, int kPixel> struct SumsOfRows {
     for (int i = 0; i < kTaps; ++i)
       memset(slot(i) + elements(), 0, size_t(sumsOf(elements()) - elements()) * sizeof(float));
   }
-  void forget() {
-    for (int& row : heldBy) row = -1;
-  }
-  const float* provide(const ResizePlane& plane, int srcStep, int row) {
-    float* const to = slot(row % kTaps);
-    if (heldBy[row % kTaps] == row) return to;
-    heldBy[row % kTaps] = row;
-    const Vel8u* const src = rowOf(plane.src, srcStep, row);
+  void filterRow(const Vel8u* src, float* to) const {
     // From left to right: a part's last group may write where the next part begins.
     if (columns.begin[kLeftEnd] < columns.begin[kMiddle]) Method::template end<kPixel>(&columns, kLeftEnd, src, to);
     if (columns.begin[kMiddle] < columns.begin[kRightEnd]) Method::template row<kPixel>(&columns, src, to);
     if (columns.begin[kRightEnd] < columns.begin[kRightEnd + 1])
       Method::template end<kPixel>(&columns, kRightEnd, src, to);
-    return to;
   }
 };
+
+// Destination rows of one plane. Their positions do not descend, so each source row is filtered once.
+template <class Method, int kPixel>
+ORV_INLINE void resizePlane(const SumsOfRows<Method, kPixel>& sums, const RowTaps<Method::kTaps>* taps, int height,
+                            int srcRows, const ResizeImages& images, ResizePlane plane) {
+  constexpr int kTaps = Method::kTaps;
+  const float* slots[kTaps];
+  for (int i = 0; i < kTaps; ++i) slots[i] = sums.slot(i);
+  int next = 0;  // source rows before this one need no more work
+  for (int y = 0; y < height; ++y) {
+    const int64_t first = int64_t(taps[y].index) - kBefore<kTaps>;
+    int row = clamped(first, srcRows), slot = row % kTaps;
+    if (next < row) next = row;
+    for (const int last = clamped(first + kTaps - 1, srcRows); next <= last; ++next)
+      sums.filterRow(rowOf(plane.src, images.srcStep, next), sums.slot(next % kTaps));
+    const float* from[kTaps];
+    for (int t = 0; t < kTaps; ++t) {
+      from[t] = slots[slot];
+      if (first + t < row || row == srcRows - 1) continue;  // the next tap's row is the same one
+      ++row, slot = slot + 1 < kTaps ? slot + 1 : 0;
+    }
+    Method::template column<kPixel>(&sums.columns, from, taps[y].weights, rowOf(plane.dst, images.dstStep, y));
+  }
+}
 
 // The buffer holds the table of columns, rows of sums, then the table of rows. What is true up to 256 columns and rows is
 // true of more: all grow evenly with each 64 of them, the buffer by no less.
@@ -430,7 +445,7 @@ ORV_INLINE VelStatus filter(WeightsKernel* weigh, const ResizePlan& plan, const 
 #endif
     end = buildColumns<Group<kTaps, kPixel>, kPixel>(table, weigh, plan, images);
 
-  SumsOfRows<Method, kPixel> sums = {table, alignedUp<float>(end), {}};
+  const SumsOfRows<Method, kPixel> sums = {table, alignedUp<float>(end)};
   sums.clearSlack();
   const Axis axis = rows(plan, images);
   RowTaps<kTaps>* const taps = static_cast<RowTaps<kTaps>*>(sums.end());
@@ -440,15 +455,8 @@ ORV_INLINE VelStatus filter(WeightsKernel* weigh, const ResizePlan& plan, const 
         taps[y].index = index;
         memcpy(taps[y].weights, weights, sizeof taps[y].weights);
       });
-  for (const ResizePlane plane : images) {
-    sums.forget();
-    for (int y = 0; y < plan.dstHeight; ++y) {
-      const float* from[kTaps];
-      for (int t = 0; t < kTaps; ++t)
-        from[t] = sums.provide(plane, images.srcStep, clamped(int64_t(taps[y].index) - kBefore<kTaps> + t, axis.count));
-      Method::template column<kPixel>(&table, from, taps[y].weights, rowOf(plane.dst, images.dstStep, y));
-    }
-  }
+  for (const ResizePlane plane : images)
+    resizePlane<Method, kPixel>(sums, taps, plan.dstHeight, axis.count, images, plane);
   return velStsNoErr;
 }
 

@@ -197,12 +197,14 @@ ORV_INLINE Dwords repeatedDwords(Lane v) {
   return joinLanes([v](int) { return v; });
 }
 #if ORV_HAS_SHUFFLE
-// shuffle8 of each lane: lane i of the bytes is at(i), of the places placesAt(i).
-template <class At, class PlacesAt> ORV_INLINE Dwords shuffleLanes8(const At& at, const PlacesAt& placesAt) {
+// shuffle8 of each lane, of which lane i is at(i).
+template <class At> ORV_INLINE Dwords shuffleLanes8(const At& at, Dwords places) {
 #if ORV_HAS_WIDE_INTEGER
-  return shuffle8(joinLanes(at), joinLanes(placesAt));
+  return shuffle8(joinLanes(at), places);
+#elif ORV_HAS_WIDE_FLOAT
+  return joinHalves(shuffle8(at(0), lowHalf(places)), shuffle8(at(1), highHalf(places)));
 #else
-  return joinLanes([&](int i) { return shuffle8(at(i), placesAt(i)); });
+  return shuffle8(at(0), places);
 #endif
 }
 #endif
