@@ -47,8 +47,8 @@ ORV_WEIGHTS_KERNEL(ownpi_Cubic1Kernel) { weigh(velInterCubicBSpline, fractions, 
 ORV_WEIGHTS_KERNEL(ownpi_Cubic2Kernel) { weigh(velInterCubicCatmullRom, fractions, count, weights); }
 ORV_WEIGHTS_KERNEL(ownpi_Cubic3Kernel) { weigh(velInterCubicB05C03, fractions, count, weights); }
 
-ORV_ROW_KERNEL(ownpi_RowCubic8px) { filterMiddle<4, 3>(*columns, row, sums); }
-ORV_ROW_KERNEL(ownpi_RowCubic8px4) { filterMiddle<4, 4>(*columns, row, sums); }
+ORV_ROW_KERNEL(ownpi_RowCubic8px) { filterGathered<4, 3>(*columns, kMiddle, row, sums); }
+ORV_ROW_KERNEL(ownpi_RowCubic8px4) { filterGathered<4, 4>(*columns, kMiddle, row, sums); }
 ORV_ROW_END_KERNEL(ownpi_CalcBorder8plC) { filterEnd<4, 1>(*columns, part, row, sums); }
 ORV_ROW_END_KERNEL(ownpi_CalcBorder8pxC) {
   columns->pixel == 3 ? filterEnd<4, 3>(*columns, part, row, sums) : filterEnd<4, 4>(*columns, part, row, sums);

@@ -263,25 +263,29 @@ ORV_INLINE void filterGathered(const FilterColumns& c, FilterPart part, const Ve
   else
     Horizontal<G>::template run<kPixel>(c, part, to, filter);
 }
-template <int kTaps, int kPixel> ORV_INLINE void filterMiddle(const FilterColumns& c, const Vel8u* row, float* to) {
-#if ORV_HAS_SHUFFLE
-  using G = ShuffledGroup<kTaps>;
-  if (kPixel == 1 && c.isShuffled)
-    return Horizontal<G>::template run<1>(
-        c, kMiddle, to, [row](const G& group) __attribute__((always_inline)) { return group.filtered(row); });
-#endif
-  filterGathered<kTaps, kPixel>(c, kMiddle, row, to);
-}
 template <int kTaps, int kPixel>
 ORV_INLINE void filterEnd(const FilterColumns& c, FilterPart part, const Vel8u* row, float* to) {
-#if ORV_HAS_SHUFFLE
-  using G = ShuffledGroup<kTaps>;
-  if (kPixel == 1 && c.isShuffled)
-    return Horizontal<G>::template run<1>(
-        c, part, to, [row](const G& group) __attribute__((always_inline)) { return group.filteredAtEnd(row); });
-#endif
   const RowEnd<kTaps, kPixel> end(part, row, c.width);
   filterGathered<kTaps, kPixel>(c, part, end.pixels, to);
+}
+// Of planes: shuffled columns, of all parts, or the middle ones.
+template <int kTaps> ORV_INLINE void filterPlaneRow(const FilterColumns& c, const Vel8u* row, float* to) {
+#if ORV_HAS_SHUFFLE
+  if (c.isShuffled) {
+    using G = ShuffledGroup<kTaps>;
+    for (int part = kLeftEnd; part <= kRightEnd; ++part) {
+      if (part == kMiddle)
+        Horizontal<G>::template run<1>(
+            c, kMiddle, to, [row](const G& group) __attribute__((always_inline)) { return group.filtered(row); });
+      else
+        Horizontal<G>::template run<1>(
+            c, FilterPart(part),
+            to, [row](const G& group) __attribute__((always_inline)) { return group.filteredAtEnd(row); });
+    }
+    return;
+  }
+#endif
+  filterGathered<kTaps, 1>(c, kMiddle, row, to);
 }
 
 // ---- Vertical pass
@@ -379,6 +383,7 @@ template <class Method, int kPixel> struct SumsOfRows {
       memset(slot(i) + elements(), 0, size_t(sumsOf(elements()) - elements()) * sizeof(float));
   }
   void filterRow(const Vel8u* src, float* to) const {
+    if (columns.isShuffled) return Method::template row<kPixel>(&columns, src, to);
     // From left to right: a part's last group may write where the next part begins.
     if (columns.begin[kLeftEnd] < columns.begin[kMiddle]) Method::template end<kPixel>(&columns, kLeftEnd, src, to);
     if (columns.begin[kMiddle] < columns.begin[kRightEnd]) Method::template row<kPixel>(&columns, src, to);

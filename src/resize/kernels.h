@@ -77,7 +77,7 @@ struct FilterColumns {
   bool isShuffled;  // the groups' kind
 };
 // A source row's sums: of the middle columns, and of an end's, whose taps take the first or last pixel for what is
-// outside.
+// outside. Of columns that are shuffled the former does all.
 #define ORV_ROW_KERNEL(name) ORV_STEP void ORV_NAME(name)(const FilterColumns* columns, const Vel8u* row, Vel32f* sums)
 #define ORV_ROW_END_KERNEL(name) \
   ORV_STEP void ORV_NAME(name)(const FilterColumns* columns, FilterPart part, const Vel8u* row, Vel32f* sums)

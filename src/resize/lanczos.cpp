@@ -55,8 +55,8 @@ ORV_WEIGHTS_KERNEL(ownpi_Lanczos3) {
   weigh(load<Floats4>(last), weightsOfLast);
   memcpy(weights + i * kTaps, weightsOfLast, size_t(count - i) * kTaps * sizeof *last);
 }
-ORV_ROW_KERNEL(ownpi_RowLanczos8px) { filterMiddle<6, 3>(*columns, row, sums); }
-ORV_ROW_KERNEL(ownpi_RowLanczos8px4) { filterMiddle<6, 4>(*columns, row, sums); }
+ORV_ROW_KERNEL(ownpi_RowLanczos8px) { filterGathered<6, 3>(*columns, kMiddle, row, sums); }
+ORV_ROW_KERNEL(ownpi_RowLanczos8px4) { filterGathered<6, 4>(*columns, kMiddle, row, sums); }
 ORV_ROW_END_KERNEL(ownpi_CalcBorder8plLz) { filterEnd<6, 1>(*columns, part, row, sums); }
 ORV_ROW_END_KERNEL(ownpi_CalcBorder8pxLz) {
   columns->pixel == 3 ? filterEnd<6, 3>(*columns, part, row, sums) : filterEnd<6, 4>(*columns, part, row, sums);

@@ -2,8 +2,8 @@
 // vertical one.
 #include "resize/filter.h"
 
-ORV_ROW_KERNEL(ownpi_RowCubic8pl) { filterMiddle<4, 1>(*columns, row, sums); }
-ORV_ROW_KERNEL(ownpi_RowLanczos8pl) { filterMiddle<6, 1>(*columns, row, sums); }
+ORV_ROW_KERNEL(ownpi_RowCubic8pl) { filterPlaneRow<4>(*columns, row, sums); }
+ORV_ROW_KERNEL(ownpi_RowLanczos8pl) { filterPlaneRow<6>(*columns, row, sums); }
 ORV_COLUMN_KERNEL(ownpi_ColCubic8pl) { sumRows<CubicSums>(*columns, rows, weights, dst); }
 ORV_COLUMN_KERNEL(ownpi_SummCubic8px) { sumRows<CubicSums>(*columns, rows, weights, dst); }
 ORV_COLUMN_KERNEL(ownpi_ColLanczos8pl) { sumRows<LanczosSums>(*columns, rows, weights, dst); }
