@@ -37,6 +37,7 @@ struct LinearColumns {
   bool isShuffled;  // the groups' kind
   bool keepsFourth;
   int pixel;
+  bool streams;  // the vertical pass writes past the caches
 };
 // A row's sums, with six fractional bits for the vertical pass.
 #define ORV_COEF_KERNEL(name) ORV_STEP void ORV_NAME(name)(const LinearColumns* columns, const Vel8u* row, Vel16u* sums)
