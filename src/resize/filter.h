@@ -321,17 +321,35 @@ template <class Method> struct Vertical {
   template <bool kIsAligned> ORV_INLINE Lane weighed(int i) const {
     return narrowVectorsTo8U([&](int k) __attribute__((always_inline)) { return rounded<kIsAligned>(i + k); });
   }
-  ORV_INLINE void run(Vel8u* dst, int elements) const {
-    int i = 0;
 #if ORV_HAS_WIDE_INTEGER
-    for (; i + 32 <= elements; i += 32)
-      store(dst + i,
-            narrowFourTo8U(rounded<true>(i), rounded<true>(i + 8), rounded<true>(i + 16), rounded<true>(i + 24)));
+  template <bool kIsAligned> ORV_INLINE Lanes weighedLanes(int i) const {  // twice as many
+    return narrowFourTo8U(rounded<kIsAligned>(i), rounded<kIsAligned>(i + 8), rounded<kIsAligned>(i + 16),
+                          rounded<kIsAligned>(i + 24));
+  }
 #endif
-    for (; i + 16 <= elements; i += 16) store(dst + i, weighed<true>(i));
-    if (i == elements) return;
-    if (elements >= 16) return store(dst + elements - 16, weighed<false>(elements - 16));
-    storeFirst(dst, weighed<true>(0), size_t(elements));
+  // Elements from i on up to `end`, of which the last may be worked out twice. kIsAligned: i is 0.
+  template <bool kIsAligned> ORV_INLINE void storePart(Vel8u* dst, int i, int end) const {
+#if ORV_HAS_WIDE_INTEGER
+    for (; i + 32 <= end; i += 32) store(dst + i, weighedLanes<kIsAligned>(i));
+#endif
+    for (; i + 16 <= end; i += 16) store(dst + i, weighed<kIsAligned>(i));
+    if (i == end) return;
+    if (end >= 16) return store(dst + end - 16, weighed<false>(end - 16));
+    storeFirst(dst, weighed<true>(0), size_t(end));
+  }
+  ORV_INLINE void run(Vel8u* dst, int elements) const { storePart<true>(dst, 0, elements); }
+  // The same past the caches, line by line; what is no whole line at the ends is stored.
+  ORV_INLINE void runPastCaches(Vel8u* dst, int elements) const {
+    int i = int((kLine - reinterpret_cast<size_t>(dst) % kLine) % kLine);
+    const int end = i + (elements - i) / int(kLine) * int(kLine);
+    if (i >= end) return run(dst, elements);
+    if (i > 0) storePart<true>(dst, 0, i);
+#if ORV_HAS_WIDE_INTEGER
+    for (; i < end; i += 32) stream(dst + i, weighedLanes<false>(i));
+#else
+    for (; i < end; i += 16) stream(dst + i, weighed<false>(i));
+#endif
+    if (end < elements) storePart<false>(dst, end, elements);
   }
   // Of four channels the first three, of which the rows of sums consist: five pixels at a time.
   ORV_INLINE void runKeepingFourth(Vel8u* dst, int pixels) const {
@@ -343,18 +361,29 @@ template <class Method> struct Vertical {
   }
 };
 
-template <class Method>
-ORV_INLINE void sumRows(const FilterColumns& c, const float* const* rows, const float* weights, Vel8u* dst) {
-  // Copies, which the bytes that are stored cannot change. Not by memcpy: the pointers have just been stored, and vectors
-  // of them would wait until they are in the cache.
+// Gives run(vertical) copies of the rows and weights, which the bytes that are stored cannot change. Not by memcpy: the
+// pointers have just been stored, and a vector of them would wait until they are in the cache.
+template <class Method, class Run>
+ORV_INLINE void withRows(const float* const* rows, const float* weights, const Run& run) {
   const float* from[Method::kTaps];
   float by[Method::kTaps];
   ORV_UNROLL for (int t = 0; t < Method::kTaps; ++t) from[t] = rows[t], by[t] = weights[t];
-  const Vertical<Method> vertical = {from, by};
-  if (c.channels < c.pixel)
-    vertical.runKeepingFourth(dst, c.begin[kRightEnd + 1]);
-  else
-    vertical.run(dst, c.begin[kRightEnd + 1] * c.channels);
+  run(Vertical<Method>{from, by});
+}
+template <class Method>
+ORV_INLINE void sumRows(const FilterColumns& c, const float* const* rows, const float* weights, Vel8u* dst) {
+  const int elements = c.begin[kRightEnd + 1] * c.channels;
+  withRows<Method>(
+      rows, weights, [&](const Vertical<Method>& vertical) __attribute__((always_inline)) {
+        c.streams ? vertical.runPastCaches(dst, elements) : vertical.run(dst, elements);
+      });
+}
+template <class Method> ORV_INLINE void sumRowsKeepingFourth(const FilterColumns& c, const float* const* rows,
+                                                             const float* weights, Vel8u* dst) {
+  withRows<Method>(
+      rows, weights, [&](const Vertical<Method>& vertical) __attribute__((always_inline)) {
+        vertical.runKeepingFourth(dst, c.begin[kRightEnd + 1]);
+      });
 }
 
 // ---- The image
@@ -440,7 +469,13 @@ template <class G, int kPixel> ORV_INLINE void* buildColumns(FilterColumns& tabl
 template <class Method, int kPixel>
 ORV_INLINE VelStatus filter(WeightsKernel* weigh, const ResizePlan& plan, const ResizeImages& images) {
   constexpr int kTaps = Method::kTaps;
-  FilterColumns table = {alignedUp<void>(images.buffer), {}, images.region.width, kPixel, images.channels, false};
+  FilterColumns table = {alignedUp<void>(images.buffer),
+                         {},
+                         images.region.width,
+                         kPixel,
+                         images.channels,
+                         false,
+                         images.channels == kPixel && exceedsCaches(plan, images)};
   void* end;
 #if ORV_HAS_SHUFFLE
   table.isShuffled = kPixel == 1 && ShuffledGroup<kTaps>::fits(columns(plan, images));
@@ -462,6 +497,7 @@ ORV_INLINE VelStatus filter(WeightsKernel* weigh, const ResizePlan& plan, const 
       });
   for (const ResizePlane plane : images)
     resizePlane<Method, kPixel>(sums, taps, plan.dstHeight, axis.count, images, plane);
+  if (table.streams) streamEnd();
   return velStsNoErr;
 }
 

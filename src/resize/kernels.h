@@ -76,6 +76,7 @@ struct FilterColumns {
   int width;     // of the source region
   int pixel, channels;
   bool isShuffled;  // the groups' kind
+  bool streams;     // the vertical pass writes past the caches
 };
 // A source row's sums: of the middle columns, and of an end's, whose taps take the first or last pixel for what is
 // outside. Of columns that are shuffled the former does all.

@@ -3,7 +3,6 @@
 // A destination column left of the first source centre, or right of the last one, has one neighbour. It gets a second one
 // of weight 0, which leaves its sum as it is. A row above or below the centres is stored straight from the horizontal pass:
 // blended with a second row it would be rounded twice.
-#include "core/cache.h"
 #include "resize/buffer.h"
 #include "resize/kernels.h"
 
@@ -331,10 +330,6 @@ template <class Group, int kPixel> constexpr bool bufferHoldsGroups(int channels
       return false;
   }
   return true;
-}
-ORV_INLINE bool exceedsCaches(const ResizePlan& plan, const ResizeImages& images) {
-  const double pixels = double(images.region.width) * images.region.height + double(plan.dstWidth) * plan.dstHeight;
-  return exceedsCaches(pixels * images.pixel * images.planes);
 }
 template <class Group, int kPixel, bool kKeepsFourth>
 ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images, bool isShuffled) {

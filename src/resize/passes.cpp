@@ -5,6 +5,12 @@
 ORV_ROW_KERNEL(ownpi_RowCubic8pl) { filterPlaneRow<4>(*columns, row, sums); }
 ORV_ROW_KERNEL(ownpi_RowLanczos8pl) { filterPlaneRow<6>(*columns, row, sums); }
 ORV_COLUMN_KERNEL(ownpi_ColCubic8pl) { sumRows<CubicSums>(*columns, rows, weights, dst); }
-ORV_COLUMN_KERNEL(ownpi_SummCubic8px) { sumRows<CubicSums>(*columns, rows, weights, dst); }
+ORV_COLUMN_KERNEL(ownpi_SummCubic8px) {
+  if (columns->channels == columns->pixel) return ORV_NAME(ownpi_ColCubic8pl)(columns, rows, weights, dst);
+  sumRowsKeepingFourth<CubicSums>(*columns, rows, weights, dst);
+}
 ORV_COLUMN_KERNEL(ownpi_ColLanczos8pl) { sumRows<LanczosSums>(*columns, rows, weights, dst); }
-ORV_COLUMN_KERNEL(ownpi_ColLanczos8px) { sumRows<LanczosSums>(*columns, rows, weights, dst); }
+ORV_COLUMN_KERNEL(ownpi_ColLanczos8px) {
+  if (columns->channels == columns->pixel) return ORV_NAME(ownpi_ColLanczos8pl)(columns, rows, weights, dst);
+  sumRowsKeepingFourth<LanczosSums>(*columns, rows, weights, dst);
+}
