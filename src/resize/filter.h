@@ -302,6 +302,9 @@ struct LanczosSums {
   static Dwords round(Floats v) { return truncated(v + allFloats(kHalf)); }
 };
 
+// With narrower vectors there is more to work out than to wait for.
+constexpr bool kMayStream = kFloatsLanes > 1;
+
 // Weighs rows of sums.
 template <class Method> struct Vertical {
   const float* const* rows;
@@ -375,7 +378,8 @@ ORV_INLINE void sumRows(const FilterColumns& c, const float* const* rows, const 
   const int elements = c.begin[kRightEnd + 1] * c.channels;
   withRows<Method>(
       rows, weights, [&](const Vertical<Method>& vertical) __attribute__((always_inline)) {
-        c.streams ? vertical.runPastCaches(dst, elements) : vertical.run(dst, elements);
+        if (kMayStream && c.streams) return vertical.runPastCaches(dst, elements);
+        vertical.run(dst, elements);
       });
 }
 template <class Method> ORV_INLINE void sumRowsKeepingFourth(const FilterColumns& c, const float* const* rows,
@@ -388,9 +392,9 @@ template <class Method> ORV_INLINE void sumRowsKeepingFourth(const FilterColumns
 
 // ---- The image
 
-// How many floats a row of sums takes: at least sixteen, which are read of each, and whole vectors; some after its
-// elements are written with the last ones.
-constexpr int sumsOf(int elements) { return (elements + 7) / 8 * 8 + 8; }
+// How many floats a row of sums takes, in whole vectors. After its elements up to 13 are read with the last ones, and some
+// are written.
+constexpr int sumsOf(int elements) { return (elements + 13 + 7) / 8 * 8; }
 
 // A destination row's position and weights.
 template <int kTaps> struct RowTaps {
@@ -475,7 +479,7 @@ ORV_INLINE VelStatus filter(WeightsKernel* weigh, const ResizePlan& plan, const 
                          kPixel,
                          images.channels,
                          false,
-                         images.channels == kPixel && exceedsCaches(plan, images)};
+                         kMayStream && images.channels == kPixel && exceedsCaches(plan, images)};
   void* end;
 #if ORV_HAS_SHUFFLE
   table.isShuffled = kPixel == 1 && ShuffledGroup<kTaps>::fits(columns(plan, images));

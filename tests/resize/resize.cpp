@@ -326,6 +326,7 @@ TEST_P(Resize, KeepsThingsInTheirPlaces) {
 TEST_P(Resize, WritesPastTheCaches) {
   for (const Form& form : kForms)
     for (const int method : {velInterLinear, velInterCubicCatmullRom, velInterLanczos}) {
+      if (form.channels < form.pixel || form.planes == 4) continue;  // nothing of their own
       const VeliSize size = sizeBeyondCaches(form.pixel * form.planes), image = {606, int(size.height / 1.7) + 1};
       const VeliRect src = {0, 0, image.width, image.height}, dst = {below(4), below(4), size.width, size.height};
       const Geometry g = {image, src, dst, 1.7, 1.7, double(dst.x), double(dst.y), method};
