@@ -346,13 +346,14 @@ template <class Method> struct Vertical {
     int i = int((kLine - reinterpret_cast<size_t>(dst) % kLine) % kLine);
     const int end = i + (elements - i) / int(kLine) * int(kLine);
     if (i >= end) return run(dst, elements);
-    if (i > 0) storePart<true>(dst, 0, i);
+    const int from[] = {0, end}, to[] = {i, elements};
+    for (int k = 0; k < 2; ++k)
+      if (from[k] < to[k]) storePart<false>(dst, from[k], to[k]);
 #if ORV_HAS_WIDE_INTEGER
     for (; i < end; i += 32) stream(dst + i, weighedLanes<false>(i));
 #else
     for (; i < end; i += 16) stream(dst + i, weighed<false>(i));
 #endif
-    if (end < elements) storePart<false>(dst, end, elements);
   }
   // Of four channels the first three, of which the rows of sums consist: five pixels at a time.
   ORV_INLINE void runKeepingFourth(Vel8u* dst, int pixels) const {

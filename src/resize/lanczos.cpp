@@ -47,13 +47,13 @@ ORV_INLINE void weigh(Floats4 fractions, float* weights) {
 
 ORV_WEIGHTS_KERNEL(ownpi_Lanczos3) {
   constexpr int kTaps = Lanczos::kTaps;
-  int i = 0;
-  for (; i + 4 <= count; i += 4) weigh(load<Floats4>(fractions + i), weights + i * kTaps);
-  if (i == count) return;
   float last[4] = {}, weightsOfLast[4 * kTaps];
-  memcpy(last, fractions + i, size_t(count - i) * sizeof *last);
-  weigh(load<Floats4>(last), weightsOfLast);
-  memcpy(weights + i * kTaps, weightsOfLast, size_t(count - i) * kTaps * sizeof *last);
+  for (int i = 0; i < count; i += 4, weights += 4 * kTaps) {
+    const size_t n = size_t(count - i);
+    if (n < 4) memcpy(last, fractions + i, n * sizeof *last);
+    weigh(load<Floats4>(n < 4 ? last : fractions + i), n < 4 ? weightsOfLast : weights);
+    if (n < 4) memcpy(weights, weightsOfLast, n * kTaps * sizeof *last);
+  }
 }
 ORV_ROW_KERNEL(ownpi_RowLanczos8px) { filterGathered<6, 3>(*columns, kMiddle, row, sums); }
 ORV_ROW_KERNEL(ownpi_RowLanczos8px4) { filterGathered<6, 4>(*columns, kMiddle, row, sums); }

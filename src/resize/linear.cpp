@@ -369,15 +369,13 @@ ORV_COEF_KERNEL(ownpi_CoefLinear8pl) { filterRow<kForBlend, 1>(*columns, row, su
 ORV_COEF_KERNEL(ownpi_CoefLinear8px) { filterRow<kForBlend, 3>(*columns, row, sums); }
 ORV_COEF_KERNEL(ownpi_CoefLinear8px4) { filterRow<kForBlend, 4>(*columns, row, sums); }
 ORV_SUMM_KERNEL(ownpi_SummLinear8pl) {
-  const BlendRows blend(upper, lower, weight);
-  columns->streams ? streamBytes(dst, columns->columns, blend) : storeBytes<false, false>(dst, columns->columns, blend);
-}
-ORV_SUMM_KERNEL(ownpi_SummLinear8px) {
   const int bytes = columns->columns * columns->pixel;
   const BlendRows blend(upper, lower, weight);
-  columns->keepsFourth ? storeBytes<true, false>(dst, bytes, blend)
-  : columns->streams   ? streamBytes(dst, bytes, blend)
-                       : storeBytes<false, false>(dst, bytes, blend);
+  columns->streams ? streamBytes(dst, bytes, blend) : storeBytes<false, false>(dst, bytes, blend);
+}
+ORV_SUMM_KERNEL(ownpi_SummLinear8px) {
+  if (!columns->keepsFourth) return ORV_NAME(ownpi_SummLinear8pl)(columns, upper, lower, weight, dst);
+  storeBytes<true, false>(dst, columns->columns * columns->pixel, BlendRows(upper, lower, weight));
 }
 ORV_BORDER_ROW_KERNEL(ownpi_CalcBorder8plL) {
   if (row) filterRow<kAlone, 1>(*columns, row, sums);
