@@ -197,7 +197,7 @@ struct FilteredRows {
   }
 
   // Sixteen elements of the weighed sum of rows, ties to even.
-  Lane sum(const Taps& taps, int element) const {
+  ORV_INLINE Lane sum(const Taps& taps, int element) const {
     FloatRun<16> sums = allRun<16>(0);
     const float *p = row(taps.first) + element, *const end = rows + ptrdiff_t(slots) * elements;
     const Vel32f* weight = taps.weights();

@@ -12,9 +12,9 @@ struct CubicKernel {
     if (d < 0) d = -d;
     if (d >= 2) return 0;
     if (!(d < 1 || d >= 1)) return 1;  // a NaN
-    const double(&c)[4] = d < 1 ? inner : outer;
-    return ((c[0] * d + c[1]) * d + c[2]) * d + c[3];
+    return polynomial(d < 1 ? inner : outer, d);
   }
+  static double polynomial(const double (&c)[4], double d) { return ((c[0] * d + c[1]) * d + c[2]) * d + c[3]; }
 };
 constexpr CubicKernel kCubicKernels[] = {
     {{0.5, -1, -0.5, 1}, {-1.0 / 6, 1, -11.0 / 6, 1}},  // Lagrange's, through four points

@@ -37,6 +37,7 @@ struct LinearColumns {
   bool isShuffled;  // the groups' kind
   bool keepsFourth;
   int pixel;
+  bool streams;  // the vertical pass writes past the caches
 };
 // A row's sums, with six fractional bits for the vertical pass.
 #define ORV_COEF_KERNEL(name) ORV_STEP void ORV_NAME(name)(const LinearColumns* columns, const Vel8u* row, Vel16u* sums)
@@ -74,9 +75,11 @@ struct FilterColumns {
   int begin[4];  // the first column of each part, and their end
   int width;     // of the source region
   int pixel, channels;
+  bool isShuffled;  // the groups' kind
+  bool streams;     // the vertical pass writes past the caches
 };
 // A source row's sums: of the middle columns, and of an end's, whose taps take the first or last pixel for what is
-// outside.
+// outside. Of columns that are shuffled the former does all.
 #define ORV_ROW_KERNEL(name) ORV_STEP void ORV_NAME(name)(const FilterColumns* columns, const Vel8u* row, Vel32f* sums)
 #define ORV_ROW_END_KERNEL(name) \
   ORV_STEP void ORV_NAME(name)(const FilterColumns* columns, FilterPart part, const Vel8u* row, Vel32f* sums)

@@ -3,7 +3,6 @@
 // A destination column left of the first source centre, or right of the last one, has one neighbour. It gets a second one
 // of weight 0, which leaves its sum as it is. A row above or below the centres is stored straight from the horizontal pass:
 // blended with a second row it would be rounded twice.
-#include "core/cache.h"
 #include "resize/buffer.h"
 #include "resize/kernels.h"
 
@@ -202,6 +201,16 @@ ORV_INLINE void storeBytes(Vel8u* dst, int bytes, Blend blend) {
   tail.store(dst + i, size_t(bytes - i));
 }
 
+// The same past the caches, line by line; what is no whole line at the ends is stored.
+template <class Blend> ORV_INLINE void streamBytes(Vel8u* dst, int bytes, const Blend& blend) {
+  const int head = int((kLine - reinterpret_cast<size_t>(dst) % kLine) % kLine);
+  int i = head < bytes ? head : bytes;
+  if (i > 0) storeBytes<false, false>(dst, i, blend);
+  for (; i + int(kLine) <= bytes; i += int(kLine))
+    ORV_UNROLL for (int k = 0; k < int(kLine); k += 16) stream(dst + i + k, blend(i + k));
+  if (i < bytes) storeBytes<false, false>(dst + i, bytes - i, [&](int k) { return blend(i + k); });
+}
+
 // Without the six fractional bits.
 ORV_INLINE Lane roundedOff(Lane sums) { return shiftRightRound16<6>(sums); }
 
@@ -327,8 +336,9 @@ ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images, boo
   static_assert(bufferHoldsGroups<Group, kPixel>(kKeepsFourth ? 3 : kPixel));
   const int groups = groupsFor<kPixel>(plan.dstWidth);
   const Axis across = columns(plan, images);
-  const LinearColumns table = {images.buffer, groups,       plan.dstWidth, across.count == 1,
-                               isShuffled,    kKeepsFourth, kPixel};
+  const LinearColumns table = {
+      images.buffer, groups,       plan.dstWidth, across.count == 1,
+      isShuffled,    kKeepsFourth, kPixel,        !kKeepsFourth && exceedsCaches(plan, images)};
   if (!Horizontal<Group>::build(table, across)) return false;
   const int rowWords = groups * Horizontal<Group>::kElements;
   Vel16u* const first = reinterpret_cast<Vel16u*>(reinterpret_cast<Group*>(images.buffer) + groups);
@@ -337,6 +347,7 @@ ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images, boo
   memset(sums.lower + rowWords, 0, kSlack * sizeof *first);
   for (const ResizePlane plane : images)
     resizePlane<Group, kPixel, kKeepsFourth>(table, sums, rows(plan, images), plan.dstHeight, images, plane);
+  if (table.streams) streamEnd();
   return true;
 }
 
@@ -358,12 +369,13 @@ ORV_COEF_KERNEL(ownpi_CoefLinear8pl) { filterRow<kForBlend, 1>(*columns, row, su
 ORV_COEF_KERNEL(ownpi_CoefLinear8px) { filterRow<kForBlend, 3>(*columns, row, sums); }
 ORV_COEF_KERNEL(ownpi_CoefLinear8px4) { filterRow<kForBlend, 4>(*columns, row, sums); }
 ORV_SUMM_KERNEL(ownpi_SummLinear8pl) {
-  storeBytes<false, false>(dst, columns->columns, BlendRows(upper, lower, weight));
-}
-ORV_SUMM_KERNEL(ownpi_SummLinear8px) {
   const int bytes = columns->columns * columns->pixel;
   const BlendRows blend(upper, lower, weight);
-  columns->keepsFourth ? storeBytes<true, false>(dst, bytes, blend) : storeBytes<false, false>(dst, bytes, blend);
+  columns->streams ? streamBytes(dst, bytes, blend) : storeBytes<false, false>(dst, bytes, blend);
+}
+ORV_SUMM_KERNEL(ownpi_SummLinear8px) {
+  if (!columns->keepsFourth) return ORV_NAME(ownpi_SummLinear8pl)(columns, upper, lower, weight, dst);
+  storeBytes<true, false>(dst, columns->columns * columns->pixel, BlendRows(upper, lower, weight));
 }
 ORV_BORDER_ROW_KERNEL(ownpi_CalcBorder8plL) {
   if (row) filterRow<kAlone, 1>(*columns, row, sums);

@@ -1,5 +1,6 @@
 // What a resize call asks for and comes to: which pixels are written, and where each of them lies in the source.
 #pragma once
+#include "core/cache.h"
 #include "core/simd.h"
 #include "image/checks.h"
 
@@ -107,6 +108,14 @@ ORV_INLINE Position positionOf(const Axis& axis, int i) {
 }
 template <class T> ORV_INLINE int clamped(T index, int count) {
   return index < 0 ? 0 : index < count ? int(index) : count - 1;
+}
+
+// ---- Sizes
+
+// Whether the pixels read and written are more than the largest cache holds.
+ORV_INLINE bool exceedsCaches(const ResizePlan& plan, const ResizeImages& images) {
+  const double pixels = double(images.region.width) * images.region.height + double(plan.dstWidth) * plan.dstHeight;
+  return exceedsCaches(pixels * images.pixel * images.planes);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <limits>
 #include <string>
 #include "resize/model.h"
+#include "support/caches.h"
 #include "support/image.h"
 
 namespace {
@@ -193,7 +194,7 @@ class Resize : public OnEveryPath {
 ORV_ON_EVERY_PATH(Resize);
 
 TEST_P(Resize, FollowsTheModel) {
-  constexpr double kFactors[] = {2, 1.7, 1, 0.5, 0.37, 0.25, 1.0 / 3, 0.06, 30};
+  constexpr double kFactors[] = {2, 1.7, 1, 0.5, 0.37, 0.274, 0.25, 1.0 / 3, 0.06, 30};
   for (const int method : kMethods)
     for (const int flag : {0, model::kAntialias, model::kSubpixel, model::kSmooth})
       for (const double x : kFactors)
@@ -319,6 +320,31 @@ TEST_P(Resize, KeepsThingsInTheirPlaces) {
           }
         ASSERT_GT(checked, 30);
       }
+}
+
+// An image that exceeds the caches is what its bands are, which do not.
+TEST_P(Resize, WritesPastTheCaches) {
+  for (const Form& form : kForms)
+    for (const int method : {velInterLinear, velInterCubicCatmullRom, velInterLanczos}) {
+      if (form.channels < form.pixel || form.planes == 4) continue;  // nothing of their own
+      const VeliSize size = sizeBeyondCaches(form.pixel * form.planes), image = {606, int(size.height / 1.7) + 1};
+      const VeliRect src = {0, 0, image.width, image.height}, dst = {below(4), below(4), size.width, size.height};
+      const Geometry g = {image, src, dst, 1.7, 1.7, double(dst.x), double(dst.y), method};
+      Call call(form, g, random);
+      SCOPED_TRACE(testing::Message() << form.name << ' ' << g);
+      const std::vector<Copied> before = call.dst.copy();
+      std::vector<Vel8u> buffer(size_t(call.size));
+      for (int y = 0; y < size.height; y += 64) {
+        Geometry band = g;
+        band.dst.y += y, band.dst.height = std::min(64, size.height - y);
+        ASSERT_EQ(form.call(call.src.top, call.src.step[0], call.dst.top, call.dst.step[0], band, buffer.data()),
+                  velStsNoErr);
+      }
+      const std::vector<Copied> expected = call.dst.copy();
+      for (size_t i = 0; i < before.size(); ++i) call.dst[i].restore(before[i]);
+      ASSERT_NO_FATAL_FAILURE(call.run());
+      ASSERT_TRUE(expectSame(call.dst, expected));
+    }
 }
 
 // A buffer of just the size that is asked for holds a method's tables and sums, between pages that no one may touch:

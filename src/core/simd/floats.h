@@ -24,6 +24,11 @@ ORV_INLINE Floats4 lowHalf(Floats v) { return _mm256_castps256_ps128(v); }
 ORV_INLINE Floats4 highHalf(Floats v) { return _mm256_extractf128_ps(v, 1); }
 // Lane i of v.
 ORV_INLINE Floats4 laneOf(Floats v, int i) { return i == 0 ? lowHalf(v) : highHalf(v); }
+#if !ORV_HAS_WIDE_INTEGER
+ORV_INLINE Dwords shiftRightU32(Dwords v, int count) {
+  return joinHalves(shiftRightU32(lowHalf(v), count), shiftRightU32(highHalf(v), count));
+}
+#endif
 #else
 ORV_INLINE Floats4 laneOf(Floats v, int) { return v; }
 #endif
@@ -187,6 +192,22 @@ ORV_INLINE void store(void* p, Floats v, [[maybe_unused]] ptrdiff_t distance) {
   store(p, v);
 #endif
 }
+// The same lane as often as Dwords has lanes.
+ORV_INLINE Dwords repeatedDwords(Lane v) {
+  return joinLanes([v](int) { return v; });
+}
+#if ORV_HAS_SHUFFLE
+// shuffle8 of each lane, of which lane i is at(i).
+template <class At> ORV_INLINE Dwords shuffleLanes8(const At& at, Dwords places) {
+#if ORV_HAS_WIDE_INTEGER
+  return shuffle8(joinLanes(at), places);
+#elif ORV_HAS_WIDE_FLOAT
+  return joinHalves(shuffle8(at(0), lowHalf(places)), shuffle8(at(1), highHalf(places)));
+#else
+  return shuffle8(at(0), places);
+#endif
+}
+#endif
 // Element i of a lane in all four places.
 template <int i> ORV_INLINE Floats4 repeatElement(Floats4 v) { return _mm_shuffle_ps(v, v, shuffleCode(i, i, i, i)); }
 
