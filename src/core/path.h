@@ -108,6 +108,13 @@
 // A helper that is always inlined. It is defined in an anonymous namespace, or in a class there.
 #define ORV_INLINE inline __attribute__((always_inline, unused))
 
+// One that is inlined where operations do not overwrite an operand, and takes too many registers for copies elsewhere.
+#if ORV_HAS_WIDE_FLOAT
+#define ORV_INLINE_ON_AVX ORV_INLINE
+#else
+#define ORV_INLINE_ON_AVX __attribute__((noinline))
+#endif
+
 // In front of a loop with a constant count: unroll it.
 #ifdef __clang__
 #define ORV_UNROLL _Pragma("unroll")

@@ -91,7 +91,7 @@ ORV_INLINE void convertEnds(const typename Conversion::Src* src, typename Conver
 }
 
 // Sixteen elements at a time, or kMost; those at the two ends of a row may overlap others. Stores between them are aligned
-// where whole elements allow it. A short row has few turns' elements.
+// where whole elements allow it. kIsShort: a row that no loop of whole turns is worth having for.
 template <class Conversion, bool kIsShort>
 ORV_INLINE void convertRow(const typename Conversion::Src* src, typename Conversion::Dst* dst, size_t len) {
   if (len < 16) {
@@ -123,8 +123,8 @@ template <class Conversion> __attribute__((noinline)) void convertShortRow(const
                                                                            typename Conversion::Dst* dst, size_t len) {
   if (len > 0) convertRow<Conversion, true>(src, dst, len);
 }
-// Whole lines past the caches: a line that is written in part, or in both ways, takes many
-// times as long. dst is a multiple of an element.
+// Whole lines past the caches: a line that is written in part, or in both ways, takes many times as long. dst is a multiple of
+// an element.
 template <class Conversion>
 ORV_INLINE void convertPastCaches(const typename Conversion::Src* src, typename Conversion::Dst* dst, size_t len) {
   const size_t toLine = -reinterpret_cast<uintptr_t>(dst) % kLine / sizeof *dst;

@@ -54,12 +54,8 @@ ORV_INLINE Vel32u scanQuarter(const Lane natural[4], const ZigzagShuffles*& shuf
   store(to->zigzag + 16 * kQuarter, zigzag);
   return zeros16(zigzag);
 }
-// Not inlined where an operation overwrites an operand: the copies take registers that the encoder has its constants in.
-#if ORV_HAS_WIDE_FLOAT
-ORV_INLINE void scan(const Vel16s* src, ScannedBlock* to) {
-#else
-__attribute__((noinline)) void scan(const Vel16s* src, ScannedBlock* to) {
-#endif
+// The encoder has its constants in registers.
+ORV_INLINE_ON_AVX void scan(const Vel16s* src, ScannedBlock* to) {
   const Lane natural[4] = {saturated16(src), saturated16(src + 16), saturated16(src + 32), saturated16(src + 48)};
   const ZigzagShuffles* shuffles = &kZigzagShuffles;
   const Vel32u first = scanQuarter<0>(natural, shuffles, to);

@@ -141,7 +141,8 @@ template <int kTaps> struct Group<kTaps, 1> : Gathered<kTaps, 1, (kTaps + 3) / 4
   }
 };
 
-#if ORV_HAS_SHUFFLE
+#if ORV_HAS_SHUFFLE  // without a byte shuffle, taps are gathered column by column
+constexpr bool kMayBeShuffled = true;
 // Of single samples where those of four columns lie close together: one load has the taps of a lane's columns. A shuffle
 // gives each dword the first taps of its column, three or four, a byte each. Byte i of a dword, left where it is, is
 // 256^i times too large, so the weights are as much smaller: that changes no digit of a product. The fourth byte would
@@ -205,6 +206,9 @@ template <int kTaps> struct alignas(kFloatsBytes) ShuffledGroup {
     });
   }
 };
+#else
+constexpr bool kMayBeShuffled = false;
+template <int kTaps> struct ShuffledGroup;
 #endif
 
 // A table of columns; groups of a part follow those of the one before.
@@ -270,21 +274,16 @@ ORV_INLINE void filterEnd(const FilterColumns& c, FilterPart part, const Vel8u* 
 }
 // Of planes: shuffled columns, of all parts, or the middle ones.
 template <int kTaps> ORV_INLINE void filterPlaneRow(const FilterColumns& c, const Vel8u* row, float* to) {
-#if ORV_HAS_SHUFFLE
-  if (c.isShuffled) {
+  if constexpr (kMayBeShuffled) {
     using G = ShuffledGroup<kTaps>;
-    for (int part = kLeftEnd; part <= kRightEnd; ++part) {
-      if (part == kMiddle)
-        Horizontal<G>::template run<1>(
-            c, kMiddle, to, [row](const G& group) __attribute__((always_inline)) { return group.filtered(row); });
-      else
-        Horizontal<G>::template run<1>(
-            c, FilterPart(part),
-            to, [row](const G& group) __attribute__((always_inline)) { return group.filteredAtEnd(row); });
+    const auto filter = [row](const G& group) __attribute__((always_inline)) { return group.filtered(row); };
+    const auto filterAtEnd = [row](const G& group) __attribute__((always_inline)) { return group.filteredAtEnd(row); };
+    if (c.isShuffled) {
+      Horizontal<G>::template run<1>(c, kLeftEnd, to, filterAtEnd);
+      Horizontal<G>::template run<1>(c, kMiddle, to, filter);
+      return Horizontal<G>::template run<1>(c, kRightEnd, to, filterAtEnd);
     }
-    return;
   }
-#endif
   filterGathered<kTaps, 1>(c, kMiddle, row, to);
 }
 
@@ -320,46 +319,39 @@ template <class Method> struct Vertical {
     ORV_UNROLL for (int t = 1; t < Method::kTaps; ++t) sum = sum + product(t);
     return Method::round(sum);
   }
-  // Sixteen elements.
-  template <bool kIsAligned> ORV_INLINE Lane weighed(int i) const {
-    return narrowVectorsTo8U([&](int k) __attribute__((always_inline)) { return rounded<kIsAligned>(i + k); });
+  // As many elements as V has bytes.
+  template <class V, bool kIsAligned> ORV_INLINE V weighed(int i) const {
+    return narrowVectorsTo8U<V>([&](int k) __attribute__((always_inline)) { return rounded<kIsAligned>(i + k); });
   }
-#if ORV_HAS_WIDE_INTEGER
-  template <bool kIsAligned> ORV_INLINE Lanes weighedLanes(int i) const {  // twice as many
-    return narrowFourTo8U(rounded<kIsAligned>(i), rounded<kIsAligned>(i + 8), rounded<kIsAligned>(i + 16),
-                          rounded<kIsAligned>(i + 24));
-  }
-#endif
   // Elements from i on up to `end`, of which the last may be worked out twice. kIsAligned: i is 0.
   template <bool kIsAligned> ORV_INLINE void storePart(Vel8u* dst, int i, int end) const {
-#if ORV_HAS_WIDE_INTEGER
-    for (; i + 32 <= end; i += 32) store(dst + i, weighedLanes<kIsAligned>(i));
-#endif
-    for (; i + 16 <= end; i += 16) store(dst + i, weighed<kIsAligned>(i));
+    constexpr int kLanes = sizeof(Lanes);
+    for (; i + kLanes <= end; i += kLanes) store(dst + i, weighed<Lanes, kIsAligned>(i));
+    if (kLanes > 16)
+      for (; i + 16 <= end; i += 16) store(dst + i, weighed<Lane, kIsAligned>(i));
     if (i == end) return;
-    if (end >= 16) return store(dst + end - 16, weighed<false>(end - 16));
-    storeFirst(dst, weighed<true>(0), size_t(end));
+    if (end >= 16) return store(dst + end - 16, weighed<Lane, false>(end - 16));
+    storeFirst(dst, weighed<Lane, true>(0), size_t(end));
   }
   ORV_INLINE void run(Vel8u* dst, int elements) const { storePart<true>(dst, 0, elements); }
-  // The same past the caches, line by line; what is no whole line at the ends is stored.
+  // The same past the caches, line by line. What is no whole line at the ends is stored: last, because stores take effect
+  // in their order, and one that waits for its line holds up all after it.
   ORV_INLINE void runPastCaches(Vel8u* dst, int elements) const {
-    int i = int((kLine - reinterpret_cast<size_t>(dst) % kLine) % kLine);
-    const int end = i + (elements - i) / int(kLine) * int(kLine);
-    if (i >= end) return run(dst, elements);
-    const int from[] = {0, end}, to[] = {i, elements};
+    const int head = int((kLine - reinterpret_cast<size_t>(dst) % kLine) % kLine);
+    const int end = head + (elements - head) / int(kLine) * int(kLine);
+    if (head >= end) return run(dst, elements);
+    prefetch(dst, 0);
+    prefetch(dst, elements);
+    for (int i = head; i < end; i += int(sizeof(Lanes))) stream(dst + i, weighed<Lanes, false>(i));
+    const int from[] = {0, end}, to[] = {head, elements};
     for (int k = 0; k < 2; ++k)
       if (from[k] < to[k]) storePart<false>(dst, from[k], to[k]);
-#if ORV_HAS_WIDE_INTEGER
-    for (; i < end; i += 32) stream(dst + i, weighedLanes<false>(i));
-#else
-    for (; i < end; i += 16) stream(dst + i, weighed<false>(i));
-#endif
   }
   // Of four channels the first three, of which the rows of sums consist: five pixels at a time.
   ORV_INLINE void runKeepingFourth(Vel8u* dst, int pixels) const {
     for (int x = 0; x < pixels;) {
       Vel8u samples[16];
-      store(static_cast<Vel8u*>(samples), weighed<false>(3 * x));
+      store(static_cast<Vel8u*>(samples), weighed<Lane, false>(3 * x));
       for (int i = 0; i < 5 && x < pixels; ++i, ++x) memcpy(dst + 4 * x, samples + 3 * i, 3);
     }
   }
@@ -481,14 +473,12 @@ ORV_INLINE VelStatus filter(WeightsKernel* weigh, const ResizePlan& plan, const 
                          images.channels,
                          false,
                          kMayStream && images.channels == kPixel && exceedsCaches(plan, images)};
-  void* end;
-#if ORV_HAS_SHUFFLE
-  table.isShuffled = kPixel == 1 && ShuffledGroup<kTaps>::fits(columns(plan, images));
-  if (table.isShuffled)
-    end = buildColumns<ShuffledGroup<kTaps>, 1>(table, weigh, plan, images);
-  else
-#endif
-    end = buildColumns<Group<kTaps, kPixel>, kPixel>(table, weigh, plan, images);
+  void* end = nullptr;
+  if constexpr (kMayBeShuffled && kPixel == 1) {
+    table.isShuffled = ShuffledGroup<kTaps>::fits(columns(plan, images));
+    if (table.isShuffled) end = buildColumns<ShuffledGroup<kTaps>, 1>(table, weigh, plan, images);
+  }
+  if (!table.isShuffled) end = buildColumns<Group<kTaps, kPixel>, kPixel>(table, weigh, plan, images);
 
   const SumsOfRows<Method, kPixel> sums = {table, alignedUp<float>(end)};
   sums.clearSlack();

@@ -201,13 +201,17 @@ ORV_INLINE void storeBytes(Vel8u* dst, int bytes, Blend blend) {
   tail.store(dst + i, size_t(bytes - i));
 }
 
-// The same past the caches, line by line; what is no whole line at the ends is stored.
+// The same past the caches, line by line. What is no whole line at the ends is stored: last, because stores take effect in
+// their order, and one that waits for its line holds up all after it.
 template <class Blend> ORV_INLINE void streamBytes(Vel8u* dst, int bytes, const Blend& blend) {
-  const int head = int((kLine - reinterpret_cast<size_t>(dst) % kLine) % kLine);
-  int i = head < bytes ? head : bytes;
-  if (i > 0) storeBytes<false, false>(dst, i, blend);
+  const int toLine = int((kLine - reinterpret_cast<size_t>(dst) % kLine) % kLine),
+            head = toLine < bytes ? toLine : bytes;
+  prefetch(dst, 0);
+  prefetch(dst, bytes);
+  int i = head;
   for (; i + int(kLine) <= bytes; i += int(kLine))
     ORV_UNROLL for (int k = 0; k < int(kLine); k += 16) stream(dst + i + k, blend(i + k));
+  if (head > 0) storeBytes<false, false>(dst, head, blend);
   if (i < bytes) storeBytes<false, false>(dst + i, bytes - i, [&](int k) { return blend(i + k); });
 }
 

@@ -185,7 +185,6 @@ template <int n> ORV_INLINE Lane wordsOf(const DwordRun<n>& run, int vector = 0)
 template <int n> ORV_INLINE Lane narrowTo8U(const DwordRun<n>& run) {
   return narrow16To8U(wordsOf(run, 0), wordsOf(run, n == 16 ? 1 : 0));
 }
-<<<<<<< HEAD
 // As many of them as V holds, one vector after the other: at(i) gives the one that begins with element i. Where working out
 // a vector takes many registers, this leaves more of them than a run does.
 template <class V = Lane, class At> ORV_INLINE V narrowVectorsTo8U(const At& at) {
@@ -194,25 +193,6 @@ template <class V = Lane, class At> ORV_INLINE V narrowVectorsTo8U(const At& at)
     const Lanes low = narrow32(at(0), at(8)), v = narrow16To8U(low, narrow32(at(16), at(24)));
     return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
   } else
-=======
-#if ORV_HAS_WIDE_INTEGER
-// The same of four vectors, one after the other.
-ORV_INLINE Lanes narrowFourTo8U(Dwords a, Dwords b, Dwords c, Dwords d) {
-  // Dwords of bytes a0 b0 c0 d0 | a1 b1 c1 d1
-  const Lanes bytes = narrow16To8U(narrow32(a, b), narrow32(c, d));
-  return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
-}
-#endif
-// Sixteen of them, one vector after the other: at(i) gives the one that begins with element i. Where working out a vector
-// takes many registers, this leaves more of them than a run does.
-template <class At> ORV_INLINE Lane narrowVectorsTo8U(const At& at) {
-  const auto words = [&](int i) __attribute__((always_inline)) {
-#if ORV_HAS_WIDE_FLOAT
-    const Dwords v = at(i);
-    return narrow32(lowHalf(v), highHalf(v));
-#else
-    return narrow32(at(i), at(i + 4));
->>>>>>> h-resize
 #endif
   {
     const auto words = [&](int i) __attribute__((always_inline)) {
