@@ -246,7 +246,12 @@ constexpr bool kHasSeveralLanes = sizeof(Lanes) > sizeof(Lane);
 //
 // What is a function of its own takes strips by value: those of a loop then stay in registers.
 
-// A row of fewer than sixteen pixels: nothing after them is read or written.
+// Sixteen pixels: where they are the ends of rows, the kernel need not be there once more for each way to get at them.
+template <class Kernel, class Src, class Dst>
+__attribute__((noinline)) void convertOnce(const Place<Src>& src, const Place<Dst>& dst) {
+  Kernel::template convert<Lane>(src, dst);
+}
+// A row of sixteen pixels at most: nothing after them is read or written.
 template <class Kernel, bool kKeepsFourth, class Src, class Dst>
 __attribute__((noinline)) void convertTail(Src src, ptrdiff_t srcX, Dst dst, ptrdiff_t dstX, int units) {
   StripTail<Src> from;
@@ -255,26 +260,23 @@ __attribute__((noinline)) void convertTail(Src src, ptrdiff_t srcX, Dst dst, ptr
   if (kKeepsFourth) to.load(Place<Dst>{dst, dstX}, units);
   const auto fromStrip = from.strip();
   const auto toStrip = to.strip();
-  Kernel::template convert<Lane>(Place{fromStrip}, Place{toStrip});
+  convertOnce<Kernel>(Place<Src>{fromStrip}, Place{toStrip});
   to.store(Place<Dst>{dst, dstX}, units);
 }
-// The end of a row from unit `done` on, fewer than sixteen pixels. Those before them are not converted again.
+// The end of a row from unit `done` on, fewer than sixteen pixels. Those before them are converted, too, where they may be.
 template <class Kernel, bool kKeepsFourth, class Src, class Dst>
 __attribute__((noinline)) void convertLast(Src src, ptrdiff_t srcX, Dst dst, ptrdiff_t dstX, ptrdiff_t done,
-                                           ptrdiff_t units) {
+                                           ptrdiff_t units, bool mayRepeat) {
   constexpr int kUnits = 16 / Src::kUnit;
   if (units < kUnits) return convertTail<Kernel, kKeepsFourth>(src, srcX + done, dst, dstX + done, int(units - done));
+  const Place<Src> lastOfSource = {src, srcX + units - kUnits};
   const Place<Dst> last = {dst, dstX + units - kUnits};
+  if (mayRepeat) return convertOnce<Kernel>(lastOfSource, last);
   StripTail<Dst> to;
   if (kKeepsFourth) to.load(last, kUnits);
   const auto toStrip = to.strip();
-  Kernel::template convert<Lane>(Place<Src>{src, srcX + units - kUnits}, Place{toStrip});
+  convertOnce<Kernel>(lastOfSource, Place{toStrip});
   to.storeLast(last, int(units - done));
-}
-// Sixteen pixels.
-template <class Kernel, class Src, class Dst>
-__attribute__((noinline)) void convertOnce(Src src, ptrdiff_t srcX, Dst dst, ptrdiff_t dstX) {
-  Kernel::template convert<Lane>(Place<Src>{src, srcX}, Place<Dst>{dst, dstX});
 }
 
 // The destination may be the source where their pixels are laid out alike. What is converted must not be converted again.
@@ -315,46 +317,48 @@ ORV_INLINE void convertRow(const Place<Src>& src, const Place<Dst>& dst, ptrdiff
   }
   if (units - done >= kOfLane) done += convertVectors<Kernel, Lane>(src.at(done), dst.at(done), units - done);
   if constexpr (kMayBeInPlace<Src, Dst>)
-    if (done < units) convertLast<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, done, units);
+    if (done < units) convertLast<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, done, units, false);
 }
 
-// The same as a function of its own: the few pixels beside those that go past the caches.
+// The few pixels beside those that go past the caches.
 template <class Kernel, class Src, class Dst>
-__attribute__((noinline)) void convertBeside(Src src, Dst dst, ptrdiff_t x, ptrdiff_t units) {
-  convertRow<Kernel>(Place<Src>{src, x}, Place<Dst>{dst, x}, units);
+__attribute__((noinline)) void convertBeside(Src src, Dst dst, ptrdiff_t x, ptrdiff_t end) {
+  constexpr ptrdiff_t kUnits = 16 / Src::kUnit;
+  for (; x < end; x += kUnits) convertTail<Kernel, false>(src, x, dst, x, int(end - x < kUnits ? end - x : kUnits));
 }
 
-// A row that goes past the caches, one destination row in a strip: whole lines of it by Kernel::PastCaches, the others by
-// Kernel. A line that is written in part, or in both ways, takes many times as long. 64 pixels are whole lines. Stores
-// take effect in their order, so one that waits for its line holds up all after it: the lines at the ends of the row are
-// asked for first and written last.
+// Whether an image of such pixels is to go past the caches: it exceeds them, and has whole lines of them that begin with a
+// unit in each row.
+template <class Format, int kUnit>
+ORV_INLINE bool goesPastCaches(const void* image, int step, ptrdiff_t width, int height) {
+  constexpr size_t kAlignment = Format::kBytes == 3 ? kUnit : Format::kBytes;
+  return Format::kMayStream && exceedsCaches(double(width) * height * Format::kBytes) && width >= 128 &&
+         (reinterpret_cast<uintptr_t>(image) | size_t(step)) % kAlignment == 0;
+}
+// A row of such an image, one destination row in a strip: whole lines of it by Kernel::PastCaches, the others by Kernel. A
+// line that is written in part, or in both ways, takes many times as long. 64 pixels are whole lines. Stores take effect in
+// their order, so one that waits for its line holds up all after it: the lines at the ends of the row are asked for first
+// and written last.
 template <class Kernel, int kBytes, class Src, class Dst>
 __attribute__((noinline)) void convertRowPastCaches(Src src, Dst dst, ptrdiff_t units) {
   constexpr ptrdiff_t kUnits = 64 / Src::kUnit;
   const size_t toLine = -reinterpret_cast<uintptr_t>(dst.plane[0]) % kLine;
   // How many pixels until one begins a line: 43 is 1 / 3 modulo 64.
-  const ptrdiff_t pixels = ptrdiff_t(kBytes == 3 ? toLine * 43 % kLine : toLine / kBytes);
-  const ptrdiff_t head = pixels / Src::kUnit, end = head + ((units - head) & -kUnits);
-  constexpr size_t kAlignment = kBytes == 3 ? 1 : kBytes;
-  if (toLine % kAlignment != 0 || pixels % Src::kUnit != 0 || units < head + kUnits)
-    return convertBeside<Kernel>(src, dst, 0, units);
+  const ptrdiff_t head = ptrdiff_t(kBytes == 3 ? toLine * 43 % kLine : toLine / kBytes) / Src::kUnit;
+  const ptrdiff_t end = head + ((units - head) & -kUnits);
   prefetch(Place<Dst>{dst}[0], 0);
   prefetch(Place<Dst>{dst, units}[0], 0);
   for (ptrdiff_t x = head; x < end; x += ptrdiff_t(sizeof(Lanes)) / Src::kUnit)
     Kernel::PastCaches::template convert<Lanes>(Place<Src>{src, x}, Place<Dst>{dst, x});
   lanesEnd();
   convertBeside<Kernel>(src, dst, 0, head);
-  convertBeside<Kernel>(src, dst, end, units - end);
+  convertBeside<Kernel>(src, dst, end, units);
 }
 template <class Kernel, class Format, class Src, class Dst>
 ORV_INLINE void convertRowOf(bool isPastCaches, const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t units) {
   if constexpr (Format::kMayStream)
     if (isPastCaches) return convertRowPastCaches<Kernel, Format::kBytes>(src.strip, dst.strip, units);
   convertRow<Kernel, Format::kKeepsFourth>(src, dst, units);
-}
-// Whether an image of such pixels exceeds the caches.
-template <class Format> ORV_INLINE bool goesPastCaches(VeliSize size) {
-  return Format::kMayStream && exceedsCaches(double(size.width) * size.height * Format::kBytes);
 }
 
 // All strips of an image, by convertStrip(src, dst) from their first pixels on.

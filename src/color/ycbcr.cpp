@@ -122,13 +122,13 @@ ORV_INLINE VelStatus convertImage(Src pSrc, int srcStep, Dst pDst, int dstStep, 
   ORV_CHECK(checkImages(pSrc, pDst, size));
   const ptrdiff_t width = size.width;
   const bool isInPlace = static_cast<const void*>(pSrc) == static_cast<const void*>(pDst);
-  const bool isPastCaches = !isInPlace && goesPastCaches<To>(size);
+  const bool isPastCaches = !isInPlace && goesPastCaches<To, 1>(pDst, dstStep, size.width, size.height);
   convertStrips(stripsOf<From, 1, 1>(pSrc, srcStep), stripsOf<To, 1, 1>(pDst, dstStep), size.height,
                 [&](const auto& src, const auto& dst) ORV_INLINED { convertOne(isPastCaches, src, dst, width); });
   if (isPastCaches) streamEnd();
   return velStsNoErr;
 }
-// One lane takes longer than memory does, whichever way it is written.
+// Where there is one lane, these kernels take longer than memory does, whichever way it is written.
 template <class Format, class Kernel, class Src, class Dst>
 ORV_INLINE VelStatus convert(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size) {
   return convertImage<Format, Format>(
@@ -139,8 +139,10 @@ ORV_INLINE VelStatus convert(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliS
 template <class From, class G, class W, class Src, class Dst>
 ORV_INLINE VelStatus convertInGroups(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size) {
   return convertImage<From, C3>(pSrc, srcStep, pDst, dstStep, size,
-                                [](bool isPastCaches, const auto& src, const auto& dst, ptrdiff_t width)
-                                    ORV_INLINED { convertRowInGroups<From, G, W, C3>(isPastCaches, src, dst, width); });
+                                [](bool isPastCaches, const auto& src, const auto& dst, ptrdiff_t width) ORV_INLINED {
+                                  constexpr bool kMayStream = kHasSeveralLanes || From::kPlanes == 1;
+                                  convertRowInGroups<From, G, W, C3>(kMayStream && isPastCaches, src, dst, width);
+                                });
 }
 
 }  // namespace

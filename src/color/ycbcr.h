@@ -217,12 +217,14 @@ template <class From, class G, class W, class Format, class Src, class Dst>
 ORV_INLINE void convertRowInGroups(bool isPastCaches, const Src& src, const Dst& dst, ptrdiff_t width) {
   using Exactly = ConvertExactly<From, W, Format>;
   const ptrdiff_t grouped = width & ~ptrdiff_t(7);
-  // Where sixteen pixels may be written of which the groups are written again, that is fastest.
-  const bool isExactFirst = width >= 16 && !isPastCaches && !isInPlace(src, dst);
-  if (grouped < width && isExactFirst)
-    convertOnce<Exactly>(src.strip, src.x + width - 16, dst.strip, dst.x + width - 16);
+  const auto convertRest = [&](bool mayRepeat) ORV_INLINED {
+    if (grouped < width) convertLast<Exactly, false>(src.strip, src.x, dst.strip, dst.x, grouped, width, mayRepeat);
+  };
+  // First where pixels may be written that the groups write again: that is fastest.
+  const bool isFirst = width >= 16 && !isPastCaches && !isInPlace(src, dst);
+  if (isFirst) convertRest(true);
   convertRowOf<ConvertGroups<G, Format>, Format>(isPastCaches, src, dst, grouped);
-  if (grouped < width && !isExactFirst) convertLast<Exactly, false>(src.strip, src.x, dst.strip, dst.x, grouped, width);
+  if (!isFirst) convertRest(false);
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ ORV_INLINE VelStatus convert(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int d
     width *= height;
     height = 1;
   }
-  const bool isPastCaches = goesPastCaches<Format>(size);
+  const bool isPastCaches = goesPastCaches<Format, 1>(pDst, step * 2, width, height);
   convertStrips(stripsOf<C3, 1, 1>(pSrc, srcStep), stripsOf<Format, 1, 1>(pDst, step * 2), height,
                 [=](const auto& src, const auto& dst) ORV_INLINED {
                   convertRowInGroups<C3, GroupP3C3, Weights<false>, Format>(isPastCaches, src, dst, width);

@@ -35,7 +35,7 @@ template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* con
   const int pairs = size.width / 2;
   const VelStatus status = (size.width | size.height) & 1 ? velStsDoubleSize : velStsNoErr;
   if constexpr (Format::kMayStream)
-    if (goesPastCaches<Format>(size)) {
+    if (goesPastCaches<Format, 2>(pDst, dstStep, size.width, size.height)) {
       convertPastCaches<Format>(pSrc, srcStep, pDst, dstStep, pairs, size.height & ~1);
       return status;
     }

@@ -76,7 +76,7 @@ ORV_INLINE VelStatus convert(Src pSrc, Step srcStep, Dst pDst, int dstStep, Veli
   const ptrdiff_t pairs = size.width / 2;
   const bool hasLone = size.width % 2 != 0;
   // One lane takes longer than memory does, whichever way it is written.
-  const bool isPastCaches = kHasSeveralLanes && goesPastCaches<Format>(size);
+  const bool isPastCaches = kHasSeveralLanes && goesPastCaches<Format, 2>(pDst, dstStep, size.width, size.height);
   convertStrips(Layout::strips(pSrc, srcStep), stripsOf<Format, 2, 1>(pDst, dstStep), size.height,
                 [=](const auto& src, const auto& dst) ORV_INLINED {
                   convertRowOf<Kernel, Format>(isPastCaches, src, dst, pairs);
