@@ -331,7 +331,7 @@ __attribute__((noinline)) void convertBeside(Src src, Dst dst, ptrdiff_t x, ptrd
 // unit in each row.
 template <class Format, int kUnit>
 ORV_INLINE bool goesPastCaches(const void* image, int step, ptrdiff_t width, int height) {
-  constexpr size_t kAlignment = Format::kBytes == 3 ? kUnit : Format::kBytes;
+  constexpr size_t kAlignment = Format::kBytes == 3 ? kUnit : Format::kBytes * kUnit;
   return Format::kMayStream && exceedsCaches(double(width) * height * Format::kBytes) && width >= 128 &&
          (reinterpret_cast<uintptr_t>(image) | size_t(step)) % kAlignment == 0;
 }

@@ -81,11 +81,12 @@ void convertEverySize(const Form (&forms)[n], std::mt19937& random, const Expect
         }
 }
 
-// Converts pictures that are stored past the caches: rows that begin anywhere, and at even addresses.
+// Converts pictures that are stored past the caches: rows that begin anywhere, at even addresses, and at words of which
+// whole pairs do not reach a cache line.
 template <size_t n, class Expect>
 void convertPastCaches(const Form (&forms)[n], std::mt19937& random, const Expect& expect) {
   for (const Form& form : forms)
-    for (const int pad : {0, 1}) {
+    for (const int pad : {0, 1, 2}) {
       if (form.dst != Format::kC3 && form.dst != Format::kWords) continue;
       Picture picture(form, sizeBeyondCaches(form.dst == Format::kC3 ? 3 : 2), {form.hasSteps ? pad : 0}, random);
       expect(picture);

@@ -165,7 +165,7 @@ TEST_P(Ycbcr, ConvertsEverySize) {
 // Rows that begin anywhere, and at even addresses.
 TEST_P(Ycbcr, WritesPastTheCaches) {
   for (const Form& form : kForms)
-    for (const int pad : {0, 1}) {
+    for (const int pad : {0, 1, 2}) {
       if (form.dstPlanes != 1 || form.dstPixel == 4) continue;
       Picture picture(form, sizeBeyondCaches(form.dstPixel), {}, {pad}, random);
       ASSERT_NO_FATAL_FAILURE(picture.expectConverted()) << form.name << ", padding " << pad;
