@@ -279,20 +279,24 @@ __attribute__((noinline)) void convertLast(Src src, ptrdiff_t srcX, Dst dst, ptr
   to.storeLast(last, int(units - done));
 }
 
-// The destination may be the source where their pixels are laid out alike. What is converted must not be converted again.
+// The destination, or a plane of it, may be the source's where their pixels are laid out alike. What is converted must not
+// be converted again.
 template <class Src, class Dst> constexpr bool kMayBeInPlace = false;
 template <int kUnit, class... Planes>
 constexpr bool kMayBeInPlace<Strip<const Vel8u, kUnit, Planes...>, Strip<Vel8u, kUnit, Planes...>> = true;
 template <class Src, class Dst> ORV_INLINE bool isInPlace(const Place<Src>& src, const Place<Dst>& dst) {
-  return kMayBeInPlace<Src, Dst> && static_cast<const Vel8u*>(src[0]) == dst[0];
+  if constexpr (kMayBeInPlace<Src, Dst>)
+    for (int i = 0; i < Src::kPlanes; ++i)
+      if (src[i] == dst[i]) return true;
+  return false;
 }
 
-// As many units as whole V take, and the rest, too, unless in place: with a V that ends where they end, so that some
-// pixels are converted twice. Tells how many units are done. There is at least one V.
+// As many units as whole V take, and the rest, too, where pixels may be converted twice: with a V that ends where they
+// end. Tells how many units are done. There is at least one V.
 template <class Kernel, class V, class Src, class Dst>
-ORV_INLINE ptrdiff_t convertVectors(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t units) {
+ORV_INLINE ptrdiff_t convertVectors(const Place<Src>& src, const Place<Dst>& dst, ptrdiff_t units, bool mayRepeat) {
   constexpr ptrdiff_t kUnits = sizeof(V) / Src::kUnit;
-  if (isInPlace(src, dst)) units &= -kUnits;
+  if (!mayRepeat) units &= -kUnits;
   const ptrdiff_t last = units - kUnits;
   for (ptrdiff_t x = 0;;) {
     Kernel::template convert<V>(src.at(x), dst.at(x));
@@ -310,12 +314,14 @@ ORV_INLINE void convertRow(const Place<Src>& src, const Place<Dst>& dst, ptrdiff
     if (units > 0) convertTail<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, int(units));
     return;
   }
+  const bool mayRepeat = !isInPlace(src, dst);
   ptrdiff_t done = 0;
   if (kHasSeveralLanes && units >= kOfLanes) {
-    done = convertVectors<Kernel, Lanes>(src, dst, units);
+    done = convertVectors<Kernel, Lanes>(src, dst, units, mayRepeat);
     lanesEnd();
   }
-  if (units - done >= kOfLane) done += convertVectors<Kernel, Lane>(src.at(done), dst.at(done), units - done);
+  if (units - done >= kOfLane)
+    done += convertVectors<Kernel, Lane>(src.at(done), dst.at(done), units - done, mayRepeat);
   if constexpr (kMayBeInPlace<Src, Dst>)
     if (done < units) convertLast<Kernel, kKeepsFourth>(src.strip, src.x, dst.strip, dst.x, done, units, false);
 }
