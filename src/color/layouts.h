@@ -367,14 +367,23 @@ ORV_INLINE void convertRowOf(bool isPastCaches, const Place<Src>& src, const Pla
   convertRow<Kernel, Format::kKeepsFourth>(src, dst, units);
 }
 
-// All strips of an image, by convertStrip(src, dst) from their first pixels on.
+// All strips of an image, by convertStrip(src, dst, units) from their first pixels on.
 template <class Src, class Dst, class Convert>
-ORV_INLINE void convertStrips(Strips<Src> src, Strips<Dst> dst, int count, const Convert& convertStrip) {
+ORV_INLINE void convertEach(Strips<Src> src, Strips<Dst> dst, int count, ptrdiff_t units, const Convert& convertStrip) {
   for (; count > 0; --count) {
-    convertStrip(Place<Src>{src.strip}, Place<Dst>{dst.strip});
+    convertStrip(Place<Src>{src.strip}, Place<Dst>{dst.strip}, units);
     src.next();
     dst.next();
   }
+}
+// Strips too narrow for Lanes have a loop of their own: it need not load the constants of the one over Lanes.
+template <class Src, class Dst, class Convert>
+ORV_INLINE void convertStrips(const Strips<Src>& src, const Strips<Dst>& dst, int count, ptrdiff_t units,
+                              const Convert& convertStrip) {
+  if (kHasSeveralLanes && units < ptrdiff_t(sizeof(Lanes)) / Src::kUnit)
+    convertEach(src, dst, count, units, convertStrip);
+  else
+    convertEach(src, dst, count, units, convertStrip);
 }
 // A lambda that is always inlined:  [=](...) ORV_INLINED { ... }
 #define ORV_INLINED __attribute__((always_inline))

@@ -161,19 +161,18 @@ template <class Source, class Src>
 ORV_INLINE VelStatus convert420(Src pSrc, int srcStep, Vel8u* const pDst[3], const int dstStep[3], VeliSize size) {
   ORV_CHECK(checkPointers(dstStep));
   ORV_CHECK(checkImages(pSrc, pDst, size));
-  const int pairs = size.width / 2;
   convertStrips(stripsOf<typename Source::Format, 2, 2>(pSrc, srcStep), stripsOfYuv<Vel8u, 2>(pDst, dstStep),
-                size.height / 2,
-                [=](const auto& src, const auto& dst) ORV_INLINED { convertRow<To420<Source>>(src, dst, pairs); });
+                size.height / 2, size.width / 2, [](const auto& src, const auto& dst, ptrdiff_t pairs) ORV_INLINED {
+                  convertRow<To420<Source>>(src, dst, pairs);
+                });
   return (size.width | size.height) & 1 ? velStsDoubleSize : velStsNoErr;
 }
 template <class Layout, class Source, class Src, class Dst, class Step>
 ORV_INLINE VelStatus convert422(Src pSrc, int srcStep, Dst pDst, Step dstStep, VeliSize size) {
   ORV_CHECK(checkImages(pSrc, pDst, size));
-  const int pairs = size.width / 2;
   const bool hasLone = size.width % 2 != 0;
   convertStrips(stripsOf<typename Source::Format, 2, 1>(pSrc, srcStep), Layout::strips(pDst, dstStep), size.height,
-                [=](const auto& src, const auto& dst) ORV_INLINED {
+                size.width / 2, [=](const auto& src, const auto& dst, ptrdiff_t pairs) ORV_INLINED {
                   convertRow<To422<Source, Layout>>(src, dst, pairs);
                   if (hasLone) Layout::storeLone(dst.at(pairs), loneOf(src.at(pairs)));
                 });

@@ -120,11 +120,11 @@ template <class From, class To, class Src, class Dst, class Convert>
 ORV_INLINE VelStatus convertImage(Src pSrc, int srcStep, Dst pDst, int dstStep, VeliSize size,
                                   const Convert& convertOne) {
   ORV_CHECK(checkImages(pSrc, pDst, size));
-  const ptrdiff_t width = size.width;
   const bool isInPlace = static_cast<const void*>(pSrc) == static_cast<const void*>(pDst);
   const bool isPastCaches = !isInPlace && goesPastCaches<To, 1>(pDst, dstStep, size.width, size.height);
-  convertStrips(stripsOf<From, 1, 1>(pSrc, srcStep), stripsOf<To, 1, 1>(pDst, dstStep), size.height,
-                [&](const auto& src, const auto& dst) ORV_INLINED { convertOne(isPastCaches, src, dst, width); });
+  convertStrips(stripsOf<From, 1, 1>(pSrc, srcStep), stripsOf<To, 1, 1>(pDst, dstStep), size.height, size.width,
+                [&](const auto& src, const auto& dst, ptrdiff_t width)
+                    ORV_INLINED { convertOne(isPastCaches, src, dst, width); });
   if (isPastCaches) streamEnd();
   return velStsNoErr;
 }

@@ -15,9 +15,9 @@ ORV_INLINE VelStatus convert(const Vel8u* pSrc, int srcStep, Vel16u* pDst, int d
     height = 1;
   }
   const bool isPastCaches = goesPastCaches<Format, 1>(pDst, step * 2, width, height);
-  convertStrips(stripsOf<C3, 1, 1>(pSrc, srcStep), stripsOf<Format, 1, 1>(pDst, step * 2), height,
-                [=](const auto& src, const auto& dst) ORV_INLINED {
-                  convertRowInGroups<C3, GroupP3C3, Weights<false>, Format>(isPastCaches, src, dst, width);
+  convertStrips(stripsOf<C3, 1, 1>(pSrc, srcStep), stripsOf<Format, 1, 1>(pDst, step * 2), height, width,
+                [=](const auto& src, const auto& dst, ptrdiff_t units) ORV_INLINED {
+                  convertRowInGroups<C3, GroupP3C3, Weights<false>, Format>(isPastCaches, src, dst, units);
                 });
   if (isPastCaches) streamEnd();
   return velStsNoErr;

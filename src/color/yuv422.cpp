@@ -73,12 +73,11 @@ template <class Layout, class Format, class Src, class Step, class Dst>
 ORV_INLINE VelStatus convert(Src pSrc, Step srcStep, Dst pDst, int dstStep, VeliSize size) {
   ORV_CHECK(checkImages(pSrc, pDst, size));
   using Kernel = Convert422<Layout, Format>;
-  const ptrdiff_t pairs = size.width / 2;
   const bool hasLone = size.width % 2 != 0;
   // One lane takes longer than memory does, whichever way it is written.
   const bool isPastCaches = kHasSeveralLanes && goesPastCaches<Format, 2>(pDst, dstStep, size.width, size.height);
-  convertStrips(Layout::strips(pSrc, srcStep), stripsOf<Format, 2, 1>(pDst, dstStep), size.height,
-                [=](const auto& src, const auto& dst) ORV_INLINED {
+  convertStrips(Layout::strips(pSrc, srcStep), stripsOf<Format, 2, 1>(pDst, dstStep), size.height, size.width / 2,
+                [=](const auto& src, const auto& dst, ptrdiff_t pairs) ORV_INLINED {
                   convertRowOf<Kernel, Format>(isPastCaches, src, dst, pairs);
                   if (hasLone) Kernel::convertLone(Layout::lone(src, pairs), inPixels(dst.at(pairs)));
                 });
