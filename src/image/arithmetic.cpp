@@ -57,12 +57,24 @@ struct Image {
 // processors then store only once in a cycle.
 template <int kPeriod> struct Pattern {
   static constexpr int kVectors = kPeriod == 3 ? 3 : 1, kBlock = kPeriod == 3 ? 6 : 8;
-  Vel32u elements[kFloats + kPeriod - 1];  // as bits: a mask is no number
+  static constexpr int kCount = (kFloats + kPeriod - 1 + 3) / 4 * 4;  // whole lanes
+  Vel32u elements[kCount];                                            // as bits: a mask is no number
 
   explicit Pattern(const void* value) {
     Vel32u period[kPeriod];
     memcpy(period, value, sizeof period);
-    for (int i = 0; i < kFloats + kPeriod - 1; ++i) elements[i] = period[i % kPeriod];
+    if constexpr (kPeriod == 1) {
+      store(elements, repeatLane(all32(int(period[0]))));
+    } else {
+      const auto dword = [&](int i) { return fromInt(int(period[i % kPeriod])); };
+      storeFrom<0>(interleaveLow64(interleaveLow32(dword(0), dword(1)), interleaveLow32(dword(2), dword(3))));
+    }
+  }
+  // Elements i to i + 3, and those after them.
+  template <int i> ORV_INLINE void storeFrom(Lane first) {
+    constexpr int k = i % kPeriod;
+    store(elements + i, shuffle32<k, (k + 1) % kPeriod, (k + 2) % kPeriod, (k + 3) % kPeriod>(first));
+    if constexpr (i + 4 < kCount) storeFrom<i + 4>(first);
   }
   bool isTight(ptrdiff_t) const { return true; }
   const Pattern& atRow(int) const { return *this; }
