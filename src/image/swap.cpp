@@ -46,6 +46,8 @@ template <class F> struct Row {
       const bool isMore = i + count * kBlock < last + kBlock;
       if (F::kFrom >= F::kTo && isMore && src == dst) {
         swapOverlapping(i, count, last);
+      } else if constexpr (Blocks<F>::kSwapsMore) {
+        blocks.swapAll(src + i * F::kFromPixel, dst + i * F::kToPixel, count, (last - i) % kBlock);
       } else {
         swapSome<kApart>(i, count);
         if (isMore) swapSome<kApart>(last, 1);

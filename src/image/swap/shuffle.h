@@ -8,6 +8,7 @@ namespace {
 template <class F> class Blocks {
  public:
   static constexpr int kMargin = 0;
+  static constexpr bool kSwapsMore = false;
   static constexpr bool kMayStream = !F::kKeeps;
 
   explicit Blocks(const Selection& s) : Blocks(s, codes(s)) {}
@@ -76,6 +77,12 @@ template <class F> class Blocks {
   }
   // For each byte of a destination group its place in the source group, or kValue or kKept.
   static Lane codes(const Selection& s) {
+    if constexpr (F::kTo == 4) {
+      const Lane first =
+          bytesOfChannels<F::kBytes>([&](int c) { return s.channel[c] < 0 ? s.channel[c] : s.channel[c] * F::kBytes; });
+      const Lane further = bytePattern([](int i) { return i / F::kToPixel * F::kFromPixel + i % F::kBytes; });
+      return add8(first, further & greater8(first, all8(-1)));
+    }
     Vel8u code[16] = {};
     for (int i = 0; i < F::kToGroup; ++i) {
       const int pixel = i / F::kToPixel, channel = s.channel[i / F::kBytes % F::kTo];
