@@ -31,6 +31,8 @@ template <int n, class V> ORV_INLINE void storeFloats(float* p, V v) { storeRun(
 //
 // at<n>(i) is what n elements from i of a row are combined with. A loop over whole vectors takes them in blocks of kBlock:
 // from(i) is the block that begins at i, next() makes it the block after it, and vector(j) is the j-th vector of it.
+// isMore is the condition of a vector after the last whole block. With blocks of four it is true as a rule, and the compiler
+// is told so, lest a row of a few vectors jump to and fro.
 
 // A second image.
 struct Image {
@@ -41,6 +43,7 @@ struct Image {
   bool isTight(ptrdiff_t rowBytes) const { return step == rowBytes; }
   Image atRow(int y) const { return {rowOf(row, step, y), step}; }
   template <int n> auto at(size_t i) const { return loadFloats<n>(row + i); }
+  static ORV_INLINE bool isMore(bool is) { return __builtin_expect_with_probability(is, 1, 0.7); }
 
   struct Block {
     const float* p;
@@ -54,16 +57,29 @@ struct Image {
 // processors then store only once in a cycle.
 template <int kPeriod> struct Pattern {
   static constexpr int kVectors = kPeriod == 3 ? 3 : 1, kBlock = kPeriod == 3 ? 6 : 8;
-  Vel32u elements[kFloats + kPeriod - 1];  // as bits: a mask is no number
+  static constexpr int kCount = (kFloats + kPeriod - 1 + 3) / 4 * 4;  // whole lanes
+  Vel32u elements[kCount];                                            // as bits: a mask is no number
 
   explicit Pattern(const void* value) {
     Vel32u period[kPeriod];
     memcpy(period, value, sizeof period);
-    for (int i = 0; i < kFloats + kPeriod - 1; ++i) elements[i] = period[i % kPeriod];
+    if constexpr (kPeriod == 1) {
+      store(elements, repeatLane(all32(int(period[0]))));
+    } else {
+      const auto dword = [&](int i) { return fromInt(int(period[i % kPeriod])); };
+      storeFrom<0>(interleaveLow64(interleaveLow32(dword(0), dword(1)), interleaveLow32(dword(2), dword(3))));
+    }
+  }
+  // Elements i to i + 3, and those after them.
+  template <int i> ORV_INLINE void storeFrom(Lane first) {
+    constexpr int k = i % kPeriod;
+    store(elements + i, shuffle32<k, (k + 1) % kPeriod, (k + 2) % kPeriod, (k + 3) % kPeriod>(first));
+    if constexpr (i + 4 < kCount) storeFrom<i + 4>(first);
   }
   bool isTight(ptrdiff_t) const { return true; }
   const Pattern& atRow(int) const { return *this; }
   template <int n> auto at(size_t i) const { return loadFloats<n>(elements + i % kPeriod); }
+  static ORV_INLINE bool isMore(bool is) { return is; }
 
   struct Block {
     Floats v[kVectors];
@@ -94,6 +110,7 @@ template <class Op> struct ImageButAlpha {
   template <int n> auto at(size_t i) const {
     return butAlpha(image.at<n>(i), colourBits.template at<n>(i), neutralAlpha.template at<n>(i));
   }
+  static ORV_INLINE bool isMore(bool is) { return Image::isMore(is); }
 
   struct Block {
     Image::Block image;
@@ -134,7 +151,8 @@ template <class Op, class Operand> ORV_INLINE void combineVectors(float* d, cons
   }
   ORV_UNROLL
   for (int j = 0; j < kBlock - 1; ++j)
-    if (p + j * kFloats < end) store(p + j * kFloats, Op::of(load<Floats>(p + j * kFloats), loop.vector(j)));
+    if (Operand::isMore(p + j * kFloats < end))
+      store(p + j * kFloats, Op::of(load<Floats>(p + j * kFloats), loop.vector(j)));
   store(d, first);
   store(end, last);
 }

@@ -46,6 +46,8 @@ template <class F> struct Row {
       const bool isMore = i + count * kBlock < last + kBlock;
       if (F::kFrom >= F::kTo && isMore && src == dst) {
         swapOverlapping(i, count, last);
+      } else if constexpr (Blocks<F>::kSwapsMore) {
+        swapAll<kApart>(i, count, (last - i) % kBlock);
       } else {
         swapSome<kApart>(i, count);
         if (isMore) swapSome<kApart>(last, 1);
@@ -69,6 +71,15 @@ template <class F> struct Row {
       swapApart(src + i * F::kFromPixel, dst + i * F::kToPixel, count);
     else
       swapBlocks<false>(i, count);
+  }
+  template <bool kApart> ORV_INLINE void swapAll(size_t i, size_t count, size_t more) const {
+    if constexpr (kApart)
+      swapAllApart(src + i * F::kFromPixel, dst + i * F::kToPixel, count, more);
+    else
+      blocks.swapAll(src + i * F::kFromPixel, dst + i * F::kToPixel, count, more);
+  }
+  __attribute__((noinline)) void swapAllApart(const Vel8u* from, Vel8u* to, size_t count, size_t more) const {
+    blocks.swapAll(from, to, count, more);
   }
   __attribute__((noinline)) void swapApart(const Vel8u* from, Vel8u* to, size_t count) const {
     blocks.template swap<false>(from, to, count);

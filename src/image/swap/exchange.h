@@ -29,16 +29,13 @@ template <class F> class Exchange {
 
  private:
   Exchange(const Selection& s, Lane codes) : unselected_(s, codes) {
-    for (int x = 0; x < 4; ++x) where_[x] = equal8(codes, all8(x));
+    ORV_UNROLL for (int x = 0; x < 4; ++x) where_[x] = equal8(codes, all8(x));
   }
   // For each byte of a destination group of four channels x, or kValue or kKept.
   static Lane codes(const Selection& s) {
-    Vel8u code[16];
-    for (int i = 0; i < 16; ++i) {
-      const int c = i / F::kBytes % 4;
-      code[i] = Vel8u(c >= F::kTo ? kKept : s.channel[c] < 0 ? s.channel[c] : s.channel[c] ^ c);
-    }
-    return load(code);
+    return bytesOfChannels<F::kBytes>([&](int c) {
+      return c >= F::kTo ? kKept : s.channel[c] < 0 ? s.channel[c] : s.channel[c] ^ c;
+    });
   }
 
   Lane where_[4];
@@ -49,22 +46,28 @@ template <class F> class Exchange {
 template <class F> class Blocks {
  public:
   static constexpr int kMargin = 0;
+  static constexpr bool kSwapsMore = true;
   static constexpr bool kMayStream = false;  // it would gain nothing: the instructions take as long as memory does
 
   explicit Blocks(const Selection& s) : exchange_(s), isOfPairs_(exchange_.isOfPairs()), order_(orderOf(s)) {}
-  template <bool> void swap(const Vel8u* src, Vel8u* dst, size_t count) const {
-    if (reorder<F>(order_, src, dst, count * F::kPixels)) return;
-    if (isOfPairs_)
-      blocks<true>(src, dst, count);
-    else
-      blocks<false>(src, dst, count);
+  template <bool> void swap(const Vel8u* src, Vel8u* dst, size_t count) const { swapAll(src, dst, count, 0); }
+  void swapAll(const Vel8u* src, Vel8u* dst, size_t count, size_t more) const {
+    if (reorder<F>(order_, src, dst, count * F::kPixels)) {
+      const size_t last = (count - 1) * F::kPixels + more;
+      if (more > 0) reorder<F>(order_, src + last * F::kFromPixel, dst + last * F::kToPixel, F::kPixels);
+    } else if (isOfPairs_) {
+      blocks<true>(src, dst, count, more);
+    } else {
+      blocks<false>(src, dst, count, more);
+    }
   }
 
  private:
-  // A function of its own: between others, its masks would not stay in registers.
-  template <bool kPairs> __attribute__((noinline)) void blocks(const Vel8u* src, Vel8u* dst, size_t count) const {
+  // A function of its own: between others, its masks would not stay in registers. One call does all of a row.
+  template <bool kPairs>
+  __attribute__((noinline)) void blocks(const Vel8u* src, Vel8u* dst, size_t count, size_t more) const {
     const Exchange<F> exchange = exchange_;  // which the stores cannot reach
-    for (; count; --count, src += 4 * F::kFromGroup, dst += 4 * F::kToGroup) {
+    for (;;) {
       if constexpr (F::kTo == 3) {
         Lane g[4];
         ORV_UNROLL for (int i = 0; i < 4; ++i) g[i] = joined(exchange.template swapped<kPairs>(group(src, i)));
@@ -75,6 +78,12 @@ template <class F> class Blocks {
         ORV_UNROLL for (int i = 0; i < 4; ++i) exchange.unselected().template storeWith<false>(
             exchange.template swapped<kPairs>(group(src, i)), dst + 16 * i);
       }
+      size_t pixels = F::kPixels;
+      if (--count == 0) {
+        if (more == 0) return;
+        pixels = more, more = 0, count = 1;
+      }
+      src += pixels * F::kFromPixel, dst += pixels * F::kToPixel;
     }
   }
   // The i-th group of a block in four channels. Pixels of three bytes get a fourth, whichever follows them; those of the

@@ -8,6 +8,9 @@
 //     static constexpr bool kMayStream                whether stores past the caches gain anything
 //     explicit Blocks(const Selection&)
 //     template <bool kStreams> void swap(src, dst, count) const    swaps that many blocks
+//     static constexpr bool kSwapsMore                whether there is a
+//     void swapAll(src, dst, count, size_t more) const    the same, and then the block that begins so many pixels, if any,
+//                                                         after the last of them
 #pragma once
 #include "core/cache.h"
 #include "core/simd.h"
@@ -42,6 +45,13 @@ template <class F> ORV_INLINE void swapPixel(const Selection& s, const Vel8u* sr
     else if (s.channel[c] == kValue)
       memset(dst + c * F::kBytes, s.value, F::kBytes);
   }
+}
+
+// One byte for each of four channels, as often as they have bytes, for as many pixels as a lane holds.
+template <int kBytes, class ByteOf> ORV_INLINE Lane bytesOfChannels(const ByteOf& byteOf) {
+  Lane v = allQuads8(byteOf(0), byteOf(1), byteOf(2), byteOf(3));  // 0 1 2 3 0 1 ...
+  if (kBytes >= 2) v = interleaveLow8(v, v);                       // 0 0 1 1 2 2 ...
+  return kBytes == 4 ? interleaveLow8(v, v) : v;
 }
 
 // What four channels become that are not selected from the source.

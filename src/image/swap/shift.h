@@ -8,6 +8,7 @@ namespace {
 template <int kBytes> class Blocks<Form<3, 3, kBytes, false>> {
  public:
   static constexpr int kMargin = 1;
+  static constexpr bool kSwapsMore = false;
   static constexpr bool kMayStream = true;
 
   explicit Blocks(const Selection& s) : order_(orderOf(s)) {

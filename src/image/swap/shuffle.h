@@ -8,11 +8,16 @@ namespace {
 template <class F> class Blocks {
  public:
   static constexpr int kMargin = 0;
+  static constexpr bool kSwapsMore = true;
   static constexpr bool kMayStream = !F::kKeeps;
 
   explicit Blocks(const Selection& s) : Blocks(s, codes(s)) {}
-  // Two in a turn: a loop within one line of the instruction cache may store only once in a cycle.
   template <bool kStreams> ORV_INLINE void swap(const Vel8u* src, Vel8u* dst, size_t count) const {
+    swapAll<kStreams>(src, dst, count, 0);
+  }
+  // Two in a turn: a loop within one line of the instruction cache may store only once in a cycle.
+  template <bool kStreams = false>
+  ORV_INLINE void swapAll(const Vel8u* src, Vel8u* dst, size_t count, size_t more) const {
     const Blocks masks = *this;  // which the stores cannot reach
     if (count > 1) {
       for (; count > 1; count -= 2, src += 2 * kFromBlock, dst += 2 * kToBlock) {
@@ -25,7 +30,11 @@ template <class F> class Blocks {
       }
       lanesEnd();
     }
-    if (count) masks.block<kStreams>(src, dst);
+    if (count) {
+      masks.block<kStreams>(src, dst);
+      src += kFromBlock, dst += kToBlock;
+    }
+    if (more) masks.block<kStreams>(src - kFromBlock + more * F::kFromPixel, dst - kToBlock + more * F::kToPixel);
   }
 
  private:
@@ -76,6 +85,12 @@ template <class F> class Blocks {
   }
   // For each byte of a destination group its place in the source group, or kValue or kKept.
   static Lane codes(const Selection& s) {
+    if constexpr (F::kTo == 4) {
+      const Lane first =
+          bytesOfChannels<F::kBytes>([&](int c) { return s.channel[c] < 0 ? s.channel[c] : s.channel[c] * F::kBytes; });
+      const Lane further = bytePattern([](int i) { return i / F::kToPixel * F::kFromPixel + i % F::kBytes; });
+      return add8(first, further & greater8(first, all8(-1)));
+    }
     Vel8u code[16] = {};
     for (int i = 0; i < F::kToGroup; ++i) {
       const int pixel = i / F::kToPixel, channel = s.channel[i / F::kBytes % F::kTo];
