@@ -42,15 +42,18 @@ template <class F> struct Row {
       const size_t last = end - kMargin - kBlock;  // the last block's place
       swapPixels(i, i + kMargin);
       i += kMargin;
-      const size_t count = (last - i) / kBlock + 1;
-      const bool isMore = i + count * kBlock < last + kBlock;
-      if (F::kFrom >= F::kTo && isMore && src == dst) {
-        swapOverlapping(i, count, last);
+      const size_t count = (last - i) / kBlock + 1, more = (last - i) % kBlock;
+      if (F::kFrom >= F::kTo && more > 0 && src == dst) {
+        constexpr size_t kFewPixels = 4;  // which are swapped sooner than a block that is copied first
+        if (more > kFewPixels)
+          swapOverlapping(i, count, last);
+        else
+          swapSome<kApart>(i, count), swapPixels(last + kBlock - more, last + kBlock);
       } else if constexpr (Blocks<F>::kSwapsMore) {
-        swapAll<kApart>(i, count, (last - i) % kBlock);
+        swapAll<kApart>(i, count, more);
       } else {
         swapSome<kApart>(i, count);
-        if (isMore) swapSome<kApart>(last, 1);
+        if (more > 0) swapSome<kApart>(last, 1);
       }
       i = last + kBlock;
     }
