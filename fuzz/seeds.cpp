@@ -107,7 +107,7 @@ void seedCodec() {
 
 // ---- Blocks
 
-// Codes of one to `longest` bits, one of each, for symbols from `first` on.
+// The counts of codes of one to `longest` bits, one of each.
 Bytes ladder(int longest) {
   Bytes bits(16, 0);
   for (size_t i = 0; i < size_t(longest); ++i) bits[i] = 1;
