@@ -18,6 +18,13 @@ namespace {
 namespace fs = std::filesystem;
 
 // What no input may take. Sanitizers reserve far more memory than they use, so that their builds have no such limit.
+#ifdef __SANITIZE_ADDRESS__
+#define ORV_HAS_SANITIZER 1
+#elif defined(__has_feature)
+#define ORV_HAS_SANITIZER __has_feature(address_sanitizer)
+#else
+#define ORV_HAS_SANITIZER 0
+#endif
 constexpr unsigned kMostSeconds = 20;
 constexpr rlim_t kMostMemory = rlim_t(1) << 30;
 
@@ -136,10 +143,8 @@ FuzzBytes contentOf(const fs::path& file) {
 void prepare(const std::string& target) {
   snprintf(running.file, sizeof running.file, "failed-%s", target.c_str());
   for (const int signal : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGALRM}) ::signal(signal, keepInput);
-#ifndef __SANITIZE_ADDRESS__
   const rlimit most = {kMostMemory, kMostMemory};
-  setrlimit(RLIMIT_AS, &most);
-#endif
+  if (!ORV_HAS_SANITIZER) setrlimit(RLIMIT_AS, &most);
 }
 
 }  // namespace
