@@ -3,26 +3,6 @@
 #include <numeric>
 #include "jpeg/support.h"
 
-// A table as a DHT segment carries it, with the codes that it stands for (ITU-T T.81, annex C).
-struct Codes {
-  std::array<Vel8u, 16> bits{};
-  Bytes values;
-  int first[17] = {}, index[17] = {};  // by length: the first code, and which value it stands for
-
-  void assign() {
-    for (int n = 1, code = 0, total = 0; n <= 16; ++n, code *= 2) {
-      first[n] = code, index[n] = total;
-      code += count(n), total += count(n);
-    }
-  }
-  int count(int length) const { return bits[size_t(length) - 1]; }
-  // The value of a code, or -1.
-  int find(int length, int code) const {
-    const int i = code - first[length];
-    return i >= 0 && i < count(length) ? values[size_t(index[length] + i)] : -1;
-  }
-};
-
 // A code for these symbols grown by splitting leaves, without its last `spare` codes. The all-ones code is no symbol's.
 inline Codes randomCodes(Bytes symbols, size_t spare, std::mt19937& random) {
   std::array<size_t, 17> leaves{};

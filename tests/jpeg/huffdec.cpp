@@ -1,80 +1,10 @@
 // Huffman decoding against a decoder that goes bit by bit, on streams that the tests write.
 #include <set>
 #include <tuple>
+#include "jpeg/decoder_model.h"
 #include "jpeg/entropy.h"
 
 namespace {
-
-// ---- The decoder bit by bit
-
-struct State {
-  size_t position = 0;
-  Vel64u store = 0;
-  int count = 0, marker = 0;
-  Vel16s lastDC = 0;
-};
-
-struct Model {
-  const Bytes& bytes;
-  State s;
-
-  int peek(int n) const { return int(s.store >> (s.count - n)); }
-  int take(int n) {
-    const int value = peek(n);
-    s.count -= n, s.store &= (Vel64u(1) << s.count) - 1;
-    return value;
-  }
-  void refill() {
-    while (s.marker <= 0 && s.count < 25) {
-      const int byte = bytes.at(s.position++);
-      if (byte == 0xFF) {
-        int next = 0xFF;
-        while (next == 0xFF) next = bytes.at(s.position++);
-        if (next) return void(s.marker = next);
-      }
-      s.store = s.store << 8 | Vel64u(byte), s.count += 8;
-    }
-  }
-  static constexpr int kNoBits = -1, kNoCode = -2;
-  int symbol(const Codes& codes) {
-    refill();
-    for (int n = 1; n <= 16; ++n) {
-      if (n > s.count) return kNoBits;
-      const int found = codes.find(n, peek(n));
-      if (found < 0) continue;
-      take(n);
-      return found;
-    }
-    return kNoCode;
-  }
-  bool extra(int size, int* v) {
-    if (s.count < size) refill();
-    if (s.count < size) return false;
-    *v = take(size);
-    if (size && *v < 1 << (size - 1)) *v += 1 - (1 << size);
-    return true;
-  }
-  VelStatus decode(Block* block, const Codes& dc, const Codes& ac) {
-    static const auto zigzag = zigzagOrder();
-    block->fill(0);
-    const int category = symbol(dc);
-    int v;
-    if (category == kNoBits) return velStsNoErr;
-    if (category == kNoCode || category > 15) return velStsJPEGDCTRangeErr;
-    if (!extra(category, &v)) return velStsJPEGOutOfBufErr;
-    (*block)[0] = s.lastDC = Vel16s(s.lastDC + v);
-    for (int k = 1; k < 64;) {
-      const int code = symbol(ac);
-      if (code < 0) return code == kNoBits ? velStsNoErr : velStsJPEGDCTRangeErr;
-      if (code % 16 == 0 && code != 0xF0) break;
-      k += code / 16;
-      if (!extra(code % 16, &v)) return velStsJPEGOutOfBufErr;
-      if (code != 0xF0) (*block)[size_t(zigzag[size_t(std::min(k, 63))])] = Vel16s(v);
-      ++k;
-    }
-    return velStsNoErr;
-  }
-};
 
 // A pair of tables, built, at the edge of accessible memory.
 struct Tables {
@@ -94,10 +24,10 @@ struct Outcome {
 };
 
 // Decodes a number of blocks, errors or not, and compares all that a call leaves with the model's.
-Outcome decodeAll(const Bytes& bytes, const Tables& tables, size_t count, const State& start = State()) {
+Outcome decodeAll(const Bytes& bytes, const Tables& tables, size_t count, const DecoderState& start = DecoderState()) {
   Guarded stream(bytes.size(), Guard::kBehind), dst(128, Guard::kBefore);
   std::copy(bytes.begin(), bytes.end(), stream.data());
-  Model model{bytes, start};
+  DecoderModel model{bytes, start};
   int position = int(start.position * 8), marker = start.marker, valid = start.count;
   Vel16s lastDC = start.lastDC;
   Vel32u prefetched = Vel32u(start.store | Vel64u(0xDEADBEEF) << valid);  // only the valid bits count
@@ -109,7 +39,7 @@ Outcome decodeAll(const Bytes& bytes, const Tables& tables, size_t count, const 
     const VelStatus status =
         orviDecodeHuffman8x8_Direct_JPEG_1u16s_C1(stream.data(), &position, dst.as<Vel16s>(), &lastDC, &marker,
                                                   &prefetched, &valid, tables.dcSpec(), tables.acSpec());
-    const State& s = model.s;
+    const DecoderState& s = model.s;
     EXPECT_EQ(std::tuple(status, position, valid, prefetched & ((Vel64u(1) << valid) - 1), marker, lastDC),
               std::tuple(expectedStatus, int(s.position * 8), s.count, s.store, s.marker, s.lastDC))
         << "block " << i;
@@ -159,7 +89,7 @@ TEST_P(JpegHuffDec, DecodesWhatWasWritten) {
     const Tables tables(randomCodes(symbolsUpTo(16), 0, random), randomCodes(symbolsUpTo(256), 0, random));
     Writer out;
     for (int code : {0xD3, 0xD9}) {
-      State state;
+      DecoderState state;
       state.position = out.bytes.size();
       const size_t count = size_t(20 + i);
       auto blocks = write(&out, tables, count, unsigned(i) % 16, 1 + unsigned(i) % 15, i % 5 == 0);
@@ -196,7 +126,7 @@ TEST_P(JpegHuffDec, SurvivesGarbage) {
       for (size_t at = 1; at < bytes.size(); ++at)
         if (bytes[at - 1] == 0xFF && random() % 8) bytes[at] = 0;
       bytes.insert(bytes.end(), {0xFF, Vel8u(0xD0 + j % 10)});
-      State start;
+      DecoderState start;
       start.count = j % 33;
       start.store = Vel64u(random()) & ((Vel64u(1) << start.count) - 1);
       start.position = random() % bytes.size() / 2;
@@ -220,7 +150,7 @@ TEST_P(JpegHuffDec, ReadsNoFurtherThanTheLastBits) {
       const Tables tables(dc, ac);
       for (int count = 0; count <= 32 && !HasFailure(); ++count) {
         Writer out;
-        State start;
+        DecoderState start;
         start.count = count;
         for (int i = 0; i < 128; ++i) {
           const int bit = i < 4 + length ? i == 4 : random() % 8 != 0;
@@ -229,7 +159,7 @@ TEST_P(JpegHuffDec, ReadsNoFurtherThanTheLastBits) {
           else
             out.put(bit, 1);
         }
-        Model model{out.bytes, start};
+        DecoderModel model{out.bytes, start};
         Block block;
         ASSERT_EQ(model.decode(&block, dc, ac), velStsNoErr);
         out.bytes.resize(model.s.position);

@@ -7,23 +7,10 @@
 #include <string>
 #include <utility>
 #include <vector>
+#include "jpeg/codes.h"
 #include "support/image.h"
 
-using Block = std::array<Vel16s, 64>;
 using Table = std::array<Vel16u, 64>;
-using Bytes = std::vector<Vel8u>;
-
-// The natural position of each zigzag index: along the diagonals, turning at the edges.
-inline std::array<int, 64> zigzagOrder() {
-  std::array<int, 64> order{};
-  size_t k = 0;
-  for (int d = 0; d < 15; ++d)
-    for (int i = 0; i <= d; ++i) {
-      const int row = d % 2 ? i : d - i, column = d - row;
-      if (row < 8 && column < 8) order[k++] = 8 * row + column;
-    }
-  return order;
-}
 
 // Any 16 bits, every other time one at the ends of the range or near zero.
 inline int wildWord(std::mt19937& random) {
