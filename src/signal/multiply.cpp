@@ -26,9 +26,7 @@ struct Product : InPlace {
 // as good as any power above: all but zero are at a limit then.
 struct ScaledUp : Product {
   int power;  // 1..15
-  template <size_t kBytes> auto at(size_t i) const {
-    return scaledUp(product(loadBytes<kBytes>(src + i)));
-  }
+  template <size_t kBytes> auto at(size_t i) const { return scaledUp(product(loadBytes<kBytes>(src + i))); }
   template <class V> V scaledUp(V p) const {
     const Lane down = fromInt(16 - power);
     return narrow32(shiftRight32(interleaveLow16(zero<V>(), p), down),
@@ -41,9 +39,7 @@ struct ScaledUp : Product {
 // changes halves only.
 struct ScaledDown : InPlace {
   int power;  // 1..30
-  template <size_t kBytes> auto at(size_t i) const {
-    return scaledDown(loadBytes<kBytes>(src + i));
-  }
+  template <size_t kBytes> auto at(size_t i) const { return scaledDown(loadBytes<kBytes>(src + i)); }
   template <class V> V scaledDown(V x) const {
     const int a = -(1 << (power - 1) / 2), b = -(1 << power / 2);  // a b = 2^(power - 1), each within a word
     return narrow32(rounded(interleaveLow16(x, all16<V>(a)), b), rounded(interleaveHigh16(x, all16<V>(a)), b));

@@ -270,7 +270,8 @@ TEST_F(Cli, WhatGoesRight) {
   EXPECT_EQ(info.find("(all is well: the path is chosen by features alone") != Bytes::npos, selected != velStsNoErr)
       << info;
   EXPECT_EQ(info.find("(all is well: the library goes by a usual size") != Bytes::npos, !known) << info;
-  EXPECT_TRUE(std::regex_search(orv("info").out, std::regex("code path +[wvspg][0-9] \\(index [0-5](, with AVX2)?\\)")));
+  EXPECT_TRUE(
+      std::regex_search(orv("info").out, std::regex("code path +[wvspg][0-9] \\(index [0-5](, with AVX2)?\\)")));
 }
 
 }  // namespace
