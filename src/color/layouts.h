@@ -164,7 +164,9 @@ struct P3 {
     ::store(row[2], p.b);
   }
   template <class Row, class V> static ORV_INLINE void store(const Row& row, const Pixels<kEvenOdd, V>& p) {
-    store(row, Pixels<kInOrder, V>{inOrder(p.r), inOrder(p.g), inOrder(p.b)});
+    ::store(row[0], inOrder(p.r));
+    ::store(row[1], inOrder(p.g));
+    ::store(row[2], inOrder(p.b));
   }
 };
 

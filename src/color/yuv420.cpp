@@ -39,16 +39,16 @@ template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* con
       convertPastCaches<Format>(pSrc, srcStep, pDst, dstStep, pairs, size.height & ~1);
       return status;
     }
-  const auto src = stripsOfYuv<const Vel8u, 2>(pSrc, srcStep);
-  const auto dst = stripsOf<Format, 2, 2>(pDst, dstStep);
+  const auto convertAll = [&](const auto& convertStrip) ORV_INLINED {
+    convertStrips(stripsOfYuv<const Vel8u, 2>(pSrc, srcStep), stripsOf<Format, 2, 2>(pDst, dstStep), size.height / 2,
+                  pairs, convertStrip);
+  };
   if (pairs == 8)  // the tile of a JPEG MCU
-    convertEach(src, dst, size.height / 2, pairs, [](const auto& from, const auto& to, ptrdiff_t) ORV_INLINED {
-      Kernel::template convert<Lane>(from, to);
-    });
+    convertAll([](const auto& src, const auto& dst, ptrdiff_t)
+                   ORV_INLINED { Kernel::template convert<Lane>(src, dst); });
   else
-    convertStrips(src, dst, size.height / 2, pairs, [](const auto& from, const auto& to, ptrdiff_t units) ORV_INLINED {
-      convertRow<Kernel, Format::kKeepsFourth>(from, to, units);
-    });
+    convertAll([=](const auto& src, const auto& dst, ptrdiff_t)
+                   ORV_INLINED { convertRow<Kernel, Format::kKeepsFourth>(src, dst, pairs); });
   return status;
 }
 

@@ -78,12 +78,13 @@ template <class F> class Blocks {
         ORV_UNROLL for (int i = 0; i < 4; ++i) exchange.unselected().template storeWith<false>(
             exchange.template swapped<kPairs>(group(src, i)), dst + 16 * i);
       }
-      size_t pixels = F::kPixels;
-      if (--count == 0) {
-        if (more == 0) return;
-        pixels = more, more = 0, count = 1;
+      if (--count > 0) {
+        src += F::kPixels * F::kFromPixel, dst += F::kPixels * F::kToPixel;
+        continue;
       }
-      src += pixels * F::kFromPixel, dst += pixels * F::kToPixel;
+      if (more == 0) return;
+      src += more * F::kFromPixel, dst += more * F::kToPixel;
+      more = 0, count = 1;
     }
   }
   // The i-th group of a block in four channels. Pixels of three bytes get a fourth, whichever follows them; those of the
