@@ -313,8 +313,9 @@ ORV_INLINE void resizePlane(const LinearColumns& table, HeldSums sums, const Axi
       continue;
     }
     sums.provide(upper, [&](int row, Vel16u* to) { coefficients<kPixel>(table, at(row), to); });
-    (kPixel == 1 ? ORV_NAME(ownpi_SummLinear8pl) : ORV_NAME(ownpi_SummLinear8px))(&table, sums.upper, sums.lower,
-                                                                                  weight, dst);
+    // Rows of which all bytes are written are blended alike, whatever their pixels are.
+    (kKeepsFourth ? ORV_NAME(ownpi_SummLinear8px) : ORV_NAME(ownpi_SummLinear8pl))(&table, sums.upper, sums.lower,
+                                                                                   weight, dst);
   }
 }
 
