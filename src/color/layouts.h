@@ -246,7 +246,7 @@ constexpr bool kHasSeveralLanes = sizeof(Lanes) > sizeof(Lane);
 
 // ---- Along a row, which is so many units long
 //
-// What is a function of its own takes strips by value: those of a loop then stay in registers.
+// The functions that do the ends of rows get copies of strips: those of the loop then stay in registers.
 
 // Sixteen pixels: where they are the ends of rows, the kernel need not be there once more for each way to get at them.
 template <class Kernel, class Src, class Dst>
