@@ -308,6 +308,10 @@ def fine_jpegs():
     add("no-factor-of-one", Jpeg(factors=(0x22, 0x12, 0x21)))
     add("one-factor-less", Jpeg(factors=(0x11, 0x12, 0x21), width=41))
     add("segments-between-scans", Jpeg(scans=[[0], [1], [2]]), between=segment(0xE5) * (MANY // 4))
+    for fill in (b"\xFF", b"\xFF" * 2, b"\xFF" * 1001):
+        j = Jpeg(restart=2)
+        filled = re.sub(rb"\xFF([\xD0-\xD7\xD9])", lambda m: fill + m[0], j.file())
+        files[f"{len(fill)}-bytes-before-markers"] = (filled, j.pixels())
     add("no-end", Jpeg(), tail=b"")
     add("half-an-end", Jpeg(), tail=b"\xFF")
     add("much-after-the-end", Jpeg(), tail=b"\xFF\xD9" + os.urandom(1 << 20))
