@@ -44,6 +44,7 @@ void keepInput(int signal) {
   const bool kept = file >= 0 && write(file, running.data, running.size) == ssize_t(running.size);
   say(signal == SIGALRM ? "took too long: " : "failed: ");
   say(running.what);
+  if (*whereabouts) say(", in "), say(whereabouts), say(" on "), say(pathInForce().name);
   say(kept ? "; the input is in " : "; the input could not be written to ");
   say(running.file);
   say("\n");

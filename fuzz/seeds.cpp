@@ -169,6 +169,18 @@ void seedHuffmanRoundtrip() {
   }
 }
 
+// ---- Primitives
+
+// Two of each: which it is, and what decides a little of its arguments, or all.
+void seedPrimitives() {
+  std::mt19937 random(3);
+  for (int i = 0; i < 512; ++i) {
+    Bytes input = {uint8_t(i), 0, 0, 0};  // neither allocations that fail nor refused arguments to begin with
+    input += randomBytes(i < 256 ? 8 : 120, random);
+    write("primitives", "call-" + std::to_string(i), input);
+  }
+}
+
 // ---- The program
 
 void seedProgram() {
@@ -208,6 +220,7 @@ int main(int argc, char** argv) try {
   seedCodec();
   seedHuffmanDecode();
   seedHuffmanRoundtrip();
+  seedPrimitives();
   seedProgram();
   return 0;
 } catch (const std::exception& e) {

@@ -17,6 +17,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 using FuzzBytes = std::vector<uint8_t>;
 
+// Where the target is, for the report of a failure; or empty.
+inline const char* whereabouts = "";
+
 // Says what does not hold and aborts, which makes the driver keep the input.
 [[gnu::format(printf, 2, 3)]] inline void require(bool holds, const char* what, ...) {
   if (holds) return;

@@ -70,6 +70,7 @@ TEST_F(Files, KeepTheirModeAndLinks) {
     writeOut(longName, "first", kind);
     writeOut(longName, "second", kind);
     EXPECT_EQ(read(longName), "second");
+    OutputFile(at("given up"), kind).write("part", 4);
     EXPECT_EQ(listed(), (std::vector<std::string>{"end", "folder", "link", "new", longName}));
     for (const char* name : {"new", "link", "folder/to", "end", longName.c_str()}) std::filesystem::remove(at(name));
   }

@@ -1,5 +1,6 @@
 // What the program's commands share.
 #pragma once
+#include <new>
 #include <stdexcept>
 #include "messages.h"
 #include "orv.h"
@@ -11,6 +12,7 @@ constexpr int kDone = 0, kFailed = 1, kDamaged = 2;
 
 // For calls of the library that leave nothing to go wrong.
 inline void must(VelStatus status) {
+  if (status == velStsMemAllocErr) throw std::bad_alloc();
   if (status < velStsNoErr) throw std::runtime_error(orvGetStatusString(status));
 }
 

@@ -90,14 +90,17 @@ int runFilter(int argc, char** argv) {
     throw UsageError("filter takes --box WIDTHxHEIGHT, IN and OUT (see orv filter --help)");
   requireEnding(argv[optind + 1], kPictureEndings);
   requireSse2();
-  PictureReader reader(argv[optind], reading);
-  if ((double(reader.width()) + box.width) * (double(reader.height()) + box.height) * reader.channels() > kMostSamples)
-    throw FileError(argv[optind], "the picture or the box is too large to filter in memory");
-  PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels());
+  bool whole = true;
   workOn(argv[optind], [&] {
+    PictureReader reader(argv[optind], reading);
+    const double wide = double(reader.width()) + box.width, high = double(reader.height()) + box.height;
+    if (wide * high * reader.channels() > kMostSamples)
+      throw FileError(argv[optind], "the picture or the box is too large to filter in memory");
+    PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels());
     Picture picture = reader.picture();
     filter(picture, box);
     file.write(picture);
+    whole = reader.isWhole();
   });
-  return reader.isWhole() ? kDone : kDamaged;
+  return whole ? kDone : kDamaged;
 }

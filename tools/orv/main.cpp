@@ -59,12 +59,24 @@ int run(int argc, char** argv) {
   throw UsageError("unknown command '" + command + "' (see orv --help)");
 }
 
+int failure = kFailed;  // the exit status where there is no result
+
+// Exceptions need memory, too: where there is none, not even what is set aside for them at the start, the program ends
+// here, before there is an exception.
+std::terminate_handler usualEnd;
+[[noreturn]] void endWithoutMemory() {
+  if (std::current_exception()) usualEnd();
+  complain(kNoMemory);
+  _exit(failure);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   openStandardFiles();
+  usualEnd = std::set_terminate(endWithoutMemory);
   signal(SIGXFSZ, SIG_IGN);  // a file that becomes too large is an error like another
-  const int failed = argc > 1 && strcmp(argv[1], "compare") == 0 ? 2 : kFailed;
+  if (argc > 1 && strcmp(argv[1], "compare") == 0) failure = 2;
   try {
     const int status = run(argc, argv);
     if (fflush(stdout) != 0 || ferror(stdout)) throw std::runtime_error("cannot write to standard output");
@@ -77,5 +89,5 @@ int main(int argc, char** argv) {
   } catch (const std::exception& e) {
     complain(e.what());
   }
-  return failed;
+  return failure;
 }

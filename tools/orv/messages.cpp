@@ -1,20 +1,51 @@
 #include "messages.h"
 #include <cstdio>
+#include <cstring>
+
+namespace {
+
+bool isControl(unsigned char c) { return c < 0x20 || c == 0x7F; }
+// U+0080 to U+009F are control characters, too: in UTF-8 this byte and one of these.
+bool startsControl(const char* p) { return p[0] == '\xC2' && (p[1] & 0xE0) == 0x80; }
+
+// The text piece by piece, as it is shown.
+template <class Put> void forEachShown(const char* text, const Put& put) {
+  bool inControl = false;  // after the first byte of two
+  for (const char* p = text; *p; ++p) {
+    const bool starts = startsControl(p);
+    char piece[8] = {*p};
+    if (*p == '\n' || *p == '\t')
+      snprintf(piece, sizeof piece, *p == '\n' ? "\\n" : "\\t");
+    else if (starts || inControl || isControl(static_cast<unsigned char>(*p)))
+      snprintf(piece, sizeof piece, "\\x%02X", static_cast<unsigned char>(*p));
+    inControl = starts;
+    put(piece);
+  }
+}
+
+}  // namespace
 
 std::string shown(const std::string& text) {
   std::string all;
-  unsigned char before = 0;
-  for (const char c : text) {
-    const auto code = static_cast<unsigned char>(c);
-    const bool control = code < 0x20 || code == 0x7F;
-    const bool inUtf8 = before == 0xC2 && code >= 0x80 && code < 0xA0;  // U+0080 to U+009F are control characters, too
-    char hex[8];
-    snprintf(hex, sizeof hex, "\\x%02X", code);
-    if (inUtf8) all.replace(all.size() - 1, 1, "\\xC2");
-    all += c == '\n' ? "\\n" : c == '\t' ? "\\t" : control || inUtf8 ? hex : std::string(1, c);
-    before = code;
-  }
+  forEachShown(text.c_str(), [&](const char* piece) { all += piece; });
   return all;
 }
 
-void complain(const std::string& line) { fprintf(stderr, "orv: %s\n", shown(line).c_str()); }
+// Takes no memory: there may be none left.
+void complain(const char* line) {
+  char buffer[1024] = "orv: ";
+  size_t used = strlen(buffer);
+  const auto flush = [&] {
+    fwrite(buffer, 1, used, stderr);
+    used = 0;
+  };
+  const auto put = [&](const char* piece) {
+    for (; *piece; ++piece) {
+      if (used == sizeof buffer) flush();
+      buffer[used++] = *piece;
+    }
+  };
+  forEachShown(line, put);
+  put("\n");
+  flush();
+}

@@ -35,5 +35,6 @@ template <class Work> void workOn(const std::string& name, const Work& work) {
 
 // Names may hold any byte: control characters become \n, \t or \x1B, so that a line stays one and a terminal obeys none.
 std::string shown(const std::string& text);
-// A line on standard error.
-void complain(const std::string& line);
+// A line on standard error, for which no memory is needed.
+void complain(const char* line);
+inline void complain(const std::string& line) { complain(line.c_str()); }

@@ -47,7 +47,7 @@ void Progress::failed() {
   draw();
 }
 
-void Progress::complain(const std::string& line) {
+void Progress::complain(const char* line) {
   if (terminal_) printf("\r%*s\r", int(columns()), "");
   fflush(stdout);
   ::complain(line);

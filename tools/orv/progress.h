@@ -13,7 +13,7 @@ class Progress {
   // A file is done, and a line that says so.
   void done(const std::string& line);
   // A line for standard error. Whether its file is done is said apart from it.
-  void complain(const std::string& line);
+  void complain(const char* line);
   void failed();
 
  private:

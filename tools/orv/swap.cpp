@@ -57,14 +57,16 @@ int runSwap(int argc, char** argv) {
   if (argc - optind != 2 || !ordered) throw UsageError("swap takes --order ORDER, IN and OUT (see orv swap --help)");
   requireEnding(argv[optind + 1], kPictureEndings);
   requireSse2();
-  PictureReader reader(argv[optind], reading);
-  if (reader.channels() != 3) throw FileError(argv[optind], "a grey picture; swap takes colours");
-  PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels());
+  bool whole = true;
   workOn(argv[optind], [&] {
+    PictureReader reader(argv[optind], reading);
+    if (reader.channels() != 3) throw FileError(argv[optind], "a grey picture; swap takes colours");
+    PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels());
     Picture picture = reader.picture();
     must(orviSwapChannels_8u_C3IR(picture.samples.data(), int(picture.step()), {picture.width, picture.height},
                                   order.channels));
     file.write(picture);
+    whole = reader.isWhole();
   });
-  return reader.isWhole() ? kDone : kDamaged;
+  return whole ? kDone : kDamaged;
 }

@@ -139,7 +139,7 @@ Made makeThumbnail(const std::string& from, const std::string& to, const Argumen
   const int longest = std::max(size.width, size.height);
   if (longest > a.size) size = scaled(size, double(a.size) / longest);
   PictureFile file(to, size.width, size.height, reader.channels(), a.jpeg);
-  if (!reader.read(memory)) progress->complain(reader.warning());
+  if (!reader.read(memory)) progress->complain(reader.warning().c_str());
   file.write(longest > a.size ? resized(*memory, size, velInterSuper) : *memory);
   return {size, reader.isWhole()};
 }
@@ -156,20 +156,26 @@ int runThumb(int argc, char** argv) {
   Picture memory = {};
   std::set<std::string> made;
   int status = kDone;
+  const auto fail = [&](const char* why) {
+    progress.complain(why);
+    progress.failed();
+    status = kFailed;
+  };
   for (const std::string& name : names) {
-    const std::string from = a.from + "/" + name, thumbnail = name + (endsIn(name, kJpegEndings) ? "" : ".jpg");
     try {
-      if (!made.insert(thumbnail).second)
-        throw FileError(from, "another photo has the thumbnail of this name, " + thumbnail);
-      const std::string to = a.to + "/" + thumbnail;
-      Made m;
-      workOn(from, [&] { m = makeThumbnail(from, to, a, &memory, &progress); });
-      progress.done(from + " -> " + to + ", " + std::to_string(m.size.width) + " x " + std::to_string(m.size.height));
-      if (!m.whole && status == kDone) status = kDamaged;
+      const std::string from = a.from + "/" + name, thumbnail = name + (endsIn(name, kJpegEndings) ? "" : ".jpg");
+      workOn(from, [&] {
+        if (!made.insert(thumbnail).second)
+          throw FileError(from, "another photo has the thumbnail of this name, " + thumbnail);
+        const std::string to = a.to + "/" + thumbnail;
+        const Made m = makeThumbnail(from, to, a, &memory, &progress);
+        progress.done(from + " -> " + to + ", " + std::to_string(m.size.width) + " x " + std::to_string(m.size.height));
+        if (!m.whole && status == kDone) status = kDamaged;
+      });
+    } catch (const std::bad_alloc&) {
+      fail(kNoMemory);
     } catch (const std::exception& e) {
-      progress.complain(e.what());
-      progress.failed();
-      status = kFailed;
+      fail(e.what());
     }
   }
   return status;

@@ -1,0 +1,113 @@
+// Every primitive with any arguments, on every path.
+//
+//   choice   a byte: which primitive
+//   call     what arguments it gets, and what their memory holds: as tools/support/calls.cpp draws them
+//
+// Where the input ends, numbers go on at random, from a seed that all of it gives: a few bytes make any call, and more of
+// them decide more of it.
+#include "fuzz/target.h"
+#include "tools/support/calls.h"
+
+namespace {
+
+class FromInput : public Numbers {
+ public:
+  FromInput(Input& in, const uint8_t* data, size_t size) : in_(in) {
+    for (size_t i = 0; i < size; ++i) state_ = (state_ ^ data[i]) * 0x100000001B3;
+  }
+  int byte() override {
+    if (in_.left()) return in_.byte();
+    state_ = state_ * 6364136223846793005 + 1442695040888963407;
+    return int(state_ >> 56);
+  }
+
+ private:
+  Input& in_;
+  uint64_t state_ = 0xCBF29CE484222325;
+};
+
+Call call;
+
+void check(bool holds, const char* what, int i) {
+  if (!holds) require(false, "%s: %s %d", call.text().c_str(), what, i);
+}
+
+// Refused, or nothing to do: nothing may be written then. A code that is none still clears its table, and a block that
+// cannot be coded is coded up to there.
+bool writesNothing(int status) {
+  if (call.trusts) return false;
+  return status == velStsNoOperation || status == velStsWrongIntersectROI ||
+         (status < 0 && status != velStsJPEGHuffTableErr && status != velStsJPEGDCTRangeErr &&
+          status != velStsJPEGOutOfBufErr);
+}
+bool as(const uint8_t* p, const uint8_t* end, const Buffer& b) {
+  return memcmp(p, b.before.data() + (p - b.from), size_t(end - p)) == 0;
+}
+// Whether what a call may not write is as before.
+bool intact(const Buffer& b, bool nothingWritten) {
+  if (b.role == Role::kSource || (b.role == Role::kDestination && nothingWritten)) return as(b.from, b.to, b);
+  const uint8_t* at = b.from;
+  const uint8_t* row = b.role == Role::kScratch ? b.p : b.first;
+  for (size_t y = 0; y < b.rows && b.size; ++y, row += b.step) {
+    if (!as(at, row, b)) return false;
+    at = row + b.row;
+  }
+  return as(at, b.to, b);
+}
+
+// What the first path does, which the others must do as well.
+struct Outcome {
+  int status;
+  std::vector<uint8_t> written[std::tuple_size_v<decltype(Call::buffers)>], block;
+};
+
+void checkOutcome(Outcome& expected, bool first, int status) {
+  if (first) expected.status = status;
+  check(status == expected.status, "status", status);
+  const bool nothingWritten = writesNothing(status);
+  for (int i = 0; i < call.bufferCount; ++i) {
+    const Buffer& b = call.buffers[size_t(i)];
+    auto& written = expected.written[i];
+    check(intact(b, nothingWritten), "writes where it may not, in buffer", i);
+    if (b.role != Role::kDestination) continue;
+    if (first) written.assign(b.p, b.p + b.size);
+    if (b.size == 0 || memcmp(written.data(), b.p, b.size) == 0) continue;
+    const auto other = std::mismatch(written.begin(), written.end(), b.p).first - written.begin();
+    check(false, "other bytes than on the first path, from", int(other));
+  }
+  const bool allocated = call.allocated && status == velStsNoErr;
+  check(liveBlocks() == allocated, "blocks that are not released:", liveBlocks());
+  if (!allocated) return;
+  const uint8_t* block;
+  memcpy(&block, call.values[size_t(call.count) - 1].p, sizeof block);
+  if (first) expected.block.assign(block, block + call.allocated);
+  check(memcmp(block, expected.block.data(), call.allocated) == 0, "other bytes in its block than on the first path,",
+        0);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static Outcome expected;
+  Input in(data, size);
+  FromInput numbers(in, data, size);
+  const Primitive& primitive = primitives()[size_t(in.byte()) % primitives().size()];
+  const size_t paths = pathsHere().size();
+  whereabouts = primitive.name;
+  forcePath(pathsHere()[0]);
+  call.draw(primitive, numbers);
+  // What takes long runs on the first path and one of the others.
+  const size_t other = call.big ? 1 + size_t(numbers.below(int(paths) - 1)) : 0;
+  for (size_t i = 0; i < paths; ++i) {
+    if (i && other && i != other) continue;
+    forcePath(pathsHere()[i]);
+    call.begin(int(i));
+    vel_set_cw_ssx(call.mxcsr);
+    const int status = call.make();
+    const Vel32u after = ps_get_ssx() & ~0x3Fu;  // but for what exceptions there were
+    vel_set_cw_ssx(Drawn().mxcsr);
+    check(after == call.mxcsr, "MXCSR is afterwards", int(after));
+    checkOutcome(expected, i == 0, status);
+  }
+  return 0;
+}
