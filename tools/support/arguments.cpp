@@ -212,11 +212,12 @@ void box(Call& c) {
 }
 void border(Call& c) {
   Numbers& in = c.in();
-  const int reach = in.oneIn(12) ? 300 : in.oneIn(2) ? 40 : 9, high = in.oneIn(12) ? 30 : 5;
+  constexpr int kReach[] = {9, 9, 17, 33, 70, 300};
+  const int reach = in.pick(kReach), high = in.oneIn(12) ? 30 : 5;
   const VeliSize inner = {in.range(1, 40), in.range(1, 8)};
-  const int left = in.below(reach), top = in.below(high);
+  const int left = in.range(0, reach), top = in.below(high), right = in.oneIn(3) ? left : in.range(0, reach);
   c.stepped = c.checksSteps = true;
-  c.w = left + inner.width + in.below(reach), c.h = top + inner.height + in.below(high), c.origin = {-left, -top};
+  c.w = left + inner.width + right, c.h = top + inner.height + in.below(high), c.origin = {-left, -top};
   destination(c), c.size(inner.width, inner.height), size(c);
   for (const int side : {top, left}) c.integer(in.oneIn(40) ? INT_MAX - in.byte() : side, Refused::kNegative);
 }
@@ -436,7 +437,8 @@ void encode(Call& c) {
 }
 // Any stream up to a marker.
 void decode(Call& c) {
-  coder<1644>(c, 16, orviDecodeHuffmanSpecInit_JPEG_8u), coder<1644>(c, 256, orviDecodeHuffmanSpecInit_JPEG_8u);
+  coder<1644>(c, c.in().oneIn(4) ? 32 : 16, orviDecodeHuffmanSpecInit_JPEG_8u),
+      coder<1644>(c, 256, orviDecodeHuffmanSpecInit_JPEG_8u);
   const int size = c.in().below(100);
   uint8_t* const stream = take(c, Role::kSource, size_t(size) + 2);
   if (!c.in().oneIn(8))
