@@ -396,7 +396,8 @@ template <size_t size, class Spec>
 void coder(Call& c, int symbols, VelStatus (*build)(const Vel8u*, const Vel8u*, Spec*)) {
   const Codes codes = drawCodes(c.in(), symbols);
   uint8_t* const p = c.buffer(Role::kSource, size).p;
-  if (build(codes.bits, codes.values, reinterpret_cast<Spec*>(p)) != velStsNoErr) failCall("codes that are none");
+  if (build(codes.bits, codes.values, reinterpret_cast<Spec*>(p)) != velStsNoErr)
+    failCall("its codes are none", c.primitive->name);
   c.pointer(p);
 }
 void counters(Call& c) {
@@ -566,7 +567,8 @@ template <class T> T as(const Value& a) {
   return value;
 }
 template <class R, class... A, size_t... i> int callWith(R (*f)(A...), const Call& c, std::index_sequence<i...>) {
-  if (c.count != sizeof...(A) || !(... && (c.values[i].kind == kindOf<A>()))) failCall(c.primitive->name);
+  if (c.count != sizeof...(A) || !(... && (c.values[i].kind == kindOf<A>())))
+    failCall("its row of the table draws other arguments", c.primitive->name);
   const R result = f(as<A>(c.values[i])...);
   int bits;
   static_assert(sizeof bits == sizeof result);
