@@ -212,11 +212,12 @@ void box(Call& c) {
 }
 void border(Call& c) {
   Numbers& in = c.in();
-  const int reach = in.oneIn(12) ? 300 : in.oneIn(2) ? 40 : 9, high = in.oneIn(12) ? 30 : 5;
+  constexpr int kReach[] = {9, 9, 17, 33, 70, 300};
+  const int reach = in.pick(kReach), high = in.oneIn(12) ? 30 : 5;
   const VeliSize inner = {in.range(1, 40), in.range(1, 8)};
-  const int left = in.below(reach), top = in.below(high);
+  const int left = in.range(0, reach), top = in.below(high), right = in.oneIn(3) ? left : in.range(0, reach);
   c.stepped = c.checksSteps = true;
-  c.w = left + inner.width + in.below(reach), c.h = top + inner.height + in.below(high), c.origin = {-left, -top};
+  c.w = left + inner.width + right, c.h = top + inner.height + in.below(high), c.origin = {-left, -top};
   destination(c), c.size(inner.width, inner.height), size(c);
   for (const int side : {top, left}) c.integer(in.oneIn(40) ? INT_MAX - in.byte() : side, Refused::kNegative);
 }
@@ -395,7 +396,8 @@ template <size_t size, class Spec>
 void coder(Call& c, int symbols, VelStatus (*build)(const Vel8u*, const Vel8u*, Spec*)) {
   const Codes codes = drawCodes(c.in(), symbols);
   uint8_t* const p = c.buffer(Role::kSource, size).p;
-  if (build(codes.bits, codes.values, reinterpret_cast<Spec*>(p)) != velStsNoErr) failCall("codes that are none");
+  if (build(codes.bits, codes.values, reinterpret_cast<Spec*>(p)) != velStsNoErr)
+    failCall("its codes are none", c.primitive->name);
   c.pointer(p);
 }
 void counters(Call& c) {
@@ -436,7 +438,8 @@ void encode(Call& c) {
 }
 // Any stream up to a marker.
 void decode(Call& c) {
-  coder<1644>(c, 16, orviDecodeHuffmanSpecInit_JPEG_8u), coder<1644>(c, 256, orviDecodeHuffmanSpecInit_JPEG_8u);
+  coder<1644>(c, c.in().oneIn(4) ? 32 : 16, orviDecodeHuffmanSpecInit_JPEG_8u),
+      coder<1644>(c, 256, orviDecodeHuffmanSpecInit_JPEG_8u);
   const int size = c.in().below(100);
   uint8_t* const stream = take(c, Role::kSource, size_t(size) + 2);
   if (!c.in().oneIn(8))
@@ -564,7 +567,8 @@ template <class T> T as(const Value& a) {
   return value;
 }
 template <class R, class... A, size_t... i> int callWith(R (*f)(A...), const Call& c, std::index_sequence<i...>) {
-  if (c.count != sizeof...(A) || !(... && (c.values[i].kind == kindOf<A>()))) failCall(c.primitive->name);
+  if (c.count != sizeof...(A) || !(... && (c.values[i].kind == kindOf<A>())))
+    failCall("its row of the table draws other arguments", c.primitive->name);
   const R result = f(as<A>(c.values[i])...);
   int bits;
   static_assert(sizeof bits == sizeof result);

@@ -10,8 +10,8 @@
 #include <cstring>
 #include <random>
 
-void failCall(const char* what) {
-  fprintf(stderr, "calls: %s\n", what);
+void failCall(const char* what, const char* name) {
+  fprintf(stderr, "%s: %s\n", name, what);
   abort();
 }
 
@@ -28,10 +28,10 @@ uint8_t* slot(int i) {
   static uint8_t* const base = [] {
     constexpr size_t kAll = (kBufferSlots + kHeapSlots) * (kSlot + kPage) + kPage;
     void* const all = mmap(nullptr, kAll, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (all == MAP_FAILED) failCall("no memory for them");
+    if (all == MAP_FAILED) failCall("no memory", "calls");
     auto* const first = static_cast<uint8_t*>(all) + kPage;
     for (size_t k = 0; k < kBufferSlots + kHeapSlots; ++k)
-      if (mprotect(first + k * (kSlot + kPage), kSlot, PROT_READ | PROT_WRITE)) failCall("no memory for them");
+      if (mprotect(first + k * (kSlot + kPage), kSlot, PROT_READ | PROT_WRITE)) failCall("no memory", "calls");
     return first;
   }();
   return base + size_t(i) * (kSlot + kPage);
@@ -139,7 +139,7 @@ void Call::fill(uint8_t* p, size_t size, const Format& format) {
 // ---- A call
 
 Buffer& Call::buffer(Role role, size_t size) {
-  if (bufferCount == kBufferSlots || size + kGuard > kMostBytes) failCall(primitive->name);
+  if (bufferCount == kBufferSlots || size + kGuard > kMostBytes) failCall("more memory than there is", primitive->name);
   Buffer& b = buffers[size_t(bufferCount)];
   uint8_t *const start = slot(bufferCount++), *const end = start + kSlot;
   const int place = in().byte();

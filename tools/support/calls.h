@@ -131,7 +131,7 @@ class Call : public Drawn {
   std::string textOf(const uint8_t* p) const;
 };
 // For what is wrong with the table.
-[[noreturn]] void failCall(const char* what);
+[[noreturn]] void failCall(const char* what, const char* name);
 
 // Blocks of i_malloc that the call has not released. The first Call takes the hooks.
 int liveBlocks();

@@ -24,7 +24,7 @@ OrvMcuKernel* const kMcuKernels[6] = {w7_ownpj_YUV420ToRGB888LS_MCU, w7_ownpj_YU
 // ---- Tables and scratch
 
 VelStatus orvizkDCTQuantInv8x8TmpBufferSize(int* pSize, int* pAlignment, int numBlocks) {
-  *pSize = kBlockSamples * numBlocks;
+  *pSize = int(unsigned(kBlockSamples) * unsigned(numBlocks));  // any number may come: it wraps
   *pAlignment = 4;
   return velStsNoErr;
 }
