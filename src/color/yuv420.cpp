@@ -13,17 +13,23 @@ template <class Format, int kRows> struct Convert420 {
   }
 };
 
-// Past the caches one row after the other, as memory takes it fastest; chroma is worked out for each.
+// What exceeds the caches is converted one row after the other, past them where the format allows it: memory is faster so
+// than with two rows at once, although chroma is worked out for each.
+template <class Format> constexpr bool kMayGoRowByRow = Format::kMayStream || Format::kKeepsFourth;
+template <class Format> ORV_INLINE bool goesRowByRow(const void* image, int step, VeliSize size) {
+  if (Format::kMayStream) return goesPastCaches<Format, 2>(image, step, size.width, size.height);
+  return exceedsCaches(double(size.width) * size.height * Format::kBytes);
+}
 template <class Format, class Dst>
-void convertPastCaches(const Vel8u* const pSrc[3], const int srcStep[3], Dst pDst, int dstStep, int pairs, int height) {
+void convertRowByRow(const Vel8u* const pSrc[3], const int srcStep[3], Dst pDst, int dstStep, int pairs, int height) {
   for (int y = 0; y < height; ++y) {
     const Vel8u* const rows[3] = {rowOf(pSrc[0], srcStep[0], y), rowOf(pSrc[1], srcStep[1], y / 2),
                                   rowOf(pSrc[2], srcStep[2], y / 2)};
-    convertRowPastCaches<Convert420<Format, 1>, Format::kBytes>(
-        stripsOfYuv<const Vel8u, 1>(rows, srcStep).strip,
-        stripsOf<Format, 2, 1>(rowOf(pDst, dstStep, y), dstStep).strip, pairs);
+    const auto src = stripsOfYuv<const Vel8u, 1>(rows, srcStep).strip;
+    const auto dst = stripsOf<Format, 2, 1>(rowOf(pDst, dstStep, y), dstStep).strip;
+    convertRowOf<Convert420<Format, 1>, Format>(true, Place{src}, Place{dst}, pairs);
   }
-  streamEnd();
+  if (Format::kMayStream) streamEnd();
 }
 
 // Checks the arguments and converts the whole blocks.
@@ -34,9 +40,9 @@ template <class Format, class Dst> ORV_INLINE VelStatus convert(const Vel8u* con
   using Kernel = Convert420<Format, 2>;
   const int pairs = size.width / 2;
   const VelStatus status = (size.width | size.height) & 1 ? velStsDoubleSize : velStsNoErr;
-  if constexpr (Format::kMayStream)
-    if (goesPastCaches<Format, 2>(pDst, dstStep, size.width, size.height)) {
-      convertPastCaches<Format>(pSrc, srcStep, pDst, dstStep, pairs, size.height & ~1);
+  if constexpr (kMayGoRowByRow<Format>)
+    if (goesRowByRow<Format>(pDst, dstStep, size)) {
+      convertRowByRow<Format>(pSrc, srcStep, pDst, dstStep, pairs, size.height & ~1);
       return status;
     }
   const auto convertAll = [&](const auto& convertStrip) ORV_INLINED {
