@@ -44,29 +44,6 @@ void check(bool holds, const char* what, int i) {
   if (!holds) require(false, "%s: %s %d", call.text().c_str(), what, i);
 }
 
-// Refused, or nothing to do: nothing may be written then. A code that is none still clears its table, and a block that
-// cannot be coded is coded up to there.
-bool writesNothing(int status) {
-  if (call.trusts) return false;
-  return status == velStsNoOperation || status == velStsWrongIntersectROI ||
-         (status < 0 && status != velStsJPEGHuffTableErr && status != velStsJPEGDCTRangeErr &&
-          status != velStsJPEGOutOfBufErr);
-}
-bool as(const uint8_t* p, const uint8_t* end, const Buffer& b) {
-  return memcmp(p, b.before.data() + (p - b.from), size_t(end - p)) == 0;
-}
-// Whether what a call may not write is as before.
-bool intact(const Buffer& b, bool nothingWritten) {
-  if (b.role == Role::kSource || (b.role == Role::kDestination && nothingWritten)) return as(b.from, b.to, b);
-  const uint8_t* at = b.from;
-  const uint8_t* row = b.role == Role::kScratch ? b.p : b.first;
-  for (size_t y = 0; y < b.rows && b.size; ++y, row += b.step) {
-    if (!as(at, row, b)) return false;
-    at = row + b.row;
-  }
-  return as(at, b.to, b);
-}
-
 // What the first path does, which the others must do as well.
 struct Outcome {
   int status;
@@ -76,22 +53,19 @@ struct Outcome {
 void checkOutcome(Outcome& expected, bool first, int status) {
   if (first) expected.status = status;
   check(status == expected.status, "status", status);
-  const bool nothingWritten = writesNothing(status);
   for (int i = 0; i < call.bufferCount; ++i) {
     const Buffer& b = call.buffers[size_t(i)];
     auto& written = expected.written[i];
-    check(intact(b, nothingWritten), "writes where it may not, in buffer", i);
+    check(call.intact(b, status), "writes where it may not, in buffer", i);
     if (b.role != Role::kDestination) continue;
     if (first) written.assign(b.p, b.p + b.size);
     if (b.size == 0 || memcmp(written.data(), b.p, b.size) == 0) continue;
     const auto other = std::mismatch(written.begin(), written.end(), b.p).first - written.begin();
     check(false, "other bytes than on the first path, from", int(other));
   }
-  const bool allocated = call.allocated && status == velStsNoErr;
-  check(liveBlocks() == allocated, "blocks that are not released:", liveBlocks());
-  if (!allocated) return;
-  const uint8_t* block;
-  memcpy(&block, call.values[size_t(call.count) - 1].p, sizeof block);
+  const uint8_t* const block = call.blockOf(status);
+  check(liveBlocks() == (block != nullptr), "blocks that are not released:", liveBlocks());
+  if (!block) return;
   if (first) expected.block.assign(block, block + call.allocated);
   check(memcmp(block, expected.block.data(), call.allocated) == 0, "other bytes in its block than on the first path,",
         0);

@@ -256,7 +256,7 @@ TEST_F(Cli, WhatGoesRight) {
       std::regex_match(orv("resize --time --repeat 2 --path w7 picture out.ppm 50").out, std::regex("w7: .*MP/s\n")));
   for (const char* arguments :
        {"--help", "info --help", "decode --help", "encode --help", "compare --help", "convert --help", "filter --help",
-        "resize --help", "sheet --help", "thumb --help", "--version", "info"}) {
+        "resize --help", "sheet --help", "thumb --help", "verify --help", "--version", "info"}) {
     const Outcome o = orv(arguments);
     EXPECT_EQ(o.code, 0) << arguments;
     EXPECT_NE(o.out, "") << arguments;

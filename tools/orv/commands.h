@@ -27,3 +27,4 @@ int runSwap(int argc, char** argv);
 int runResize(int argc, char** argv);
 int runSheet(int argc, char** argv);
 int runThumb(int argc, char** argv);
+int runVerify(int argc, char** argv);

@@ -24,12 +24,14 @@ constexpr char kHelp[] =
     "  orv resize IN OUT SIZE      make a picture smaller or larger\n"
     "  orv sheet IN OUT            every way to resize a picture, side by side\n"
     "  orv thumb FOLDER OUTFOLDER  make thumbnails of all photos in a folder\n"
+    "  orv verify                  whether this machine computes what it should\n"
     "  orv COMMAND --help          more about a command\n"
     "  orv --help, orv --version\n"
     "\n"
     "The exit status is\n"
     "  0   when all went well; compare: the pictures are the same, or near enough\n"
-    "  1   when there is no result, or not for all files; compare: the pictures differ\n"
+    "  1   when there is no result, or not for all files; compare: the pictures differ;\n"
+    "      verify: results differ\n"
     "  2   when the command line makes no sense; or when a JPEG is cut short or damaged,\n"
     "      and the result is that of what is left (--strict: there is none, 1);\n"
     "      compare: in any case but the other two\n";
@@ -56,6 +58,7 @@ int run(int argc, char** argv) {
   if (command == "resize") return runResize(argc - 1, argv + 1);
   if (command == "sheet") return runSheet(argc - 1, argv + 1);
   if (command == "thumb") return runThumb(argc - 1, argv + 1);
+  if (command == "verify") return runVerify(argc - 1, argv + 1);
   throw UsageError("unknown command '" + command + "' (see orv --help)");
 }
 

@@ -113,7 +113,7 @@ template <int unit> void stepUnit(Call& c) { c.stepUnit = unit; }
 // Of what is written past the caches, which begins at one megabyte, or at eight.
 int bigBytes(Numbers& in) { return in.oneIn(2) ? in.range(8400000, 9500000) : in.range(1050000, 3400000); }
 int bytesOfPixel(const Call& c) { return c.from.pixel() * c.from.planes + c.to.pixel() * c.to.planes; }
-bool drawBig(Call& c) { return c.big = c.in().byte() == 255 && c.in().byte() >= 240; }
+bool drawBig(Call& c) { return c.big = c.in().big(); }
 
 void elements(Call& c) {
   constexpr int kMost[] = {80, 80, 80, 300, 300, 1500, 1500, 9000};
@@ -208,7 +208,8 @@ void box(Call& c) {
   source(c);
   c.w = w, c.h = h, c.origin = {};
   destination(c), size(c), c.size(maskWidth, maskHeight);
-  c.size(in.oneIn(60) ? maskWidth : x, in.oneIn(60) ? INT_MAX : y, Refused::kNegative);
+  const int anchorX = in.oneIn(60) ? maskWidth : x, anchorY = in.oneIn(60) ? INT_MAX : y;
+  c.size(anchorX, anchorY, Refused::kNegative);
 }
 void border(Call& c) {
   Numbers& in = c.in();
@@ -242,7 +243,7 @@ void yuvDestination(Call& c) { yuv(c, Role::kDestination); }
 double anyDouble(Numbers& in) {
   constexpr double kEnds[] = {5e-324, 1e-300, 1e-9, 5e-5, DBL_MIN, 1e9, 1e300, DBL_MAX, HUGE_VAL, NAN, 0, -1};
   if (in.oneIn(2)) return in.pick(kEnds);
-  const uint64_t bits = uint64_t(in.dword()) << 32 | in.dword();
+  const uint64_t high = in.dword(), bits = high << 32 | in.dword();
   double value;
   memcpy(&value, &bits, sizeof value);
   return value;
@@ -389,8 +390,8 @@ void codeLists(Call& c) {
   list(c, codes.bits, 16);
   size_t total = 0;
   for (const uint8_t n : codes.bits) total += n;
-  memcpy(take(c, Role::kSource, total), codes.values,
-         std::min<size_t>(total, c.in().oneIn(2) ? sizeof codes.values : 0));
+  uint8_t* const values = take(c, Role::kSource, total);
+  if (c.in().oneIn(2)) memcpy(values, codes.values, std::min(total, sizeof codes.values));
 }
 template <size_t size, class Spec>
 void coder(Call& c, int symbols, VelStatus (*build)(const Vel8u*, const Vel8u*, Spec*)) {
@@ -569,7 +570,9 @@ template <class T> T as(const Value& a) {
 template <class R, class... A, size_t... i> int callWith(R (*f)(A...), const Call& c, std::index_sequence<i...>) {
   if (c.count != sizeof...(A) || !(... && (c.values[i].kind == kindOf<A>())))
     failCall("its row of the table draws other arguments", c.primitive->name);
-  const R result = f(as<A>(c.values[i])...);
+  R result = f(as<A>(c.values[i])...);
+  // x87, which hands floats over in 32-bit programs, makes a signalling NaN a quiet one.
+  if constexpr (std::is_same_v<R, float>) result = std::isnan(result) ? R(NAN) : result;
   int bits;
   static_assert(sizeof bits == sizeof result);
   memcpy(&bits, &result, sizeof bits);

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <random>
+#include <stdexcept>
 
 void failCall(const char* what, const char* name) {
   fprintf(stderr, "%s: %s\n", name, what);
@@ -21,6 +22,7 @@ namespace {
 
 constexpr size_t kPage = 4096, kSlot = Call::kMostBytes, kGuard = 64;
 constexpr int kBufferSlots = 14, kHeapSlots = 4;
+constexpr char kNoRoom[] = "there is not enough memory for the buffers of calls";
 
 // Accessible memory of kSlot bytes between pages that fault. All are mapped once, and pages that no call touches take
 // no room.
@@ -28,10 +30,10 @@ uint8_t* slot(int i) {
   static uint8_t* const base = [] {
     constexpr size_t kAll = (kBufferSlots + kHeapSlots) * (kSlot + kPage) + kPage;
     void* const all = mmap(nullptr, kAll, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (all == MAP_FAILED) failCall("no memory", "calls");
+    if (all == MAP_FAILED) throw std::runtime_error(kNoRoom);
     auto* const first = static_cast<uint8_t*>(all) + kPage;
     for (size_t k = 0; k < kBufferSlots + kHeapSlots; ++k)
-      if (mprotect(first + k * (kSlot + kPage), kSlot, PROT_READ | PROT_WRITE)) failCall("no memory", "calls");
+      if (mprotect(first + k * (kSlot + kPage), kSlot, PROT_READ | PROT_WRITE)) throw std::runtime_error(kNoRoom);
     return first;
   }();
   return base + size_t(i) * (kSlot + kPage);
@@ -186,7 +188,10 @@ void Call::draw(const Primitive& which, Numbers& source) {
   primitive = &which, numbers = &source, from = which.from, to = which.to;
   viaOrv = in().oneIn(8), mallocFails = in().oneIn(32);
   const bool spoiled = in().oneIn(24);
+  // x87, with which 32-bit programs calculate, is to round doubles as SSE does: to 53 bits.
+  const Vel32u control = ps_set_cw_fpu(0x200, 0x300);
   for (auto* drawing = which.draw; *drawing; ++drawing) (*drawing)(*this);
+  vel_set_cw_fpu(control);
   if (spoiled && !trusts) spoil();
   for (int i = 0; i < bufferCount; ++i)
     buffers[size_t(i)].before.assign(buffers[size_t(i)].from, buffers[size_t(i)].to);
@@ -202,6 +207,33 @@ void Call::begin(int turn) {
   if (allocate && allocate(&block) == velStsNoErr) values[0].p = static_cast<uint8_t*>(block);
 }
 int liveBlocks() { return heap.live; }
+
+// Refused, or nothing to do: nothing may be written then. A code that is none still clears its table, and a block that
+// cannot be coded is coded up to there.
+bool Call::writesNothing(int status) const {
+  if (trusts) return false;
+  return status == velStsNoOperation || status == velStsWrongIntersectROI ||
+         (status < 0 && status != velStsJPEGHuffTableErr && status != velStsJPEGDCTRangeErr &&
+          status != velStsJPEGOutOfBufErr);
+}
+bool Call::intact(const Buffer& b, int status) const {
+  const auto same = [&](const uint8_t* p, const uint8_t* end) {
+    return memcmp(p, b.before.data() + (p - b.from), size_t(end - p)) == 0;
+  };
+  if (b.role == Role::kSource || (b.role == Role::kDestination && writesNothing(status))) return same(b.from, b.to);
+  const uint8_t* at = b.from;
+  const uint8_t* row = b.role == Role::kScratch ? b.p : b.first;
+  for (size_t y = 0; y < b.rows && b.size; ++y, row += b.step) {
+    if (!same(at, row)) return false;
+    at = row + b.row;
+  }
+  return same(at, b.to);
+}
+const uint8_t* Call::blockOf(int status) const {
+  const uint8_t* block = nullptr;
+  if (allocated && status == velStsNoErr) memcpy(&block, values[size_t(count) - 1].p, sizeof block);
+  return block;
+}
 
 // Where it points, if it is into a buffer.
 std::string Call::textOf(const uint8_t* p) const {

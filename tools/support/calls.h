@@ -1,5 +1,6 @@
 // Calls of every primitive, with arguments that a source of numbers decides: valid for the most part, and in memory of
-// exactly the size that each needs, next to a page that faults.
+// exactly the size that each needs, next to a page that faults. The same numbers give the same call in both word sizes
+// and with every compiler.
 //
 //   call.draw(primitives()[i], numbers);    arguments, and what their memory holds
 //   call.begin(turn), call.make();          on one path, then on another
@@ -29,6 +30,8 @@ class Numbers {
   int range(int low, int high) { return low + below(high - low + 1); }
   bool oneIn(int n) { return below(n) == n - 1; }
   template <class T, size_t n> T pick(const T (&list)[n]) { return list[below(int(n))]; }
+  // Whether a call that can work on megabytes does so.
+  virtual bool big() { return byte() == 255 && byte() >= 240; }
 };
 
 // ---- What is called
@@ -112,6 +115,9 @@ class Call : public Drawn {
   void begin(int turn);
   // The status, or the bits of a result that is none.
   int make() const { return (viaOrv ? primitive->orv : primitive->vel)(*this); }
+  // After it: whether what it may not write is as before, and the block that it allocated, or null.
+  bool intact(const Buffer& b, int status) const;
+  const uint8_t* blockOf(int status) const;
   std::string text() const;
 
   static constexpr size_t kMostBytes = size_t(16) << 20;  // in a buffer
@@ -128,6 +134,7 @@ class Call : public Drawn {
 
  private:
   void spoil();
+  bool writesNothing(int status) const;
   std::string textOf(const uint8_t* p) const;
 };
 // For what is wrong with the table.
