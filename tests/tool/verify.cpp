@@ -55,7 +55,7 @@ TEST_F(Verify, NamesWhatDiffers) {
        " +sNot_8u\\(buffer 0 of [0-9]+ bytes");
   says(value, "\nresults are NOT as they should be");
   says(mode, "sNot_8u on p8: unlike w7, call [0-9]+, it leaves another MXCSR\n");
-  says(all, "sNot_8u on w7: \\w{16} instead of \\w{16}\n(.*\n)*  sNot_8u on p8: ");
+  says(all, "\n  sNot_8u on w7 v8 s8 p8.*: \\w{16} instead of \\w{16}\n");
   says(alone, "sNot_8u on p8: \\w{16} instead of \\w{16}\n");
   // Nothing else is named.
   EXPECT_FALSE(std::regex_search(value.out, std::regex("sNot_8u on [^p]|\n  (?!sNot_8u|  )"))) << value.out;

@@ -85,7 +85,7 @@ struct Settings {
     return families.empty() || std::find(families.begin(), families.end(), family) != families.end();
   }
   // Resizing has the most cases.
-  int calls(const Primitive& p) const { return (quick ? 10 : 128) * (strcmp(p.family, "resize") ? 1 : 10); }
+  int calls(const Primitive& p) const { return (quick ? 10 : 256) * (strcmp(p.family, "resize") ? 1 : 10); }
   uint64_t expected(const Primitive& p) const {
     for (const Expected& e : kExpected)
       if (!strcmp(e.primitive, p.name)) return quick ? e.quick : e.full;
@@ -248,22 +248,24 @@ std::string place(const Primitive& p, const Settings& settings, const CodePath& 
   }
   return "not when it is called again";
 }
-// A line for each path that differs. What is right is a path with the expected digest, or else the first.
+// A line for each path that differs. What is right is a path with the expected digest, or else the first; what gives the
+// same as a path that is not as expected has nothing to be compared with.
 void printDifferences(const Primitive& p, const Settings& settings, const Digests& digests) {
   const uint64_t expected = settings.expected(p);
   size_t right = 0;
   for (size_t i = digests.size(); i-- > 0;)
     if (digests[i].value() == expected) right = i;
+  std::string unexplained;
   for (size_t i = 0; i < digests.size(); ++i) {
-    const uint64_t value = digests[i].value();
-    if (value == expected) continue;
-    printf("  %s on %s: ", p.name, settings.paths[i].name);
-    if (value != digests[right].value())
-      printf("unlike %s, %s\n", settings.paths[right].name,
-             place(p, settings, settings.paths[i], settings.paths[right]).c_str());
-    else
-      printf("%016llx instead of %016llx\n", ull(value), ull(expected));
+    const CodePath &path = settings.paths[i], &other = settings.paths[right];
+    if (digests[i].value() != digests[right].value())
+      printf("  %s on %s: unlike %s, %s\n", p.name, path.name, other.name, place(p, settings, path, other).c_str());
+    else if (digests[i].value() != expected)
+      unexplained += std::string(" ") + path.name;
   }
+  if (!unexplained.empty())
+    printf("  %s on%s: %016llx instead of %016llx\n", p.name, unexplained.c_str(), ull(digests[right].value()),
+           ull(expected));
 }
 
 // What is expected, and what else there is; gives whether all are alike.
