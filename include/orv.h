@@ -199,7 +199,7 @@ enum {
 };
 
 /* Selects the code path that suits this processor best; the library does so itself when it is loaded. velStaticInit
- * and velInit are other names of it. Sets the two indices above and the mask of enabled features.
+ * and velInit are other names. Sets the indices above and the mask of enabled features; many threads may, all at once.
  *   velStsNonNemlorCpu      the processor is of another make than the library is tuned for, or has no CPUID; a path has
  *                           been selected all the same, by features alone
  *   velStsNotSupportedCpu   no SSE2: index 0 is selected, and primitives must not be called */
