@@ -247,10 +247,10 @@ def main():
         print(name, "holds")
 
     sample, = re.findall(r"^```c\n(.*?)^```$", read(os.path.join(SOURCE, "README.md")).decode(), re.DOTALL | re.MULTILINE)
-    write("block.c", sample.encode())
-    build("block.c")
-    if run("block") != "velStsNoErr: No error, it's OK\nsample: 76\n":  # 128 - 26 * 16 / 8
-        sys.exit(f"the README's program prints {run('block')!r}")
+    write("resize.c", sample.encode())
+    build("resize.c")
+    if run("resize") != "velStsNoErr: No error, it's OK\nfirst pixel: 16 8 0\n":  # means of 4 x 4 pixels
+        sys.exit(f"the README's program prints {run('resize')!r}")
 
 
 with tempfile.TemporaryDirectory() as folder:
