@@ -2,6 +2,8 @@
 make of pictures, sounds and frames with models of its own.
 
     check_examples.py source-folder build-folder cmake pkg-config compiler [flags...]
+
+Instead of the build's folder it takes that of an installed copy, too.
 """
 
 import math
@@ -220,8 +222,10 @@ def check_encode_block(run):
 
 
 def main():
-    root = os.path.join(os.getcwd(), "installed")
-    subprocess.run([CMAKE, "--install", BUILD, "--prefix", root], check=True, stdout=subprocess.DEVNULL)
+    root = BUILD
+    if os.path.exists(os.path.join(BUILD, "CMakeCache.txt")):
+        root = os.path.join(os.getcwd(), "installed")
+        subprocess.run([CMAKE, "--install", BUILD, "--prefix", root], check=True, stdout=subprocess.DEVNULL)
     package, = (where for where, _, names in os.walk(root) if "orv.pc" in names)
     library = os.path.dirname(package)
     flags = subprocess.run([PKGCONF, "--cflags", "--libs", "orv"], check=True, text=True, capture_output=True,
