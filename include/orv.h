@@ -1,26 +1,31 @@
 /* orv.h: libOrv, image, signal and JPEG-coding primitives for x86 Linux.
  *
  * Contents (each section begins with a line of dashes and its name)
- *   Types
- *   Status codes                  what functions return, and what it means
- *   Code path                     which processor the library works for
- *   Floating-point control        MXCSR and the x87 words
- *   Memory                        allocation, and hooks for an allocator of one's own
- *   Vectors: A-law                samples to and from the codes of ITU-T G.711
- *   Vectors: logic                AND, OR, XOR, NOT
- *   Vectors: shifts
- *   Vectors: scaled multiply and norm
- *   Images: copy, border, channel swap
- *   Image: box filter             means of floats, whatever the size of the box
- *   Image: floating-point arithmetic
- *   Image: depth conversion       bytes to floats and back
- *   Resizing                      whole images and regions, by eight methods
- *   Colour: which function        JFIF, studio video, analogue YUV; which RGB565 is the usual one
- *   Colour: YCbCr                 studio video, 4:4:4
- *   Colour: subsampled YUV        analogue YUV, 4:2:2 and 4:2:0
- *   JPEG: quantisation tables, forward DCT, inverse DCT, Huffman encoding, Huffman decoding, fused decoding
- *   The vel names                 the same functions, without the public layer
- *   Status codes not in use
+ *   Types                               elements, sizes, positions, regions
+ *   Status codes                        what functions return, and what it means
+ *   Code path                           which processor the library works for
+ *   Floating-point control              MXCSR and the x87 words
+ *   Memory                              allocation, and hooks for an allocator of one's own
+ *   Vectors: A-law                      samples to and from the codes of ITU-T G.711
+ *   Vectors: logic                      AND, OR, XOR, NOT
+ *   Vectors: shifts                     to the left and to the right
+ *   Vectors: scaled multiply and norm   with rounding and clamping; the Euclidean norm
+ *   Images: copy, border, channel swap  regions, replicated borders, channels in another order
+ *   Image: box filter                   means of floats, whatever the size of the box
+ *   Image: floating-point arithmetic    sums, differences and products in place
+ *   Image: depth conversion             bytes to floats and back
+ *   Resizing                            whole images and regions, by eight methods
+ *   Colour: which function              JFIF, studio video, analogue YUV; which RGB565 is the usual one
+ *   Colour: YCbCr                       studio video, 4:4:4
+ *   Colour: subsampled YUV              analogue YUV, 4:2:2 and 4:2:0
+ *   JPEG: quantisation tables           from DQT segments, for both ways; constants of the entropy coders
+ *   JPEG: forward DCT                   samples to quantised coefficients
+ *   JPEG: inverse DCT                   quantised coefficients to samples
+ *   JPEG: Huffman encoding              tables, statistics, the best code, blocks
+ *   JPEG: Huffman decoding              tables, blocks
+ *   JPEG: fused decoding                whole 4:2:0 tiles to RGB
+ *   The vel names                       the same functions, without the public layer
+ *   Status codes not in use             codes that no function gives
  *
  * Names are made of parts: orviYCbCrToRGB_8u_P3C3R is orv, i, what it does, _8u, _P3, C3 and R.
  *   orv              the public layer's name: programs call these. Each has a twin, vel..., with the same arguments and
@@ -43,6 +48,59 @@
  *   8x8              a block of 64 samples or coefficients; 4x4, 2x2 and 1x1 how many of its coefficients count
  *   LS               level shift: samples 0..255 on one side, numbers centred on zero on the other
  *   Direct           the coder's state is in the caller's variables
+ *
+ * Arguments have the same names everywhere.
+ *   pSrc, pSrc1, pSrc2    what is read: a vector's first element, a region's first pixel, a block's first sample or
+ *                         coefficient; of planes, the array of their pointers
+ *   pDst                  what is written: first element, pixel, sample or coefficient, or planes
+ *   pSrcDst               what is read and written: first element or pixel
+ *   len                   the number of elements
+ *   srcStep, dstStep, srcDstStep
+ *                         from one row to the next, in bytes; an array where each plane has its own
+ *   roiSize, srcRoiSize, dstRoiSize
+ *                         width and height of the region, in pixels
+ *   val                   the constant; of shifts the number of bits
+ *   value                 the constant, or one for each channel
+ *   scaleFactor           n where the result is divided by 2^n
+ *   pNorm                 where the norm is stored
+ *   topBorderHeight       rows of border above the region
+ *   leftBorderWidth       columns of border to the left of it
+ *   dstOrder              for each channel of the destination the number of the source's, from 0
+ *   maskSize              width and height of the mask, in pixels
+ *   anchor                where in the mask the pixel lies that is computed, from 0
+ *   roundMode             how to round: 0 towards zero, 1 halves to even, others halves away from zero
+ *   srcSize               width and height of the source image, in pixels
+ *   srcRoi, dstRoi        the region of the source, of the destination image, in pixels
+ *   xFactor, yFactor      what the region's width and height are multiplied by
+ *   xShift, yShift        what is then added to its coordinates
+ *   interpolation         velInter..., and a velFlag... ORed to it
+ *   nChannel              how many channels a pixel has: 1, 3 or 4
+ *   pBuffer               scratch memory of the caller's
+ *   pSize, pBufferSize    where a size in bytes is stored
+ *   pAlignment            where an alignment in bytes is stored
+ *   ppMem                 where the address of the memory is stored
+ *   pMem                  the memory to release
+ *   size, align           of memory, in bytes
+ *   pQuantRawTable        64 bytes of a DQT segment, in zigzag order
+ *   pQuantFwdTable        64 words in natural order: the encoder's reciprocals
+ *   pQuantInvTable        64 words in natural order: the decoder's steps
+ *   ppQuantInvTable       where the address of the table is stored
+ *   qualityFactor         1 and up; 50 leaves a table as it is
+ *   pListBits             16 bytes of a DHT segment: how many codes there are of each length
+ *   pListVals             the symbols, by increasing length of their codes: 256 at most
+ *   pEncHuffSpec          an encoder's table
+ *   pDecHuffSpec          a decoder's table
+ *   pDcTable, pAcTable    the tables for DC and for AC coefficients
+ *   pEncHuffState         an encoder's state
+ *   pDecHuffState         a decoder's state
+ *   ppEncHuffSpec, ppDecHuffSpec, ppEncHuffState, ppDecHuffState
+ *                         where the address of what is allocated is stored
+ *   pStatistics, pDcStatistics, pAcStatistics
+ *                         how often each of the 256 symbols occurs
+ *   pLastDC               the DC of the component's previous block; becomes that of this one
+ *   pDstBitsLen           where the stream ends, in bits from pDst; is moved on
+ *   numBlocks             the number of blocks
+ *   pSrcBlocks            the blocks of luma, Cb and Cr
  *
  * What holds for every function unless its own comment says otherwise:
  *   - The caller owns every buffer. No pointer needs an alignment, not even its element type's.
@@ -75,19 +133,22 @@
 extern "C" {
 #endif
 
+/* What is declared with it is exported. */
 #define ORV_API __attribute__((visibility("default")))
 
 /* The version of this header, as numbers and as a string: "6.0.0". */
 #define ORV_VERSION_MAJOR 6
 #define ORV_VERSION_MINOR 0
 #define ORV_VERSION_PATCH 0
-#define ORV_STRING_OF_(number) #number
-#define ORV_STRING_OF(number) ORV_STRING_OF_(number)
 #define ORV_VERSION_STRING \
   ORV_STRING_OF(ORV_VERSION_MAJOR) "." ORV_STRING_OF(ORV_VERSION_MINOR) "." ORV_STRING_OF(ORV_VERSION_PATCH)
 
+#define ORV_STRING_OF_(number) #number
+#define ORV_STRING_OF(number) ORV_STRING_OF_(number)
+
 /* ---- Types -------------------------------------------------------------------------------------------------- */
 
+/* Elements, named after their bits: unsigned, signed or float. */
 typedef uint8_t Vel8u;
 typedef uint16_t Vel16u;
 typedef int16_t Vel16s;
@@ -98,22 +159,22 @@ typedef float Vel32f;
 
 /* The size of a region, in pixels. */
 typedef struct {
-  int width;
-  int height;
+  int width;  /* pixels in a row */
+  int height; /* rows */
 } VeliSize;
 
 /* A position in pixels. */
 typedef struct {
-  int x;
-  int y;
+  int x; /* column, from 0 */
+  int y; /* row, from 0 */
 } VeliPoint;
 
 /* A region of an image: its first column and row, and its size, in pixels. */
 typedef struct {
-  int x;
-  int y;
-  int width;
-  int height;
+  int x;      /* first column, from 0 */
+  int y;      /* first row, from 0 */
+  int width;  /* pixels in a row */
+  int height; /* rows */
 } VeliRect;
 
 /* ---- Status codes ------------------------------------------------------------------------------------------- */
@@ -171,19 +232,19 @@ ORV_API extern Vel32s velJumpIndexForMergedLibsLP;
 
 /* Bits of the feature masks. Bits 32 to 63 are always zero. */
 enum {
-  velCpuidMMX = 0x1,
-  velCpuidSSE = 0x2,
-  velCpuidSSE2 = 0x4,
-  velCpuidSSE3 = 0x8,
-  velCpuidSSSE3 = 0x10,
-  velCpuidMOVBE = 0x20,
-  velCpuidSSE41 = 0x40,
-  velCpuidSSE42 = 0x80,
-  velCpuidAVX = 0x100,
-  velAVX_ENABLEDBYOS = 0x200,
-  velCpuidAES = 0x400,
-  velCpuidCLMUL = 0x800,
-  velCpuidFamilyBExt = 0x1000
+  velCpuidMMX = 0x1,          /* MMX */
+  velCpuidSSE = 0x2,          /* SSE */
+  velCpuidSSE2 = 0x4,         /* SSE2 */
+  velCpuidSSE3 = 0x8,         /* SSE3 */
+  velCpuidSSSE3 = 0x10,       /* SSSE3 */
+  velCpuidMOVBE = 0x20,       /* MOVBE */
+  velCpuidSSE41 = 0x40,       /* SSE4.1 */
+  velCpuidSSE42 = 0x80,       /* SSE4.2 */
+  velCpuidAVX = 0x100,        /* AVX */
+  velAVX_ENABLEDBYOS = 0x200, /* the system saves AVX's state */
+  velCpuidAES = 0x400,        /* AES */
+  velCpuidCLMUL = 0x800,      /* carry-less multiplication */
+  velCpuidFamilyBExt = 0x1000 /* the extensions of processor family 11 */
 };
 
 /* Processor-type codes: each stands for a class of processors. velStaticInitCpu accepts other numbers too (its comment
@@ -199,7 +260,7 @@ enum {
 };
 
 /* Selects the code path that suits this processor best; the library does so itself when it is loaded. velStaticInit
- * and velInit are other names of it. Sets the two indices above and the mask of enabled features.
+ * and velInit are other names. Sets the indices above and the mask of enabled features; many threads may, all at once.
  *   velStsNonNemlorCpu      the processor is of another make than the library is tuned for, or has no CPUID; a path has
  *                           been selected all the same, by features alone
  *   velStsNotSupportedCpu   no SSE2: index 0 is selected, and primitives must not be called */
@@ -409,7 +470,7 @@ ORV_API VelStatus orvsXor_16u(const Vel16u* pSrc1, const Vel16u* pSrc2, Vel16u* 
 /* pDst[i] = pSrc1[i] ^ pSrc2[i]: 32-bit words. */
 ORV_API VelStatus orvsXor_32u(const Vel32u* pSrc1, const Vel32u* pSrc2, Vel32u* pDst, int len);
 
-/* The same in place: pSrcDst[i] = pSrcDst[i] op pSrc[i]. */
+/* AND, OR and XOR of two vectors in place: pSrcDst[i] = pSrcDst[i] op pSrc[i]. Statuses as above. */
 
 /* pSrcDst[i] = pSrcDst[i] & pSrc[i]: bytes. */
 ORV_API VelStatus orvsAnd_8u_I(const Vel8u* pSrc, Vel8u* pSrcDst, int len);
@@ -453,7 +514,7 @@ ORV_API VelStatus orvsXorC_16u(const Vel16u* pSrc, Vel16u val, Vel16u* pDst, int
 /* pDst[i] = pSrc[i] ^ val: 32-bit words. */
 ORV_API VelStatus orvsXorC_32u(const Vel32u* pSrc, Vel32u val, Vel32u* pDst, int len);
 
-/* The same in place: pSrcDst[i] = pSrcDst[i] op val.
+/* AND, OR and XOR with a constant in place: pSrcDst[i] = pSrcDst[i] op val.
  *   velStsNullPtrErr   pSrcDst is null
  *   velStsSizeErr      len below 1 */
 
@@ -476,7 +537,9 @@ ORV_API VelStatus orvsXorC_16u_I(Vel16u val, Vel16u* pSrcDst, int len);
 /* pSrcDst[i] = pSrcDst[i] ^ val: 32-bit words. */
 ORV_API VelStatus orvsXorC_32u_I(Vel32u val, Vel32u* pSrcDst, int len);
 
-/* The complement of every bit: pDst[i] = ~pSrc[i], and in place; statuses as with a constant. */
+/* The complement of every bit: pDst[i] = ~pSrc[i], and in place.
+ *   velStsNullPtrErr   pSrc, pDst or pSrcDst is null
+ *   velStsSizeErr      len below 1 */
 
 /* pDst[i] = ~pSrc[i]: bytes. */
 ORV_API VelStatus orvsNot_8u(const Vel8u* pSrc, Vel8u* pDst, int len);
@@ -517,7 +580,7 @@ ORV_API VelStatus orvsRShiftC_16s(const Vel16s* pSrc, int val, Vel16s* pDst, int
 /* pDst[i] = pSrc[i] >> val: signed 32-bit words. */
 ORV_API VelStatus orvsRShiftC_32s(const Vel32s* pSrc, int val, Vel32s* pDst, int len);
 
-/* The same in place.
+/* Every element shifted by val bits in place.
  *   velStsNullPtrErr   pSrcDst is null
  *   velStsSizeErr      len below 1
  *   velStsShiftErr     val below 0 */
@@ -816,10 +879,10 @@ ORV_API VelStatus orviResizeGetBufSize(VeliRect srcRoi, VeliRect dstRoi, int nCh
 
 /* Scales the region srcRoi of an image into the region dstRoi of another one.
  *
- * pSrc and pDst point to the images' first pixels, not the regions'; steps are in bytes and are not checked, a negative
- * one walks upwards. srcRoi is clipped to the image of srcSize. Nothing outside the clipped region is read, and nothing
- * outside dstRoi is written. pBuffer has the size that orviResizeGetBufSize gives for srcRoi, dstRoi, the channels and
- * interpolation.
+ *   pSrc, pDst   the images' first pixels, not the regions'; of planes, the arrays of their pointers
+ * Steps are in bytes and are not checked, a negative one walks upwards. srcRoi is clipped to the image of srcSize.
+ * Nothing outside the clipped region is read, and nothing outside dstRoi is written. pBuffer has the size that
+ * orviResizeGetBufSize gives for srcRoi, dstRoi, the channels and interpolation.
  *   C1   one channel           C3   three channels          C4   four channels
  *   AC4  four channels, of which the destination's fourth keeps its value
  *   P3, P4  three or four planes of one channel, which share a step on each side
@@ -1234,7 +1297,8 @@ ORV_API VelStatus orviEncodeHuffmanSpecInit_JPEG_8u(const Vel8u* pListBits, cons
 /* Allocates and builds an encoder table. */
 ORV_API VelStatus orviEncodeHuffmanSpecInitAlloc_JPEG_8u(const Vel8u* pListBits, const Vel8u* pListVals,
                                                          VeliEncodeHuffmanSpec** ppEncHuffSpec);
-/* Releases what SpecInitAlloc allocated. */
+/* Releases what SpecInitAlloc allocated.
+ *   velStsNullPtrErr   pEncHuffSpec is null */
 ORV_API VelStatus orviEncodeHuffmanSpecFree_JPEG_8u(VeliEncodeHuffmanSpec* pEncHuffSpec);
 
 /* Allocates and clears a state, and releases one.
@@ -1301,9 +1365,10 @@ ORV_API VelStatus orviDecodeHuffmanStateFree_JPEG_8u(VeliDecodeHuffmanState* pDe
 /* Decodes one block of a baseline scan (ITU-T T.81, F.2.2) to 64 coefficients in natural order.
  * The caller keeps the decoder's state between blocks and clears it at the start of a scan and after each restart
  * marker:
- *   pSrc, pSrcBitsLen        the stream, and where its next byte lies in it, in bits (a multiple of 8)
- *   pPrefetchedBits,         bits that were taken from the stream and not used: the low *pNumValidPrefetchedBits of
- *   pNumValidPrefetchedBits  *pPrefetchedBits, the next one highest
+ *   pSrc                     the stream
+ *   pSrcBitsLen              where its next byte lies in it, in bits (a multiple of 8)
+ *   pPrefetchedBits          bits that were taken from the stream and not used, the next one highest
+ *   pNumValidPrefetchedBits  how many there are: the low ones of *pPrefetchedBits
  *   pLastDC                  the DC of the component's previous block
  *   pMarker                  the code of a marker that the decoder met (0xD9 for FF D9), else 0. While it is positive
  *                            nothing more is read; the byte position is then just after the marker
@@ -1331,8 +1396,8 @@ ORV_API VelStatus orviDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const Vel8u* pSrc, i
 /* The scratch for numBlocks blocks: *pSize bytes at a multiple of *pAlignment. Nothing is checked. */
 ORV_API VelStatus orvizkDCTQuantInv8x8TmpBufferSize(int* pSize, int* pAlignment, int numBlocks);
 
-/* Allocates a decoder table, for orviDecodeHuffmanSpecInit_JPEG_8u to build; allocation and status are
- * orvzkMallocAligned's. */
+/* Allocates a decoder table, for orviDecodeHuffmanSpecInit_JPEG_8u to build, with orvzkMallocAligned.
+ *   velStsErr   malloc gave null; *ppDecHuffSpec is left as it was */
 ORV_API VelStatus orvizkDecodeHuffmanSpecAlloc_JPEG_8u(VeliDecodeHuffmanSpec** ppDecHuffSpec);
 /* Releases such a table; null may be given. */
 ORV_API VelStatus orvizkDecodeHuffmanSpecFree_JPEG_8u(VeliDecodeHuffmanSpec* pDecHuffSpec);

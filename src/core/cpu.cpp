@@ -6,8 +6,9 @@ namespace {
 // A reference that brings the load routines out of an archive: see dispatch.h.
 __attribute__((used)) void (*const kLoadRoutine)(void) = orvInit;
 
-// The enabled features, as the last selection or velSetCpuFeaturesMask left them.
-Vel64u ownFeaturesMask = velCpuidMMX | velCpuidSSE;
+// The enabled features, as the last selection or velSetCpuFeaturesMask left them: the lower and the upper half, because
+// not every processor stores 64 bits in one piece.
+Vel32u ownFeaturesMask[2] = {velCpuidMMX | velCpuidSSE, 0};
 
 // What is found once and remembered. Threads that ask first at the same time all find it, and find the same; none sees
 // that it is there before it sees what it is. Features have no upper half, and 32 bits are stored in one piece anywhere.
@@ -146,12 +147,13 @@ static bool hasAvx2() {
 }
 
 VelStatus velSetCpuFeaturesMask(Vel64u mask) {
-  ownFeaturesMask = mask;
-  ownVariantIndex = (mask & velCpuidAVX) != 0 && hasAvx2();
+  publish(ownFeaturesMask[0], Vel32u(mask));
+  publish(ownFeaturesMask[1], Vel32u(mask >> 32));
+  publish(ownVariantIndex, Vel32s((mask & velCpuidAVX) != 0 && hasAvx2()));
   return velStsNoErr;
 }
-Vel64u velGetEnabledCpuFeatures(void) { return ownFeaturesMask; }
-int ownGetFeature(Vel64u features) { return (ownFeaturesMask & features) == features; }
+Vel64u velGetEnabledCpuFeatures(void) { return Vel64u(seen(ownFeaturesMask[1])) << 32 | seen(ownFeaturesMask[0]); }
+int ownGetFeature(Vel64u features) { return (velGetEnabledCpuFeatures() & features) == features; }
 
 VelStatus velGetMaxCacheSizeB(int* pSizeByte) {
   constexpr VelStatus kNotYet = 1;

@@ -12,13 +12,14 @@ namespace {
 constexpr VelCpuType kAvxCode = velCpuAVX;
 int is_avx_cpu_enabled = 1;
 
-// Volatile, because a compiler that takes the two names for one variable would leave out a store.
-void store(volatile Vel32s& variable, Vel32s value) { variable = value; }
+// Volatile, because a compiler that takes the two names for one variable would leave out a store. In one piece, because
+// threads that select at the same time store the same, and none may see a mixture.
+void store(volatile Vel32s& variable, Vel32s value) { __atomic_store_n(&variable, value, __ATOMIC_RELAXED); }
 
 void choose(int index, int lowPower, Vel64u enabled) {
   store(velJumpIndexForMergedLibs, index);
   store(ownJumpIndex, index);
-  velJumpIndexForMergedLibsLP = lowPower;
+  store(velJumpIndexForMergedLibsLP, lowPower);
   velSetCpuFeaturesMask(enabled);
 }
 

@@ -3,6 +3,7 @@
 import json
 import os
 import re
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -19,14 +20,14 @@ def output(*command):
 
 class Tree:
     """A tree that is configured without the program. `compilers` are flags that stand in the compilers' names, `flags`
-    those of the environment."""
+    those of the environment. The sources are the tree's own or a copy."""
 
-    def __init__(self, *options, compilers="", flags=""):
+    def __init__(self, *options, compilers="", flags="", source=BUILD["source"]):
         self.folder = tempfile.TemporaryDirectory()
         environment = dict(os.environ, CC=f"{BUILD['c_compiler']} {compilers}", CXX=f"{BUILD['compiler'][0]} {compilers}",
                            CFLAGS=flags, CXXFLAGS=flags)
         result = subprocess.run(
-            [BUILD["cmake"], "-G", BUILD["generator"], "-DORV_TOOLS=OFF", *options, "-S", BUILD["source"], "-B", self.at("")],
+            [BUILD["cmake"], "-G", BUILD["generator"], "-DORV_TOOLS=OFF", *options, "-S", source, "-B", self.at("")],
             env=environment, text=True, capture_output=True)
         self.failed, self.said = result.returncode != 0, " ".join((result.stdout + result.stderr).split())
 
@@ -76,6 +77,26 @@ class Build(unittest.TestCase):
                 command, file = tree.compile(f"orv_{target}", source)
                 self.assertEqual(instructions.faults(file, level), [])
                 self.assertEqual(re.findall(r" (-O\S*|-g|-Werror\S*)", command), ["-g", "-Og"])
+
+    def test_same_bytes_in_another_folder(self):
+        # A file of each kind, with debug information, which names folders; scripts/reproduce builds all, both ways.
+        found = set()
+        for name in "a", "another/folder":
+            with tempfile.TemporaryDirectory() as folder:
+                copy = os.path.join(folder, name)
+                for part in "CMakeLists.txt", "cmake", "codec", "include", "src", "tools":
+                    source, target = os.path.join(BUILD["source"], part), os.path.join(copy, part)
+                    os.makedirs(copy, exist_ok=True)
+                    (shutil.copytree if os.path.isdir(source) else shutil.copyfile)(source, target)
+                tree = Tree("-DBUILD_TESTING=OFF", "-DCMAKE_BUILD_TYPE=Release", "-DORV_TOOLS=ON", flags=f"-m{BITS} -g",
+                            source=copy)
+                self.assertFalse(tree.failed, tree.said)
+                data = []
+                for kind, source in ("core", "core/entries.S"), ("w7", "signal/norm.cpp"), ("commands", "tools/orv/paths.cpp"):
+                    with open(tree.compile(f"orv_{kind}", source)[1], "rb") as file:
+                        data.append(file.read())
+                found.add(tuple(data))
+        self.assertEqual(len(found), 1, "the bytes depend on the folder")
 
     def test_refusals_and_remarks(self):
         foreign = Tree(flags=f"-m{BITS} -U__i386__ -U__x86_64__")

@@ -107,6 +107,7 @@ class Box : public OnEveryPath {
     i_malloc = [](size_t size) -> void* {
       ++allocations;
       scratch = std::make_unique<Guarded>(size, Guard::kBehind, 0xFF);
+      markUndefined(scratch->data(), size);
       return scratch->data();
     };
     i_free = [](void* ptr) {

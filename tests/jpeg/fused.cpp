@@ -39,6 +39,7 @@ TEST_P(JpegFused, PlanePathIsSixTransformsAndAConversion) {
 
     // Four bytes of the scratch's memory stay behind it every third time, so that it is aligned to no more than four.
     Guarded tmp(384 + (i % 3 ? 0 : 4), i % 2 ? Guard::kBefore : Guard::kBehind), dst(used, Guard::kBehind, 0x5A);
+    if (status == velStsNoErr) markUndefined(tmp.data(), 384);  // else what is not reached is compared, too
     ASSERT_EQ(orvizkDCTQuantInv8x8LS_JPEG_16s8u_YUV420ToRGB_8u_P3C3R(src.as<Vel16s>(), tmp.data(), quant, dst.data(),
                                                                      step, size),
               status);

@@ -21,6 +21,8 @@ library=$(dirname "$(find "$work/second" -name libOrv.so)")
 [ "$(readlink "$library/libOrv.so")" = libOrv.so.6 ] || fail "libOrv.so leads elsewhere"
 [ "$(readlink "$library/libOrv.so.6")" = "libOrv.so.$version" ] || fail "libOrv.so.6 leads elsewhere"
 cmp "$header" "$(dirname "$0")/../../include/orv.h"
+cmp "$work/second/share/doc/libOrv/LICENSE" "$(dirname "$0")/../../LICENSE"
+grep -q "\"libOrv $version\"" "$work/second/share/man/man3/libOrv.3" || fail "libOrv.3 is of another version"
 
 # The program looks for the library in its own place only.
 program_copy=$work/second/bin/orv
@@ -31,6 +33,9 @@ if [ -e "$program_copy" ]; then
   for element in $(echo "$path" | tr : ' '); do
     case $element in /* | \$ORIGIN | \$ORIGIN/*) ;; *) fail "the program looks for libraries in: $path" ;; esac
   done
+  [ "$("$program_copy" --version)" = "orv $version" ] || fail "the program is of another version"
+  grep -q "\"libOrv $version\"" "$work/second/share/man/man1/orv.1" || fail "orv.1 is of another version"
+  [ -e "$work/second/share/bash-completion/completions/orv" ] || fail "bash completes nothing"
   (cd / && "$program_copy" info >"$work/info") || fail "the installed program does not run"
 fi
 

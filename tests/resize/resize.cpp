@@ -88,6 +88,7 @@ class Call {
     // What a call must not compute from: as floats quiet NaNs, signalling ones, and numbers whose sums overflow.
     constexpr Vel32u kRubbish[] = {0xFFFFFFFF, 0x7FA07FA0, 0x7F7F7F7F};
     for (int i = 0; i + 4 <= size; i += 4) memcpy(buffer + i, &kRubbish[shift % 3], 4);
+    markUndefined(buffer, size_t(size));
     feclearexcept(FE_ALL_EXCEPT);
     status = l.call(src.top, src.step[0], dst.top, dst.step[0], g, buffer);
     const int raised = fetestexcept(FE_INVALID | FE_OVERFLOW | FE_DIVBYZERO);

@@ -6,6 +6,16 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#if __has_include(<valgrind/memcheck.h>)
+#include <valgrind/memcheck.h>
+#endif
+
+// Tells memcheck, where the program runs under it, that nobody may compute from what is there until it is written.
+inline void markUndefined([[maybe_unused]] void* memory, [[maybe_unused]] size_t size) {
+#ifdef VALGRIND_MAKE_MEM_UNDEFINED
+  (void)VALGRIND_MAKE_MEM_UNDEFINED(memory, size);
+#endif
+}
 
 // Which end of the buffer touches a page that cannot be accessed.
 enum class Guard { kBefore, kBehind };
