@@ -27,6 +27,7 @@ _orv_options() {
     resize) words='--method --no-antialias --antialias --quality --strict --path --time --repeat' ;;
     sheet) words='--strict --path' ;;
     thumb) words='--size --quality --strict --path' ;;
+    verify) words='--path --quick --primitives --table' ;;
   esac
   words+=' --help'
 }
@@ -34,7 +35,7 @@ _orv_options() {
 _orv() {
   local current=${COMP_WORDS[COMP_CWORD]} words
   if [ "$COMP_CWORD" = 1 ]; then
-    words='info decode encode compare convert filter swap resize sheet thumb --help --version'
+    words='info decode encode compare convert filter swap resize sheet thumb verify --help --version'
   elif _orv_values "${COMP_WORDS[COMP_CWORD - 1]}"; then
     compopt +o default 2>/dev/null  # no file
   else
