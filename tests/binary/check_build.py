@@ -84,7 +84,7 @@ class Build(unittest.TestCase):
         for name in "a", "another/folder":
             with tempfile.TemporaryDirectory() as folder:
                 copy = os.path.join(folder, name)
-                for part in "CMakeLists.txt", "cmake", "codec", "include", "src", "tools":
+                for part in "CMakeLists.txt", "cmake", "codec", "docs", "include", "src", "tools":
                     source, target = os.path.join(BUILD["source"], part), os.path.join(copy, part)
                     os.makedirs(copy, exist_ok=True)
                     (shutil.copytree if os.path.isdir(source) else shutil.copyfile)(source, target)
