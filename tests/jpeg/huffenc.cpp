@@ -161,7 +161,7 @@ TEST_P(JpegEncode, FindsTheBestCode) {
     std::vector<int> counts = round < 3 ? chainOf(30 + round) : std::vector<int>(256);
     const int used = round < 4 ? round / 3 : 1 + int(random() % 256);
     for (int i = 0; i < used; ++i) counts[random() % 256] = round % 3 ? 1 + int(random() % 1000) : 1 << (random() % 21);
-    Bytes bits(16, 0xCC), values(256, 0xCC);
+    const Guarded bits(16, Guard::kBehind), values(256, Guard::kBehind, 0xCC);
     ASSERT_EQ(orviEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), bits.data(), values.data()), 0);
     const auto lengths = lengthsOf(counts);
     std::array<int, 33> perLength{};
