@@ -81,14 +81,16 @@ void convertEverySize(const Form (&forms)[n], std::mt19937& random, const Expect
         }
 }
 
-// Converts pictures that are stored past the caches: rows that begin anywhere, at even addresses, and at words of which
-// whole pairs do not reach a cache line.
+// Converts pictures that exceed the caches. They go past these only where rows begin at even addresses, those of words at
+// multiples of four: so do all rows of the first picture, and of one of the others, whose rows end within a pair.
 template <size_t n, class Expect>
 void convertPastCaches(const Form (&forms)[n], std::mt19937& random, const Expect& expect) {
   for (const Form& form : forms)
     for (const int pad : {0, 1, 2}) {
-      if (form.dst != Format::kC3 && form.dst != Format::kWords) continue;
-      Picture picture(form, sizeBeyondCaches(form.dst == Format::kC3 ? 3 : 2), {form.hasSteps ? pad : 0}, random);
+      if (form.dst != Format::kC3 && form.dst != Format::kWords && form.dst != Format::kAC4) continue;
+      VeliSize size = sizeBeyondCaches(form.dst == Format::kC3 ? 3 : form.dst == Format::kWords ? 2 : 4);
+      size.width += pad == 0;
+      Picture picture(form, size, {form.hasSteps ? pad : 0, false, pad ? Guard::kBefore : Guard::kBehind}, random);
       expect(picture);
       ASSERT_NO_FATAL_FAILURE(picture.expectConverted()) << form.name << ", padding " << pad;
     }
