@@ -68,6 +68,7 @@ struct WeightsAfterGroups {
   static constexpr bool kRounded = false;
   static constexpr int kA = 43, kB = 22, kD = 3, kLumaWithV = -65618;
 };
+constexpr int kHalf = fixedPoint(0.5, 16);
 constexpr bool isWord(int x) { return x == Vel16s(x); }
 constexpr int magnitude(int x) { return x < 0 ? -x : x; }
 
@@ -100,7 +101,7 @@ template <class W, class V> class Exact {
     return weigh(pairs, first, second);
   }
   static ORV_INLINE Dwords8<V> rounded(const Dwords8<V>& channel) {
-    return W::kRounded ? add32(channel, fixedPoint(0.5, 16)) : channel;
+    return W::kRounded ? add32(channel, kHalf) : channel;
   }
   Dwords8<V> withV, withU;
 };
@@ -137,7 +138,7 @@ template <bool kRound, class V> class Exact<Weights<kRound>, V> {
       return sub16(mulAddPairs8(q, allQuads8<V>(kY, kV, kU, kV2)), allPairs16<V>(16 * kY + 128 * kV, 128 * (kU + kV2)));
     });
     const Dwords8<V> channel = weigh(centred, first, second);
-    return kRound ? add32(channel, fixedPoint(0.5, 16)) : channel;
+    return kRound ? add32(channel, kHalf) : channel;
   }
   Dwords8<V> quads;
 };
