@@ -1,5 +1,6 @@
 // Beside what a user would pick instead: bench_peers [Google Benchmark's options] PHOTO. The environment says which code
-// path of ours is forced (BENCH_PATH, by its name) and what the others are held at (BENCH_PEERS: sse41 or avx2).
+// path of ours is forced (BENCH_PATH, by its name, or "each" for all, under their names) and what the others are held at
+// (BENCH_PEERS: sse41 or avx2).
 #include "peers.h"
 #include <algorithm>
 #include <cmath>
@@ -113,9 +114,10 @@ void requireSameResult(const Row& row, const Call& ours, const Peer& peer) {
     throw std::runtime_error(row.name + ": " + peer.name + " gives another result, by " + std::to_string(mean));
 }
 
-template <class Function>
-void add(const Set& set, const Row& row, const std::string& who, const std::string& note, const Function& work) {
+template <class Function> void add(const Set& set, const Row& row, const std::string& who, const std::string& note,
+                                   const Function& work, const CodePath* path = nullptr) {
   benchmark::RegisterBenchmark((row.name + '/' + who + '/' + set.name).c_str(), [=](benchmark::State& state) {
+    if (path) forcePath(*path);
     Copies copies(set, row);
     for (auto _ : state) copies.call(work);
     state.SetItemsProcessed(int64_t(double(state.iterations()) * row.count));
@@ -132,9 +134,15 @@ Instructions allowed() {
 
 void compare(const Set& set, const Row& row, const Call& ours, const std::vector<Peer>& peers) {
   if (std::none_of(peers.begin(), peers.end(), [](const Peer& peer) { return bool(peer.call); })) return;
-  add(set, row, "libOrv", "", [=](Vel8u* src, Vel8u* dst) {
+  const auto work = [=](Vel8u* src, Vel8u* dst) {
     if (ours(src, dst) < velStsNoErr) throw std::runtime_error(row.name + ": a primitive failed");
-  });
+  };
+  if (setting("BENCH_PATH") == "each") {
+    for (const CodePath& path : kCodePaths)
+      if (processorHas(path)) add(set, row, path.name, "", work, &path);
+    return;
+  }
+  add(set, row, "libOrv", "", work);
   for (const Peer& peer : peers) {
     if (!peer.call) continue;
     add(set, row, peer.name, peer.note, peer.call);

@@ -103,13 +103,15 @@ class Measurement:
         return results
 
     def compare(self, mode, sizes):
+        results = {size: self.families(size, mode.environment) for size in sizes}
+        return {**results, "small": {**self.photo_rows(mode), **results["small"]}}
+
+    def families(self, size, environment):
         """Family by family, so that what is compared is measured within seconds."""
-        results = {size: {} for size in sizes}
-        results["small"] = self.photo_rows(mode)
+        found = {}
         for family in FAMILIES[1:]:
-            for size in sizes:
-                results[size].update(self.rows(f"^{family}/.*/{size}$", mode.environment)[size])
-        return results
+            found.update(self.rows(f"^{family}/.*/{size}$", environment)[size])
+        return found
 
 
 # ---- The document
@@ -280,6 +282,7 @@ def chart_families(pyplot, folder, results):
         named.add(peer)
     families = [family for family, _, _ in bars]
     axes.set_yticks(range(len(bars)), [family if family not in families[:i] else "" for i, family in enumerate(families)])
+    axes.tick_params(axis="y", length=0)
     axes.invert_yaxis()
     axes.set_xscale("log", base=2)
     low, high = min(value for _, _, value in bars), max(value for _, _, value in bars)
@@ -313,13 +316,11 @@ def chart_sizes(pyplot, folder, results):
 
 def chart_paths(pyplot, folder, results):
     _, axes = pyplot.subplots(figsize=(7.5, 4))
-    paths = [path for path in PATHS if path in results]
     colours = ("#4a8fd0", "#c2703d", "#9a6fc4", "#3f9d6b", "#b0903a", "#c05a7d", "#5aa5a8", "#808080")
     for family, colour in zip(FAMILIES[1:], colours):
-        rows = [row for row in results["w7"] if row.startswith(family)]
-        speeds = [mean([median(results["w7"][row]["libOrv"]) / median(results[path][row]["libOrv"]) for row in rows])
-                  for path in paths]
-        axes.plot(paths, speeds, color=colour, marker="o", markersize=4, label=family)
+        rows = [times for row, times in results.items() if row.startswith(family)]
+        speeds = [mean([median(times["w7"]) / median(times[path]) for times in rows]) for path in PATHS]
+        axes.plot(PATHS, speeds, color=colour, marker="o", markersize=4, label=family)
     axes.set_ylabel("speed, path w7 = 1")
     axes.set_ylim(bottom=0)
     axes.grid(axis="y")
@@ -358,8 +359,7 @@ def measure_all(wide, narrow):
     small = {name: narrow.compare(mode, ["small"]) for name, mode in MODES.items()}
     rows = "|".join(SIZE_ROWS).replace("+", "[+]")
     sizes = wide.rows(f"^({rows})/.* MP$", {})
-    paths = {path: wide.rows("/libOrv/small$", {"BENCH_PATH": path})["small"] for path in PATHS}
-    return modes, small, sizes, paths
+    return modes, small, sizes, wide.families("small", {"BENCH_PATH": "each"})
 
 
 def write(root, wide, narrow):
