@@ -25,13 +25,20 @@ struct Rows {
   std::vector<JSAMPROW> rows;
 };
 
+// What is between two steps, aligned to a cache line.
+Vel8u* scratch(size_t bytes) {
+  constexpr size_t kLine = 64;
+  static Bytes memory;
+  memory.resize(std::max(memory.size(), bytes + kLine));
+  return memory.data() + (kLine - uintptr_t(memory.data()) % kLine) % kLine;
+}
+
 // Two rows of pixels to luma and to chroma of full width, which is then halved.
 void turboTo420(Vel8u* rgb, const Planes<Vel8u>& to, VeliSize size) {
   static Rows in, y, wide[2];
-  static Bytes chroma;
   const int w = size.width;
-  chroma.resize(size_t(w) * 4);
-  JSAMPARRAY out[3] = {nullptr, wide[0](chroma.data(), w, 2), wide[1](chroma.data() + 2 * w, w, 2)};
+  Vel8u* const chroma = scratch(size_t(w) * 4);
+  JSAMPARRAY out[3] = {nullptr, wide[0](chroma, w, 2), wide[1](chroma + 2 * w, w, 2)};
   JSAMPARRAY rows = in(rgb, w * 3, size.height), luma = y(to[0], w, size.height);
   for (int row = 0; row < size.height; row += 2) {
     out[0] = luma + row;
@@ -64,12 +71,11 @@ void turboFrom444(const Planes<Vel8u>& from, Vel8u* rgb, VeliSize size) {
 // What libyuv takes two steps for, in strips of rows that stay in the caches.
 template <class First, class Second> void inStrips(VeliSize size, const First& first, const Second& second) {
   constexpr int kRows = 8;
-  static Bytes argb;
-  argb.resize(size_t(size.width) * 4 * kRows);
+  Vel8u* const argb = scratch(size_t(size.width) * 4 * kRows);
   for (int y = 0; y < size.height; y += kRows) {
     const int rows = std::min(kRows, size.height - y);
-    first(y, argb.data(), rows);
-    second(argb.data(), y, rows);
+    first(y, argb, rows);
+    second(argb, y, rows);
   }
 }
 void yuvToYuyv(const Vel8u* rgb, Vel8u* yuyv, VeliSize size) {

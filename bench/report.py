@@ -33,6 +33,7 @@ SIZE_ROWS = {"colour/4:2:0 to RGB": "libyuv", "moving/RGB to BGR": "libyuv", "re
              "resizing/cubic up, C1": "zimg"}
 SIZES = (1, 4, 16, 64)
 PATHS = ("w7", "v8", "s8", "p8", "g9_avx", "g9")
+ROUGH = 10  # per cent of spread
 PEERS = {"libjpeg-turbo": "#c2703d", "libyuv": "#4a8fd0", "OpenCV": "#9a6fc4", "zimg": "#3f9d6b", "memcpy": "#909090"}
 
 # Nanoseconds per unit in each repetition.
@@ -133,18 +134,23 @@ def figure(number):
     return f"{number:.2f}" if number < 100 else f"{number:.0f}"
 
 
-def ratio_cell(value):
-    return "" if value is None else f"**{value:.2f}**" if loses(value) else f"{value:.2f}"
+def ratio(libraries, peer):
+    return median(libraries[peer]) / median(libraries["libOrv"])
 
 
-def ratio(results, size, row, peer):
-    found = results.get(size, {}).get(row, {})
-    return median(found[peer]) / median(found["libOrv"]) if peer in found else None
+def ratio_cell(results, row, peer):
+    libraries = results.get(row, {})
+    if peer not in libraries:
+        return ""
+    value, rough = ratio(libraries, peer), spread(libraries["libOrv"], libraries[peer]) > ROUGH
+    text = f"{'~' if rough else ''}{value:.2f}"
+    return f"**{text}**" if loses(value) else text
 
 
 def family_table(family, modes):
     widest, rows, unit = modes["widest"], [], None
-    has_large = "large" in widest
+    others = {"in memory": widest["large"]} if "large" in widest else {}
+    others.update((MODES[mode].heading, modes[mode]["small"]) for mode in list(modes)[1:])
     for row, libraries in widest["small"].items():
         if row.partition("/")[0] != family:
             continue
@@ -153,26 +159,23 @@ def family_table(family, modes):
         for peer, sample in libraries.items():
             if peer == "libOrv":
                 continue
-            others = [ratio(widest, "large", row, peer)] if has_large else []
-            others += [ratio(modes[mode], "small", row, peer) for mode in list(modes)[1:]]
             rows.append([row.partition("/")[2], peer, figure(median(ours)), figure(median(sample)),
-                         ratio_cell(ratio(widest, "small", row, peer)), f"{spread(ours, sample):.0f} %",
-                         *map(ratio_cell, others), sample.note])
-    heading = ["", "beside", f"libOrv, ns per {unit}", "the other", "ratio", "spread", *(["in memory"] if has_large else []),
-               *(MODES[mode].heading for mode in list(modes)[1:]), "how its work differs"]
+                         ratio_cell(widest["small"], row, peer), f"{spread(ours, sample):.0f} %",
+                         *(ratio_cell(results, row, peer) for results in others.values()), sample.note])
+    heading = ["", "beside", f"libOrv, ns per {unit}", "the other", "ratio", "spread", *others, "how its work differs"]
     return table(heading, *rows) if rows else ""
 
 
-def ratios_of(results, size):
+def ratios_of(results):
     """(family, row, peer, ratio) of all that is compared."""
-    return [(row.partition("/")[0], row.partition("/")[2], peer, ratio(results, size, row, peer))
-            for row, libraries in results.get(size, {}).items() for peer in libraries if peer != "libOrv"]
+    return [(row.partition("/")[0], row.partition("/")[2], peer, ratio(libraries, peer))
+            for row, libraries in results.items() for peer in libraries if peer != "libOrv"]
 
 
 def summary(modes):
     text = ""
     for size, where in (("small", ""), ("large", " in memory")):
-        found = ratios_of(modes["widest"], size)
+        found = ratios_of(modes["widest"].get(size, {}))
         slower = sorted((r, f"{family}, {row} ({peer} {r:.2f})") for family, row, peer, r in found if loses(r))
         if found:
             text += f"Of {len(found)} comparisons{where} libOrv wins or draws {len(found) - len(slower)}. "
@@ -213,11 +216,11 @@ and its charts are written by `scripts/bench --report`, which brings the other l
 - **Ratio**: the other library's time over libOrv's; above 1 libOrv is the faster. Each library uses the widest instructions
   that it has for this processor. Where libOrv loses it is **bold**.
 - **Spread**: half the distance between the quartiles of the repetitions, in per cent of the median; the larger of the two
-  libraries'.
+  libraries'. Ratios in all columns have a ~ where it is more than {ROUGH} %.
 - **In memory**: the ratio where every call finds its data outside the caches, with pictures of 3264x2448. All other columns
   are for pictures of 320x240, which the caches hold, or for {photo}.
-- **At AVX2, at SSE4.1**: the ratio where neither library may use more. At SSE4.1 libOrv is on path p8; libjpeg-turbo, which has
-  nothing between, uses SSE2.
+- **At AVX2, at SSE4.1**: the ratio where neither library may use more. At SSE4.1 libOrv is on path p8; libjpeg-turbo, which
+  has nothing between, uses SSE2.
 - Where no difference is named, the results have been compared before times were taken.
 
 """
@@ -269,7 +272,7 @@ def plain_numbers(axis, ticks):
 
 def chart_families(pyplot, folder, results):
     groups = collections.defaultdict(list)
-    for family, _, peer, value in ratios_of(results, "small"):
+    for family, _, peer, value in ratios_of(results["small"]):
         if peer != "memcpy":
             groups[family, peer].append(value)
     bars = [(family, peer, mean(groups[family, peer])) for family in FAMILIES for peer in PEERS if (family, peer) in groups]
@@ -371,10 +374,9 @@ def write(root, wide, narrow):
     chart_families(pyplot, charts, modes["widest"])
     chart_sizes(pyplot, charts, sizes)
     chart_paths(pyplot, charts, paths)
-    worst = max(spread(sample) for size in sizes.values() for libraries in size.values() for sample in libraries.values())
-    mentioned = f"""Each call finds its data outside the caches. Reductions and enlargements are by 1.7. The largest spread of these rows is
-{worst:.0f} %.
-"""
+    worst = max(spread(*libraries.values()) for size in sizes.values() for libraries in size.values())
+    mentioned = paragraph("Each call finds its data outside the caches. Reductions and enlargements are by 1.7. The largest "
+                          f"spread of these rows is {worst:.0f} %.")
     photo = os.path.relpath(wide.photo, os.path.join(root, "docs"))
     photo = f"[the photo]({photo})" if photo == "../examples/photo.jpg" else f"`{os.path.basename(photo)}`"
     text = document([("64-bit", modes), ("32-bit", small)], mentioned, photo, facts_of(root, wide, load))
