@@ -374,6 +374,7 @@ def measure_all(wide, narrow):
 def write(root, wide, narrow):
     load = os.getloadavg()
     modes, small, sizes, paths = measure_all(wide, narrow)
+    facts = facts_of(root, wide, load)  # before anything is written
     charts = os.path.join(root, "docs", "charts")
     os.makedirs(charts, exist_ok=True)
     pyplot = plotting()
@@ -385,7 +386,7 @@ def write(root, wide, narrow):
                           f"spread of these rows is {worst:.0f} %.")
     photo = os.path.relpath(wide.photo, os.path.join(root, "docs"))
     photo = f"[the photo]({photo})" if photo == "../examples/photo.jpg" else f"`{os.path.basename(photo)}`"
-    text = document([("64-bit", modes), ("32-bit", small)], mentioned, photo, facts_of(root, wide, load))
+    text = document([("64-bit", modes), ("32-bit", small)], mentioned, photo, facts)
     path = os.path.join(root, "docs", "performance.md")
     with open(path, "w", encoding="utf-8") as page:
         page.write(text)
