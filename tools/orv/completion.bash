@@ -16,18 +16,18 @@ _orv_values() {
 
 # Sets `words` to the options of a command.
 _orv_options() {
-  local reads='--strict --path' writes='--quality --sampling'
+  local reads='--as-stored --strict --path' writes='--quality --sampling' keeps='--strip'
   case $1 in
     info) words= ;;
     decode) words="$reads --fused --max-pixels --time --repeat" ;;
-    encode) words="$reads $writes --optimize --restart --time --repeat" ;;
+    encode) words="$reads $writes $keeps --optimize --restart --time --repeat" ;;
     compare) words="$reads --psnr" ;;
     convert) words="$reads $writes --to --from --size" ;;
-    filter) words="$reads $writes --box" ;;
-    swap) words="$reads $writes --order" ;;
-    resize) words="$reads $writes --method --no-antialias --antialias --time --repeat" ;;
-    sheet) words="$reads $writes" ;;
-    thumb) words="$reads $writes --size" ;;
+    filter) words="$reads $writes $keeps --box" ;;
+    swap) words="$reads $writes $keeps --order" ;;
+    resize) words="$reads $writes $keeps --method --no-antialias --antialias --time --repeat" ;;
+    sheet) words="$reads $writes $keeps" ;;
+    thumb) words="$reads $writes $keeps --size" ;;
     verify) words='--path --quick --primitives --table' ;;
   esac
   words+=' --help'

@@ -52,8 +52,17 @@ Arguments parse(int argc, char** argv) {
 
 jpeg::Damage decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) {
   jpeg::Decoder decoder(data.data(), data.size(), a.shared.reading);
-  PpmFile file(a.out, decoder.width(), decoder.height(), decoder.channels());
-  decoder.decode(file);
+  const Orientation orientation(a.shared.reading.asStored ? 1
+                                                          : jpeg::readMetadata(data.data(), data.size()).orientation);
+  const VeliSize size = orientation.other({decoder.width(), decoder.height()});
+  PpmFile file(a.out, size.width, size.height, decoder.channels());
+  if (orientation.isUpright()) {
+    decoder.decode(file);
+  } else {  // its first row may come last
+    Picture picture = {};
+    decodeUpright(decoder, orientation, &picture);
+    file.write(picture.samples.data(), picture.height);
+  }
   file.commit();
   return decoder.damage();
 }

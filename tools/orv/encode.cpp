@@ -15,7 +15,8 @@ constexpr char kHelp[] =
     "\n"
     "Encodes a binary PPM or PGM file of 8 bits a sample, or another JPEG anew, as a\n"
     "baseline JPEG (JFIF). Grey pictures give a grey JPEG whatever the sampling. OUT ends\n"
-    "in .jpg, .jpeg or nothing.\n"
+    "in .jpg, .jpeg or nothing. Another JPEG's colour profile and density are kept, and\n"
+    "nothing else that is noted beside the picture.\n"
     "\n"
     "  --quality N     1 to 100 (default 85): scales the usual quantisation tables\n"
     "  --sampling S    444, 422, 420 (default) or grey: one chroma sample for each pixel,\n"
@@ -25,7 +26,7 @@ constexpr char kHelp[] =
     "                  and up to 6 bytes of memory a pixel\n"
     "  --restart N     a restart marker every N MCUs (1 to 65535)\n"
     "  --time          print the median time of encoding in memory\n"
-    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_READS ORV_HELP_ALL;
+    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL;
 
 struct Arguments {
   std::string in, out;  // out may be empty when time is to be taken
@@ -34,7 +35,7 @@ struct Arguments {
 
 Arguments parse(int argc, char** argv) {
   Arguments a;
-  readOptions(argc, argv, kReads | kWrites | kTimes,
+  readOptions(argc, argv, kReads | kWrites | kKeeps | kTimes,
               {{"optimize", no_argument, nullptr, 'o'}, {"restart", required_argument, nullptr, 'i'}}, &a.shared,
               [&](int c) {
                 if (c == 'o')
@@ -56,7 +57,7 @@ Arguments parse(int argc, char** argv) {
 // These give whether the picture was whole.
 bool encodeToFile(const Arguments& a) {
   PictureReader picture(a.in, a.shared.reading);
-  jpeg::Encoder encoder(picture.width(), picture.height(), picture.channels(), a.shared.jpeg);
+  jpeg::Encoder encoder(picture.width(), picture.height(), picture.channels(), picture.withMetadata(a.shared.jpeg));
   JpegFile file(a.out);
   encoder.encode(picture, file);
   file.commit();

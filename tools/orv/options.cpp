@@ -37,7 +37,7 @@ VeliSize optionSize(const std::string& option, const std::string& text, uint64_t
 namespace {
 
 // Above all letters, which are commands' own options.
-enum Shared { kPath = 256, kStrict, kQuality, kSampling, kTime, kRepeat };
+enum Shared { kPath = 256, kStrict, kAsStored, kStrip, kQuality, kSampling, kTime, kRepeat };
 
 jpeg::Sampling samplingOf(const std::string& name) {
   if (name == "444") return jpeg::Sampling::k444;
@@ -53,7 +53,8 @@ std::vector<option> withShared(unsigned shared, std::initializer_list<option> ow
     if (wanted) all.insert(all.end(), more);
   };
   add(true, {{"help", no_argument, nullptr, 'h'}, {"path", required_argument, nullptr, kPath}});
-  add(shared & kReads, {{"strict", no_argument, nullptr, kStrict}});
+  add(shared & kReads, {{"strict", no_argument, nullptr, kStrict}, {"as-stored", no_argument, nullptr, kAsStored}});
+  add(shared & kKeeps, {{"strip", no_argument, nullptr, kStrip}});
   add(shared & kWrites,
       {{"quality", required_argument, nullptr, kQuality}, {"sampling", required_argument, nullptr, kSampling}});
   add(shared & kTimes, {{"time", no_argument, nullptr, kTime}, {"repeat", required_argument, nullptr, kRepeat}});
@@ -71,6 +72,8 @@ void readOptions(int argc, char** argv, unsigned shared, std::initializer_list<o
       case 'h': to->help = true; return;
       case kPath: selectPath(optarg); break;
       case kStrict: to->reading.strict = true; break;
+      case kAsStored: to->reading.asStored = true; break;
+      case kStrip: to->reading.strip = true; break;
       case kQuality: to->jpeg.quality = int(optionNumber("--quality", optarg, 100)); break;
       case kSampling: to->jpeg.sampling = samplingOf(optarg); break;
       case kRepeat: to->repeat = int(optionNumber("--repeat", optarg, 1000000)); [[fallthrough]];

@@ -5,9 +5,8 @@
 #include <functional>
 #include <initializer_list>
 #include <string>
-#include "codec/decoder.h"
-#include "codec/encoder.h"
 #include "orv.h"
+#include "picture_file.h"
 
 // What getopt_long stopped at, with opterr = 0 and a leading ':' in the short options: '?' or ':'.
 [[noreturn]] void refuseOption(int result, char** argv);
@@ -20,12 +19,12 @@ VeliSize optionSize(const std::string& option, const std::string& text, uint64_t
 // ---- Options that commands share
 
 // All commands that readOptions() serves have --help and --path. kReads: of pictures; kWrites: of JPEG files that come
-// out; kTimes: work in memory can be timed.
-enum : unsigned { kReads = 1, kWrites = 2, kTimes = 4 };
+// out; kKeeps: what they keep of one that is read; kTimes: work in memory can be timed.
+enum : unsigned { kReads = 1, kWrites = 2, kKeeps = 4, kTimes = 8 };
 
 struct SharedOptions {
   bool help = false;  // nothing after it has been read
-  jpeg::Options reading;
+  Reading reading;
   jpeg::EncoderOptions jpeg;
   bool time = false;
   int repeat = 11;  // runs that are timed
@@ -37,7 +36,11 @@ void readOptions(int argc, char** argv, unsigned shared, std::initializer_list<o
                  const std::function<void(int)>& read);
 
 // What the commands' help says of them.
-#define ORV_HELP_READS "  --strict        refuse a JPEG that is cut short or damaged\n"
+#define ORV_HELP_READS                                                                     \
+  "  --as-stored     leave a JPEG as it is stored, whatever its EXIF says of which side\n" \
+  "                  is up\n"                                                              \
+  "  --strict        refuse a JPEG that is cut short or damaged\n"
+#define ORV_HELP_KEEPS "  --strip         keep no colour profile or density of a JPEG\n"
 #define ORV_HELP_WRITES                                                                    \
   "  --quality N     of a JPEG, 1 to 100 (default 85): scales the usual quantisation\n"    \
   "                  tables\n"                                                             \

@@ -16,8 +16,9 @@ constexpr char kHelp[] =
     "usage: orv resize [OPTION]... IN OUT SIZE\n"
     "\n"
     "Resizes a picture. IN is a JPEG or a binary PPM or PGM file; OUT is one of these, as\n"
-    "its name says (.jpg, .jpeg, .ppm, .pgm, .pnm). Grey stays grey. What a camera notes\n"
-    "beside the picture, such as which side is up, is not kept.\n"
+    "its name says (.jpg, .jpeg, .ppm, .pgm, .pnm). Grey stays grey. From JPEG to JPEG the\n"
+    "colour profile and the density are kept, and nothing else that is noted beside the\n"
+    "picture.\n"
     "\n"
     "SIZE is one of\n"
     "  640x480      so many pixels, whatever becomes of the proportions\n"
@@ -33,7 +34,7 @@ constexpr char kHelp[] =
     "  --antialias     the contrary, and what is done without either\n"
     "  --time          print the median time of resizing in memory, and the pixels that it\n"
     "                  makes in a second\n"
-    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_WRITES ORV_HELP_READS ORV_HELP_ALL;
+    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_WRITES ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL;
 
 const ResizeMethod& method(const std::string& name) {
   std::string names;
@@ -87,7 +88,7 @@ struct Arguments {
 
 Arguments parse(int argc, char** argv) {
   Arguments a;
-  readOptions(argc, argv, kReads | kWrites | kTimes,
+  readOptions(argc, argv, kReads | kWrites | kKeeps | kTimes,
               {{"method", required_argument, nullptr, 'm'},
                {"antialias", no_argument, nullptr, 'a'},
                {"no-antialias", no_argument, nullptr, 'n'}},
@@ -121,9 +122,12 @@ bool resize(const Arguments& a) {
   const int interpolation = a.method->code | (antialias ? velFlagAntialiasing : 0);
   if (interpolation == velInterSuper && (to.width > from.width || to.height > from.height))
     fail("the method super only reduces");
-  PictureFile file(a.out, to.width, to.height, reader.channels(), a.shared.jpeg);
-  const Picture picture = reader.picture();
-  const auto work = [&] { return resized(picture, to, interpolation); };
+  PictureFile file(a.out, to.width, to.height, reader.channels(), reader.withMetadata(a.shared.jpeg));
+  // What has fewer pixels is made upright.
+  const bool first = double(to.width) * to.height > double(from.width) * from.height;
+  const Picture picture = first ? reader.picture() : reader.storedPicture();
+  const Orientation orientation = first ? Orientation(1) : reader.orientation();
+  const auto work = [&] { return orientation.upright(resized(picture, orientation.other(to), interpolation)); };
   file.write(work());
   if (a.shared.time)
     printMedianTime(a.shared.repeat, [&] {

@@ -16,8 +16,8 @@ constexpr char kHelp[] =
     "is one of these, as its name says (.jpg, .jpeg, .ppm, .pnm).\n"
     "\n"
     "  --order ORDER   what the red, green and blue of OUT are taken from, a letter each:\n"
-    "                  bgr exchanges red and blue, ggg shows green in grey\n" ORV_HELP_WRITES ORV_HELP_READS
-        ORV_HELP_ALL;
+    "                  bgr exchanges red and blue, ggg shows green in grey\n" ORV_HELP_WRITES ORV_HELP_KEEPS
+        ORV_HELP_READS ORV_HELP_ALL;
 
 struct Order {
   int channels[3];
@@ -37,7 +37,7 @@ int runSwap(int argc, char** argv) {
   Order order = {};
   bool ordered = false;
   SharedOptions shared;
-  readOptions(argc, argv, kReads | kWrites, {{"order", required_argument, nullptr, 'o'}}, &shared,
+  readOptions(argc, argv, kReads | kWrites | kKeeps, {{"order", required_argument, nullptr, 'o'}}, &shared,
               [&](int) { order = orderOf(optarg), ordered = true; });
   if (shared.help) return fputs(kHelp, stdout), kDone;
   if (argc - optind != 2 || !ordered) throw UsageError("swap takes --order ORDER, IN and OUT (see orv swap --help)");
@@ -47,7 +47,8 @@ int runSwap(int argc, char** argv) {
   workOn(argv[optind], [&] {
     PictureReader reader(argv[optind], shared.reading);
     if (reader.channels() != 3) throw FileError(argv[optind], "a grey picture; swap takes colours");
-    PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels(), shared.jpeg);
+    PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels(),
+                     reader.withMetadata(shared.jpeg));
     Picture picture = reader.picture();
     must(orviSwapChannels_8u_C3IR(picture.samples.data(), int(picture.step()), {picture.width, picture.height},
                                   order.channels));
