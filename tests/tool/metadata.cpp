@@ -166,7 +166,9 @@ TEST_F(Metadata, EveryCommandTakesPicturesUpright) {
     write("stored.ppm", stored), write("a.ppm", expected);
     for (const std::string command :
          {"filter --box 5x3 IN out.ppm", "swap --order gbr IN out.ppm", "convert --to yuv422 IN out",
-          "sheet IN out.ppm", "resize IN out.ppm 180x121", "encode --optimize IN out.jpg"}) {
+          "sheet IN out.ppm", "resize IN out.ppm 180x121", "encode --optimize IN out.jpg",
+          "resize --crop 31x50+7+9 IN out.ppm", "resize --crop 31x50+7+9 IN out.ppm 200%",
+          "resize --method super --crop 30x40+7+9 IN out.ppm 15x20"}) {
       const size_t in = command.find("IN"), end = command.find(' ', in + 3);
       const std::string out = command.substr(in + 3, end - in - 3), rest = command.substr(in + 2);
       const auto from = [&](const std::string& name) { return made(command.substr(0, in) + name + rest, out); };

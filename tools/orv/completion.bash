@@ -9,7 +9,7 @@ _orv_values() {
     --from) words='yuv420 yuv422 yuyv ycbcr ycbcrp' ;;
     --to) words='yuv420 yuv422 yuyv ycbcr ycbcrp rgb565 rgb555 rgb444 bgr565 bgr555 bgr444' ;;
     --order) words='bgr ggg' ;;
-    --box | --max-pixels | --psnr | --quality | --repeat | --restart | --size) words= ;;
+    --box | --crop | --fill | --fit | --max-pixels | --psnr | --quality | --repeat | --restart | --size) words= ;;
     *) return 1 ;;
   esac
 }
@@ -25,7 +25,7 @@ _orv_options() {
     convert) words="$reads $writes --to --from --size" ;;
     filter) words="$reads $writes $keeps --box" ;;
     swap) words="$reads $writes $keeps --order" ;;
-    resize) words="$reads $writes $keeps --method --no-antialias --antialias --time --repeat" ;;
+    resize) words="$reads $writes $keeps --fit --fill --crop --only-shrink --method --no-antialias --antialias --time --repeat" ;;
     sheet) words="$reads $writes $keeps" ;;
     thumb) words="$reads $writes $keeps --size" ;;
     verify) words='--path --quick --primitives --table' ;;
