@@ -9,6 +9,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string_view>
+#include <ctime>
 #ifdef __x86_64__
 #include <opencv2/core/ocl.hpp>
 #endif
@@ -114,12 +115,32 @@ void requireSameResult(const Row& row, const Call& ours, const Peer& peer) {
     throw std::runtime_error(row.name + ": " + peer.name + " gives another result, by " + std::to_string(mean));
 }
 
+// What a short piece of work takes that keeps the core busy: more where another thread shares the core, or its clock falls.
+__attribute__((target("sse2"))) double probe() {
+  using Dwords = uint32_t __attribute__((vector_size(16)));
+  const auto now = [] {
+    timespec time;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
+  };
+  static Dwords values[64];
+  Dwords a = {}, b = {}, c = {}, d = {}, e = {};
+  const double start = now();
+  for (int i = 0; i < 100000; ++i) {
+    a += values[i % 32], b ^= values[32 + i % 32], c -= a, d += b, e ^= c;
+    asm volatile("" : "+x"(a), "+x"(b), "+x"(c), "+x"(d), "+x"(e));
+  }
+  return now() - start;
+}
+
 template <class Function> void add(const Set& set, const Row& row, const std::string& who, const std::string& note,
                                    const Function& work, const CodePath* path = nullptr) {
   benchmark::RegisterBenchmark((row.name + '/' + who + '/' + set.name).c_str(), [=](benchmark::State& state) {
     if (path) forcePath(*path);
     Copies copies(set, row);
+    const double before = probe();
     for (auto _ : state) copies.call(work);
+    state.counters["probe"] = std::max(before, probe());
     state.SetItemsProcessed(int64_t(double(state.iterations()) * row.count));
     state.SetLabel(row.unit + ("|" + note));
   });

@@ -42,6 +42,6 @@ JOCTET* jsimd_huff_encode_one_block_sse2(void* stream, JOCTET* buffer, JCOEFPTR 
 void jpeg_make_c_derived_tbl(j_compress_ptr info, boolean isDC, int number, c_derived_tbl** table);
 }
 
-// Its best kernel that may be used.
-#define TURBO(kernel) (turboHasAvx2() ? kernel##_avx2 : kernel##_sse2)
-inline bool turboHasAvx2() { return allowed() != Instructions::kSse41 && __builtin_cpu_supports("avx2"); }
+// Its best kernel that may be used. Which one that is costs no time in a loop over blocks.
+#define TURBO(kernel) (kTurboAvx2 ? kernel##_avx2 : kernel##_sse2)
+inline const bool kTurboAvx2 = allowed() != Instructions::kSse41 && __builtin_cpu_supports("avx2");
