@@ -66,7 +66,7 @@ int divideUp(int a, int b) { return (a + b - 1) / b; }
 
 // ---- Header segments
 
-enum Code { kApp0 = 0xE0, kDqt = 0xDB, kSof0 = 0xC0, kDht = 0xC4, kDri = 0xDD, kSos = 0xDA };
+enum Code { kApp0 = 0xE0, kApp2 = 0xE2, kDqt = 0xDB, kSof0 = 0xC0, kDht = 0xC4, kDri = 0xDD, kSos = 0xDA };
 
 using Bytes = std::vector<uint8_t>;
 
@@ -76,6 +76,18 @@ void addSegment(Bytes* to, int code, const Bytes& content) {
   addMarker(to, code);
   addWord(to, int(content.size()) + 2);
   to->insert(to->end(), content.begin(), content.end());
+}
+
+// In as few chunks as can be, each with its number and how many there are.
+void addProfile(Bytes* to, const Bytes& profile) {
+  constexpr size_t kMost = 0xFFFF - 2 - 14;
+  const size_t count = (profile.size() + kMost - 1) / kMost;
+  for (size_t i = 0; i < count; ++i) {
+    Bytes chunk{'I', 'C', 'C', '_', 'P', 'R', 'O', 'F', 'I', 'L', 'E', 0, uint8_t(i + 1), uint8_t(count)};
+    const auto at = profile.begin() + ptrdiff_t(i * kMost);
+    chunk.insert(chunk.end(), at, at + ptrdiff_t(std::min(kMost, profile.size() - i * kMost)));
+    addSegment(to, kApp2, chunk);
+  }
 }
 
 }  // namespace
@@ -227,7 +239,12 @@ void Encoder::writeHead(ByteSink& sink) const {
   const int kinds = components_ == 1 ? 1 : 2;
   Bytes head;
   addMarker(&head, kSoi);
-  addSegment(&head, kApp0, {'J', 'F', 'I', 'F', 0, 1, 1, 0, 0, 1, 0, 1, 0, 0});  // 1.01; square pixels; no thumbnail
+  Bytes jfif{'J', 'F', 'I', 'F', 0, 1, 1, uint8_t(options_.density.unit)};  // 1.01
+  addWord(&jfif, options_.density.x);
+  addWord(&jfif, options_.density.y);
+  jfif.insert(jfif.end(), {0, 0});  // no thumbnail
+  addSegment(&head, kApp0, jfif);
+  addProfile(&head, options_.profile);
   for (int i = 0; i < kinds; ++i) {
     Bytes content{uint8_t(i)};
     content.insert(content.end(), tables_[size_t(i)].rawQuant, tables_[size_t(i)].rawQuant + kSamples);
@@ -279,6 +296,7 @@ Encoder::Encoder(int width, int height, int channels, const EncoderOptions& opti
   if (channels == 1) options_.sampling = Sampling::kGrey;
   const Sampling sampling = options_.sampling;
   components_ = sampling == Sampling::kGrey ? 1 : 3;
+  if (profileChannels(options_.profile) != components_) options_.profile.clear();
   const int across = sampling == Sampling::k420 || sampling == Sampling::k422 ? 2 : 1;
   const int down = sampling == Sampling::k420 ? 2 : 1;
   mcuWidth_ = across * kSize;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 #include "codec/colour.h"
+#include "codec/metadata.h"
 #include "orv.h"
 
 namespace jpeg {
@@ -21,6 +22,8 @@ struct EncoderOptions {
   Sampling sampling = Sampling::k420;  // grey pictures are kGrey in any case
   bool optimize = false;               // the best Huffman codes for this picture, not those of annex K
   int restartInterval = 0;             // in MCUs, at most 65535; 0: none
+  Density density = {};                // what the file says of its pixels
+  std::vector<uint8_t> profile = {};   // of colours, for the file; left out where the picture has other channels
 };
 
 // Where the rows of the picture come from: interleaved RGB, or grey, without padding between pixels.

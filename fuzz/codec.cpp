@@ -1,4 +1,4 @@
-// Any bytes as a JPEG file: decoded, what comes out encoded again, and that decoded.
+// Any bytes as a JPEG file: decoded, what comes out encoded again with what is noted beside it, and that decoded.
 //
 // The last two bytes choose how to encode and whether to use the fused primitive: after a JPEG's end there may be any.
 #include <string>
@@ -12,9 +12,8 @@ using jpeg::Damage;
 
 // Larger pictures take too long here.
 constexpr uint64_t kMostDecoded = 1 << 16;
-// What a file's size allows its headers to announce: a block of 64 pixels takes two bits, of which an eighth must be
-// there.
-constexpr uint64_t kMostPixelsPerByte = 64 * 8 * 8 / 2;
+// What a file's size allows its headers to announce: a block of 64 pixels takes a bit, of which an eighth must be there.
+constexpr uint64_t kMostPixelsPerByte = 64 * 8 * 8;
 // How far a sample of a grey picture may be off at the best quality, whose quantisation steps are 1. Each of its 64
 // coefficients is up to 0.5 off. In the worst place that adds up to 3.5; the transforms and the last rounding add less
 // than 1.5.
@@ -94,6 +93,17 @@ FuzzBytes encodeEverywhere(const Decoded& picture, const jpeg::EncoderOptions& o
   return all;
 }
 
+// What is noted in a file makes sense, whatever its bytes are.
+jpeg::Metadata checkMetadata(const uint8_t* data, size_t size) {
+  jpeg::Metadata m = jpeg::readMetadata(data, size);
+  const auto inWord = [](int value) { return value >= 1 && value <= 0xFFFF; };
+  require(m.orientation >= 1 && m.orientation <= 8, "orientation %d", m.orientation);
+  require(m.density.unit >= 0 && m.density.unit <= 2 && inWord(m.density.x) && inWord(m.density.y),
+          "density %d, %d x %d", m.density.unit, m.density.x, m.density.y);
+  require(m.profile.size() <= size, "a profile of %zu bytes", m.profile.size());
+  return m;
+}
+
 void roundTrip(const Decoded& picture, const jpeg::EncoderOptions& options) {
   const FuzzBytes file = encodeEverywhere(picture, options);
   jpeg::Options strict;
@@ -104,6 +114,12 @@ void roundTrip(const Decoded& picture, const jpeg::EncoderOptions& options) {
           picture.height, again.width, again.height);
   const bool grey = picture.channels == 1 || options.sampling == jpeg::Sampling::kGrey;
   require(again.channels == (grey ? 1 : 3), "%d channels have become %d", picture.channels, again.channels);
+  const jpeg::Metadata noted = checkMetadata(file.data(), file.size());
+  const jpeg::Density given = options.density, kept = noted.density;
+  require(noted.orientation == 1 && kept.unit == given.unit && kept.x == given.x && kept.y == given.y,
+          "another density or orientation");
+  const bool fits = jpeg::profileChannels(options.profile) == again.channels;
+  require(fits ? noted.profile == options.profile : noted.profile.empty(), "another profile");
   if (picture.channels != 1 || options.quality != 100) return;
   for (size_t i = 0; i < again.pixels.size(); ++i) {
     const int before = picture.pixels[i], after = again.pixels[i];
@@ -120,11 +136,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   jpeg::Options options;
   options.fused = choice >> 5 & 1;
   const uint8_t* const file = memory.copy(data, size);
+  jpeg::Metadata noted = checkMetadata(file, size);
   const Decoded picture = decodeEverywhere(file, size, options);
   if (!picture.error.empty()) return 0;
   checkStrict(file, size, options, picture);
 
   jpeg::EncoderOptions encoding;
+  encoding.density = noted.density;
+  encoding.profile = std::move(noted.profile);
   encoding.quality = 1 + quality % 100;
   encoding.sampling = jpeg::Sampling(choice & 3);
   encoding.optimize = choice >> 2 & 1;

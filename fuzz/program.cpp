@@ -69,7 +69,7 @@ void readPicture(const FuzzBytes& bytes, bool pipe) {
   Picture picture;
   try {
     const Named file(bytes, pipe);
-    jpeg::Options options;
+    Reading options;
     options.maxPixels = kMostDecoded;
     PictureReader reader(file.name(), options);
     reader.read(&picture);

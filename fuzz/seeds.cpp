@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 #include "codec/encoder.h"
+#include "support/scans.h"
 
 namespace {
 
@@ -75,6 +76,43 @@ Bytes flat(const Bytes& factors, const std::vector<Bytes>& scans, const Bytes& s
   return file;
 }
 
+// EXIF with an orientation, a resolution and its unit, and a profile in two chunks.
+Bytes noted(bool little) {
+  const auto number = [little](uint32_t value, int bytes) {
+    Bytes all;
+    for (int i = 0; i < bytes; ++i) all.push_back(uint8_t(value >> 8 * (little ? i : bytes - 1 - i)));
+    return all;
+  };
+  Bytes tiff = {'E', 'x', 'i', 'f', 0, 0};
+  tiff += little ? "II" : "MM";
+  tiff += number(42, 2), tiff += number(8, 4), tiff += number(4, 2);
+  constexpr uint32_t kTags[][4] = {{0x112, 3, 2, 6}, {0x11A, 5, 4, 62}, {0x11B, 5, 4, 70}, {0x128, 3, 2, 2}};
+  for (const auto& [tag, type, size, value] : kTags) {
+    tiff += number(tag, 2), tiff += number(type, 2), tiff += number(1, 4), tiff += number(value, int(size));
+    tiff += Bytes(4 - size, 0);
+  }
+  for (const uint32_t value : {0u, 300u, 1u, 200u, 1u}) tiff += number(value, 4);
+  Bytes all = {0xFF, 0xE1, 0, uint8_t(2 + tiff.size())};
+  all += tiff;
+  for (const int i : {1, 2}) {
+    all += Bytes{0xFF, 0xE2, 0, 28};
+    all += std::string("ICC_PROFILE") + '\0';
+    all += Bytes{uint8_t(i), 2, 0, 0, 0, 0};
+    all += i == 1 ? "header: " : "GRAY and";
+  }
+  return all;
+}
+
+// Of any script, in as many scans as it has.
+Bytes progressive(const std::vector<scans::Component>& components, int width, int height, unsigned seed) {
+  std::mt19937 random(seed);
+  scans::Picture picture(width, height, components);
+  picture.fill(random, 1 + seed % 4);
+  scans::Script script = scans::anyScript(picture, random);
+  if (script.size() > 5) script.resize(5);  // with the tables of each, a file of a few thousand bytes
+  return scans::Writer(picture, seed).file(script, true);
+}
+
 void seedCodec() {
   const auto add = [](const std::string& name, Bytes file, int quality, int choice) {
     file += Bytes{uint8_t(quality - 1), uint8_t(choice)};
@@ -93,9 +131,15 @@ void seedCodec() {
   add("two-scans", flat({0x22, 0x11, 0x11}, {{1}, {2, 3}}), 85, 1);
   add("odd-factors", flat({0x21, 0x12, 0x11}, {{1, 2, 3}}), 85, 2);
   add("small-first", flat({0x11, 0x22, 0x21}, {{1, 2, 3}}), 85, 2);
+  for (unsigned seed = 0; seed < 12; ++seed) {
+    const std::vector<scans::Component> kinds[] = {{{1, 1}}, {{2, 2}, {1, 1}, {1, 1}}, {{2, 1}, {1, 1}, {1, 2}}};
+    add("progressive-" + std::to_string(seed), progressive(kinds[seed % 3], 20 + int(seed), 17, seed), 85, int(seed));
+  }
   add("adobe-rgb",
       flat({0x11, 0x11, 0x11}, {{1, 2, 3}}, {0xFF, 0xEE, 0, 14, 'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0}), 85,
       0);
+  for (const bool little : {false, true})
+    add(little ? "noted-little" : "noted-big", flat({0x11}, {{1}}, noted(little)), 85, 0);
   // A Huffman table of more codes than there are symbols, and all that it announces.
   Bytes codes = {0xFF, 0xC4, 1, 254, 0};
   codes += Bytes(14, 0);
@@ -199,6 +243,10 @@ void seedProgram() {
   add("large-pipe", 4, {}, "P6 99999999 99999999 255\n");
   add("large-numbers", 0, {}, "P5 4294967297 1 255\nA");
   add("jpeg", 0, {}, "", encoded(9, 9, 3, {}));
+  Bytes oriented = encoded(9, 40, 3, {});
+  const Bytes segment = noted(true);
+  oriented.insert(oriented.begin() + 2, segment.begin(), segment.end());
+  add("jpeg-oriented", 0, {}, "", oriented);
   add("number", 1, {0, 1, 0, 0}, "017");
   add("size", 1, {0xFF, 0xFF, 0xFF, 0xFF}, "640x480");
   add("size-too-large", 1, {0xFF, 0xFF, 0xFF, 0xFF}, "18446744073709551617x0x2147483647");

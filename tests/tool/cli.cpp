@@ -41,7 +41,6 @@ TEST_F(Cli, BadPictures) {
   } kCases[] = {
       {"", "empty"},
       {"P6 no JPEG at all", "not a JPEG"},
-      {patched(sof + 1, 0xC1), "extended sequential JPEG (SOF1)"},
       {patched(sof + 1, 0xC3), "lossless JPEG (SOF3)"},
       {patched(sof + 1, 0xC5), "hierarchical JPEG (SOF5)"},
       {patched(sof + 4, 12), "12 bits"},
@@ -51,7 +50,7 @@ TEST_F(Cli, BadPictures) {
       {patched(sof + 11, 0x02), "sampling factors cannot be"},
       {patched(sof + 11, 0x41), "sampling factors of 4x1"},
       {patched(sof + 12, 3), "quantisation table 3 is missing"},
-      {patched(dqt + 4, 0x10), "16 bits"},
+      {patched(dqt + 4, 0x10), "too short"},
       {patched(dht + 4, 0x03), "Huffman table 0 is missing"},
       {patched(dht + 5, 5).replace(dht + 7, 1, 1, '\0'), "more codes of a length"},
       {patched(sos + 5, 99), "component that the frame does not have"},
@@ -66,10 +65,8 @@ TEST_F(Cli, BadPictures) {
   };
   for (const auto& c : kCases) expectBadFile(c.jpeg, c.part);
   for (size_t length = 2; length < sos; length += 23) expectBadFile(jpeg.substr(0, length), "ends within its headers");
-  for (const char* kind : {"progressive", "arithmetic"}) {
-    must(ORV_CJPEG " -" + std::string(kind) + " -outfile c.jpg picture");
-    expectBadFile(read("c.jpg"), kind);
-  }
+  must(ORV_CJPEG " -arithmetic -outfile c.jpg picture");
+  expectBadFile(read("c.jpg"), "arithmetic");
 }
 
 TEST_F(Cli, BadPpmFiles) {
@@ -240,6 +237,27 @@ TEST_F(Cli, WhatCannotBeResized) {
       {"picture OUT.ppm half", 2, "'half' is no size"},
       {"picture OUT.ppm -- -50%", 2, "'-50%' is no size"},
       {"picture 50%", 2, "resize takes IN, OUT and a size"},
+      {"picture OUT.ppm", 2, "resize takes IN, OUT and a size"},
+      {"--only-shrink picture OUT.ppm", 2, "resize takes IN, OUT and a size"},
+      {"--fit 5x5 picture OUT.ppm 50%", 2, "SIZE, --fit and --fill exclude each other"},
+      {"--fit 5x5 --fill 5x5 picture OUT.ppm", 2, "SIZE, --fit and --fill exclude each other"},
+      {"--only-shrink --crop 5x5+0+0 picture OUT.ppm", 2, "--only-shrink goes with SIZE, --fit or --fill"},
+      {"--fit 5 picture OUT.ppm", 2, "--fit takes a size like"},
+      {"--fill 5x0 picture OUT.ppm", 2, "--fill's height takes a number from 1 to"},
+      {"--crop 5x5 picture OUT.ppm", 2, "--crop takes a size and a place like"},
+      {"--crop 5x5+1 picture OUT.ppm", 2, "--crop takes a size and a place like"},
+      {"--crop 5x5+1+ picture OUT.ppm", 2, "--crop takes a size and a place like"},
+      {"--crop 5x5+1+-1 picture OUT.ppm", 2, "--crop takes a size and a place like"},
+      {"--crop 5x5+1+2+3 picture OUT.ppm", 2, "--crop takes a size and a place like"},
+      {"--crop 5x5+9999999999+0 picture OUT.ppm", 2, "--crop takes a size and a place like"},
+      {"--crop +1+1 picture OUT.ppm", 2, "--crop takes a size like"},
+      {"--crop 5x0+1+1 picture OUT.ppm", 2, "--crop's height takes a number from 1 to"},
+      {"--crop 5x5+16+0 picture OUT.ppm", 1, "picture: the part to crop reaches beyond the picture, which is 20 x 10"},
+      {"--crop 5x5+0+6 picture OUT.ppm 50%", 1, "reaches beyond"},
+      {"--crop 268435456x1+999999999+0 picture OUT.ppm", 1, "reaches beyond"},
+      {"--fit 100000x100000 picture OUT.ppm", 1, "picture: 20 x 10 to 100000 x 50000: more than"},
+      {"--fill 20000x20000 picture OUT.ppm", 1, "picture: 10 x 10 to 20000 x 20000: more than"},
+      {"--fill 30x30 --method super picture OUT.ppm", 1, "picture: 10 x 10 to 30 x 30: the method super only reduces"},
       {"picture OUT.ppm 50% 50%", 2, "resize takes IN, OUT and a size"},
   };
   for (const auto& c : kCases) expectRefusal(std::string("resize ") + c.arguments, c.code, c.part);

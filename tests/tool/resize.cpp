@@ -121,13 +121,83 @@ TEST_F(Resize, MethodsAndPathsAreTheLibrarys) {
 
 TEST_F(Resize, SizesAreWhatIsAskedFor) {
   write("in", ppm(picture(31, 20, 3)));
-  for (const auto& [size, expected] :
-       {std::pair("7x9", "7 9"), std::pair("1x1", "1 1"), std::pair("62x", "62 40"), std::pair("x10", "16 10"),
-        std::pair("50%", "16 10"), std::pair("50", "16 10"), std::pair("0.1", "1 1"), std::pair("333.3%", "103 67"),
-        std::pair("100", "31 20"), std::pair("3x", "3 2"), std::pair("x500", "775 500")}) {
+  for (const auto& [size, expected] : {std::pair("7x9", "7 9"),
+                                       std::pair("1x1", "1 1"),
+                                       std::pair("62x", "62 40"),
+                                       std::pair("x10", "16 10"),
+                                       std::pair("50%", "16 10"),
+                                       std::pair("50", "16 10"),
+                                       std::pair("0.1", "1 1"),
+                                       std::pair("333.3%", "103 67"),
+                                       std::pair("100", "31 20"),
+                                       std::pair("3x", "3 2"),
+                                       std::pair("x500", "775 500"),
+                                       std::pair("--fit 10x10", "10 6"),
+                                       std::pair("--fit 100x10", "16 10"),
+                                       std::pair("--fit 62x999", "62 40"),
+                                       std::pair("--fit 1x1", "1 1"),
+                                       std::pair("--fill 10x10", "10 10"),
+                                       std::pair("--fill 1x99", "1 99"),
+                                       std::pair("--only-shrink 99x10", "31 10"),
+                                       std::pair("--only-shrink 7x9", "7 9"),
+                                       std::pair("--only-shrink 200%", "31 20"),
+                                       std::pair("--only-shrink 50%", "16 10"),
+                                       std::pair("--only-shrink x40", "31 20"),
+                                       std::pair("--only-shrink 40x", "31 20"),
+                                       std::pair("--only-shrink x10", "16 10"),
+                                       std::pair("--only-shrink --fit 99x10", "16 10"),
+                                       std::pair("--only-shrink --fit 99x99", "31 20"),
+                                       std::pair("--only-shrink --fill 10x10", "10 10"),
+                                       std::pair("--only-shrink --fill 99x5", "31 5"),
+                                       std::pair("--only-shrink --fill 99x99", "31 20"),
+                                       std::pair("--crop 31x20+0+0", "31 20"),
+                                       std::pair("--crop 5x4+26+16", "5 4"),
+                                       std::pair("--crop 10x9+3+2 50%", "5 5"),
+                                       std::pair("--crop 9x20+0+0 --fit 5x5", "2 5"),
+                                       std::pair("--crop 1x1+30+19 --only-shrink --fill 5x5", "1 1")}) {
     const Bytes file = made("in out.ppm " + std::string(size));
     EXPECT_EQ(file.substr(0, file.find("\n255\n")), "P6\n" + std::string(expected)) << size;
   }
+}
+
+TEST_F(Resize, CropsWhatIsAskedFor) {
+  for (const int channels : {1, 3}) {
+    const Picture from = picture(31, 20, channels);
+    write("in", ppm(from));
+    for (const auto& [arguments, x, y, width, height] :
+         {std::tuple("--crop 7x5+2+3", 2, 3, 7, 5), std::tuple("--crop 31x1+0+19", 0, 19, 31, 1),
+          std::tuple("--crop 1x20+30+0", 30, 0, 1, 20),
+          // Where nothing is enlarged, what is as large as wanted or smaller is left alone, in the middle.
+          std::tuple("--only-shrink --fill 99x5", 0, 7, 31, 5), std::tuple("--only-shrink --fill 8x99", 11, 0, 8, 20),
+          std::tuple("--only-shrink --fit 99x99", 0, 0, 31, 20), std::tuple("--only-shrink 99x99", 0, 0, 31, 20),
+          std::tuple("--crop 9x9+1+1 --only-shrink --fill 4x99", 3, 1, 4, 9)}) {
+      Picture part = {width, height, channels, {}};
+      for (int v = y; v < y + height; ++v)
+        part.samples.insert(part.samples.end(), from.row(v) + x * channels, from.row(v) + (x + width) * channels);
+      EXPECT_TRUE(made(std::string("--method bspline in out.ppm ") + arguments) == ppm(part)) << arguments;
+    }
+    // A part is resized as if it were all.
+    made("--crop 20x20+5+0 in part.ppm", "part.ppm");
+    EXPECT_TRUE(made("--fill 10x10 in out.ppm") == made("part.ppm out.ppm 10x10"));
+    EXPECT_TRUE(made("--fill 40x40 in out.ppm") == made("part.ppm out.ppm 40x40"));
+    EXPECT_TRUE(made("--crop 20x20+5+0 in out.ppm --fit 9x30") == made("part.ppm out.ppm 9x9"));
+  }
+  const Outcome timed = orv("resize --crop 7x5+2+3 --time --repeat 2 in timed.ppm");
+  EXPECT_NE(timed.out.find("MP/s"), Bytes::npos);
+  EXPECT_TRUE(read("timed.ppm") == made("--crop 7x5+2+3 in out.ppm"));
+}
+
+TEST_F(Resize, JpegsAreAsAskedForOfEveryCommand) {
+  write("in", ppm(picture(40, 30, 3)));
+  must("mkdir folder && cp in folder/a.ppm && " ORV_PROGRAM " convert --to ycbcr in raw");
+  const std::string options = "--quality 42 --sampling 422 ";
+  for (const std::string command : {"filter --box 3x3 in ", "swap --order bgr in ", "sheet in ", "resize --fit 9x9 in ",
+                                    "convert --from ycbcr --size 40x30 raw "}) {
+    must(ORV_PROGRAM " " + command + "out.ppm && " ORV_PROGRAM " " + command + options + "out.jpg");
+    EXPECT_TRUE(read("out.jpg") == encoded("out.ppm", options)) << command;
+  }
+  must(ORV_PROGRAM " thumb " + options + "folder thumbs");
+  EXPECT_TRUE(read("thumbs/a.ppm.jpg") == encoded("in", options));
 }
 
 TEST_F(Resize, FilesOfAnyKindByContentAndName) {

@@ -9,24 +9,25 @@ _orv_values() {
     --from) words='yuv420 yuv422 yuyv ycbcr ycbcrp' ;;
     --to) words='yuv420 yuv422 yuyv ycbcr ycbcrp rgb565 rgb555 rgb444 bgr565 bgr555 bgr444' ;;
     --order) words='bgr ggg' ;;
-    --box | --max-pixels | --psnr | --quality | --repeat | --restart | --size) words= ;;
+    --box | --crop | --fill | --fit | --max-pixels | --psnr | --quality | --repeat | --restart | --size) words= ;;
     *) return 1 ;;
   esac
 }
 
 # Sets `words` to the options of a command.
 _orv_options() {
+  local reads='--as-stored --strict --path' writes='--quality --sampling' keeps='--strip'
   case $1 in
     info) words= ;;
-    decode) words='--strict --path --fused --max-pixels --time --repeat' ;;
-    encode) words='--quality --sampling --optimize --restart --strict --path --time --repeat' ;;
-    compare) words='--psnr --strict' ;;
-    convert) words='--to --from --size --strict --path' ;;
-    filter) words='--box --strict --path' ;;
-    swap) words='--order --strict --path' ;;
-    resize) words='--method --no-antialias --antialias --quality --strict --path --time --repeat' ;;
-    sheet) words='--strict --path' ;;
-    thumb) words='--size --quality --strict --path' ;;
+    decode) words="$reads --fused --max-pixels --time --repeat" ;;
+    encode) words="$reads $writes $keeps --optimize --restart --time --repeat" ;;
+    compare) words="$reads --psnr" ;;
+    convert) words="$reads $writes --to --from --size" ;;
+    filter) words="$reads $writes $keeps --box" ;;
+    swap) words="$reads $writes $keeps --order" ;;
+    resize) words="$reads $writes $keeps --fit --fill --crop --only-shrink --method --no-antialias --antialias --time --repeat" ;;
+    sheet) words="$reads $writes $keeps" ;;
+    thumb) words="$reads $writes $keeps --size" ;;
     verify) words='--path --quick --primitives --table' ;;
   esac
   words+=' --help'

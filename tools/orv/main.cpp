@@ -14,7 +14,7 @@ constexpr char kHelp[] =
     "usage: orv COMMAND [ARGUMENT]...\n"
     "\n"
     "  orv info                    what the library finds on this machine\n"
-    "  orv decode IN.jpg OUT.ppm   decode a baseline JPEG\n"
+    "  orv decode IN.jpg OUT.ppm   decode a JPEG\n"
     "  orv encode IN OUT.jpg       encode a baseline JPEG\n"
     "  orv compare A B             how far two pictures lie apart\n"
     "  orv convert ...             convert to raw samples of another colour format, or\n"

@@ -1,4 +1,5 @@
 #include "picture_file.h"
+#include <algorithm>
 #include <utility>
 #include "endings.h"
 
@@ -9,7 +10,51 @@ std::string warningOf(const std::string& name, jpeg::Damage damage) {
 
 // ---- Reading
 
-PictureReader::PictureReader(const std::string& name, const jpeg::Options& options) : name_(name) {
+namespace {
+
+// Puts rows where they belong in an upright picture, many at a time.
+class UprightSink : public jpeg::RowSink {
+ public:
+  UprightSink(Orientation orientation, VeliSize stored, Picture* to)
+      : orientation_(orientation), height_(stored.height), step_(ptrdiff_t(stored.width) * to->channels), to_(to) {
+    strip_.resize(size_t(std::min(kRows, height_)) * size_t(step_));
+  }
+  jpeg::Rows rows(int y, int) override { return {strip_.data() + (y - first_) * step_, step_}; }
+  void done(int y, int count) override {
+    const int end = y + count;
+    if (end < height_ && end - first_ + kMost <= kRows) return;
+    orientation_.place({strip_.data(), step_}, first_, end - first_, to_);
+    first_ = end;
+  }
+
+ private:
+  static constexpr int kRows = 64, kMost = 16;  // kept here; that come at a time
+
+  const Orientation orientation_;
+  const int height_;
+  const ptrdiff_t step_;
+  Picture* const to_;
+  std::vector<uint8_t> strip_;
+  int first_ = 0;  // of the rows in strip_
+};
+
+}  // namespace
+
+void decodeUpright(jpeg::Decoder& decoder, Orientation orientation, Picture* to) {
+  const VeliSize stored = {decoder.width(), decoder.height()}, size = orientation.other(stored);
+  to->width = size.width;
+  to->height = size.height;
+  to->channels = decoder.channels();
+  to->samples.resize(size_t(size.height) * to->step());
+  if (orientation.isUpright()) {
+    decodeTo(decoder, to->samples.data(), ptrdiff_t(to->step()));
+    return;
+  }
+  UprightSink sink(orientation, stored, to);
+  decoder.decode(sink);
+}
+
+PictureReader::PictureReader(const std::string& name, const Reading& options) : name_(name) {
   InputFile file(name);
   const int first = file.peek();
   if (first == EOF) file.fail("the file is empty");
@@ -21,22 +66,28 @@ PictureReader::PictureReader(const std::string& name, const jpeg::Options& optio
   workOn(name, [&] {
     data_ = file.rest();
     decoder_ = std::make_unique<jpeg::Decoder>(data_.data(), data_.size(), options);
+    metadata_ = jpeg::readMetadata(data_.data(), data_.size());
+    if (!options.asStored) orientation_ = Orientation(metadata_.orientation);
+    if (options.strip) metadata_ = {};
   });
 }
 
-bool PictureReader::read(Picture* to) {
+VeliSize PictureReader::storedSize() const {
+  if (ppm_) return {ppm_->width(), ppm_->height()};
+  return {decoder_->width(), decoder_->height()};
+}
+
+bool PictureReader::read(Orientation orientation, Picture* to) {
   const uint64_t pixels = uint64_t(width()) * uint64_t(height());
   if (pixels > kMostInMemory)
     throw FileError(name_, std::to_string(width()) + " x " + std::to_string(height()) + " is more than the " +
                                std::to_string(kMostInMemory) + " pixels that are held in memory");
   workOn(name_, [&] {
+    if (!ppm_) return decodeUpright(*decoder_, orientation, to);
     to->width = width();
     to->height = height();
     to->channels = channels();
-    const size_t count = size_t(pixels) * size_t(channels());
-    if (ppm_) return ppm_->read(&to->samples, count);
-    to->samples.resize(count);
-    decodeTo(*decoder_, to->samples.data(), ptrdiff_t(to->step()));
+    ppm_->read(&to->samples, size_t(pixels) * size_t(channels()));
   });
   return isWhole();
 }
@@ -45,6 +96,19 @@ Picture PictureReader::picture() {
   Picture all = {};
   if (!read(&all)) complain(warning());
   return all;
+}
+
+Picture PictureReader::storedPicture() {
+  Picture all = {};
+  if (!readStored(&all)) complain(warning());
+  return all;
+}
+
+jpeg::EncoderOptions PictureReader::withMetadata(jpeg::EncoderOptions options) const {
+  options.density = metadata_.density;
+  if (orientation_.transposes()) std::swap(options.density.x, options.density.y);
+  options.profile = metadata_.profile;
+  return options;
 }
 
 jpeg::ConstRows PictureReader::rows(int y, int count) {

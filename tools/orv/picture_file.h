@@ -4,45 +4,58 @@
 #include <string>
 #include <vector>
 #include "messages.h"
+#include "orientation.h"
 #include "ppm_file.h"
 
-// A whole picture in memory, without padding between rows.
-struct Picture {
-  int width, height, channels;
-  std::vector<uint8_t> samples;
-
-  size_t step() const { return size_t(width) * size_t(channels); }
-  const uint8_t* row(int y) const { return &samples[size_t(y) * step()]; }
-  uint8_t* row(int y) { return &samples[size_t(y) * step()]; }
-};
 constexpr int kMostInMemory = 1 << 28;  // pixels
 
 // What is said of a JPEG that is not whole.
 std::string warningOf(const std::string& name, jpeg::Damage damage);
 
-// Reads a picture of either kind, which the file's first byte tells.
+// How pictures are read.
+struct Reading : jpeg::Options {
+  bool asStored = false;  // whatever their EXIF says of which side is up
+  bool strip = false;     // the picture alone
+};
+
+// Decodes a picture, upright.
+void decodeUpright(jpeg::Decoder& decoder, Orientation orientation, Picture* to);
+
+// Reads a picture of either kind, which the file's first byte tells, upright.
 class PictureReader : public jpeg::RowSource {
  public:
-  explicit PictureReader(const std::string& name, const jpeg::Options& options = {});
+  explicit PictureReader(const std::string& name, const Reading& options = {});
 
-  int width() const { return ppm_ ? ppm_->width() : decoder_->width(); }
-  int height() const { return ppm_ ? ppm_->height() : decoder_->height(); }
+  int width() const { return size().width; }
+  int height() const { return size().height; }
   int channels() const { return ppm_ ? ppm_->channels() : decoder_->channels(); }
   // A JPEG is decoded as a whole when its first rows are asked for.
   jpeg::ConstRows rows(int y, int count) override;
   // To be called once, and instead of rows(). False where the picture is not whole; what is missing is mid-grey.
-  bool read(Picture* to);
+  bool read(Picture* to) { return read(orientation_, to); }
+  // The same, before it is made upright by orientation().
+  bool readStored(Picture* to) { return read(Orientation(1), to); }
+  Orientation orientation() const { return orientation_; }
   // The same, with a warning.
   Picture picture();
+  Picture storedPicture();
+  // For another file of the picture, with this one's density and colour profile.
+  jpeg::EncoderOptions withMetadata(jpeg::EncoderOptions options) const;
   // Of what has been read.
   bool isWhole() const { return !decoder_ || decoder_->damage() == jpeg::Damage::kNone; }
   std::string warning() const { return warningOf(name_, decoder_->damage()); }
 
  private:
+  VeliSize storedSize() const;
+  VeliSize size() const { return orientation_.other(storedSize()); }
+  bool read(Orientation orientation, Picture* to);
+
   std::string name_;
   std::unique_ptr<PpmReader> ppm_;
   std::vector<uint8_t> data_;
   std::unique_ptr<jpeg::Decoder> decoder_;
+  jpeg::Metadata metadata_;
+  Orientation orientation_ = Orientation(1);
   Picture decoded_ = {};
 };
 

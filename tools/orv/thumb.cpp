@@ -1,6 +1,5 @@
 // orv thumb: thumbnails of all photos in a folder.
 #include <dirent.h>
-#include <getopt.h>
 #include <sys/stat.h>
 #include <algorithm>
 #include <cerrno>
@@ -25,41 +24,28 @@ constexpr char kHelp[] =
     "PPM or PGM by their name or content. Folders in it are left alone. A thumbnail has its\n"
     "photo's name, with .jpg added where the photo is no JPEG by name. OUTFOLDER is made\n"
     "where it is missing; thumbnails that are there are replaced. Each pixel is the mean of\n"
-    "the area that it covers. What a camera notes beside the picture, such as which side is\n"
-    "up, is not kept.\n"
+    "the area that it covers. A colour profile of up to 4096 bytes is kept, and nothing else\n"
+    "that is noted beside the picture.\n"
     "\n"
     "A photo that cannot be read is reported, the others are done, and the exit status is\n"
     "1; one that is cut short or damaged is reported, too, and the exit status is 2.\n"
     "\n"
-    "  --size N        the longest side in pixels (default 256); smaller photos keep theirs\n"
-    "  --quality N     1 to 100 (default 85)\n"
-    "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
-    "  --help          show this\n";
+    "  --size N        the longest side in pixels (default 256); smaller photos keep theirs\n" ORV_HELP_WRITES
+        ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL;
+
+constexpr size_t kLargestProfile = 4096;  // that a thumbnail keeps
 
 struct Arguments {
   std::string from, to;
   int size = 256;
-  bool help = false;
-  jpeg::EncoderOptions jpeg;
-  jpeg::Options reading;
+  SharedOptions shared;
 };
 
 Arguments parse(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'},       {"path", required_argument, nullptr, 'p'},
-                            {"size", required_argument, nullptr, 's'}, {"quality", required_argument, nullptr, 'q'},
-                            {"strict", no_argument, nullptr, 'S'},     {}};
   Arguments a;
-  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
-    switch (c) {
-      case 'h': a.help = true; return a;
-      case 'p': selectPath(optarg); break;
-      case 's': a.size = int(optionNumber("--size", optarg, jpeg::kLargestSide)); break;
-      case 'q': a.jpeg.quality = optionQuality(optarg); break;
-      case 'S': a.reading.strict = true; break;
-      default: refuseOption(c, argv);
-    }
-  }
+  readOptions(argc, argv, kReads | kWrites | kKeeps, {{"size", required_argument, nullptr, 's'}}, &a.shared,
+              [&](int) { a.size = int(optionNumber("--size", optarg, jpeg::kLargestSide)); });
+  if (a.shared.help) return a;
   if (argc - optind != 2) throw UsageError("thumb takes FOLDER and OUTFOLDER (see orv thumb --help)");
   a.from = argv[optind];
   a.to = argv[optind + 1];
@@ -129,18 +115,28 @@ struct Made {
   bool whole;
 };
 
+// A profile may be larger than the thumbnail; the common ones are small.
+jpeg::EncoderOptions thumbnailOptions(const PictureReader& reader, const Arguments& a) {
+  jpeg::EncoderOptions options = reader.withMetadata(a.shared.jpeg);
+  options.density = {};
+  if (options.profile.size() > kLargestProfile) options.profile.clear();
+  return options;
+}
+
 // `memory` is that of the photo before, and is used again.
 Made makeThumbnail(const std::string& from, const std::string& to, const Arguments& a, Picture* memory,
                    Progress* progress) {
   if (isSame(from, to) || liesIn(a.from, to))
     throw FileError(to, "the thumbnail would replace a photo: this is a link");
-  PictureReader reader(from, a.reading);
+  PictureReader reader(from, a.shared.reading);
   VeliSize size = {reader.width(), reader.height()};
   const int longest = std::max(size.width, size.height);
   if (longest > a.size) size = scaled(size, double(a.size) / longest);
-  PictureFile file(to, size.width, size.height, reader.channels(), a.jpeg);
-  if (!reader.read(memory)) progress->complain(reader.warning().c_str());
-  file.write(longest > a.size ? resized(*memory, size, velInterSuper) : *memory);
+  PictureFile file(to, size.width, size.height, reader.channels(), thumbnailOptions(reader, a));
+  if (!reader.readStored(memory)) progress->complain(reader.warning().c_str());
+  const Orientation orientation = reader.orientation();
+  const bool reduces = longest > a.size;
+  file.write(orientation.upright(reduces ? resized(*memory, orientation.other(size), velInterSuper) : *memory));
   return {size, reader.isWhole()};
 }
 
@@ -148,7 +144,7 @@ Made makeThumbnail(const std::string& from, const std::string& to, const Argumen
 
 int runThumb(int argc, char** argv) {
   const Arguments a = parse(argc, argv);
-  if (a.help) return fputs(kHelp, stdout), 0;
+  if (a.shared.help) return fputs(kHelp, stdout), 0;
   requireSse2();
   const std::vector<std::string> names = photosIn(a.from);
   makeFolder(a.to, a.from);
