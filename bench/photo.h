@@ -12,9 +12,10 @@ struct Photo {
   explicit Photo(const Bytes& file) : reader(file.data(), file.size(), 1 << 26) {
     const bool found = reader.nextScan(&scan);
     const jpeg::Frame& frame = reader.frame();
-    if (!found || !frame.is420() || scan.components.size() != 3 || scan.restartInterval != 0 ||
+    if (!found || frame.progressive || !frame.is420() || scan.components.size() != 3 || scan.restartInterval != 0 ||
         jpeg::findMarker(scan.data, reader.limit()).code != jpeg::kEoi)
-      throw jpeg::Error("the benchmarks take whole pictures of 4:2:0 only, in one scan without restart markers");
+      throw jpeg::Error(
+          "the benchmarks take whole baseline pictures of 4:2:0 only, in one scan without restart markers");
     mcus = ((frame.width + kTile - 1) / kTile) * ((frame.height + kTile - 1) / kTile);
     coefficients.resize(size_t(mcus * kBlocks * kSamples));
     if (decodeBlocks(coefficients.data(), kSamples) != velStsNoErr) throw jpeg::Error("the picture data are corrupt");
@@ -33,8 +34,8 @@ struct Photo {
     for (int i = 0; i < mcus * kBlocks; ++i, to += step) {
       const jpeg::ScanComponent& c = component(i % kBlocks);
       int bits = 0;
-      status |=
-          orviDecodeHuffman8x8_Direct_JPEG_1u16s_C1(at, &bits, to, &lastDC[c.index], &met, &store, &stored, c.dc, c.ac);
+      status |= orviDecodeHuffman8x8_Direct_JPEG_1u16s_C1(at, &bits, to, &lastDC[c.index], &met, &store, &stored,
+                                                          c.dc.spec, c.ac.spec);
       at += bits / 8;
     }
     return status;
