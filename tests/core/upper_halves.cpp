@@ -70,6 +70,15 @@ TEST_P(UpperHalves, MayHoldAnythingAndAreLeftClean) {
       ASSERT_EQ(call.make(), status) << call.text();
       ASSERT_EQ(writtenBy(call), expected) << call.text();
     }
+  // What is wide and no primitive.
+  const Vel16s mcu[384] = {}, *const blocks[3] = {mcu, mcu + 256, mcu + 320};
+  std::vector<Vel8u> clean(768), other(768);
+  __asm__ volatile("vzeroupper");
+  ASSERT_EQ(orvizkYUV420ToRGB888LS_MCU_S16_U8_P3C3(blocks, clean.data(), 48), velStsNoErr);
+  EXPECT_TRUE(upperHalvesAreClean());
+  fillRegisters();
+  orvizkYUV420ToRGB888LS_MCU_S16_U8_P3C3(blocks, other.data(), 48);
+  EXPECT_EQ(other, clean);
 }
 
 }  // namespace
