@@ -3,6 +3,9 @@
 #include <climits>
 #include <new>
 
+// What takes bits works on a copy of the store, in registers as far as there are any.
+#define ORV_ALWAYS_INLINE __attribute__((always_inline)) inline
+
 namespace jpeg {
 
 namespace {
@@ -13,11 +16,16 @@ int divideUp(int a, int b) { return (a + b - 1) / b; }
 constexpr size_t kMostLost = 64;
 
 // The number of a set's lowest element, and the set without it.
-int lowest(uint64_t set) { return __builtin_ctzll(set); }
-uint64_t withoutLowest(uint64_t set) { return set & (set - 1); }
+inline int lowest(uint64_t set) {
+  const auto low = uint32_t(set);
+  return sizeof(uintptr_t) == 8 ? __builtin_ctzll(set)
+         : low                  ? __builtin_ctz(low)
+                                : 32 + __builtin_ctz(uint32_t(set >> 32));
+}
+inline uint64_t withoutLowest(uint64_t set) { return set & (set - 1); }
 
 // Of a code for the end of blocks' bands: how many blocks there are after this one.
-int endOfBand(BitStore& in, int category) {
+ORV_ALWAYS_INLINE int endOfBand(BitStore& in, int category) {
   in.refill();
   return category == 0 ? 0 : (1 << category) - 1 + int(in.take(category));
 }
@@ -115,16 +123,6 @@ bool Coefficients::begin(const Scan& scan) {
   return true;
 }
 
-Coefficients::Outcome Coefficients::decode(const uint8_t* data, const uint8_t* limit, int from, int to) {
-  marker_ = bits_.load(data, limit);
-  done_ = to;
-  const Outcome outcome = first_ == 0 ? refines_ ? refineDc(from, to) : decodeFirstDc(from, to)
-                          : refines_ ? decodeAc<true>(from, to)
-                                      : decodeAc<false>(from, to);
-  lose(done_, to);
-  return outcome;
-}
-
 // What is lost of DC needs no record: its bits do not depend on the bits before.
 void Coefficients::lose(int from, int to) {
   if (from == to || first_ == 0) return;
@@ -185,6 +183,86 @@ Coefficients::Outcome Coefficients::refineDc(int from, int to) {
 
 // ---- AC
 
+// How many blocks without codes follow, or -1 where a code is none.
+ORV_ALWAYS_INLINE int Coefficients::decodeFirstAc(BitStore& in, Vel16s* block, Mask* mask) const {
+  const Codes& codes = codes_[0];
+  for (int k = first_; k <= last_; ++k) {
+    in.refill();
+    const Codes::Entry code = codes.next(in);
+    in.skip(code.length());
+    int value = code.value();
+    if (value == 0) {
+      if (code.length() == 0 || code.size() + low_ > 15) return -1;
+      if (BitStore::kMostTaken < 31) in.refill();
+      if (code.size() == 0) {
+        if (code.run() < 15) return endOfBand(in, code.run());
+      } else {
+        value = extend(in.take(code.size()), code.size()) * (1 << low_);
+      }
+    }
+    k += code.run();
+    if (code.size() == 0) continue;
+    if (k > last_) return -1;
+    block[own_pj_izigzag_index[k]] = Vel16s(value);
+    *mask |= Mask(1) << k;
+  }
+  return 0;
+}
+
+// A further bit of a coefficient that is not zero.
+ORV_ALWAYS_INLINE void Coefficients::correct(BitStore& in, Vel16s* c) const {
+  const int sign = *c >> 15, bit = int(in.bit() << low_);
+  *c = Vel16s(*c + ((bit ^ sign) - sign));
+}
+ORV_ALWAYS_INLINE void Coefficients::correct(BitStore& in, Vel16s* block, Mask mask) const {
+  for (; mask; mask = withoutLowest(mask)) correct(in, &block[own_pj_izigzag_index[lowest(mask)]]);
+}
+
+// ... for blocks [block, end) without codes. False where the data end first.
+ORV_ALWAYS_INLINE bool Coefficients::correctRun(BitStore& in, const Plane& plane, int block, int end, int* done) const {
+  while ((block = plane.findNonzero(block, end, band_)) < end) {
+    correct(in, plane.at(block), plane.nonzero[size_t(block)] & band_);
+    if (in.isOver()) {
+      *done = block / plane.stride * plane.wide + block % plane.stride;
+      return false;
+    }
+    ++block;
+  }
+  return true;
+}
+
+ORV_ALWAYS_INLINE int Coefficients::refineAc(BitStore& in, Vel16s* block, Mask* mask) const {
+  const Codes& codes = codes_[0];
+  Mask left = *mask & band_;  // not corrected yet
+  for (int k = first_; k <= last_; ++k) {
+    in.refill();
+    const Codes::Entry code = codes.next(in);
+    in.skip(code.length());
+    if (code.size() == 0 && code.run() < 15) {
+      if (code.length() == 0) return -1;
+      const int run = endOfBand(in, code.run());
+      correct(in, block, left);
+      return run;
+    }
+    if (code.size() > 1) return -1;
+    const int value = code.size() == 0 ? 0 : code.value() ? code.value() : in.bit() ? 1 << low_ : -(1 << low_);
+    // Zeros are counted, the others are corrected on the way.
+    int zeros = code.run();
+    for (; left && lowest(left) - k <= zeros; left = withoutLowest(left)) {
+      const int n = lowest(left);
+      zeros -= n - k;
+      k = n + 1;
+      correct(in, &block[own_pj_izigzag_index[n]]);
+    }
+    k += zeros;
+    if (value == 0) continue;
+    if (k > last_) return -1;
+    block[own_pj_izigzag_index[k]] = Vel16s(value);
+    *mask |= Mask(1) << k;
+  }
+  return 0;
+}
+
 // The blocks that have codes, one by one, and after one of them a run of blocks without any.
 template <bool kRefines> Coefficients::Outcome Coefficients::decodeAc(int from, int to) {
   Plane& plane = planes_[size_t(components_[0])];
@@ -212,84 +290,16 @@ template <bool kRefines> Coefficients::Outcome Coefficients::decodeAc(int from, 
   return kDone;
 }
 
-// How many blocks without codes follow, or -1 where a code is none.
-int Coefficients::decodeFirstAc(BitStore& in, Vel16s* block, Mask* mask) const {
-  const Codes& codes = codes_[0];
-  for (int k = first_; k <= last_; ++k) {
-    in.refill();
-    const Codes::Entry code = codes.next(in);
-    in.skip(code.length());
-    int value = code.value();
-    if (value == 0) {
-      if (code.length() == 0 || code.size() + low_ > 15) return -1;
-      if (BitStore::kMostTaken < 31) in.refill();
-      if (code.size() == 0) {
-        if (code.run() < 15) return endOfBand(in, code.run());
-      } else {
-        value = extend(in.take(code.size()), code.size()) * (1 << low_);
-      }
-    }
-    k += code.run();
-    if (code.size() == 0) continue;
-    if (k > last_) return -1;
-    block[own_pj_izigzag_index[k]] = Vel16s(value);
-    *mask |= Mask(1) << k;
-  }
-  return 0;
-}
+// ---- An interval
 
-// A further bit of coefficients that are not zero.
-void Coefficients::correct(BitStore& in, Vel16s* block, Mask mask) const {
-  for (; mask; mask = withoutLowest(mask)) {
-    Vel16s& c = block[own_pj_izigzag_index[lowest(mask)]];
-    const int sign = c >> 15, bit = int(in.bit() << low_);
-    c = Vel16s(c + ((bit ^ sign) - sign));
-  }
-}
-
-// ... for blocks [block, end) without codes. False where the data end first.
-bool Coefficients::correctRun(BitStore& in, const Plane& plane, int block, int end, int* done) const {
-  while ((block = plane.findNonzero(block, end, band_)) < end) {
-    correct(in, plane.at(block), plane.nonzero[size_t(block)] & band_);
-    if (in.isOver()) {
-      *done = block / plane.stride * plane.wide + block % plane.stride;
-      return false;
-    }
-    ++block;
-  }
-  return true;
-}
-
-int Coefficients::refineAc(BitStore& in, Vel16s* block, Mask* mask) const {
-  const Codes& codes = codes_[0];
-  Mask left = *mask & band_;  // not corrected yet
-  for (int k = first_; k <= last_; ++k) {
-    in.refill();
-    const Codes::Entry code = codes.next(in);
-    in.skip(code.length());
-    if (code.size() == 0 && code.run() < 15) {
-      if (code.length() == 0) return -1;
-      const int run = endOfBand(in, code.run());
-      correct(in, block, left);
-      return run;
-    }
-    if (code.size() > 1) return -1;
-    const int value = code.size() == 0 ? 0 : code.value() ? code.value() : in.bit() ? 1 << low_ : -(1 << low_);
-    // Zeros are counted, the others are corrected on the way.
-    int zeros = code.run();
-    for (; left && lowest(left) - k <= zeros; left = withoutLowest(left)) {
-      const int n = lowest(left);
-      zeros -= n - k;
-      k = n + 1;
-      correct(in, block, Mask(1) << n);
-    }
-    k += zeros;
-    if (value == 0) continue;
-    if (k > last_) return -1;
-    block[own_pj_izigzag_index[k]] = Vel16s(value);
-    *mask |= Mask(1) << k;
-  }
-  return 0;
+Coefficients::Outcome Coefficients::decode(const uint8_t* data, const uint8_t* limit, int from, int to) {
+  marker_ = bits_.load(data, limit);
+  done_ = to;
+  const Outcome outcome = first_ == 0 ? refines_ ? refineDc(from, to) : decodeFirstDc(from, to)
+                          : refines_ ? decodeAc<true>(from, to)
+                                      : decodeAc<false>(from, to);
+  lose(done_, to);
+  return outcome;
 }
 
 }  // namespace jpeg

@@ -92,6 +92,7 @@ class Coefficients {
   int decodeFirstAc(BitStore& in, Vel16s* block, Mask* mask) const;
   int refineAc(BitStore& in, Vel16s* block, Mask* mask) const;
   bool correctRun(BitStore& in, const Plane& plane, int block, int end, int* cut) const;
+  void correct(BitStore& in, Vel16s* c) const;
   void correct(BitStore& in, Vel16s* block, Mask mask) const;
 
   std::vector<Plane> planes_;
