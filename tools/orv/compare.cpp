@@ -15,11 +15,14 @@ constexpr char kHelp[] =
     "\n"
     "Compares two pictures of the same size, both grey or both in colour: prints the\n"
     "peak signal-to-noise ratio in dB over all samples, and the largest difference of\n"
-    "two samples; or that the pictures are the same. A and B are JPEG or binary PPM or\n"
-    "PGM files. The exit status is 0 when they are the same, 1 when they differ, and 2 when\n"
-    "they cannot be compared, or one is a JPEG that is cut short or damaged.\n"
+    "two samples; or that the pictures are the same. A and B are JPEG or binary PPM\n"
+    "or PGM files. The exit status is 0 when they are the same, 1 when they differ,\n"
+    "and 2 when they cannot be compared, or one is a JPEG that is cut short or\n"
+    "damaged.\n"
     "\n"
-    "  --psnr N        pictures of this PSNR or a larger one count as the same\n" ORV_HELP_READS ORV_HELP_ALL;
+    "  --psnr N        pictures of this PSNR or a larger one count as the same\n" ORV_HELP_READS ORV_HELP_ALL
+    "  orv compare photo.jpg small.jpg\n"
+    "  orv compare --psnr 40 before.ppm after.jpg && echo near enough\n";
 
 double decibels(const std::string& text) {
   char* end = nullptr;

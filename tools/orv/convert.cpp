@@ -18,10 +18,10 @@ constexpr char kHelp[] =
     "usage: orv convert IN --to FORMAT OUT.raw\n"
     "       orv convert IN.raw --from FORMAT --size WIDTHxHEIGHT OUT\n"
     "\n"
-    "Converts a JPEG or binary PPM file to raw samples in another colour format, or such\n"
-    "samples back. Rows have no padding, and planes follow each other. OUT.raw may end in\n"
-    ".raw, .yuv, .rgb, .bin, the format's name or nothing; OUT is a JPEG or a PPM file, as\n"
-    "its name says (.jpg, .jpeg, .ppm, .pnm).\n"
+    "Converts a JPEG or binary PPM file to raw samples in another colour format, or\n"
+    "such samples back. Rows have no padding, and planes follow each other. OUT.raw\n"
+    "may end in .raw, .yuv, .rgb, .bin, the format's name or nothing; OUT is a JPEG\n"
+    "or a PPM file, as its name says (.jpg, .jpeg, .ppm, .pnm).\n"
     "\n"
     "  yuv420   planes Y, U, V, with a sample of U and V for a square of four pixels\n"
     "  yuv422   planes Y, U, V, with a sample of U and V for two pixels side by side\n"
@@ -30,10 +30,12 @@ constexpr char kHelp[] =
     "  ycbcr    Y, Cb, Cr for each pixel, in studio range\n"
     "  ycbcrp   planes Y, Cb, Cr, in studio range\n"
     "  rgb565, rgb555, rgb444, bgr565, bgr555, bgr444\n"
-    "           a 16-bit word for each pixel, low byte first; the first colour is in the\n"
-    "           low bits. The library packs YCbCr, so the colours go through studio\n"
-    "           range. There is no way back\n"
-    "\n" ORV_HELP_WRITES ORV_HELP_READS ORV_HELP_ALL;
+    "           a 16-bit word for each pixel, low byte first; the first colour is in\n"
+    "           the low bits. The library packs YCbCr, so the colours go through\n"
+    "           studio range. There is no way back\n"
+    "\n" ORV_HELP_WRITES ORV_HELP_READS ORV_HELP_ALL
+    "  orv convert photo.jpg --to yuv420 photo.yuv\n"
+    "  orv convert photo.yuv --from yuv420 --size 1517x1003 photo.ppm\n";
 
 // ---- Formats
 

@@ -13,16 +13,18 @@ constexpr char kHelp[] =
     "usage: orv decode [OPTION]... IN.jpg OUT.ppm\n"
     "       orv decode --time [OPTION]... IN.jpg [OUT.ppm]\n"
     "\n"
-    "Decodes a baseline JPEG to binary PPM, or to PGM when it is grey; OUT ends in .ppm,\n"
-    ".pgm, .pnm or nothing. Chroma of fewer samples than luma is replicated. Of a picture\n"
-    "that is cut short or damaged the rest is mid-grey, or that up to the next restart\n"
-    "marker; that is said, and the exit status is 2.\n"
+    "Decodes a baseline JPEG to binary PPM, or to PGM when it is grey; OUT ends in\n"
+    ".ppm, .pgm, .pnm or nothing. Chroma of fewer samples than luma is replicated. Of\n"
+    "a picture that is cut short or damaged the rest is mid-grey, or that up to the\n"
+    "next restart marker; that is said, and the exit status is 2.\n"
     "\n"
-    "  --fused         decode 4:2:0 with the library's fused primitive; its colours are\n"
-    "                  those of analogue video's YUV, a little off the true ones\n"
+    "  --fused         decode 4:2:0 with the library's fused primitive; its colours\n"
+    "                  are those of analogue video's YUV, a little off the true ones\n"
     "  --max-pixels N  refuse larger pictures (default 268435456, at most 1073741824)\n"
-    "  --time          print the median time of decoding in memory\n"
-    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_READS ORV_HELP_ALL;
+    "  --time          print the median time of decoding in memory, as stored\n"
+    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_READS ORV_HELP_ALL
+    "  orv decode photo.jpg photo.ppm\n"
+    "  orv decode --time --path w7 photo.jpg\n";
 
 struct Arguments {
   std::string in, out;  // out may be empty when time is to be taken

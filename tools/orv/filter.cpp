@@ -14,13 +14,13 @@ namespace {
 constexpr char kHelp[] =
     "usage: orv filter --box WIDTHxHEIGHT [OPTION]... IN OUT\n"
     "\n"
-    "Replaces each pixel of a picture by the mean of WIDTH by HEIGHT pixels around it,\n"
-    "rounded to nearest. Beyond its edges the picture goes on with its outermost pixels.\n"
-    "IN is a JPEG or a binary PPM or PGM file; OUT is one of these, as its name\n"
-    "says (.jpg, .jpeg, .ppm, .pgm, .pnm).\n"
+    "Replaces each pixel of a picture by the mean of WIDTH by HEIGHT pixels around\n"
+    "it, rounded to nearest. Beyond its edges the picture goes on with its outermost\n"
+    "pixels. IN is a JPEG or a binary PPM or PGM file; OUT is one of these, as its\n"
+    "name says (.jpg, .jpeg, .ppm, .pgm, .pnm).\n"
     "\n"
     "  --box WxH       the size of the box (1 to 9999 a side)\n" ORV_HELP_WRITES ORV_HELP_KEEPS ORV_HELP_READS
-        ORV_HELP_ALL;
+        ORV_HELP_ALL "  orv filter --box 5x5 photo.jpg soft.jpg\n";
 
 constexpr int kLargestBox = 9999;
 constexpr double kMostSamples = 1 << 26;  // of the picture with its border, which are floats in memory

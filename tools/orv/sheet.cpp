@@ -16,14 +16,15 @@ namespace {
 constexpr char kHelp[] =
     "usage: orv sheet [OPTION]... IN OUT\n"
     "\n"
-    "Makes a contact sheet of a photo: by each method of orv resize the photo reduced,\n"
-    "without and with antialiasing, and its detail of most contrast enlarged. IN is a JPEG\n"
-    "or a binary PPM or PGM file; OUT is one of these, as its name says (.jpg, .jpeg, .ppm,\n"
-    ".pgm, .pnm).\n"
+    "Makes a contact sheet of a photo: by each method of orv resize the photo\n"
+    "reduced, without and with antialiasing, and its detail of most contrast\n"
+    "enlarged. IN is a JPEG or a binary PPM or PGM file; OUT is one of these, as its\n"
+    "name says (.jpg, .jpeg, .ppm, .pgm, .pnm).\n"
     "\n"
-    "  --quality N     of a JPEG, 1 to 100 (default 95: what differs is to be the methods'\n"
-    "                  doing)\n"
-    "  --sampling S    of a JPEG: 444 (default), 422, 420 or grey\n" ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL;
+    "  --quality N     of a JPEG, 1 to 100 (default 95: what differs is to be the\n"
+    "                  methods' doing)\n"
+    "  --sampling S    of a JPEG, 444 (default), 422, 420 or grey\n" ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL
+    "  orv sheet photo.jpg sheet.jpg\n";
 
 constexpr int kMethods = int(std::size(kResizeMethods)), kColumns = 4, kKinds = 3;
 constexpr int kCell = 320, kGap = 8, kEnlargement = 6;

@@ -12,12 +12,12 @@ namespace {
 constexpr char kHelp[] =
     "usage: orv swap --order ORDER [OPTION]... IN OUT\n"
     "\n"
-    "Reorders the channels of a picture in colour. IN is a JPEG or a binary PPM file; OUT\n"
-    "is one of these, as its name says (.jpg, .jpeg, .ppm, .pnm).\n"
+    "Reorders the channels of a picture in colour. IN is a JPEG or a binary PPM file;\n"
+    "OUT is one of these, as its name says (.jpg, .jpeg, .ppm, .pnm).\n"
     "\n"
-    "  --order ORDER   what the red, green and blue of OUT are taken from, a letter each:\n"
-    "                  bgr exchanges red and blue, ggg shows green in grey\n" ORV_HELP_WRITES ORV_HELP_KEEPS
-        ORV_HELP_READS ORV_HELP_ALL;
+    "  --order ORDER   what the red, green and blue of OUT are taken from, a letter\n"
+    "                  each: bgr exchanges red and blue, ggg shows green in grey\n" ORV_HELP_WRITES ORV_HELP_KEEPS
+        ORV_HELP_READS ORV_HELP_ALL "  orv swap --order bgr photo.jpg blue.jpg\n";
 
 struct Order {
   int channels[3];

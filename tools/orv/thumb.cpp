@@ -20,18 +20,21 @@ namespace {
 constexpr char kHelp[] =
     "usage: orv thumb [OPTION]... FOLDER OUTFOLDER\n"
     "\n"
-    "Makes a thumbnail, a JPEG, of each photo in a folder: of files that are JPEG or binary\n"
-    "PPM or PGM by their name or content. Folders in it are left alone. A thumbnail has its\n"
-    "photo's name, with .jpg added where the photo is no JPEG by name. OUTFOLDER is made\n"
-    "where it is missing; thumbnails that are there are replaced. Each pixel is the mean of\n"
-    "the area that it covers. A colour profile of up to 4096 bytes is kept, and nothing else\n"
-    "that is noted beside the picture.\n"
+    "Makes a thumbnail, a JPEG, of each photo in a folder: of files that are JPEG or\n"
+    "binary PPM or PGM by their name or content. Folders in it are left alone. A\n"
+    "thumbnail has its photo's name, with .jpg added where the photo is no JPEG by\n"
+    "name. OUTFOLDER is made where it is missing; thumbnails that are there are\n"
+    "replaced. Each pixel is the mean of the area that it covers. A colour profile of\n"
+    "up to 4096 bytes is kept, and nothing else that is noted beside the picture.\n"
     "\n"
-    "A photo that cannot be read is reported, the others are done, and the exit status is\n"
-    "1; one that is cut short or damaged is reported, too, and the exit status is 2.\n"
+    "A photo that cannot be read is reported, the others are done, and the exit\n"
+    "status is 1; one that is cut short or damaged is reported, too, and the exit\n"
+    "status is 2.\n"
     "\n"
-    "  --size N        the longest side in pixels (default 256); smaller photos keep theirs\n" ORV_HELP_WRITES
-        ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL;
+    "  --size N        the longest side in pixels (default 256); smaller photos keep\n"
+    "                  theirs\n" ORV_HELP_WRITES ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL
+    "  orv thumb photos thumbnails\n"
+    "  orv thumb --size 160 --quality 75 photos thumbnails\n";
 
 constexpr size_t kLargestProfile = 4096;  // that a thumbnail keeps
 
