@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <csignal>
 #include <functional>
+#include <thread>
 #include "output_file.h"
 #include "run.h"
 
@@ -120,6 +121,34 @@ TEST_F(Files, SignalsLeaveNothingBehind) {
   EXPECT_EQ(listed(), (std::vector<std::string>{"err.txt", "in", "out.txt", "picture"}));
 }
 
+// Threads that begin files, complete them or give them up all the time.
+TEST_F(Files, SignalsLeaveNothingOfManyFilesBehind) {
+  const auto writeMany = [](int number) {
+    for (int i = 0;; i = (i + 1) % 5) {
+      OutputFile file("whole" + std::to_string(5 * number + i), kKinds[i % 2]);
+      file.write("first ", 6);
+      file.write("second", 6);
+      if (i != 3) file.commit();
+    }
+  };
+  for (int i = 0; i < 60; ++i) {
+    const int signal = i % 2 ? SIGINT : SIGTERM;
+    const int killed = status(
+        [&] {
+          for (int number = 1; number < 4; ++number) std::thread(writeMany, number).detach();
+          writeMany(0);
+        },
+        [&](pid_t pid) {
+          usleep(useconds_t(1000 + 700 * i));
+          kill(pid, signal);
+        });
+    EXPECT_TRUE(WIFSIGNALED(killed) && WTERMSIG(killed) == signal) << killed;
+    for (const std::string& name : listed())
+      ASSERT_TRUE(name.find("whole") == 0 && read(name) == "first second") << i << " " << name << ": " << read(name);
+  }
+  EXPECT_GT(listed().size(), 10u);
+}
+
 // Messages go nowhere, and above all not into OUT.
 TEST_F(Files, StandardFilesMayBeClosed) {
   writePicture("picture", 100, 100);
@@ -175,7 +204,7 @@ TEST_F(Files, NamesAreShownWithoutControlCharacters) {
   std::filesystem::rename(at(name + ".jpg"), at("in/" + name + ".jpg"));
   writePicture("in/x\ny.ppm", 3, 2);
   const Outcome o = orv("thumb in out");
-  EXPECT_EQ(o.err, "orv: in/" + shown + "neither a JPEG nor a binary PPM (P6) or PGM (P5) file\n");
+  EXPECT_EQ(o.err.find("orv: in/" + shown + "neither a JPEG nor a binary PPM (P6) or PGM (P5) file\n1 thumb"), 0u);
   EXPECT_EQ(o.out, "in/x\\ny.ppm -> out/x\\ny.ppm.jpg, 3 x 2\n");
 }
 

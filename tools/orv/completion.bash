@@ -9,7 +9,7 @@ _orv_values() {
     --from) words='yuv420 yuv422 yuyv ycbcr ycbcrp' ;;
     --to) words='yuv420 yuv422 yuyv ycbcr ycbcrp rgb565 rgb555 rgb444 bgr565 bgr555 bgr444' ;;
     --order) words='bgr ggg' ;;
-    --box | --max-pixels | --psnr | --quality | --repeat | --restart | --size) words= ;;
+    --box | --jobs | --max-pixels | --psnr | --quality | --repeat | --restart | --size) words= ;;
     *) return 1 ;;
   esac
 }
@@ -26,7 +26,7 @@ _orv_options() {
     swap) words='--order --strict --path' ;;
     resize) words='--method --no-antialias --antialias --quality --strict --path --time --repeat' ;;
     sheet) words='--strict --path' ;;
-    thumb) words='--size --quality --strict --path' ;;
+    thumb) words='--jobs --skip-existing --size --quality --strict --path' ;;
     verify) words='--path --quick --primitives --table' ;;
   esac
   words+=' --help'

@@ -1,5 +1,6 @@
 // What the program says when something is wrong: one line, which names the file.
 #pragma once
+#include <cstdio>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -33,8 +34,9 @@ template <class Work> void workOn(const std::string& name, const Work& work) {
   }
 }
 
-// Names may hold any byte: control characters become \n, \t or \x1B, so that a line stays one and a terminal obeys none.
-std::string shown(const std::string& text);
-// A line on standard error, for which no memory is needed.
-void complain(const char* line);
+// A line, for which no memory is needed: there may be none left. Names may hold any byte: control characters become \n,
+// \t or \x1B, so that a line stays one and a terminal obeys none.
+void print(FILE* to, const char* prefix, const char* line);
+// One on standard error.
+inline void complain(const char* line) { print(stderr, "orv: ", line); }
 inline void complain(const std::string& line) { complain(line.c_str()); }

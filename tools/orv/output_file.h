@@ -5,8 +5,8 @@
 
 // What is written goes to a file in the same folder that has no name, or a temporary one where the file system knows no
 // others; commit() gives it its name. Otherwise it is removed, by signals as well. A file that is there is replaced and
-// keeps its mode; a symbolic link stays, and what it points to is replaced. A program writes one file at a time. What
-// fails throws FileError.
+// keeps its mode; a symbolic link stays, and what it points to is replaced. Threads may write a file each. What fails throws
+// FileError.
 class OutputFile {
  public:
   enum class Unfinished { kNamelessIfPossible, kNamed };
@@ -18,13 +18,18 @@ class OutputFile {
   void write(const void* data, size_t size);
   void commit();
 
+  // What is not complete is removed, by a thread that ends the program: no file can be begun or completed any more.
+  static void removeUnfinished();
+
  private:
   [[noreturn]] void fail() const;
   template <class Make> bool makeTemporary(const Make& make);
   void openNamed(unsigned mode);
   void keepRights(unsigned user, unsigned group, unsigned mode);
   void linkNameless();
+  void forgetTemporary();
 
   std::string name_, target_, temporary_;  // target_: name_, or where that link leads; temporary_: empty without one
   int file_ = -1;
+  OutputFile* following_ = nullptr;  // in the list of those with a temporary name
 };
