@@ -1,5 +1,4 @@
 // orv compare: how far two pictures lie apart.
-#include <getopt.h>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -20,9 +19,7 @@ constexpr char kHelp[] =
     "PGM files. The exit status is 0 when they are the same, 1 when they differ, and 2 when\n"
     "they cannot be compared, or one is a JPEG that is cut short or damaged.\n"
     "\n"
-    "  --psnr N        pictures of this PSNR or a larger one count as the same\n"
-    "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --help          show this\n";
+    "  --psnr N        pictures of this PSNR or a larger one count as the same\n" ORV_HELP_READS ORV_HELP_ALL;
 
 double decibels(const std::string& text) {
   char* end = nullptr;
@@ -54,25 +51,16 @@ Difference difference(PictureReader& a, PictureReader& b) {
 }  // namespace
 
 int runCompare(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'},
-                            {"psnr", required_argument, nullptr, 'p'},
-                            {"strict", no_argument, nullptr, 'S'},
-                            {}};
   constexpr int kDiffer = 1;
-  jpeg::Options reading;
+  SharedOptions shared;
   double enough = HUGE_VAL;
-  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
-    switch (c) {
-      case 'h': return fputs(kHelp, stdout), kDone;
-      case 'p': enough = decibels(optarg); break;
-      case 'S': reading.strict = true; break;
-      default: refuseOption(c, argv);
-    }
-  }
+  readOptions(argc, argv, kReads, {{"psnr", required_argument, nullptr, 'p'}}, &shared,
+              [&](int) { enough = decibels(optarg); });
+  if (shared.help) return fputs(kHelp, stdout), kDone;
   if (argc - optind != 2) throw UsageError("compare takes two pictures (see orv compare --help)");
   requireSse2();
   const std::string names[] = {argv[optind], argv[optind + 1]};
-  PictureReader a(names[0], reading), b(names[1], reading);
+  PictureReader a(names[0], shared.reading), b(names[1], shared.reading);
   if (a.width() != b.width() || a.height() != b.height() || a.channels() != b.channels()) {
     complain(names[0] + " and " + names[1] + ": the pictures differ in size or kind");
     return kDiffer;

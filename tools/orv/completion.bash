@@ -16,17 +16,18 @@ _orv_values() {
 
 # Sets `words` to the options of a command.
 _orv_options() {
+  local reads='--strict --path' writes='--quality --sampling'
   case $1 in
     info) words= ;;
-    decode) words='--strict --path --fused --max-pixels --time --repeat' ;;
-    encode) words='--quality --sampling --optimize --restart --strict --path --time --repeat' ;;
-    compare) words='--psnr --strict' ;;
-    convert) words='--to --from --size --strict --path' ;;
-    filter) words='--box --strict --path' ;;
-    swap) words='--order --strict --path' ;;
-    resize) words='--method --no-antialias --antialias --quality --strict --path --time --repeat' ;;
-    sheet) words='--strict --path' ;;
-    thumb) words='--jobs --skip-existing --size --quality --strict --path' ;;
+    decode) words="$reads --fused --max-pixels --time --repeat" ;;
+    encode) words="$reads $writes --optimize --restart --time --repeat" ;;
+    compare) words="$reads --psnr" ;;
+    convert) words="$reads $writes --to --from --size" ;;
+    filter) words="$reads $writes --box" ;;
+    swap) words="$reads $writes --order" ;;
+    resize) words="$reads $writes --method --no-antialias --antialias --time --repeat" ;;
+    sheet) words="$reads $writes" ;;
+    thumb) words="$reads $writes --size --jobs --skip-existing" ;;
     verify) words='--path --quick --primitives --table' ;;
   esac
   words+=' --help'

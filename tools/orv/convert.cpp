@@ -1,5 +1,4 @@
 // orv convert: a picture to raw samples in another colour format, and back.
-#include <getopt.h>
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -34,10 +33,7 @@ constexpr char kHelp[] =
     "           a 16-bit word for each pixel, low byte first; the first colour is in the\n"
     "           low bits. The library packs YCbCr, so the colours go through studio\n"
     "           range. There is no way back\n"
-    "\n"
-    "  --strict      refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME   use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
-    "  --help        show this\n";
+    "\n" ORV_HELP_WRITES ORV_HELP_READS ORV_HELP_ALL;
 
 // ---- Formats
 
@@ -210,11 +206,10 @@ std::vector<Vel8u> completed(Picture picture, VeliSize whole) {
 // ---- The command
 
 struct Arguments {
-  bool help = false;
   const Format *to = nullptr, *from = nullptr;
   int width = 0, height = 0;
   std::string in, out;
-  jpeg::Options reading;
+  SharedOptions shared;
 };
 
 void parseSize(const std::string& text, Arguments* a) {
@@ -226,25 +221,20 @@ void parseSize(const std::string& text, Arguments* a) {
 }
 
 Arguments parse(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'},
-                            {"path", required_argument, nullptr, 'p'},
-                            {"to", required_argument, nullptr, 't'},
-                            {"from", required_argument, nullptr, 'f'},
-                            {"size", required_argument, nullptr, 's'},
-                            {"strict", no_argument, nullptr, 'S'},
-                            {}};
   Arguments a;
-  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
-    switch (c) {
-      case 'h': a.help = true; return a;
-      case 'p': selectPath(optarg); break;
-      case 't': a.to = &format(optarg); break;
-      case 'f': a.from = &format(optarg); break;
-      case 's': parseSize(optarg, &a); break;
-      case 'S': a.reading.strict = true; break;
-      default: refuseOption(c, argv);
-    }
-  }
+  readOptions(argc, argv, kReads | kWrites,
+              {{"to", required_argument, nullptr, 't'},
+               {"from", required_argument, nullptr, 'f'},
+               {"size", required_argument, nullptr, 's'}},
+              &a.shared, [&](int c) {
+                if (c == 't')
+                  a.to = &format(optarg);
+                else if (c == 'f')
+                  a.from = &format(optarg);
+                else
+                  parseSize(optarg, &a);
+              });
+  if (a.shared.help) return a;
   if (argc - optind != 2) throw UsageError("convert takes two files (see orv convert --help)");
   if (!a.to == !a.from) throw UsageError("convert takes either --to or --from (see orv convert --help)");
   if (!a.from == (a.width > 0)) throw UsageError("--size goes with --from, and --from with --size");
@@ -260,7 +250,7 @@ Arguments parse(int argc, char** argv) {
 
 // Gives whether the picture was whole.
 bool convertTo(const Arguments& a) {
-  PictureReader reader(a.in, a.reading);
+  PictureReader reader(a.in, a.shared.reading);
   if (reader.channels() != 3) throw FileError(a.in, "a grey picture; convert takes colours");
   Picture picture = reader.picture();
   Raw raw(*a.to, picture.width, picture.height);
@@ -295,17 +285,14 @@ void convertFrom(const Arguments& a) {
   Picture picture = {a.width, a.height, 3, std::move(rgb)};
   for (int y = 1; y < a.height; ++y)
     memmove(picture.row(y), &picture.samples[size_t(y) * size_t(step)], picture.step());
-  PictureFile(a.out, a.width, a.height, 3).write(picture);
+  PictureFile(a.out, a.width, a.height, 3, a.shared.jpeg).write(picture);
 }
 
 }  // namespace
 
 int runConvert(int argc, char** argv) {
   const Arguments a = parse(argc, argv);
-  if (a.help) {
-    fputs(kHelp, stdout);
-    return 0;
-  }
+  if (a.shared.help) return fputs(kHelp, stdout), kDone;
   requireSse2();
   bool whole = true;
   workOn(a.in, [&] {

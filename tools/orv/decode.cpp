@@ -1,5 +1,4 @@
 // orv decode: a JPEG file to a PPM file.
-#include <getopt.h>
 #include <cstdio>
 #include "commands.h"
 #include "endings.h"
@@ -19,42 +18,30 @@ constexpr char kHelp[] =
     "that is cut short or damaged the rest is mid-grey, or that up to the next restart\n"
     "marker; that is said, and the exit status is 2.\n"
     "\n"
-    "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
     "  --fused         decode 4:2:0 with the library's fused primitive; its colours are\n"
     "                  those of analogue video's YUV, a little off the true ones\n"
     "  --max-pixels N  refuse larger pictures (default 268435456, at most 1073741824)\n"
     "  --time          print the median time of decoding in memory\n"
-    "  --repeat N      ... of N runs (default 11)\n"
-    "  --help          show this\n";
+    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_READS ORV_HELP_ALL;
 
 struct Arguments {
   std::string in, out;  // out may be empty when time is to be taken
-  jpeg::Options jpeg;
-  bool help = false, time = false;
-  int repeat = 11;
+  SharedOptions shared;
 };
 
 Arguments parse(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'},   {"path", required_argument, nullptr, 'p'},
-                            {"fused", no_argument, nullptr, 'f'},  {"max-pixels", required_argument, nullptr, 'm'},
-                            {"strict", no_argument, nullptr, 'S'}, {"repeat", required_argument, nullptr, 'r'},
-                            {"time", no_argument, nullptr, 't'},   {}};
   Arguments a;
-  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
-    switch (c) {
-      case 'h': a.help = true; return a;
-      case 'p': selectPath(optarg); break;
-      case 'f': a.jpeg.fused = true; break;
-      case 'm': a.jpeg.maxPixels = optionNumber("--max-pixels", optarg, jpeg::kMostPixels); break;
-      case 'S': a.jpeg.strict = true; break;
-      case 'r': a.repeat = optionRepeat(optarg); [[fallthrough]];
-      case 't': a.time = true; break;
-      default: refuseOption(c, argv);
-    }
-  }
+  readOptions(argc, argv, kReads | kTimes,
+              {{"fused", no_argument, nullptr, 'f'}, {"max-pixels", required_argument, nullptr, 'm'}}, &a.shared,
+              [&](int c) {
+                if (c == 'f')
+                  a.shared.reading.fused = true;
+                else
+                  a.shared.reading.maxPixels = optionNumber("--max-pixels", optarg, jpeg::kMostPixels);
+              });
+  if (a.shared.help) return a;
   const int files = argc - optind;
-  if (files > 2 || files < (a.time ? 1 : 2))
+  if (files > 2 || files < (a.shared.time ? 1 : 2))
     throw UsageError("decode takes IN.jpg and OUT.ppm (see orv decode --help)");
   a.in = argv[optind];
   if (files < 2) return a;
@@ -64,7 +51,7 @@ Arguments parse(int argc, char** argv) {
 }
 
 jpeg::Damage decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) {
-  jpeg::Decoder decoder(data.data(), data.size(), a.jpeg);
+  jpeg::Decoder decoder(data.data(), data.size(), a.shared.reading);
   PpmFile file(a.out, decoder.width(), decoder.height(), decoder.channels());
   decoder.decode(file);
   file.commit();
@@ -74,8 +61,8 @@ jpeg::Damage decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) 
 jpeg::Damage timeDecoding(const std::vector<uint8_t>& data, const Arguments& a) {
   std::vector<uint8_t> pixels;
   jpeg::Damage damage = {};
-  printMedianTime(a.repeat, [&] {
-    jpeg::Decoder decoder(data.data(), data.size(), a.jpeg);
+  printMedianTime(a.shared.repeat, [&] {
+    jpeg::Decoder decoder(data.data(), data.size(), a.shared.reading);
     const size_t step = size_t(decoder.width()) * size_t(decoder.channels());
     pixels.resize(step * size_t(decoder.height()));
     decodeTo(decoder, pixels.data(), ptrdiff_t(step));
@@ -89,16 +76,13 @@ jpeg::Damage timeDecoding(const std::vector<uint8_t>& data, const Arguments& a) 
 
 int runDecode(int argc, char** argv) {
   const Arguments a = parse(argc, argv);
-  if (a.help) {
-    fputs(kHelp, stdout);
-    return 0;
-  }
+  if (a.shared.help) return fputs(kHelp, stdout), kDone;
   requireSse2();
   jpeg::Damage damage = {};
   workOn(a.in, [&] {
     const std::vector<uint8_t> data = InputFile(a.in).rest();
     if (!a.out.empty()) damage = decodeToFile(data, a);
-    if (a.time) damage = timeDecoding(data, a);
+    if (a.shared.time) damage = timeDecoding(data, a);
   });
   if (damage == jpeg::Damage::kNone) return kDone;
   complain(warningOf(a.in, damage));

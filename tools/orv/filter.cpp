@@ -1,5 +1,4 @@
 // orv filter: smooths a picture with a box filter.
-#include <getopt.h>
 #include <algorithm>
 #include <cstdio>
 #include <vector>
@@ -20,10 +19,7 @@ constexpr char kHelp[] =
     "IN is a JPEG or a binary PPM or PGM file; OUT is one of these, as its name\n"
     "says (.jpg, .jpeg, .ppm, .pgm, .pnm).\n"
     "\n"
-    "  --box WxH       the size of the box (1 to 9999 a side)\n"
-    "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
-    "  --help          show this\n";
+    "  --box WxH       the size of the box (1 to 9999 a side)\n" ORV_HELP_WRITES ORV_HELP_READS ORV_HELP_ALL;
 
 constexpr int kLargestBox = 9999;
 constexpr double kMostSamples = 1 << 26;  // of the picture with its border, which are floats in memory
@@ -70,33 +66,22 @@ void filter(Picture& picture, VeliSize box) {
 }  // namespace
 
 int runFilter(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'},
-                            {"box", required_argument, nullptr, 'b'},
-                            {"strict", no_argument, nullptr, 'S'},
-                            {"path", required_argument, nullptr, 'p'},
-                            {}};
   VeliSize box = {};
-  jpeg::Options reading;
-  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
-    switch (c) {
-      case 'h': return fputs(kHelp, stdout), 0;
-      case 'b': box = optionSize("--box", optarg, kLargestBox); break;
-      case 'p': selectPath(optarg); break;
-      case 'S': reading.strict = true; break;
-      default: refuseOption(c, argv);
-    }
-  }
+  SharedOptions shared;
+  readOptions(argc, argv, kReads | kWrites, {{"box", required_argument, nullptr, 'b'}}, &shared,
+              [&](int) { box = optionSize("--box", optarg, kLargestBox); });
+  if (shared.help) return fputs(kHelp, stdout), kDone;
   if (argc - optind != 2 || box.width == 0)
     throw UsageError("filter takes --box WIDTHxHEIGHT, IN and OUT (see orv filter --help)");
   requireEnding(argv[optind + 1], kPictureEndings);
   requireSse2();
   bool whole = true;
   workOn(argv[optind], [&] {
-    PictureReader reader(argv[optind], reading);
+    PictureReader reader(argv[optind], shared.reading);
     const double wide = double(reader.width()) + box.width, high = double(reader.height()) + box.height;
     if (wide * high * reader.channels() > kMostSamples)
       throw FileError(argv[optind], "the picture or the box is too large to filter in memory");
-    PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels());
+    PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels(), shared.jpeg);
     Picture picture = reader.picture();
     filter(picture, box);
     file.write(picture);

@@ -3,7 +3,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 #include "messages.h"
+#include "paths.h"
 
 void refuseOption(int result, char** argv) {
   const std::string given = optopt > 0 && optopt < 128 && strncmp(argv[optind - 1], "--", 2) != 0
@@ -30,5 +32,52 @@ VeliSize optionSize(const std::string& option, const std::string& text, uint64_t
           int(optionNumber((option + "'s height").c_str(), height.c_str(), most))};
 }
 
-int optionQuality(const char* text) { return int(optionNumber("--quality", text, 100)); }
-int optionRepeat(const char* text) { return int(optionNumber("--repeat", text, 1000000)); }
+// ---- Options that commands share
+
+namespace {
+
+// Above all letters, which are commands' own options.
+enum Shared { kPath = 256, kStrict, kQuality, kSampling, kTime, kRepeat };
+
+jpeg::Sampling samplingOf(const std::string& name) {
+  if (name == "444") return jpeg::Sampling::k444;
+  if (name == "422") return jpeg::Sampling::k422;
+  if (name == "420") return jpeg::Sampling::k420;
+  if (name == "grey") return jpeg::Sampling::kGrey;
+  throw UsageError("--sampling takes 444, 422, 420 or grey");
+}
+
+std::vector<option> withShared(unsigned shared, std::initializer_list<option> own) {
+  std::vector<option> all = own;
+  const auto add = [&](bool wanted, std::initializer_list<option> more) {
+    if (wanted) all.insert(all.end(), more);
+  };
+  add(true, {{"help", no_argument, nullptr, 'h'}, {"path", required_argument, nullptr, kPath}});
+  add(shared & kReads, {{"strict", no_argument, nullptr, kStrict}});
+  add(shared & kWrites,
+      {{"quality", required_argument, nullptr, kQuality}, {"sampling", required_argument, nullptr, kSampling}});
+  add(shared & kTimes, {{"time", no_argument, nullptr, kTime}, {"repeat", required_argument, nullptr, kRepeat}});
+  all.emplace_back();
+  return all;
+}
+
+}  // namespace
+
+void readOptions(int argc, char** argv, unsigned shared, std::initializer_list<option> own, SharedOptions* to,
+                 const std::function<void(int)>& read) {
+  const std::vector<option> options = withShared(shared, own);
+  for (int c; (c = getopt_long(argc, argv, ":h", options.data(), nullptr)) != -1;) {
+    switch (c) {
+      case 'h': to->help = true; return;
+      case kPath: selectPath(optarg); break;
+      case kStrict: to->reading.strict = true; break;
+      case kQuality: to->jpeg.quality = int(optionNumber("--quality", optarg, 100)); break;
+      case kSampling: to->jpeg.sampling = samplingOf(optarg); break;
+      case kRepeat: to->repeat = int(optionNumber("--repeat", optarg, 1000000)); [[fallthrough]];
+      case kTime: to->time = true; break;
+      case '?':
+      case ':': refuseOption(c, argv);
+      default: read(c);
+    }
+  }
+}

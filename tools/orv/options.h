@@ -1,7 +1,12 @@
 // How commands read their options.
 #pragma once
+#include <getopt.h>
 #include <cstdint>
+#include <functional>
+#include <initializer_list>
 #include <string>
+#include "codec/decoder.h"
+#include "codec/encoder.h"
 #include "orv.h"
 
 // What getopt_long stopped at, with opterr = 0 and a leading ':' in the short options: '?' or ':'.
@@ -12,6 +17,33 @@
 uint64_t optionNumber(const char* option, const char* text, uint64_t most);
 VeliSize optionSize(const std::string& option, const std::string& text, uint64_t most);
 
-// The values of --quality, of a JPEG, and of --repeat, how many runs are timed.
-int optionQuality(const char* text);
-int optionRepeat(const char* text);
+// ---- Options that commands share
+
+// All commands that readOptions() serves have --help and --path. kReads: of pictures; kWrites: of JPEG files that come
+// out; kTimes: work in memory can be timed.
+enum : unsigned { kReads = 1, kWrites = 2, kTimes = 4 };
+
+struct SharedOptions {
+  bool help = false;  // nothing after it has been read
+  jpeg::Options reading;
+  jpeg::EncoderOptions jpeg;
+  bool time = false;
+  int repeat = 11;  // runs that are timed
+};
+
+// Reads the options that `shared` says, and a command's own ones, for each of which `read` is called with its `val`, a
+// letter. What else there is throws UsageError.
+void readOptions(int argc, char** argv, unsigned shared, std::initializer_list<option> own, SharedOptions* to,
+                 const std::function<void(int)>& read);
+
+// What the commands' help says of them.
+#define ORV_HELP_READS "  --strict        refuse a JPEG that is cut short or damaged\n"
+#define ORV_HELP_WRITES                                                                    \
+  "  --quality N     of a JPEG, 1 to 100 (default 85): scales the usual quantisation\n"    \
+  "                  tables\n"                                                             \
+  "  --sampling S    of a JPEG: 444, 422, 420 (default) or grey, which are one chroma\n"   \
+  "                  sample for each pixel, for two side by side, for a square of four,\n" \
+  "                  or none\n"
+#define ORV_HELP_ALL                                                             \
+  "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n" \
+  "  --help          show this\n"

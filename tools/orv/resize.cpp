@@ -1,5 +1,4 @@
 // orv resize: makes a picture smaller or larger.
-#include <getopt.h>
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -32,13 +31,9 @@ constexpr char kHelp[] =
     "                  covers, so that there is no moire; with this it sees what lies\n"
     "                  nearest only. It makes no difference to nearest and super\n"
     "  --antialias     the contrary, and what is done without either\n"
-    "  --quality N     of a JPEG, 1 to 100 (default 85)\n"
-    "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
     "  --time          print the median time of resizing in memory, and the pixels that it\n"
     "                  makes in a second\n"
-    "  --repeat N      ... of N runs (default 11)\n"
-    "  --help          show this\n";
+    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_WRITES ORV_HELP_READS ORV_HELP_ALL;
 
 const ResizeMethod& method(const std::string& name) {
   std::string names;
@@ -86,34 +81,23 @@ struct Arguments {
   std::string in, out;
   Size size;
   const ResizeMethod* method = &::method("catmull");
-  bool help = false, antialias = true;  // antialias: where it makes a difference
-  bool time = false;
-  int repeat = 11;
-  jpeg::EncoderOptions jpeg;
-  jpeg::Options reading;
+  bool antialias = true;  // where it makes a difference
+  SharedOptions shared;
 };
 
 Arguments parse(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'},          {"path", required_argument, nullptr, 'p'},
-                            {"method", required_argument, nullptr, 'm'},  {"antialias", no_argument, nullptr, 'a'},
-                            {"no-antialias", no_argument, nullptr, 'n'},  {"strict", no_argument, nullptr, 'S'},
-                            {"quality", required_argument, nullptr, 'q'}, {"repeat", required_argument, nullptr, 'r'},
-                            {"time", no_argument, nullptr, 't'},          {}};
   Arguments a;
-  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
-    switch (c) {
-      case 'h': a.help = true; return a;
-      case 'p': selectPath(optarg); break;
-      case 'm': a.method = &method(optarg); break;
-      case 'a': a.antialias = true; break;
-      case 'n': a.antialias = false; break;
-      case 'S': a.reading.strict = true; break;
-      case 'q': a.jpeg.quality = optionQuality(optarg); break;
-      case 'r': a.repeat = optionRepeat(optarg); [[fallthrough]];
-      case 't': a.time = true; break;
-      default: refuseOption(c, argv);
-    }
-  }
+  readOptions(argc, argv, kReads | kWrites | kTimes,
+              {{"method", required_argument, nullptr, 'm'},
+               {"antialias", no_argument, nullptr, 'a'},
+               {"no-antialias", no_argument, nullptr, 'n'}},
+              &a.shared, [&](int c) {
+                if (c == 'm')
+                  a.method = &method(optarg);
+                else
+                  a.antialias = c == 'a';
+              });
+  if (a.shared.help) return a;
   if (argc - optind != 3) throw UsageError("resize takes IN, OUT and a size (see orv resize --help)");
   a.in = argv[optind];
   a.out = argv[optind + 1];
@@ -124,7 +108,7 @@ Arguments parse(int argc, char** argv) {
 
 // Gives whether the picture was whole.
 bool resize(const Arguments& a) {
-  PictureReader reader(a.in, a.reading);
+  PictureReader reader(a.in, a.shared.reading);
   const VeliSize from = {reader.width(), reader.height()}, to = sizeFor(a.size, from);
   const auto fail = [&](const std::string& why) {
     throw FileError(a.in, std::to_string(from.width) + " x " + std::to_string(from.height) + " to " +
@@ -137,12 +121,12 @@ bool resize(const Arguments& a) {
   const int interpolation = a.method->code | (antialias ? velFlagAntialiasing : 0);
   if (interpolation == velInterSuper && (to.width > from.width || to.height > from.height))
     fail("the method super only reduces");
-  PictureFile file(a.out, to.width, to.height, reader.channels(), a.jpeg);
+  PictureFile file(a.out, to.width, to.height, reader.channels(), a.shared.jpeg);
   const Picture picture = reader.picture();
   const auto work = [&] { return resized(picture, to, interpolation); };
   file.write(work());
-  if (a.time)
-    printMedianTime(a.repeat, [&] {
+  if (a.shared.time)
+    printMedianTime(a.shared.repeat, [&] {
       work();
       return 1e-6 * to.width * to.height;
     });
@@ -153,7 +137,7 @@ bool resize(const Arguments& a) {
 
 int runResize(int argc, char** argv) {
   const Arguments a = parse(argc, argv);
-  if (a.help) return fputs(kHelp, stdout), 0;
+  if (a.shared.help) return fputs(kHelp, stdout), 0;
   requireSse2();
   bool whole = true;
   workOn(a.in, [&] { whole = resize(a); });

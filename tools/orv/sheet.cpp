@@ -1,5 +1,4 @@
 // orv sheet: a photo resized by every method, in one picture.
-#include <getopt.h>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -22,9 +21,9 @@ constexpr char kHelp[] =
     "or a binary PPM or PGM file; OUT is one of these, as its name says (.jpg, .jpeg, .ppm,\n"
     ".pgm, .pnm).\n"
     "\n"
-    "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
-    "  --help          show this\n";
+    "  --quality N     of a JPEG, 1 to 100 (default 95: what differs is to be the methods'\n"
+    "                  doing)\n"
+    "  --sampling S    of a JPEG: 444 (default), 422, 420 or grey\n" ORV_HELP_READS ORV_HELP_ALL;
 
 constexpr int kMethods = int(std::size(kResizeMethods)), kColumns = 4, kKinds = 3;
 constexpr int kCell = 320, kGap = 8, kEnlargement = 6;
@@ -115,31 +114,20 @@ Picture sheetOf(const Picture& photo) {
 }  // namespace
 
 int runSheet(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'},
-                            {"path", required_argument, nullptr, 'p'},
-                            {"strict", no_argument, nullptr, 'S'},
-                            {}};
-  jpeg::Options reading;
-  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
-    switch (c) {
-      case 'h': return fputs(kHelp, stdout), 0;
-      case 'p': selectPath(optarg); break;
-      case 'S': reading.strict = true; break;
-      default: refuseOption(c, argv);
-    }
-  }
+  SharedOptions shared;
+  shared.jpeg.quality = 95;
+  shared.jpeg.sampling = jpeg::Sampling::k444;
+  readOptions(argc, argv, kReads | kWrites, {}, &shared, [](int) {});
+  if (shared.help) return fputs(kHelp, stdout), kDone;
   if (argc - optind != 2) throw UsageError("sheet takes IN and OUT (see orv sheet --help)");
   requireEnding(argv[optind + 1], kPictureEndings);
   requireSse2();
   bool whole = true;
   workOn(argv[optind], [&] {
-    PictureReader reader(argv[optind], reading);
+    PictureReader reader(argv[optind], shared.reading);
     const Picture sheet = sheetOf(reader.picture());
     whole = reader.isWhole();
-    jpeg::EncoderOptions jpeg;
-    jpeg.quality = 95;  // what differs is to be the methods' doing
-    jpeg.sampling = jpeg::Sampling::k444;
-    PictureFile(argv[optind + 1], sheet.width, sheet.height, sheet.channels, jpeg).write(sheet);
+    PictureFile(argv[optind + 1], sheet.width, sheet.height, sheet.channels, shared.jpeg).write(sheet);
   });
   return whole ? kDone : kDamaged;
 }

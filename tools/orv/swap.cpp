@@ -1,5 +1,4 @@
 // orv swap: reorders the channels of a picture.
-#include <getopt.h>
 #include <cstdio>
 #include "commands.h"
 #include "endings.h"
@@ -17,10 +16,8 @@ constexpr char kHelp[] =
     "is one of these, as its name says (.jpg, .jpeg, .ppm, .pnm).\n"
     "\n"
     "  --order ORDER   what the red, green and blue of OUT are taken from, a letter each:\n"
-    "                  bgr exchanges red and blue, ggg shows green in grey\n"
-    "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
-    "  --help          show this\n";
+    "                  bgr exchanges red and blue, ggg shows green in grey\n" ORV_HELP_WRITES ORV_HELP_READS
+        ORV_HELP_ALL;
 
 struct Order {
   int channels[3];
@@ -37,31 +34,20 @@ Order orderOf(const char* text) {
 }  // namespace
 
 int runSwap(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'},
-                            {"order", required_argument, nullptr, 'o'},
-                            {"strict", no_argument, nullptr, 'S'},
-                            {"path", required_argument, nullptr, 'p'},
-                            {}};
   Order order = {};
   bool ordered = false;
-  jpeg::Options reading;
-  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
-    switch (c) {
-      case 'h': return fputs(kHelp, stdout), 0;
-      case 'o': order = orderOf(optarg), ordered = true; break;
-      case 'p': selectPath(optarg); break;
-      case 'S': reading.strict = true; break;
-      default: refuseOption(c, argv);
-    }
-  }
+  SharedOptions shared;
+  readOptions(argc, argv, kReads | kWrites, {{"order", required_argument, nullptr, 'o'}}, &shared,
+              [&](int) { order = orderOf(optarg), ordered = true; });
+  if (shared.help) return fputs(kHelp, stdout), kDone;
   if (argc - optind != 2 || !ordered) throw UsageError("swap takes --order ORDER, IN and OUT (see orv swap --help)");
   requireEnding(argv[optind + 1], kPictureEndings);
   requireSse2();
   bool whole = true;
   workOn(argv[optind], [&] {
-    PictureReader reader(argv[optind], reading);
+    PictureReader reader(argv[optind], shared.reading);
     if (reader.channels() != 3) throw FileError(argv[optind], "a grey picture; swap takes colours");
-    PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels());
+    PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels(), shared.jpeg);
     Picture picture = reader.picture();
     must(orviSwapChannels_8u_C3IR(picture.samples.data(), int(picture.step()), {picture.width, picture.height},
                                   order.channels));

@@ -1,6 +1,5 @@
 // orv thumb: thumbnails of all photos in a folder.
 #include <dirent.h>
-#include <getopt.h>
 #include <sched.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -38,13 +37,9 @@ constexpr char kHelp[] =
     "is, or on a terminal a bar. The last line on standard error says how many there are\n"
     "and how long they took.\n"
     "\n"
-    "  --jobs N        photos that are worked on at a time (default: the processor's cores)\n"
-    "  --skip-existing leave photos out whose thumbnail is there\n"
     "  --size N        the longest side in pixels (default 256); smaller photos keep theirs\n"
-    "  --quality N     1 to 100 (default 85)\n"
-    "  --strict        refuse a JPEG that is cut short or damaged\n"
-    "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n"
-    "  --help          show this\n";
+    "  --jobs N        photos that are worked on at a time (default: the processor's cores)\n"
+    "  --skip-existing leave photos out whose thumbnail is there\n" ORV_HELP_WRITES ORV_HELP_READS ORV_HELP_ALL;
 
 constexpr int kMostJobs = 1024;
 
@@ -52,29 +47,25 @@ struct Arguments {
   std::string from, to;
   int size = 256;
   size_t jobs = 0;  // 0: as many as there are cores
-  bool help = false, skip = false;
-  jpeg::EncoderOptions jpeg;
-  jpeg::Options reading;
+  bool skip = false;
+  SharedOptions shared;
 };
 
 Arguments parse(int argc, char** argv) {
-  const option options[] = {{"help", no_argument, nullptr, 'h'},       {"path", required_argument, nullptr, 'p'},
-                            {"size", required_argument, nullptr, 's'}, {"quality", required_argument, nullptr, 'q'},
-                            {"jobs", required_argument, nullptr, 'j'}, {"skip-existing", no_argument, nullptr, 'k'},
-                            {"strict", no_argument, nullptr, 'S'},     {}};
   Arguments a;
-  for (int c; (c = getopt_long(argc, argv, ":h", options, nullptr)) != -1;) {
-    switch (c) {
-      case 'h': a.help = true; return a;
-      case 'p': selectPath(optarg); break;
-      case 's': a.size = int(optionNumber("--size", optarg, jpeg::kLargestSide)); break;
-      case 'j': a.jobs = size_t(optionNumber("--jobs", optarg, kMostJobs)); break;
-      case 'k': a.skip = true; break;
-      case 'q': a.jpeg.quality = optionQuality(optarg); break;
-      case 'S': a.reading.strict = true; break;
-      default: refuseOption(c, argv);
-    }
-  }
+  readOptions(argc, argv, kReads | kWrites,
+              {{"size", required_argument, nullptr, 's'},
+               {"jobs", required_argument, nullptr, 'j'},
+               {"skip-existing", no_argument, nullptr, 'k'}},
+              &a.shared, [&](int c) {
+                if (c == 's')
+                  a.size = int(optionNumber("--size", optarg, jpeg::kLargestSide));
+                else if (c == 'j')
+                  a.jobs = size_t(optionNumber("--jobs", optarg, kMostJobs));
+                else
+                  a.skip = true;
+              });
+  if (a.shared.help) return a;
   if (argc - optind != 2) throw UsageError("thumb takes FOLDER and OUTFOLDER (see orv thumb --help)");
   a.from = argv[optind];
   a.to = argv[optind + 1];
@@ -191,13 +182,13 @@ void makeThumbnail(const std::string& from, const std::string& to, const Argumen
                    Outcome* outcome) {
   if (isSame(from, to) || liesIn(a.from, to))
     throw FileError(to, "the thumbnail would replace a photo: this is a link");
-  PictureReader reader(from, a.reading);
+  PictureReader reader(from, a.shared.reading);
   VeliSize size = {reader.width(), reader.height()};
   const double pixels = double(size.width) * size.height;
   const Room::Taken taken(room, uint64_t(pixels));
   const int longest = std::max(size.width, size.height);
   if (longest > a.size) size = scaled(size, double(a.size) / longest);
-  PictureFile file(to, size.width, size.height, reader.channels(), a.jpeg);
+  PictureFile file(to, size.width, size.height, reader.channels(), a.shared.jpeg);
   if (!reader.read(memory)) outcome->warning = reader.warning();
   outcome->line = from + " -> " + to + ", " + std::to_string(size.width) + " x " + std::to_string(size.height);
   file.write(longest > a.size ? resized(*memory, size, velInterSuper) : *memory);
@@ -244,7 +235,7 @@ size_t cores() {
 
 int runThumb(int argc, char** argv) {
   const Arguments a = parse(argc, argv);
-  if (a.help) return fputs(kHelp, stdout), 0;
+  if (a.shared.help) return fputs(kHelp, stdout), 0;
   requireSse2();
   const std::vector<std::string> names = photosIn(a.from);
   makeFolder(a.to, a.from);
