@@ -20,7 +20,7 @@ SECONDS, MEMORY = (20, None) if SANITIZED else (2, 64 << 20)
 MANY = 2_000_000
 REFUSED, DAMAGED, FINE = "refused", "damaged", "fine"
 PATHS = [p for p in ("w7", "v8", "s8", "p8", "g9_avx", "g9")
-         if b"no code path" not in (e := subprocess.run([PROGRAM, "decode", "--path", p, "-", "-"], capture_output=True).stderr)
+         if b"no code path" not in (e := subprocess.run([PROGRAM, "decode", "--path", p, "none", "none"], capture_output=True).stderr)
          and b"cannot run" not in e]
 
 

@@ -7,7 +7,11 @@ _orv_values() {
     --method) words='nearest linear cubic bspline catmull b05c03 lanczos super' ;;
     --sampling) words='444 422 420 grey' ;;
     --from) words='yuv420 yuv422 yuyv ycbcr ycbcrp' ;;
-    --to) words='yuv420 yuv422 yuyv ycbcr ycbcrp rgb565 rgb555 rgb444 bgr565 bgr555 bgr444' ;;
+    --to)
+      words='jpeg ppm'
+      [ "${COMP_WORDS[1]}" != convert ] ||
+        words+=' yuv420 yuv422 yuyv ycbcr ycbcrp rgb565 rgb555 rgb444 bgr565 bgr555 bgr444'
+      ;;
     --order) words='bgr ggg' ;;
     --box | --jobs | --max-pixels | --psnr | --quality | --repeat | --restart | --size) words= ;;
     *) return 1 ;;
@@ -16,17 +20,17 @@ _orv_values() {
 
 # Sets `words` to the options of a command.
 _orv_options() {
-  local reads='--strict --path' writes='--quality --sampling'
+  local reads='--strict --path' writes='--quality --sampling' names=--to
   case $1 in
     info) words= ;;
     decode) words="$reads --fused --max-pixels --time --repeat" ;;
     encode) words="$reads $writes --optimize --restart --time --repeat" ;;
     compare) words="$reads --psnr" ;;
     convert) words="$reads $writes --to --from --size" ;;
-    filter) words="$reads $writes --box" ;;
-    swap) words="$reads $writes --order" ;;
-    resize) words="$reads $writes --method --no-antialias --antialias --time --repeat" ;;
-    sheet) words="$reads $writes" ;;
+    filter) words="$reads $writes $names --box" ;;
+    swap) words="$reads $writes $names --order" ;;
+    resize) words="$reads $writes $names --method --no-antialias --antialias --time --repeat" ;;
+    sheet) words="$reads $writes $names" ;;
     thumb) words="$reads $writes --size --jobs --skip-existing" ;;
     verify) words='--path --quick --primitives --table' ;;
   esac

@@ -16,7 +16,8 @@ constexpr char kHelp[] =
     "Decodes a baseline JPEG to binary PPM, or to PGM when it is grey; OUT ends in .ppm,\n"
     ".pgm, .pnm or nothing. Chroma of fewer samples than luma is replicated. Of a picture\n"
     "that is cut short or damaged the rest is mid-grey, or that up to the next restart\n"
-    "marker; that is said, and the exit status is 2.\n"
+    "marker; that is said, and the exit status is 2. IN and OUT may be -, standard input and\n"
+    "output.\n"
     "\n"
     "  --fused         decode 4:2:0 with the library's fused primitive; its colours are\n"
     "                  those of analogue video's YUV, a little off the true ones\n"
@@ -61,7 +62,7 @@ jpeg::Damage decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) 
 jpeg::Damage timeDecoding(const std::vector<uint8_t>& data, const Arguments& a) {
   std::vector<uint8_t> pixels;
   jpeg::Damage damage = {};
-  printMedianTime(a.shared.repeat, [&] {
+  printMedianTime(a.shared.repeat, a.out, [&] {
     jpeg::Decoder decoder(data.data(), data.size(), a.shared.reading);
     const size_t step = size_t(decoder.width()) * size_t(decoder.channels());
     pixels.resize(step * size_t(decoder.height()));

@@ -10,9 +10,14 @@ struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// What is wrong with a file.
+// This name is no file's, but standard input's or output's.
+inline bool isStandard(const std::string& name) { return name == "-"; }
+inline std::string inputName(const std::string& name) { return isStandard(name) ? "standard input" : name; }
+inline std::string outputName(const std::string& name) { return isStandard(name) ? "standard output" : name; }
+
+// What is wrong with a file that is read, or with another one whose name is no -.
 struct FileError : std::runtime_error {
-  FileError(const std::string& name, const std::string& why) : std::runtime_error(name + ": " + why) {}
+  FileError(const std::string& name, const std::string& why) : std::runtime_error(inputName(name) + ": " + why) {}
 };
 
 inline constexpr char kNoMemory[] = "there is not enough memory for this picture";

@@ -5,9 +5,8 @@
 #include <functional>
 #include <initializer_list>
 #include <string>
-#include "codec/decoder.h"
-#include "codec/encoder.h"
 #include "orv.h"
+#include "picture_file.h"
 
 // What getopt_long stopped at, with opterr = 0 and a leading ':' in the short options: '?' or ':'.
 [[noreturn]] void refuseOption(int result, char** argv);
@@ -15,18 +14,21 @@
 // An option's value, which throws UsageError where it is anything else: a number from 1 to most; or WIDTHxHEIGHT, each
 // such a number.
 uint64_t optionNumber(const char* option, const char* text, uint64_t most);
+PictureKind optionKind(const char* text);
 VeliSize optionSize(const std::string& option, const std::string& text, uint64_t most);
 
 // ---- Options that commands share
 
 // All commands that readOptions() serves have --help and --path. kReads: of pictures; kWrites: of JPEG files that come
-// out; kTimes: work in memory can be timed.
-enum : unsigned { kReads = 1, kWrites = 2, kTimes = 4 };
+// out; kTimes: work in memory can be timed; kNames: --to says
+// what a picture is written as.
+enum : unsigned { kReads = 1, kWrites = 2, kTimes = 4, kNames = 32 };
 
 struct SharedOptions {
   bool help = false;  // nothing after it has been read
   jpeg::Options reading;
   jpeg::EncoderOptions jpeg;
+  PictureKind kind = PictureKind::kOfName;
   bool time = false;
   int repeat = 11;  // runs that are timed
 };
@@ -38,6 +40,9 @@ void readOptions(int argc, char** argv, unsigned shared, std::initializer_list<o
 
 // What the commands' help says of them.
 #define ORV_HELP_READS "  --strict        refuse a JPEG that is cut short or damaged\n"
+#define ORV_HELP_NAMES                                                                      \
+  "  --to KIND       what OUT is, jpeg or ppm, where its name has no ending: where it is\n" \
+  "                  -, standard output. IN may be -, standard input\n"
 #define ORV_HELP_WRITES                                                                    \
   "  --quality N     of a JPEG, 1 to 100 (default 85): scales the usual quantisation\n"    \
   "                  tables\n"                                                             \

@@ -68,6 +68,8 @@ void catchSignals() {
   }
 }
 
+constexpr size_t kMostWaiting = size_t(1) << 16;
+
 // ---- Names
 
 // With the slash.
@@ -86,7 +88,12 @@ std::string linkOf(int file) { return "/proc/self/fd/" + std::to_string(file); }
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& name, Unfinished kind) : name_(name) {
+OutputFile::OutputFile(const std::string& name, Unfinished kind) : name_(outputName(name)) {
+  waiting_.reserve(kMostWaiting);
+  if (isStandard(name)) {
+    openStandard();
+    return;
+  }
   struct stat there;
   const bool exists = stat(name.c_str(), &there) == 0;
   if (exists && !S_ISREG(there.st_mode)) throw FileError(name, "cannot write: it is there and is not a regular file");
@@ -102,6 +109,12 @@ OutputFile::OutputFile(const std::string& name, Unfinished kind) : name_(name) {
   }
   if (file_ < 0) openNamed(mode);
   if (exists) keepRights(there.st_uid, there.st_gid, there.st_mode & 0777);
+}
+
+void OutputFile::openStandard() {
+  if (isatty(STDOUT_FILENO)) throw FileError(name_, "a terminal shows no pictures: name a file, or a pipe");
+  file_ = dup(STDOUT_FILENO);
+  if (file_ < 0) fail();
 }
 
 void OutputFile::fail() const { throw FileError(name_, std::string("cannot write: ") + strerror(errno)); }
@@ -156,14 +169,26 @@ OutputFile::~OutputFile() {
   forgetTemporary();
 }
 
-void OutputFile::write(const void* data, size_t size) {
-  for (const char* p = static_cast<const char*>(data); size > 0;) {
-    const ssize_t written = ::write(file_, p, size);
+void OutputFile::writeNow(const char* data, size_t size) {
+  while (size > 0) {
+    const ssize_t written = ::write(file_, data, size);
     if (written < 0 && errno == EINTR) continue;
     if (written < 0) fail();
-    p += written;
+    data += written;
     size -= size_t(written);
   }
+}
+
+void OutputFile::write(const void* data, size_t size) {
+  const char* const p = static_cast<const char*>(data);
+  if (waiting_.size() + size > kMostWaiting) {
+    writeNow(waiting_.data(), waiting_.size());
+    waiting_.clear();
+  }
+  if (size > kMostWaiting)
+    writeNow(p, size);
+  else
+    waiting_.insert(waiting_.end(), p, p + size);
 }
 
 // A link replaces no file, a renamed one does.
@@ -176,7 +201,9 @@ void OutputFile::linkNameless() {
 }
 
 void OutputFile::commit() {
+  writeNow(waiting_.data(), waiting_.size());
   const SignalsBlocked blocked;
+  if (target_.empty()) return;
   if (temporary_.empty()) linkNameless();
   const int file = file_;
   file_ = -1;

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 #include "commands.h"
-#include "endings.h"
 #include "options.h"
 #include "paths.h"
 #include "resizer.h"
@@ -33,7 +32,7 @@ constexpr char kHelp[] =
     "  --antialias     the contrary, and what is done without either\n"
     "  --time          print the median time of resizing in memory, and the pixels that it\n"
     "                  makes in a second\n"
-    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_WRITES ORV_HELP_READS ORV_HELP_ALL;
+    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_NAMES ORV_HELP_WRITES ORV_HELP_READS ORV_HELP_ALL;
 
 const ResizeMethod& method(const std::string& name) {
   std::string names;
@@ -87,7 +86,7 @@ struct Arguments {
 
 Arguments parse(int argc, char** argv) {
   Arguments a;
-  readOptions(argc, argv, kReads | kWrites | kTimes,
+  readOptions(argc, argv, kReads | kWrites | kNames | kTimes,
               {{"method", required_argument, nullptr, 'm'},
                {"antialias", no_argument, nullptr, 'a'},
                {"no-antialias", no_argument, nullptr, 'n'}},
@@ -102,7 +101,7 @@ Arguments parse(int argc, char** argv) {
   a.in = argv[optind];
   a.out = argv[optind + 1];
   a.size = parseSize(argv[optind + 2]);
-  requireEnding(a.out, kPictureEndings);
+  requirePicture(a.out, a.shared.kind);
   return a;
 }
 
@@ -121,12 +120,12 @@ bool resize(const Arguments& a) {
   const int interpolation = a.method->code | (antialias ? velFlagAntialiasing : 0);
   if (interpolation == velInterSuper && (to.width > from.width || to.height > from.height))
     fail("the method super only reduces");
-  PictureFile file(a.out, to.width, to.height, reader.channels(), a.shared.jpeg);
+  PictureFile file(a.out, to.width, to.height, reader.channels(), a.shared.jpeg, a.shared.kind);
   const Picture picture = reader.picture();
   const auto work = [&] { return resized(picture, to, interpolation); };
   file.write(work());
   if (a.shared.time)
-    printMedianTime(a.shared.repeat, [&] {
+    printMedianTime(a.shared.repeat, a.out, [&] {
       work();
       return 1e-6 * to.width * to.height;
     });

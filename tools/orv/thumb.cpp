@@ -69,6 +69,8 @@ Arguments parse(int argc, char** argv) {
   if (argc - optind != 2) throw UsageError("thumb takes FOLDER and OUTFOLDER (see orv thumb --help)");
   a.from = argv[optind];
   a.to = argv[optind + 1];
+  if (isStandard(a.from) || isStandard(a.to))
+    throw UsageError("thumb works on folders, not on standard input or output (a folder of the name - is ./-)");
   return a;
 }
 
