@@ -21,7 +21,8 @@ constexpr char kHelp[] =
     "Converts a JPEG or binary PPM file to raw samples in another colour format, or\n"
     "such samples back. Rows have no padding, and planes follow each other. OUT.raw\n"
     "may end in .raw, .yuv, .rgb, .bin, the format's name or nothing; OUT is a JPEG\n"
-    "or a PPM file, as its name says (.jpg, .jpeg, .ppm, .pnm).\n"
+    "or a PPM file, as its name says (.jpg, .jpeg, .ppm, .pnm), or --to jpeg or\n"
+    "--to ppm beside --from. IN and OUT may be -, standard input and output.\n"
     "\n"
     "  yuv420   planes Y, U, V, with a sample of U and V for a square of four pixels\n"
     "  yuv422   planes Y, U, V, with a sample of U and V for two pixels side by side\n"
@@ -229,7 +230,9 @@ Arguments parse(int argc, char** argv) {
                {"from", required_argument, nullptr, 'f'},
                {"size", required_argument, nullptr, 's'}},
               &a.shared, [&](int c) {
-                if (c == 't')
+                if (c == 't' && (strcmp(optarg, "jpeg") == 0 || strcmp(optarg, "ppm") == 0))
+                  a.shared.kind = optionKind(optarg);
+                else if (c == 't')
                   a.to = &format(optarg);
                 else if (c == 'f')
                   a.from = &format(optarg);
@@ -238,7 +241,8 @@ Arguments parse(int argc, char** argv) {
               });
   if (a.shared.help) return a;
   if (argc - optind != 2) throw UsageError("convert takes two files (see orv convert --help)");
-  if (!a.to == !a.from) throw UsageError("convert takes either --to or --from (see orv convert --help)");
+  if (!a.to == !a.from || (a.to && a.shared.kind != PictureKind::kOfName))
+    throw UsageError("convert takes either --to or --from (see orv convert --help)");
   if (!a.from == (a.width > 0)) throw UsageError("--size goes with --from, and --from with --size");
   if (a.from && !a.from->fromRaw) throw UsageError("there is no way back from " + std::string(a.from->name));
   a.in = argv[optind];
@@ -246,7 +250,7 @@ Arguments parse(int argc, char** argv) {
   if (a.to)
     requireEnding(a.out, {"raw", "yuv", "rgb", "bin", a.to->name, ""});
   else
-    requireEnding(a.out, kPictureEndings);
+    requirePicture(a.out, a.shared.kind);
   return a;
 }
 
@@ -287,7 +291,7 @@ void convertFrom(const Arguments& a) {
   Picture picture = {a.width, a.height, 3, std::move(rgb)};
   for (int y = 1; y < a.height; ++y)
     memmove(picture.row(y), &picture.samples[size_t(y) * size_t(step)], picture.step());
-  PictureFile(a.out, a.width, a.height, 3, a.shared.jpeg).write(picture);
+  PictureFile(a.out, a.width, a.height, 3, a.shared.jpeg, a.shared.kind).write(picture);
 }
 
 }  // namespace

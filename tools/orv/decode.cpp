@@ -14,9 +14,10 @@ constexpr char kHelp[] =
     "       orv decode --time [OPTION]... IN.jpg [OUT.ppm]\n"
     "\n"
     "Decodes a baseline JPEG to binary PPM, or to PGM when it is grey; OUT ends in\n"
-    ".ppm, .pgm, .pnm or nothing. Chroma of fewer samples than luma is replicated. Of\n"
-    "a picture that is cut short or damaged the rest is mid-grey, or that up to the\n"
-    "next restart marker; that is said, and the exit status is 2.\n"
+    ".ppm, .pgm, .pnm or nothing. Either may be -, standard input and output. Chroma\n"
+    "of fewer samples than luma is replicated. Of a picture that is cut short or\n"
+    "damaged the rest is mid-grey, or that up to the next restart marker; that is\n"
+    "said, and the exit status is 2.\n"
     "\n"
     "  --fused         decode 4:2:0 with the library's fused primitive; its colours\n"
     "                  are those of analogue video's YUV, a little off the true ones\n"
@@ -24,7 +25,7 @@ constexpr char kHelp[] =
     "  --time          print the median time of decoding in memory, as stored\n"
     "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_READS ORV_HELP_ALL
     "  orv decode photo.jpg photo.ppm\n"
-    "  orv decode --time --path w7 photo.jpg\n";
+    "  orv decode - - <photo.jpg | orv encode - small.jpg\n";
 
 struct Arguments {
   std::string in, out;  // out may be empty when time is to be taken
@@ -72,7 +73,7 @@ jpeg::Damage decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) 
 jpeg::Damage timeDecoding(const std::vector<uint8_t>& data, const Arguments& a) {
   std::vector<uint8_t> pixels;
   jpeg::Damage damage = {};
-  printMedianTime(a.shared.repeat, [&] {
+  printMedianTime(a.shared.repeat, a.out, [&] {
     jpeg::Decoder decoder(data.data(), data.size(), a.shared.reading);
     const size_t step = size_t(decoder.width()) * size_t(decoder.channels());
     pixels.resize(step * size_t(decoder.height()));

@@ -15,8 +15,9 @@ constexpr char kHelp[] =
     "\n"
     "Encodes a binary PPM or PGM file of 8 bits a sample, or another JPEG anew, as a\n"
     "baseline JPEG (JFIF). Grey pictures give a grey JPEG whatever the sampling. OUT\n"
-    "ends in .jpg, .jpeg or nothing. Another JPEG's colour profile and density are\n"
-    "kept, and nothing else that is noted beside the picture.\n"
+    "ends in .jpg, .jpeg or nothing. IN and OUT may be -, standard input and output.\n"
+    "Another JPEG's colour profile and density are kept, and nothing else that is\n"
+    "noted beside the picture.\n"
     "\n"
     "  --quality N     1 to 100 (default 85): scales the usual quantisation tables\n"
     "  --sampling S    444, 422, 420 (default) or grey: one chroma sample for each\n"
@@ -69,8 +70,12 @@ bool encodeToFile(const Arguments& a) {
 bool timeEncoding(const Arguments& a) {
   PictureReader reader(a.in, a.shared.reading);
   const Picture picture = reader.picture();
+  if (!a.out.empty())
+    PictureFile(a.out, picture.width, picture.height, picture.channels, reader.withMetadata(a.shared.jpeg),
+                PictureKind::kJpeg)
+        .write(picture);
   std::vector<uint8_t> data;
-  printMedianTime(a.shared.repeat, [&] {
+  printMedianTime(a.shared.repeat, a.out, [&] {
     jpeg::Encoder encoder(picture.width, picture.height, picture.channels, a.shared.jpeg);
     encodeFrom(encoder, picture.samples.data(), ptrdiff_t(picture.step()), &data);
     return 1e-6 * picture.width * picture.height;
@@ -85,9 +90,6 @@ int runEncode(int argc, char** argv) {
   if (a.shared.help) return fputs(kHelp, stdout), kDone;
   requireSse2();
   bool whole = true;
-  workOn(a.in, [&] {
-    if (!a.out.empty()) whole = encodeToFile(a);
-    if (a.shared.time) whole = timeEncoding(a);
-  });
+  workOn(a.in, [&] { whole = a.shared.time ? timeEncoding(a) : encodeToFile(a); });
   return whole ? kDone : kDamaged;
 }

@@ -77,7 +77,9 @@ std::terminate_handler usualEnd;
 int main(int argc, char** argv) {
   openStandardFiles();
   usualEnd = std::set_terminate(endWithoutMemory);
-  signal(SIGXFSZ, SIG_IGN);  // a file that becomes too large is an error like another
+  // A file that becomes too large, and a pipe that nobody reads any more, are errors like others.
+  signal(SIGXFSZ, SIG_IGN);
+  signal(SIGPIPE, SIG_IGN);
   if (argc > 1 && strcmp(argv[1], "compare") == 0) failure = 2;
   try {
     const int status = run(argc, argv);

@@ -14,18 +14,21 @@
 // An option's value, which throws UsageError where it is anything else: a number from 1 to most; or WIDTHxHEIGHT, each
 // such a number.
 uint64_t optionNumber(const char* option, const char* text, uint64_t most);
+PictureKind optionKind(const char* text);
 VeliSize optionSize(const std::string& option, const std::string& text, uint64_t most);
 
 // ---- Options that commands share
 
 // All commands that readOptions() serves have --help and --path. kReads: of pictures; kWrites: of JPEG files that come
-// out; kKeeps: what they keep of one that is read; kTimes: work in memory can be timed.
-enum : unsigned { kReads = 1, kWrites = 2, kKeeps = 4, kTimes = 8 };
+// out; kKeeps: what they keep of one that is read; kNames: --to says what a picture is written as; kTimes: work in memory
+// can be timed.
+enum : unsigned { kReads = 1, kWrites = 2, kKeeps = 4, kNames = 8, kTimes = 16 };
 
 struct SharedOptions {
   bool help = false;  // nothing after it has been read
   Reading reading;
   jpeg::EncoderOptions jpeg;
+  PictureKind kind = PictureKind::kOfName;
   bool time = false;
   int repeat = 11;  // runs that are timed
 };
@@ -44,6 +47,9 @@ void readOptions(int argc, char** argv, unsigned shared, std::initializer_list<o
   "  --quality N     of a JPEG, 1 to 100 (default 85)\n"                            \
   "  --sampling S    of a JPEG, 444, 422, 420 (default) or grey: chroma for each\n" \
   "                  pixel, for two side by side, for a square of four, or none\n"
+#define ORV_HELP_NAMES                                                                \
+  "  --to KIND       what OUT is, jpeg or ppm, where its name has no ending: where\n" \
+  "                  it is -, standard output. IN may be -, standard input\n"
 #define ORV_HELP_ALL                                                             \
   "  --path NAME     use the library's code path w7, v8, s8, p8, g9_avx or g9\n" \
   "  --help          show this\n"                                                \

@@ -4,7 +4,7 @@
 #include "endings.h"
 
 std::string warningOf(const std::string& name, jpeg::Damage damage) {
-  return name + ": warning: the picture is " +
+  return inputName(name) + ": warning: the picture is " +
          (damage == jpeg::Damage::kCut ? "cut short, the rest is mid-grey" : "damaged, what is lost is mid-grey");
 }
 
@@ -119,12 +119,22 @@ jpeg::ConstRows PictureReader::rows(int y, int count) {
 
 // ---- Writing
 
-PictureFile::PictureFile(const std::string& name, int width, int height, int channels,
-                         const jpeg::EncoderOptions& options)
-    : name_(name) {
+void requirePicture(const std::string& name, PictureKind kind) {
+  if (kind == PictureKind::kOfName && isStandard(name))
+    throw UsageError("standard output has no name that would say what it is to be: give --to jpeg or --to ppm");
+  if (kind == PictureKind::kOfName) return requireEnding(name, kPictureEndings);
+  if (endingOf(name).empty()) return;
   requireEnding(name, kPictureEndings);
-  if (endsIn(name, kJpegEndings)) {
-    workOn(name, [&] { encoder_ = std::make_unique<jpeg::Encoder>(width, height, channels, options); });
+  if (endsIn(name, kJpegEndings) != (kind == PictureKind::kJpeg))
+    throw UsageError(name + ": its name says something else than --to");
+}
+
+PictureFile::PictureFile(const std::string& name, int width, int height, int channels,
+                         const jpeg::EncoderOptions& options, PictureKind kind)
+    : name_(outputName(name)) {
+  requirePicture(name, kind);
+  if (kind == PictureKind::kJpeg || endsIn(name, kJpegEndings)) {
+    workOn(name_, [&] { encoder_ = std::make_unique<jpeg::Encoder>(width, height, channels, options); });
     jpeg_ = std::make_unique<JpegFile>(name);
     return;
   }

@@ -70,11 +70,17 @@ class JpegFile : public jpeg::ByteSink {
   OutputFile file_;
 };
 
-// Writes a picture as what the file's name ends in. Throws UsageError where that is none of kPictureEndings, and before
-// there is a picture where none of this size and kind can be written.
+// What a picture is written as: what --to says, or the file's name.
+enum class PictureKind { kOfName, kJpeg, kPpm };
+// Throws UsageError where that is nothing, or one thing by --to and another by the name.
+void requirePicture(const std::string& name, PictureKind kind);
+
+// Writes a picture. Throws UsageError as requirePicture() does, and before there is a picture where none of this size and
+// kind can be written.
 class PictureFile {
  public:
-  PictureFile(const std::string& name, int width, int height, int channels, const jpeg::EncoderOptions& options = {});
+  PictureFile(const std::string& name, int width, int height, int channels, const jpeg::EncoderOptions& options = {},
+              PictureKind kind = PictureKind::kOfName);
 
   // The picture, after which the file is complete.
   void write(const Picture& picture);

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <utility>
 #include "commands.h"
-#include "endings.h"
 #include "options.h"
 #include "paths.h"
 #include "resizer.h"
@@ -46,11 +45,13 @@ constexpr char kHelp[] =
     "  --antialias     the contrary, and what is done without either\n"
     "  --time          print the median time of resizing in memory, and the pixels\n"
     "                  that it makes in a second\n"
-    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_WRITES ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL
+    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_NAMES ORV_HELP_WRITES ORV_HELP_KEEPS ORV_HELP_READS
+        ORV_HELP_ALL
     "  orv resize photo.jpg small.jpg 50%\n"
     "  orv resize --fit 1920x1080 --only-shrink photo.jpg screen.jpg\n"
     "  orv resize --fill 400x400 --quality 90 photo.jpg square.jpg\n"
-    "  orv resize --crop 640x480+100+50 photo.jpg part.ppm\n";
+    "  orv resize --crop 640x480+100+50 photo.jpg part.ppm\n"
+    "  orv resize --to jpeg - - x480 <photo.jpg >small.jpg\n";
 
 const ResizeMethod& method(const std::string& name) {
   std::string names;
@@ -134,7 +135,7 @@ void readOption(int letter, Arguments* a) {
 
 Arguments parse(int argc, char** argv) {
   Arguments a;
-  readOptions(argc, argv, kReads | kWrites | kKeeps | kTimes,
+  readOptions(argc, argv, kReads | kWrites | kKeeps | kNames | kTimes,
               {{"method", required_argument, nullptr, 'm'},
                {"antialias", no_argument, nullptr, 'a'},
                {"no-antialias", no_argument, nullptr, 'n'},
@@ -153,7 +154,7 @@ Arguments parse(int argc, char** argv) {
   a.in = argv[optind];
   a.out = argv[optind + 1];
   if (files == 3) a.size = parseSize(argv[optind + 2]);
-  requireEnding(a.out, kPictureEndings);
+  requirePicture(a.out, a.shared.kind);
   return a;
 }
 
@@ -227,7 +228,7 @@ bool resize(const Arguments& a) {
   const Plan plan = planFor(a, {reader.width(), reader.height()});
   const VeliSize to = plan.to;
   const int interpolation = interpolationFor(a, plan);
-  PictureFile file(a.out, to.width, to.height, reader.channels(), reader.withMetadata(a.shared.jpeg));
+  PictureFile file(a.out, to.width, to.height, reader.channels(), reader.withMetadata(a.shared.jpeg), a.shared.kind);
 
   // What has fewer pixels is made upright, the part that is taken or what becomes of it.
   const bool first = double(to.width) * to.height > double(plan.part.width) * plan.part.height;
@@ -240,7 +241,7 @@ bool resize(const Arguments& a) {
   };
   file.write(keepsPixels && !a.shared.time ? after.upright(std::move(picture)) : work());
   if (a.shared.time)
-    printMedianTime(a.shared.repeat, [&] {
+    printMedianTime(a.shared.repeat, a.out, [&] {
       work();
       return 1e-6 * to.width * to.height;
     });
