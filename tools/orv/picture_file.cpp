@@ -1,4 +1,6 @@
 #include "picture_file.h"
+#include <algorithm>
+#include <cstring>
 #include <utility>
 #include "endings.h"
 
@@ -24,19 +26,40 @@ PictureReader::PictureReader(const std::string& name, const jpeg::Options& optio
   });
 }
 
-bool PictureReader::read(Picture* to) {
+void PictureReader::requireSize() const {
   const uint64_t pixels = uint64_t(width()) * uint64_t(height());
   if (pixels > kMostInMemory)
     throw FileError(name_, std::to_string(width()) + " x " + std::to_string(height()) + " is more than the " +
                                std::to_string(kMostInMemory) + " pixels that are held in memory");
+}
+
+bool PictureReader::read(Picture* to) {
+  requireSize();
   workOn(name_, [&] {
     to->width = width();
     to->height = height();
     to->channels = channels();
-    const size_t count = size_t(pixels) * size_t(channels());
+    const size_t count = size_t(width()) * size_t(height()) * size_t(channels());
     if (ppm_) return ppm_->read(&to->samples, count);
     to->samples.resize(count);
     decodeTo(*decoder_, to->samples.data(), ptrdiff_t(to->step()));
+  });
+  return isWhole();
+}
+
+bool PictureReader::read(jpeg::RowSink* to) {
+  constexpr int kMost = 16;
+  requireSize();
+  workOn(name_, [&] {
+    if (decoder_) decoder_->decode(*to);
+    for (int y = 0; ppm_ && y < height(); y += kMost) {
+      const int count = std::min(kMost, height() - y);
+      const jpeg::ConstRows from = ppm_->rows(y, count);
+      const jpeg::Rows rows = to->rows(y, count);
+      for (int i = 0; i < count; ++i)
+        memcpy(rows.data + i * rows.step, from.data + i * from.step, size_t(width()) * size_t(channels()));
+      to->done(y, count);
+    }
   });
   return isWhole();
 }

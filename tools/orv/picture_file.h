@@ -32,6 +32,8 @@ class PictureReader : public jpeg::RowSource {
   jpeg::ConstRows rows(int y, int count) override;
   // To be called once, and instead of rows(). False where the picture is not whole; what is missing is mid-grey.
   bool read(Picture* to);
+  // The same, row by row.
+  bool read(jpeg::RowSink* to);
   // The same, with a warning.
   Picture picture();
   // Of what has been read.
@@ -39,6 +41,8 @@ class PictureReader : public jpeg::RowSource {
   std::string warning() const { return warningOf(name_, decoder_->damage()); }
 
  private:
+  void requireSize() const;
+
   std::string name_;
   std::unique_ptr<PpmReader> ppm_;
   std::vector<uint8_t> data_;

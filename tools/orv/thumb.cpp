@@ -191,9 +191,15 @@ void makeThumbnail(const std::string& from, const std::string& to, const Argumen
   const int longest = std::max(size.width, size.height);
   if (longest > a.size) size = scaled(size, double(a.size) / longest);
   PictureFile file(to, size.width, size.height, reader.channels(), a.shared.jpeg);
-  if (!reader.read(memory)) outcome->warning = reader.warning();
   outcome->line = from + " -> " + to + ", " + std::to_string(size.width) + " x " + std::to_string(size.height);
-  file.write(longest > a.size ? resized(*memory, size, velInterSuper) : *memory);
+  if (longest > a.size) {
+    ReducingSink sink({reader.width(), reader.height()}, reader.channels(), size);
+    if (!reader.read(&sink)) outcome->warning = reader.warning();
+    file.write(sink.picture());
+  } else {
+    if (!reader.read(memory)) outcome->warning = reader.warning();
+    file.write(*memory);
+  }
   outcome->kind = Outcome::kMade;
   outcome->megapixels = pixels / 1e6;
   constexpr size_t kKept = size_t(1) << 26;
