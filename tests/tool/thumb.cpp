@@ -114,6 +114,27 @@ TEST_F(Thumb, AnyNumberOfJobsDoesTheSame) {
   }
 }
 
+// Thumbnails are made of rows as they come, and resize makes them of whole pictures.
+TEST_F(Thumb, RowByRowIsAsTheWhole) {
+  std::vector<std::string> sizes;
+  for (const auto& [width, height] :
+       {std::pair(300, 2), std::pair(1, 3000), std::pair(701, 700), std::pair(350, 990)}) {
+    sizes.push_back(std::to_string(width) + "x" + std::to_string(height));
+    writePicture("in/" + sizes.back() + ".ppm", width, height, sizes.size() % 2 ? 3 : 1);
+    must(ORV_PROGRAM " encode in/" + sizes.back() + ".ppm in/" + sizes.back());
+  }
+  for (const int longest : {1, 2, 37, 299}) {
+    const Outcome o = thumb("in out --size " + std::to_string(longest), 8);
+    for (const std::string& size : sizes)
+      for (const std::string& photo : {size, size + ".ppm"}) {
+        std::smatch match;
+        ASSERT_TRUE(std::regex_search(o.out, match, std::regex(photo + ".jpg, (\\d+) x (\\d+)"))) << o.out;
+        must(ORV_PROGRAM " resize --method super in/" + photo + " expected.jpg " + match.str(1) + "x" + match.str(2));
+        EXPECT_TRUE(read("out/" + photo + ".jpg") == read("expected.jpg")) << photo << " to " << longest;
+      }
+  }
+}
+
 TEST_F(Thumb, WhatIsThereIsSkipped) {
   for (const char* name : {"in/a.ppm", "in/b.ppm", "in/c.ppm"}) writePicture(name, 30, 20);
   std::filesystem::create_directory(at("out"));

@@ -6,11 +6,11 @@ _orv_values() {
     --path) words='w7 v8 s8 p8 g9_avx g9' ;;
     --method) words='nearest linear cubic bspline catmull b05c03 lanczos super' ;;
     --sampling) words='444 422 420 grey' ;;
-    --from) words='yuv420 yuv422 yuyv ycbcr ycbcrp' ;;
+    --from) words='i420 nv12 i420-jfif nv12-jfif yuv420 yuv422 yuyv ycbcr ycbcrp' ;;
     --to)
       words='jpeg ppm'
       [ "${COMP_WORDS[1]}" != convert ] ||
-        words+=' yuv420 yuv422 yuyv ycbcr ycbcrp rgb565 rgb555 rgb444 bgr565 bgr555 bgr444'
+        words+=' i420 nv12 i420-jfif nv12-jfif yuv420 yuv422 yuyv ycbcr ycbcrp rgb565 rgb555 rgb444 bgr565 bgr555 bgr444'
       ;;
     --order) words='bgr ggg' ;;
     --box | --crop | --fill | --fit | --jobs | --max-pixels | --psnr | --quality | --repeat | --restart | --size) words= ;;

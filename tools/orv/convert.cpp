@@ -11,6 +11,7 @@
 #include "output_file.h"
 #include "paths.h"
 #include "picture_file.h"
+#include "video.h"
 
 namespace {
 
@@ -24,27 +25,31 @@ constexpr char kHelp[] =
     "or a PPM file, as its name says (.jpg, .jpeg, .ppm, .pnm), or --to jpeg or\n"
     "--to ppm beside --from. IN and OUT may be -, standard input and output.\n"
     "\n"
-    "  yuv420   planes Y, U, V, with a sample of U and V for a square of four pixels\n"
-    "  yuv422   planes Y, U, V, with a sample of U and V for two pixels side by side\n"
-    "  yuyv     the same in one piece: Y, U, Y, V for two pixels\n"
-    "           (all three: full range; an odd last column or row is repeated)\n"
-    "  ycbcr    Y, Cb, Cr for each pixel, in studio range\n"
-    "  ycbcrp   planes Y, Cb, Cr, in studio range\n"
+    "FORMAT is digital video's, in studio range, luma 16 to 235:\n"
+    "  i420       planes Y, Cb, Cr, with a sample of Cb and Cr for a square of four\n"
+    "             pixels, which is the mean of theirs (elsewhere yuv420p)\n"
+    "  nv12       planes Y, and Cb and Cr in turn (elsewhere nv12)\n"
+    "  ycbcr      Y, Cb, Cr for each pixel\n"
+    "  ycbcrp     planes Y, Cb, Cr\n"
+    "as in JPEG files, 0 to 255:\n"
+    "  i420-jfif  planes as of i420 (elsewhere yuvj420p, or yuv420p of range pc)\n"
+    "  nv12-jfif  planes as of nv12\n"
+    "analogue video's YUV, U = 0.492 (B - Y) and V = 0.877 (R - Y), which is nothing\n"
+    "that other programs mean by the name:\n"
+    "  yuv420     planes Y, U, V, a sample of U and V for a square of four pixels\n"
+    "  yuv422     planes Y, U, V, a sample of U and V for two pixels side by side\n"
+    "  yuyv       the same in one piece: Y, U, Y, V for two pixels\n"
+    "or words of 16 bits, low byte first, with the first colour in the low bits:\n"
     "  rgb565, rgb555, rgb444, bgr565, bgr555, bgr444\n"
-    "           a 16-bit word for each pixel, low byte first; the first colour is in\n"
-    "           the low bits. The library packs YCbCr, so the colours go through\n"
-    "           studio range. There is no way back\n"
+    "             The library packs YCbCr, so the colours go through studio range.\n"
+    "             There is no way back\n"
+    "All have the weights of BT.601. Where pixels share chroma, an odd last column or\n"
+    "row is repeated.\n"
     "\n" ORV_HELP_WRITES ORV_HELP_READS ORV_HELP_ALL
-    "  orv convert photo.jpg --to yuv420 photo.yuv\n"
-    "  orv convert photo.yuv --from yuv420 --size 1517x1003 photo.ppm\n";
+    "  orv convert photo.jpg --to i420 photo.yuv\n"
+    "  orv convert photo.yuv --from i420 --size 1517x1003 photo.ppm\n";
 
 // ---- Formats
-
-// A picture's planes, and the steps of their rows in bytes.
-struct Planes {
-  Vel8u* plane[3] = {};
-  int step[3] = {};
-};
 
 struct Format {
   const char* name;
@@ -87,6 +92,10 @@ VelStatus toPlanarYCbCr(const Vel8u* rgb, int step, const Planes& to, VeliSize s
 }
 
 constexpr Format kFormats[] = {
+    {"i420", {{1, 1, 1}, {2, 2, 1}, {2, 2, 1}}, toVideo<Range::kStudio, false>, fromVideo<Range::kStudio, false>},
+    {"nv12", {{1, 1, 1}, {2, 2, 2}}, toVideo<Range::kStudio, true>, fromVideo<Range::kStudio, true>},
+    {"i420-jfif", {{1, 1, 1}, {2, 2, 1}, {2, 2, 1}}, toVideo<Range::kFull, false>, fromVideo<Range::kFull, false>},
+    {"nv12-jfif", {{1, 1, 1}, {2, 2, 2}}, toVideo<Range::kFull, true>, fromVideo<Range::kFull, true>},
     {"yuv420",
      {{1, 1, 1}, {2, 2, 1}, {2, 2, 1}},
      [](const Vel8u* rgb, int step, const Planes& to, VeliSize size) {
@@ -178,7 +187,7 @@ class Raw {
   }
 
  private:
-  int count() const { return format_.planes[1].bytes ? 3 : 1; }
+  int count() const { return format_.planes[2].bytes ? 3 : format_.planes[1].bytes ? 2 : 1; }
   int rows(int plane) const { return divideUp(height_, format_.planes[plane].down); }
   size_t rowSize(int plane) const {
     const auto& p = format_.planes[plane];

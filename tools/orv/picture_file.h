@@ -35,6 +35,7 @@ class PictureReader : public jpeg::RowSource {
   bool read(Picture* to) { return read(orientation_, to); }
   // The same, before it is made upright by orientation().
   bool readStored(Picture* to) { return read(Orientation(1), to); }
+  bool readStored(jpeg::RowSink* to);
   Orientation orientation() const { return orientation_; }
   // The same, with a warning.
   Picture picture();
@@ -49,6 +50,7 @@ class PictureReader : public jpeg::RowSource {
   VeliSize storedSize() const;
   VeliSize size() const { return orientation_.other(storedSize()); }
   bool read(Orientation orientation, Picture* to);
+  void requireSize() const;
 
   std::string name_;
   std::unique_ptr<PpmReader> ppm_;

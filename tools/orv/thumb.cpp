@@ -205,11 +205,16 @@ void makeThumbnail(const std::string& from, const std::string& to, const Argumen
   const int longest = std::max(size.width, size.height);
   if (longest > a.size) size = scaled(size, double(a.size) / longest);
   PictureFile file(to, size.width, size.height, reader.channels(), thumbnailOptions(reader, a));
-  if (!reader.readStored(memory)) outcome->warning = reader.warning();
   outcome->line = from + " -> " + to + ", " + std::to_string(size.width) + " x " + std::to_string(size.height);
-  const Orientation orientation = reader.orientation();
-  const bool reduces = longest > a.size;
-  file.write(orientation.upright(reduces ? resized(*memory, orientation.other(size), velInterSuper) : *memory));
+  if (longest > a.size) {
+    const Orientation orientation = reader.orientation();
+    ReducingSink sink(orientation.other({reader.width(), reader.height()}), reader.channels(), orientation.other(size));
+    if (!reader.readStored(&sink)) outcome->warning = reader.warning();
+    file.write(orientation.upright(sink.picture()));
+  } else {
+    if (!reader.read(memory)) outcome->warning = reader.warning();
+    file.write(*memory);
+  }
   outcome->kind = Outcome::kMade;
   outcome->megapixels = pixels / 1e6;
   constexpr size_t kKept = size_t(1) << 26;
