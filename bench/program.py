@@ -3,7 +3,8 @@
 PHOTO is a JPEG, by default examples/photo.jpg; a picture of nine of it is measured, too. Both word sizes of orv are built
 in build/x86 and build/x86-64. The others are Debian's djpeg, cjpeg, vipsthumbnail and ImageMagick's convert, which
 scripts/setup program installs. Each run starts a process, which reads a file and writes one; a row's programs take turns,
-and the median counts. Cold, the pages of the program, its libraries and the picture are dropped from memory before."""
+and the median counts. Cold, the program, its libraries and the picture are not in memory, but for the C library, which other
+processes keep there in any case."""
 import os
 import re
 import shutil
@@ -48,7 +49,9 @@ def build():
 
 
 def libraries(program):
-    return [program, *re.findall(r"=> (/\S+)", run("ldd", program))]
+    """The program and those that it loads, without the C library."""
+    found = re.findall(r"=> (/\S+)", run("ldd", program))
+    return [program, *(name for name in found if not re.search(r"/(lib(c|m)|ld-[^/]*)\.so", name))]
 
 
 def drop(names):
@@ -130,18 +133,17 @@ def main():
     os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})
     with tempfile.TemporaryDirectory(prefix="orv-bench-") as folder:
         for place, width, height in pictures(photos[0], folder):
-            print(f"{width} x {height}, milliseconds: warm, cold; above 1: so many times the slower orv's time")
+            print(f"{width} x {height}, milliseconds, warm and cold; then times over those of orv 32, and of orv 64")
             for row, commands in ROWS.items():
                 contest = Contest(commands, place, width)
-                show(row, contest.medians(5 if quick else 31, False), contest.medians(3 if quick else 11, True))
+                show(row, contest.medians(5 if quick else 21, False), contest.medians(3 if quick else 9, True))
             print(flush=True)
 
 
 def show(row, warm, cold):
-    ours = [max(times[name] for name in ORV) for times in (warm, cold)]
     for name in warm:
-        ratios = "" if name in ORV else "".join(f"{t[name] / our:8.2f}" for t, our in zip((warm, cold), ours))
-        print(f"  {row:20} {name:24} {1e3 * warm[name]:8.1f} {1e3 * cold[name]:8.1f} {ratios}")
+        ratios = [] if name in ORV else [times[name] / times[orv] for orv in ORV for times in (warm, cold)]
+        print(f"  {row:20} {name:24} {1e3 * warm[name]:7.1f} {1e3 * cold[name]:7.1f} ", *(f"{r:7.2f}" for r in ratios))
 
 
 main()

@@ -60,7 +60,7 @@ def main():
     if not os.access(FFMPEG, os.X_OK):
         print("ffmpeg is not installed")
         sys.exit(77)
-    for width, height in ((320, 96), (321, 97), (16, 2), (17, 3)):
+    for width, height in ((160, 48), (161, 49), (16, 2), (17, 3)):
         size, picture = f"{width}x{height}", bars(width, height)
         for ours, (theirs, colours) in FORMATS.items():
             raw = run(PROGRAM, "convert", "-", "--to", ours, "-", source=picture)
