@@ -29,7 +29,7 @@ Decoder::Interval::Outcome Decoder::Interval::block(const ScanComponent& compone
                                                     Vel16s* coefficients) {
   int bits = 0;
   const VelStatus status = orviDecodeHuffman8x8_Direct_JPEG_1u16s_C1(at_, &bits, coefficients, lastDC, &met_, &store_,
-                                                                     &stored_, component.dc, component.ac);
+                                                                     &stored_, component.dc.spec, component.ac.spec);
   at_ += bits / 8;
   const bool reached = at_ >= end_;
   if (status == velStsNoErr && !reached) return kDone;
@@ -39,7 +39,7 @@ Decoder::Interval::Outcome Decoder::Interval::block(const ScanComponent& compone
   return reached && left < 16 ? kCutOff : kInvalid;
 }
 
-void Decoder::startScan() {
+void Decoder::layOutMcu() {
   blocks_.clear();
   const bool single = scan_.components.size() == 1;
   for (int i = 0; i < int(scan_.components.size()); ++i) {
@@ -47,6 +47,10 @@ void Decoder::startScan() {
     for (int y = 0; y < (single ? 1 : c.v); ++y)
       for (int x = 0; x < (single ? 1 : c.h); ++x) blocks_.push_back({i, x, y});
   }
+}
+
+void Decoder::startScan() {
+  layOutMcu();
   interval_.load(scan_.data, reader_.limit());
   next_ = interval_.marker();
   lost_ = false;
@@ -117,6 +121,66 @@ void Decoder::readMcu() {
   if (lost_) std::fill_n(coefficients_, blocks_.size() * kSamples, Vel16s(0));
 }
 
+// ---- Progressive pictures
+
+void Decoder::readScan() {
+  const int all = whole_->mcus(), interval = scan_.restartInterval ? scan_.restartInterval : all;
+  const uint8_t* data = scan_.data;
+  nextRestart_ = 0;
+  for (int from = 0; from < all; from += std::min(interval, all - from)) {
+    const int to = from + std::min(interval, all - from);
+    if (from > 0) {
+      lost_ = !findRestart(nextRestart_);
+      nextRestart_ = (nextRestart_ + 1) % 8;
+      if (!isRestart(next_.code)) return whole_->lose(from, all);
+      if (lost_) {
+        whole_->lose(from, to);
+        continue;
+      }
+      data = next_.at + 2;
+    }
+    const auto outcome = whole_->decode(data, reader_.limit(), from, to);
+    next_ = whole_->marker();
+    if (outcome == Coefficients::kInvalid) lose(Damage::kCorrupt, "the picture data are corrupt: a code that is none");
+    if (outcome == Coefficients::kCutOff) endsAt(next_.code);
+  }
+}
+
+// As many as there are: a picture that is cut short is less sharp.
+void Decoder::readScans() {
+  whole_ = std::make_unique<Coefficients>(frame_);
+  try {
+    do {
+      if (whole_->begin(scan_)) {
+        readScan();
+      } else {
+        lose(Damage::kCorrupt, "the picture data are corrupt: a scan does not go on where those before it end");
+        next_ = findMarker(scan_.data, reader_.limit());
+      }
+      while (isRestart(next_.code)) next_ = findMarker(next_.at + 2, reader_.limit());
+      reader_.resume(next_.at);
+    } while (reader_.nextScan(&scan_));
+  } catch (const Error& e) {
+    lose(Damage::kCorrupt, e.what());
+  }
+  if (!whole_->areBegun() || (!reader_.sawEnd() && !whole_->areComplete())) endsAt(kEoi);
+  scan_.components.clear();
+  for (int i = 0; i < channels(); ++i) scan_.components.push_back({i, whole_->quant(i), {}, {}});
+  layOutMcu();
+}
+
+// The next MCU, in column x and row y.
+void Decoder::takeMcu(int x, int y) {
+  if (!whole_) return readMcu();
+  Vel16s* coefficients = coefficients_;
+  for (const Block& block : blocks_) {
+    const Component& c = frame_.components[size_t(block.component)];
+    const Vel16s* const from = whole_->block(block.component, x * c.h + block.x, y * c.v + block.y);
+    memcpy(coefficients, from, kSamples * sizeof *from);
+    coefficients += kSamples;
+  }
+}
+
 // ---- Any sampling: component planes first
 
 // The MCU in column x and row y of the planes.
@@ -169,7 +233,7 @@ void Decoder::decodeByRows(RowSink& sink) {
   makePlanes(1);
   for (int y = 0; y < height(); y += mcuHeight_) {
     for (int x = 0; x < mcusWide_; ++x) {
-      readMcu();
+      takeMcu(x, y / mcuHeight_);
       transformMcu(x, 0);
     }
     convert(sink, y, std::min(mcuHeight_, height() - y), 0);
@@ -234,7 +298,7 @@ void Decoder::decode420(RowSink& sink) {
     const int rows = std::min(kTile, height() - y);
     const Rows out = sink.rows(y, rows);
     for (int x = 0; x < width(); x += kTile) {
-      readMcu();
+      takeMcu(x / kTile, y / kTile);
       uint8_t* const pixels = out.data + 3 * x;
       const int columns = std::min(kTile, width() - x);
       if (rows == kTile && columns == kTile) {
@@ -261,24 +325,31 @@ Decoder::Decoder(const uint8_t* data, size_t size, const Options& options)
   requireData();
 }
 
-// Each block has two codes, of a bit at least. Of a file that is cut an eighth of the least is enough.
+// Each block has two codes, of a bit at least, or one in a progressive picture, where a code may end the bands of many.
+// Of a file that is cut an eighth of the least is enough.
 void Decoder::requireData() const {
   int blocks = 0;
   for (const Component& c : frame_.components) blocks += c.h * c.v;
-  const uint64_t bits = uint64_t(mcusWide_) * uint64_t(divideUp(height(), mcuHeight_)) * uint64_t(blocks) * 2;
+  const uint64_t bits =
+      uint64_t(mcusWide_) * uint64_t(divideUp(height(), mcuHeight_)) * uint64_t(blocks) * (frame_.progressive ? 1 : 2);
   const auto bytes = uint64_t(reader_.limit() - scan_.data);
   if (bytes * 8 * 8 < bits)
     throw Error(std::to_string(width()) + " x " + std::to_string(height()) +
                 " is more than a file of this size can hold");
 }
 
-bool Decoder::isInterleaved420() const { return frame_.is420() && scan_.components.size() == 3; }
+bool Decoder::isInterleaved420() const {
+  return frame_.is420() && (frame_.progressive || scan_.components.size() == 3);
+}
 
 bool Decoder::decode(RowSink& sink) {
-  startScan();
+  if (frame_.progressive)
+    readScans();
+  else
+    startScan();
   if (isInterleaved420())
     decode420(sink);
-  else if (isLastScan())
+  else if (whole_ || isLastScan())
     decodeByRows(sink);
   else
     decodeWhole(sink);

@@ -1,9 +1,11 @@
-// Decodes a baseline JPEG that lies in memory, with libOrv's primitives.
+// Decodes a baseline or progressive JPEG that lies in memory, with libOrv's primitives.
 #pragma once
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
+#include "codec/progressive.h"
 #include "codec/reader.h"
 
 namespace jpeg {
@@ -35,8 +37,9 @@ class RowSink {
   virtual void done(int y, int count) = 0;
 };
 
-// All that is wrong with a file's headers comes as Error. A picture whose data are damaged loses what follows the
-// damage, up to the next restart marker where it has them.
+// All that is wrong with a file's headers comes as Error; of a progressive one, the headers up to the first scan. A
+// picture whose data are damaged loses what follows the damage, up to the next restart marker where it has them. A
+// progressive one is then what its other scans say.
 class Decoder {
  public:
   // Reads the headers up to the first scan; data[0..size) must outlive the decoder.
@@ -82,18 +85,22 @@ class Decoder {
   };
 
   bool isInterleaved420() const;
+  void layOutMcu();
   void startScan();
   void requireData() const;
-  bool isLastScan() const { return scan_.components.size() == frame_.components.size(); }
+  bool isLastScan() const { return !frame_.progressive && scan_.components.size() == frame_.components.size(); }
   void nextInterval();
   bool findRestart(int number);
   void readMcu();
+  void takeMcu(int x, int y);
   void lose(Damage damage, const char* what);
   void endsAt(int code);
   void transformMcu(int x, int y);
   void makePlanes(int mcuRows);
   void convert(RowSink& sink, int y, int count, int top);
   void decodeWhole(RowSink& sink);
+  void readScan();
+  void readScans();
   void decodeByRows(RowSink& sink);
   void decode420(RowSink& sink);
   void convert420(uint8_t* rgb, int step);
@@ -113,6 +120,7 @@ class Decoder {
   MarkerAt next_ = {nullptr, 0};        // where that is to be, or a later one
   bool lost_ = false;                   // the rest of the interval
   Damage damage_ = Damage::kNone;
+  std::unique_ptr<Coefficients> whole_;  // of a progressive picture
   alignas(16) Vel16s coefficients_[kMaxBlocks * kSamples];
 };
 

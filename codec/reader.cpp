@@ -6,7 +6,18 @@ namespace jpeg {
 
 namespace {
 
-enum Code { kSof0 = 0xC0, kDht = 0xC4, kJpg = 0xC8, kDac = 0xCC, kSos = 0xDA, kDqt = 0xDB, kDri = 0xDD, kApp14 = 0xEE };
+enum Code {
+  kSof0 = 0xC0,
+  kSof1,
+  kSof2,
+  kDht = 0xC4,
+  kJpg = 0xC8,
+  kDac = 0xCC,
+  kSos = 0xDA,
+  kDqt = 0xDB,
+  kDri = 0xDD,
+  kApp14 = 0xEE
+};
 
 [[noreturn]] void fail(const std::string& what) { throw Error(what); }
 void require(bool holds, const char* what) {
@@ -16,12 +27,8 @@ void require(bool holds, const char* what) {
 // Frames of every other kind, by what tells them apart.
 [[noreturn]] void refuseFrame(int marker) {
   const int n = marker - kSof0;
-  const char* const kind = n >= 9   ? "arithmetic-coded"
-                           : n == 1 ? "extended sequential"
-                           : n == 2 ? "progressive"
-                           : n == 3 ? "lossless"
-                                    : "hierarchical";
-  fail(std::string(kind) + " JPEG (SOF" + std::to_string(n) + ") is not supported, only baseline");
+  const char* const kind = n >= 9 ? "arithmetic-coded" : n == 3 ? "lossless" : "hierarchical";
+  fail(std::string(kind) + " JPEG (SOF" + std::to_string(n) + ") is not supported, only baseline and progressive");
 }
 
 bool isFrame(int marker) {
@@ -90,6 +97,7 @@ bool Reader::nextScan(Scan* scan) {
   for (;;) {
     const int marker = takeMarker();
     require(marker != kEoi || sawScan_, "there is no picture in the file");
+    sawEnd_ = marker == kEoi;
     const bool more = marker != 0 && marker != kEoi;
     const size_t length = more && limit_ - at_ >= 2 ? size_t(at_[0] << 8 | at_[1]) : 0;
     require(length >= 2 || limit_ - at_ < 2 || !more, "a header segment has a length that cannot be");
@@ -110,9 +118,12 @@ bool Reader::nextScan(Scan* scan) {
 }
 
 void Reader::readSegment(int marker, Segment segment) {
-  if (marker == kSof0) return readFrame(segment, maxPixels_);
-  if (isFrame(marker)) refuseFrame(marker);
-  require(marker != kDac, "arithmetic-coded JPEG is not supported, only baseline");
+  if (marker >= kSof0 && marker <= kSof2) {
+    readFrame(segment, maxPixels_);
+    frame_.progressive = marker == kSof2;
+  }
+  if (isFrame(marker) && marker > kSof2) refuseFrame(marker);
+  require(marker != kDac, "arithmetic-coded JPEG is not supported, only baseline and progressive");
   if (marker == kDqt) return readQuantTables(segment);
   if (marker == kDht) return readHuffmanTables(segment);
   if (marker == kDri) restartInterval_ = segment.word();
@@ -131,7 +142,8 @@ void Reader::readFrame(Segment segment, uint64_t maxPixels) {
     fail(std::to_string(frame_.width) + " x " + std::to_string(frame_.height) + " is more than the limit of " +
          std::to_string(maxPixels) + " pixels");
   if (count != 1 && count != 3)
-    fail("pictures of " + std::to_string(count) + " components are not supported, only grey and three");
+    fail("pictures of " + std::to_string(count) + " components" + (count == 4 ? " (CMYK)" : "") +
+         " are not supported, only grey and three");
   std::vector<Component> components;
   for (int i = 0; i < count; ++i) {
     Component c;
@@ -158,10 +170,13 @@ void Reader::readFrame(Segment segment, uint64_t maxPixels) {
 void Reader::readQuantTables(Segment segment) {
   while (!segment.empty()) {
     const int head = segment.byte();
-    require(head >> 4 == 0, "a quantisation table of 16 bits is not baseline");
-    require(head < 4, "a quantisation table has a number that cannot be");
-    orvizkQuantInvTableInit_JPEG_8u16u(segment.take(64), quant_[size_t(head)].steps);
-    quant_[size_t(head)].defined = true;
+    require(head >> 4 < 2 && (head & 15) < 4, "a quantisation table has a number that cannot be");
+    QuantTable& table = quant_[size_t(head & 15)];
+    if (head >> 4 == 0)
+      orvizkQuantInvTableInit_JPEG_8u16u(segment.take(64), table.steps);
+    else
+      for (int i = 0; i < 64; ++i) table.steps[own_pj_izigzag_index[i]] = Vel16u(segment.word());
+    table.defined = true;
   }
 }
 
@@ -174,16 +189,16 @@ void Reader::readHuffmanTables(Segment segment) {
     size_t total = 0;
     for (int i = 0; i < 16; ++i) total += counts[i];
     require(total <= 256, "a Huffman table has more than 256 codes");
-    uint8_t symbols[256] = {};
-    if (total) memcpy(symbols, segment.take(total), total);
-
-    HuffmanTable& slot = huffman_[size_t(kind)][size_t(id)];
-    if (!slot) {
+    HuffmanSlot& slot = huffman_[size_t(kind)][size_t(id)];
+    slot.codes = {};
+    memcpy(slot.codes.counts, counts, 16);
+    if (total) memcpy(slot.codes.symbols, segment.take(total), total);
+    if (!slot.spec) {
       VeliDecodeHuffmanSpec* memory = nullptr;
       if (orvizkDecodeHuffmanSpecAlloc_JPEG_8u(&memory) != velStsNoErr) throw std::bad_alloc();
-      slot.reset(memory);
+      slot.spec.reset(memory);
     }
-    if (orviDecodeHuffmanSpecInit_JPEG_8u(counts, symbols, slot.get()) != velStsNoErr)
+    if (orviDecodeHuffmanSpecInit_JPEG_8u(counts, slot.codes.symbols, slot.spec.get()) != velStsNoErr)
       fail(table("Huffman", id) + " has more codes of a length than there can be");
   }
 }
@@ -201,12 +216,31 @@ void Reader::decideColours() {
   frame_.rgb = adobeTransform_ < 0 ? named : adobeTransform_ == 0;
 }
 
+HuffmanTable Reader::huffmanTable(int kind, int id) const {
+  const HuffmanSlot& slot = huffman_[size_t(kind)][size_t(id)];
+  if (!slot.spec) fail(table(kind == 0 ? "DC Huffman" : "AC Huffman", id) + " is missing (no DHT)");
+  return {slot.spec.get(), &slot.codes};
+}
+
+// DC and AC coefficients come in scans of their own, AC of one component.
+void Reader::readProgression(Segment segment, Scan* scan) const {
+  scan->first = segment.byte();
+  scan->last = segment.byte();
+  const int bits = segment.byte(), high = bits >> 4;
+  scan->low = bits & 15;
+  scan->refines = high > 0;
+  const bool dc = scan->first == 0 && scan->last == 0;
+  const bool ac = scan->first > 0 && scan->first <= scan->last && scan->last < 64 && scan->components.size() == 1;
+  require(dc || ac, "a scan has coefficients that cannot be");
+  require(scan->low < 14 && (high == 0 || high == scan->low + 1), "a scan has bits that cannot be");
+}
+
 void Reader::readScan(Segment segment, Scan* scan) const {
   require(!frame_.components.empty(), "a scan comes before the frame (no SOF)");
   const int count = segment.byte();
   require(count >= 1 && size_t(count) <= frame_.components.size(), "a scan has a number of components that cannot be");
   scan->components.clear();
-  int blocks = 0;
+  int blocks = 0, dc[3], ac[3];
   for (int i = 0; i < count; ++i) {
     const int id = segment.byte(), tables = segment.byte();
     const auto found = std::find_if(frame_.components.begin(), frame_.components.end(),
@@ -214,14 +248,18 @@ void Reader::readScan(Segment segment, Scan* scan) const {
     require(found != frame_.components.end(), "a scan has a component that the frame does not have");
     const int index = int(found - frame_.components.begin());
     for (const ScanComponent& other : scan->components) require(other.index != index, "a scan has a component twice");
-    const int dc = tables >> 4, ac = tables & 15;
-    require(dc < 4 && ac < 4, "a scan asks for a Huffman table that cannot be");
+    dc[i] = tables >> 4;
+    ac[i] = tables & 15;
+    require(dc[i] < 4 && ac[i] < 4, "a scan asks for a Huffman table that cannot be");
     if (!quant_[size_t(found->quant)].defined) fail(table("quantisation", found->quant) + " is missing (no DQT)");
-    if (!huffman_[0][size_t(dc)]) fail(table("DC Huffman", dc) + " is missing (no DHT)");
-    if (!huffman_[1][size_t(ac)]) fail(table("AC Huffman", ac) + " is missing (no DHT)");
-    scan->components.push_back(
-        {index, quant_[size_t(found->quant)].steps, huffman_[0][size_t(dc)].get(), huffman_[1][size_t(ac)].get()});
+    scan->components.push_back({index, quant_[size_t(found->quant)].steps, {}, {}});
     blocks += found->h * found->v;
+  }
+  if (frame_.progressive) readProgression(segment, scan);
+  for (int i = 0; i < count; ++i) {
+    ScanComponent& c = scan->components[size_t(i)];
+    if (scan->first == 0 && !scan->refines) c.dc = huffmanTable(0, dc[i]);
+    if (scan->last > 0) c.ac = huffmanTable(1, ac[i]);
   }
   require(count == 1 || blocks <= 10, "the sampling factors give an MCU of more than ten blocks");
   scan->data = at_;

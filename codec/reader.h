@@ -1,4 +1,4 @@
-// Reads the headers of a baseline JPEG that lies in memory: tables, frame and scans (ITU-T T.81, annex B).
+// Reads the headers of a JPEG with Huffman codes that lies in memory: tables, frame and scans (ITU-T T.81, annex B).
 #pragma once
 #include <array>
 #include <cstddef>
@@ -36,20 +36,35 @@ struct Frame {
   int hMax = 1, vMax = 1;             // the largest sampling factors
   std::vector<Component> components;  // one or three
   bool rgb = false;                   // the components are red, green and blue, not Y, Cb and Cr
+  bool progressive = false;
 
   bool is420() const;
+};
+
+// A Huffman table as in a DHT segment: how many codes there are of 1 to 16 bits, and their symbols.
+struct HuffmanCodes {
+  Vel8u counts[16], symbols[256];
+};
+// ... which has been found good, and what the library makes of it.
+struct HuffmanTable {
+  const VeliDecodeHuffmanSpec* spec = nullptr;
+  const HuffmanCodes* codes = nullptr;
 };
 
 struct ScanComponent {
   int index;  // in the frame
   const Vel16u* quant;
-  const VeliDecodeHuffmanSpec *dc, *ac;
+  HuffmanTable dc, ac;  // of those that the scan needs
 };
 
 struct Scan {
   std::vector<ScanComponent> components;
   const uint8_t* data;  // after the header
   int restartInterval;  // in MCUs, or 0
+  // Of progressive scans: the coefficients in zigzag order, the bit that the scan goes down to, and whether the bits
+  // above that one are known.
+  int first = 0, last = 63, low = 0;
+  bool refines = false;
 };
 
 class Reader {
@@ -60,6 +75,8 @@ class Reader {
   // Reads on to the next scan's data; false where the picture, or the data, ends instead. The tables that the scan
   // refers to are good until the next call.
   bool nextScan(Scan* scan);
+  // Whether the picture's end has been read.
+  bool sawEnd() const { return sawEnd_; }
   // Goes on after a scan's data.
   void resume(const uint8_t* at) { at_ = at; }
 
@@ -75,7 +92,10 @@ class Reader {
     bool defined = false;
     alignas(16) Vel16u steps[64];
   };
-  using HuffmanTable = std::unique_ptr<VeliDecodeHuffmanSpec, FreeTable>;
+  struct HuffmanSlot {
+    std::unique_ptr<VeliDecodeHuffmanSpec, FreeTable> spec;
+    HuffmanCodes codes;
+  };
 
   int takeMarker();
   void readFrame(Segment segment, uint64_t maxPixels);
@@ -83,6 +103,8 @@ class Reader {
   void readHuffmanTables(Segment segment);
   void readAdobe(Segment segment);
   void readScan(Segment segment, Scan* scan) const;
+  void readProgression(Segment segment, Scan* scan) const;
+  HuffmanTable huffmanTable(int kind, int id) const;
   void readSegment(int marker, Segment segment);
   void decideColours();
 
@@ -90,10 +112,10 @@ class Reader {
   uint64_t maxPixels_;
   Frame frame_;
   std::array<QuantTable, 4> quant_;
-  std::array<std::array<HuffmanTable, 4>, 2> huffman_;  // DC and AC
+  std::array<std::array<HuffmanSlot, 4>, 2> huffman_;  // DC and AC
   int restartInterval_ = 0;
   int adobeTransform_ = -1;  // -1: there was no such segment
-  bool sawScan_ = false;
+  bool sawScan_ = false, sawEnd_ = false;
 };
 
 }  // namespace jpeg

@@ -12,9 +12,8 @@ using jpeg::Damage;
 
 // Larger pictures take too long here.
 constexpr uint64_t kMostDecoded = 1 << 16;
-// What a file's size allows its headers to announce: a block of 64 pixels takes two bits, of which an eighth must be
-// there.
-constexpr uint64_t kMostPixelsPerByte = 64 * 8 * 8 / 2;
+// What a file's size allows its headers to announce: a block of 64 pixels takes a bit, of which an eighth must be there.
+constexpr uint64_t kMostPixelsPerByte = 64 * 8 * 8;
 // How far a sample of a grey picture may be off at the best quality, whose quantisation steps are 1. Each of its 64
 // coefficients is up to 0.5 off. In the worst place that adds up to 3.5; the transforms and the last rounding add less
 // than 1.5.

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 #include "codec/encoder.h"
+#include "support/scans.h"
 
 namespace {
 
@@ -102,6 +103,16 @@ Bytes noted(bool little) {
   return all;
 }
 
+// Of any script, in as many scans as it has.
+Bytes progressive(const std::vector<scans::Component>& components, int width, int height, unsigned seed) {
+  std::mt19937 random(seed);
+  scans::Picture picture(width, height, components);
+  picture.fill(random, 1 + seed % 4);
+  scans::Script script = scans::anyScript(picture, random);
+  if (script.size() > 5) script.resize(5);  // with the tables of each, a file of a few thousand bytes
+  return scans::Writer(picture, seed).file(script, true);
+}
+
 void seedCodec() {
   const auto add = [](const std::string& name, Bytes file, int quality, int choice) {
     file += Bytes{uint8_t(quality - 1), uint8_t(choice)};
@@ -120,6 +131,10 @@ void seedCodec() {
   add("two-scans", flat({0x22, 0x11, 0x11}, {{1}, {2, 3}}), 85, 1);
   add("odd-factors", flat({0x21, 0x12, 0x11}, {{1, 2, 3}}), 85, 2);
   add("small-first", flat({0x11, 0x22, 0x21}, {{1, 2, 3}}), 85, 2);
+  for (unsigned seed = 0; seed < 12; ++seed) {
+    const std::vector<scans::Component> kinds[] = {{{1, 1}}, {{2, 2}, {1, 1}, {1, 1}}, {{2, 1}, {1, 1}, {1, 2}}};
+    add("progressive-" + std::to_string(seed), progressive(kinds[seed % 3], 20 + int(seed), 17, seed), 85, int(seed));
+  }
   add("adobe-rgb",
       flat({0x11, 0x11, 0x11}, {{1, 2, 3}}, {0xFF, 0xEE, 0, 14, 'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0}), 85,
       0);

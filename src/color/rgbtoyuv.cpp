@@ -18,20 +18,25 @@ struct Weights {
 
 // ---- Luma
 
-// Each product loses less than 1 by rounding down; of a grey the three together lose 2 at most, which is added again.
+// Each product loses less than 1 by rounding down; of a grey the three together lose 2 at most, which is added again. In
+// this order the sums take the fewest registers.
 template <class V> ORV_INLINE V lumaTimes256(V r, V g, V b) {
-  const V red = mulHighU16(r, all16<V>(2 * Weights::kR)), green = mulHighU16(g, all16<V>(2 * Weights::kG));
-  return add16(add16(add16(red, green), mulHighU16(b, all16<V>(2 * Weights::kB))), all16<V>(2));
+  const V blue = mulHighU16(b, all16<V>(2 * Weights::kB)), red = mulHighU16(r, all16<V>(2 * Weights::kR));
+  return add16(add16(add16(blue, red), mulHighU16(g, all16<V>(2 * Weights::kG))), all16<V>(2));
 }
-// Bytes: those of even pixels in the low halves of words, those of odd ones in the high halves.
+// Luma of the even pixels as words; that of the odd ones is the high halves of words.
 template <class V> struct Luma {
   V even, odd;
   explicit Luma(const PixelWords<V>& p)
       : even(shiftRightU16(lumaTimes256(p.r.even, p.g.even, p.b.even), 8)),
-        odd(lumaTimes256(p.r.odd, p.g.odd, p.b.odd) & all16<V>(0xFF00)) {}
-  V bytes() const { return even | odd; }
-  V evenThenOdd() const { return narrow16To8U(even, shiftRightU16(odd, 8)); }
-  V sumsOfPairs() const { return addLowAndHighU8(even, odd); }
+        odd(lumaTimes256(p.r.odd, p.g.odd, p.b.odd)) {}
+  V oddWords() const { return shiftRightU16(odd, 8); }
+  // The bytes in order, and the sums of pairs of them.
+  V bytes() const { return even | (odd & all16<V>(0xFF00)); }
+  V sumsOfBytes() const { return addLowAndHighU8(even, odd & all16<V>(0xFF00)); }
+  // The same where words are at hand: the bytes of even pixels, then those of odd ones.
+  V evenThenOdd() const { return narrow16To8U(even, oddWords()); }
+  V sumsOfWords() const { return add16(even, oddWords()); }
 };
 
 // ---- Chroma
@@ -98,7 +103,7 @@ ORV_INLINE Shared<V> convertPixels(const Row& row, const Use& use) {
   const V r = mean(p.r), b = mean(p.b);  // before luma: fewer registers are in use at once
   const Luma<V> luma(p);
   use(luma);
-  return {r, b, luma.sumsOfPairs()};
+  return {r, b, luma.sumsOfBytes()};
 }
 template <class V> ORV_INLINE void storePlanar(Vel8u* u, Vel8u* v, V chroma) {
   storeLowHalves(u, chroma);
@@ -120,6 +125,7 @@ template <bool kOwnChroma> struct Planar422 {
   static ORV_INLINE Strips<Dest> strips(Vel8u* const planes[3], const int step[3]) {
     return stripsOfYuv<Vel8u, 1>(planes, step);
   }
+  template <class V> static ORV_INLINE V sums(const Luma<V>& luma) { return luma.sumsOfBytes(); }
   template <class V> static ORV_INLINE void store(const Place<Dest>& dst, const Luma<V>& luma, V chroma) {
     ::store(dst[0], luma.bytes());
     storePlanar(dst[1], dst[2], chroma);
@@ -135,6 +141,7 @@ template <bool kOwnChroma> struct Planar422 {
 struct Packed422 {
   using Dest = Strip<Vel8u, 2, Plane<4>>;
   static ORV_INLINE Strips<Dest> strips(Vel8u* image, int step) { return {{{image}, step}, {step}}; }
+  template <class V> static ORV_INLINE V sums(const Luma<V>& luma) { return luma.sumsOfWords(); }
   template <class V> static ORV_INLINE void store(const Place<Dest>& dst, const Luma<V>& luma, V chroma) {
     const V y = luma.evenThenOdd();
     const V yu = interleaveLow8(y, chroma), yv = interleaveHigh8(y, chroma);  // Y0 U Y2 U ... | Y1 V Y3 V ...
@@ -151,7 +158,7 @@ template <class Source, class Layout> struct To422 {
     const PixelWords<V> p = Source::template load<V>(src);
     const V r = mean(p.r), b = mean(p.b);  // before luma: fewer registers are in use at once
     const Luma<V> luma(p);
-    Layout::store(dst, luma, chromaOf<1>(Shared<V>{r, b, luma.sumsOfPairs()}));
+    Layout::store(dst, luma, chromaOf<1>(Shared<V>{r, b, Layout::sums(luma)}));
   }
 };
 

@@ -43,7 +43,8 @@ template <Order kOrder, class Convert> ORV_INLINE auto convertHalves(const Conve
 //
 //   R = (y + rv v) >> 16      G = (y + gu u + gv v) >> 16      B = (y + bu u) >> 16
 //
-// with u = Cb - 128, v = Cr - 128, and y luma's weight times Y - 16, plus a half where kRounded. The weights have more than
+// with u = Cb - 128, v = Cr - 128, and y luma's weight times Y - 16, plus a half where kRounded. What the 16 and the two
+// 128 come to is one constant for each channel, so that the samples are taken as they are. The weights have more than
 // sixteen bits, and multiply-add takes words; but it takes two at once, and which two is free. In place of the samples
 // they are sums of small multiples of them, for which the weights become words and the results stay the same.
 // scripts/derive/ycbcr finds the smallest multiples; the compiler checks them.
@@ -71,28 +72,46 @@ struct WeightsAfterGroups {
 constexpr int kHalf = fixedPoint(0.5, 16);
 constexpr bool isWord(int x) { return x == Vel16s(x); }
 constexpr int magnitude(int x) { return x < 0 ? -x : x; }
+// The constant of a channel to which chroma adds weightU u + weightV v.
+template <class W> constexpr int offsetOf(int weightU, int weightV) {
+  return (W::kRounded ? kHalf : 0) - 16 * W::kLuma - 128 * (weightU + weightV);
+}
 
-// From dwords of Y Cb Cr and anything. Luma makes a pair with each chroma sample c: kA (Y - 16) + kB (c - 128) and
-// kD (c - 128). G takes luma from both pairs, kLumaWithV of it from the one with Cr.
+// Luma makes a pair with each chroma sample C: kA Y + kB C and kD C. G takes luma from both pairs, kLumaWithV of it from
+// the one with Cr.
 template <class W, class V> class Exact {
  public:
+  // From dwords of Y Cb Cr and anything.
   Exact(V a, V b) {
     const Dwords8<V> samples = {{a, b}};
-    withV = each(samples, [](V s) { return pairOf(s & all16<V>(0xFF)); });
-    withU = each(samples, [](V s) { return pairOf((s & all32<V>(0xFF)) | shiftLeft32(s & all32<V>(0xFF00), 8)); });
+    withV_ = each(samples, [](V s) { return pairOf(s & all16<V>(0xFF)); });
+    withU_ = each(samples, [](V s) { return pairOf((s & all32<V>(0xFF)) | shiftLeft32(s & all32<V>(0xFF00), 8)); });
   }
-  Dwords8<V> first() const { return rounded(part<W::kLuma, W::kRv>(withV)); }
+  // From the lower eight bytes of each lane, or the upper ones.
+  Exact(const Pixels<kInOrder, V>& p, int half) {
+    const auto words = [=](V samples) { return half ? widenHighU8(samples) : widenLowU8(samples); };
+    const V y = mulLow16(words(p.r), all16<V>(W::kA));
+    const auto pairs = [=](V chroma) {
+      const V a = add16(y, mulLow16(chroma, all16<V>(W::kB))), d = mulLow16(chroma, all16<V>(W::kD));
+      return Dwords8<V>{{interleaveLow16(a, d), interleaveHigh16(a, d)}};
+    };
+    withV_ = pairs(words(p.b));
+    withU_ = pairs(words(p.g));
+  }
+  Dwords8<V> first() const { return add32(part<W::kLuma, W::kRv>(withV_), offsetOf<W>(0, W::kRv)); }
   Dwords8<V> second() const {
-    return rounded(add32(part<W::kLumaWithV, W::kGv>(withV), part<W::kLuma - W::kLumaWithV, W::kGu>(withU)));
+    return add32(add32(part<W::kLumaWithV, W::kGv>(withV_), part<W::kLuma - W::kLumaWithV, W::kGu>(withU_)),
+                 offsetOf<W>(W::kGu, W::kGv));
   }
-  Dwords8<V> third() const { return rounded(part<W::kLuma, W::kBu>(withU)); }
+  Dwords8<V> third() const { return add32(part<W::kLuma, W::kBu>(withU_), offsetOf<W>(W::kBu, 0)); }
 
  private:
+  // From a dword of both as words.
   static ORV_INLINE V pairOf(V lumaAndChroma) {
-    static_assert(isWord(239 * W::kA + 128 * W::kB) && isWord(128 * W::kD), "too large");
-    const V centred = sub16(lumaAndChroma, allPairs16<V>(16, 128));
-    return add16(mulLow16(centred, allPairs16<V>(W::kA, W::kD)),
-                 mulLow16(shiftRightU32(centred, 16), allPairs16<V>(W::kB, 0)));
+    static_assert(isWord(255 * (W::kA + W::kB)) && isWord(255 * W::kD), "too large");
+    const V twiceChroma = shiftRightU32(lumaAndChroma, 15);
+    static_assert(W::kB == 2, "another multiple");
+    return add16(mulLow16(lumaAndChroma, allPairs16<V>(W::kA, W::kD)), twiceChroma);
   }
   template <int kLuma, int kChroma> static ORV_INLINE Dwords8<V> part(const Dwords8<V>& pairs) {
     constexpr int first = kLuma / W::kA, second = (kChroma - W::kB * first) / W::kD;
@@ -100,10 +119,7 @@ template <class W, class V> class Exact {
     static_assert(isWord(first) && isWord(second), "too large");
     return weigh(pairs, first, second);
   }
-  static ORV_INLINE Dwords8<V> rounded(const Dwords8<V>& channel) {
-    return W::kRounded ? add32(channel, kHalf) : channel;
-  }
-  Dwords8<V> withV, withU;
+  Dwords8<V> withV_, withU_;
 };
 
 // Where bytes can be shuffled, a multiply-add of bytes makes the multiples, of its own for each channel.
@@ -111,9 +127,14 @@ template <class W, class V> class Exact {
 template <bool kRound, class V> class Exact<Weights<kRound>, V> {
  public:
   Exact(V a, V b) {
-    quads = each(Dwords8<V>{{a, b}}, [](V s) {
-      return shuffle8(s, bytePattern<V>([](int i) { return i / 4 * 4 + (i % 2 ? 2 : i % 4 / 2); }));  // Y Cr Cb Cr
+    quads_ = each(Dwords8<V>{{a, b}}, [](V s) {
+      return shuffle8(s, bytePattern<V>([](int i) { return i / 4 * 4 + (i % 2 ? 2 : i % 4 / 2); }));
     });
+  }
+  Exact(const Pixels<kInOrder, V>& p, int half) {
+    const V yv = half ? interleaveHigh8(p.r, p.b) : interleaveLow8(p.r, p.b);
+    const V uv = half ? interleaveHigh8(p.g, p.b) : interleaveLow8(p.g, p.b);
+    quads_ = {{interleaveLow16(yv, uv), interleaveHigh16(yv, uv)}};
   }
   Dwords8<V> first() const { return sum<kRed, W::kRv, 0>(); }
   Dwords8<V> second() const { return sum<kGreen, W::kGv, W::kGu>(); }
@@ -134,22 +155,15 @@ template <bool kRound, class V> class Exact<Weights<kRound>, V> {
                   "inexact");
     static_assert(isWord(first) && isWord(second), "too large");
     static_assert(isWord(255 * (kY + magnitude(kV))) && isWord(255 * (kU + magnitude(kV2))), "too large");
-    const Dwords8<V> centred = each(quads, [](V q) {
-      return sub16(mulAddPairs8(q, allQuads8<V>(kY, kV, kU, kV2)), allPairs16<V>(16 * kY + 128 * kV, 128 * (kU + kV2)));
-    });
-    const Dwords8<V> channel = weigh(centred, first, second);
-    return kRound ? add32(channel, kHalf) : channel;
+    const Dwords8<V> words = each(quads_, [](V q) { return mulAddPairs8(q, allQuads8<V>(kY, kV, kU, kV2)); });
+    return add32(weigh(words, first, second), offsetOf<W>(kWeightU, kWeightV));
   }
-  Dwords8<V> quads;
+  Dwords8<V> quads_;  // Y Cr Cb Cr
 };
 #endif
 
 template <class W, class V> ORV_INLINE Pixels<kInOrder, V> exact(const Pixels<kInOrder, V>& p) {
-  return convertHalves<kInOrder>([=](int half) {
-    const V low = half ? interleaveHigh8(p.r, p.g) : interleaveLow8(p.r, p.g);
-    const V high = half ? widenHighU8(p.b) : widenLowU8(p.b);
-    return Exact<W, V>(interleaveLow16(low, high), interleaveHigh16(low, high));
-  });
+  return convertHalves<kInOrder>([=](int half) { return Exact<W, V>(p, half); });
 }
 
 // ---- Groups

@@ -77,6 +77,8 @@ ORV_INLINE void resizeCells(const ResizePlan& plan, const ResizeImages& images, 
   Vel16u* const sums = reinterpret_cast<Vel16u*>(images.buffer);
   const Vel8u* src = rowOf(plane.src, images.srcStep, firstRow) + ptrdiff_t(firstColumn) * kPixel;
   const int samples = plan.dstWidth * n * kPixel;
+  // Pairs are added up by fours, so that those after the last sums are read, though no result has them.
+  store(sums + (samples < 16 ? 16 : samples), zero());
   for (int y = 0; y < plan.dstHeight; ++y, src = rowOf(src, images.srcStep, n)) {
     sumRows<n>(src, images.srcStep, samples, sums);
     Vel8u* const dst = rowOf(plane.dst, images.dstStep, y);

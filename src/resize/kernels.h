@@ -32,9 +32,9 @@ ORV_RESIZE_KERNEL(ownDecimate8px4SP);
 // What the horizontal pass takes: a table of its columns.
 struct LinearColumns {
   void* groups;
-  int count, columns;
-  bool isNarrow;    // a single source column, which is its own neighbour
-  bool isShuffled;  // the groups' kind
+  int count, columns, bytes;  // bytes: of a destination row
+  bool isNarrow;              // a single source column, which is its own neighbour
+  bool isShuffled;            // the groups' kind
   bool keepsFourth;
   int pixel;
   bool streams;  // the vertical pass writes past the caches

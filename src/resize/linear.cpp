@@ -306,7 +306,7 @@ ORV_INLINE void resizePlane(const LinearColumns& table, HeldSums sums, const Axi
     if (axis.inverse >= 1 && sums.hasNeither(upper) && !table.isNarrow) {
       constexpr int kElements = Horizontal<Group>::kElements;
       storeBytes<kKeepsFourth, true, 2 * kElements>(
-          dst, table.columns * kPixel,
+          dst, table.bytes,
           FilterAndBlend<Group, kElements>{Horizontal<Group>::groupsOf(table), at(upper), images.srcStep, sums.lower,
                                            all16(-2 * weight)});
       sums.upperRow = -1, sums.lowerRow = upper + 1;
@@ -341,9 +341,15 @@ ORV_INLINE bool resizeBy(const ResizePlan& plan, const ResizeImages& images, boo
   static_assert(bufferHoldsGroups<Group, kPixel>(kKeepsFourth ? 3 : kPixel));
   const int groups = groupsFor<kPixel>(plan.dstWidth);
   const Axis across = columns(plan, images);
-  const LinearColumns table = {
-      images.buffer, groups,       plan.dstWidth, across.count == 1,
-      isShuffled,    kKeepsFourth, kPixel,        !kKeepsFourth && exceedsCaches(plan, images)};
+  const LinearColumns table = {images.buffer,
+                               groups,
+                               plan.dstWidth,
+                               plan.dstWidth * kPixel,
+                               across.count == 1,
+                               isShuffled,
+                               kKeepsFourth,
+                               kPixel,
+                               !kKeepsFourth && exceedsCaches(plan, images)};
   if (!Horizontal<Group>::build(table, across)) return false;
   const int rowWords = groups * Horizontal<Group>::kElements;
   Vel16u* const first = reinterpret_cast<Vel16u*>(reinterpret_cast<Group*>(images.buffer) + groups);
@@ -363,6 +369,9 @@ ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) 
   return velStsNoErr;
 }
 
+// A function of its own: the loop for short rows keeps the registers.
+__attribute__((noinline)) void streamBlended(Vel8u* dst, int bytes, BlendRows blend) { streamBytes(dst, bytes, blend); }
+
 // Sums that are results already.
 template <bool kKeepsFourth> ORV_INLINE void storeAlone(Vel8u* dst, int bytes, const Vel16u* sums) {
   storeBytes<kKeepsFourth, false>(dst, bytes, [=](int i) { return narrow16To8U(load(sums + i), load(sums + i + 8)); });
@@ -374,22 +383,21 @@ ORV_COEF_KERNEL(ownpi_CoefLinear8pl) { filterRow<kForBlend, 1>(*columns, row, su
 ORV_COEF_KERNEL(ownpi_CoefLinear8px) { filterRow<kForBlend, 3>(*columns, row, sums); }
 ORV_COEF_KERNEL(ownpi_CoefLinear8px4) { filterRow<kForBlend, 4>(*columns, row, sums); }
 ORV_SUMM_KERNEL(ownpi_SummLinear8pl) {
-  const int bytes = columns->columns * columns->pixel;
   const BlendRows blend(upper, lower, weight);
-  columns->streams ? streamBytes(dst, bytes, blend) : storeBytes<false, false>(dst, bytes, blend);
+  if (columns->streams) return streamBlended(dst, columns->bytes, blend);
+  storeBytes<false, false>(dst, columns->bytes, blend);
 }
 ORV_SUMM_KERNEL(ownpi_SummLinear8px) {
   if (!columns->keepsFourth) return ORV_NAME(ownpi_SummLinear8pl)(columns, upper, lower, weight, dst);
-  storeBytes<true, false>(dst, columns->columns * columns->pixel, BlendRows(upper, lower, weight));
+  storeBytes<true, false>(dst, columns->bytes, BlendRows(upper, lower, weight));
 }
 ORV_BORDER_ROW_KERNEL(ownpi_CalcBorder8plL) {
   if (row) filterRow<kAlone, 1>(*columns, row, sums);
   storeAlone<false>(dst, columns->columns, sums);
 }
 ORV_BORDER_ROW_KERNEL(ownpi_CalcBorder8pxL) {
-  const int bytes = columns->columns * columns->pixel;
   if (row) columns->pixel == 3 ? filterRow<kAlone, 3>(*columns, row, sums) : filterRow<kAlone, 4>(*columns, row, sums);
-  columns->keepsFourth ? storeAlone<true>(dst, bytes, sums) : storeAlone<false>(dst, bytes, sums);
+  columns->keepsFourth ? storeAlone<true>(dst, columns->bytes, sums) : storeAlone<false>(dst, columns->bytes, sums);
 }
 
 ORV_RESIZE_KERNEL(ownResize8plL) { return resize<1>(*plan, *images); }

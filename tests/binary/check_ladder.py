@@ -58,7 +58,7 @@ class Ladder(unittest.TestCase):
                          [mask, index, index == 3, mask & keeps])
 
     def check_sums(self, seen, others=None):
-        """Every family ran, and its results depend neither on the stack nor on the path."""
+        """Results depend neither on the stack nor on the path."""
         sums = {}
         for name, value in seen.items():
             if name.startswith("sum."):

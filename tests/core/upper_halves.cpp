@@ -1,10 +1,10 @@
 // The upper halves of the registers that AVX widens: a caller's may hold anything, and what calls leave there slows down the
 // caller's SSE code.
 #include <cstring>
-#include <functional>
-#include <utility>
 #include <vector>
 #include "support/paths.h"
+#include "support/random.h"
+#include "tools/support/calls.h"
 
 namespace {
 
@@ -40,52 +40,36 @@ class UpperHalves : public OnEveryPath {};
 INSTANTIATE_TEST_SUITE_P(, UpperHalves, testing::Values(kPaths[4], kPaths[5]),
                          [](const testing::TestParamInfo<Path>& path) { return std::string(path.param.name); });
 
+class Dice : public Numbers {
+  int byte() override { return int(random_() >> 8 & 255); }
+  bool big() override { return false; }
+  Random random_{256};
+};
+std::vector<std::vector<Vel8u>> writtenBy(const Call& call) {
+  std::vector<std::vector<Vel8u>> all;
+  for (int i = 0; i < call.bufferCount; ++i)
+    if (const Buffer& b = call.buffers[size_t(i)]; b.role == Role::kDestination) all.emplace_back(b.p, b.p + b.size);
+  return all;
+}
+
 TEST_P(UpperHalves, MayHoldAnythingAndAreLeftClean) {
   ASSERT_EQ(GetParam().index, 5);
-  constexpr int kWidth = 150, kHeight = 6, kPixels = kWidth * kHeight;
-  constexpr VeliSize kSize = {kWidth, kHeight};
-  std::vector<Vel8u> bytes(kPixels * 4), scratch(1 << 18), result(kPixels * 16);
-  for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = Vel8u(i * 151 + (i >> 8) * 7);
-  Vel8u *const from = bytes.data(), *const to = result.data();
-  const Vel8u* const src[3] = {from, from + kPixels, from + 2 * kPixels};
-  Vel8u* const dst[3] = {to, to + kPixels, to + 2 * kPixels};
-  const int steps[3] = {kWidth, kWidth / 2, kWidth / 2}, order[4] = {2, 3, 0, 1};
-  const auto floats = reinterpret_cast<Vel32f*>(to);
-  const auto words = reinterpret_cast<Vel16s*>(to);
-  const Vel16s kMcu[384] = {}, *const blocks[3] = {kMcu, kMcu + 256, kMcu + 320};
-  const auto resize = [&](int method) {
-    return orviResizeSqrPixel_8u_C3R(from, kSize, 3 * kWidth, {0, 0, kWidth, kHeight}, to, 3 * kWidth, {0, 0, 100, 4},
-                                     100.0 / kWidth, 4.0 / kHeight, 0, 0, method, scratch.data());
-  };
-  const std::pair<const char*, std::function<VelStatus()>> kCalls[] = {
-      {"YUV420ToRGB", [&] { return orviYUV420ToRGB_8u_P3C3R(src, steps, to, 4 * kWidth, kSize); }},
-      {"YUV422ToRGB", [&] { return orviYUV422ToRGB_8u_P3AC4R(src, steps, to, 4 * kWidth, kSize); }},
-      {"RGBToYUV420", [&] { return orviRGBToYUV420_8u_C3P3R(from, 3 * kWidth, dst, steps, kSize); }},
-      {"RGBToYCbCr", [&] { return orviRGBToYCbCr_8u_C3R(from, 3 * kWidth, to, 3 * kWidth, kSize); }},
-      {"YCbCrToRGB", [&] { return orviYCbCrToRGB_8u_P3C3R(src, kWidth, to, 3 * kWidth, kSize); }},
-      {"MCU", [&] { return orvizkYUV420ToRGB888LS_MCU_S16_U8_P3C3(blocks, to, 48); }},
-      {"Convert_8u32f", [&] { return orviConvert_8u32f_C4R(from, 4 * kWidth, floats, 16 * kWidth, kSize); }},
-      {"Convert_32f8u", [&] { return orviConvert_32f8u_C1R(floats, 4 * kWidth, to, 4 * kWidth, kSize, 1); }},
-      {"AddC", [&] { return orviAddC_32f_C1IR(1.5f, floats, 4 * kWidth, kSize); }},
-      {"MulC", [&] { return orvsMulC_16s_ISfs(57, words, kPixels, 3); }},
-      {"And", [&] { return orvsAnd_8u(from, from + 1, to, 4 * kPixels - 1); }},
-      {"SwapChannels", [&] { return orviSwapChannels_8u_C4IR(to, 4 * kWidth, kSize, order); }},
-      {"Resize linear", [&] { return resize(velInterLinear); }},
-      {"Resize cubic", [&] { return resize(velInterCubic); }},
-      {"Resize super", [&] { return resize(velInterSuper); }},
-  };
-  for (const auto& [name, call] : kCalls) {
-    SCOPED_TRACE(name);
-    memset(to, 0, result.size());
-    __asm__ volatile("vzeroupper");
-    ASSERT_GE(call(), 0);
-    EXPECT_TRUE(upperHalvesAreClean());
-    const std::vector<Vel8u> expected = result;
-    memset(to, 0, result.size());
-    fillRegisters();
-    call();
-    EXPECT_EQ(result, expected);
-  }
+  static Call call;
+  Dice dice;
+  for (const Primitive& primitive : primitives())
+    for (int i = 0; i < 25; ++i) {
+      call.draw(primitive, dice);
+      call.begin(0);
+      __asm__ volatile("vzeroupper");
+      const int status = call.make();
+      ASSERT_TRUE(upperHalvesAreClean()) << call.text();
+      if (call.allocated) continue;  // the last buffer has the block's address
+      const auto expected = writtenBy(call);
+      call.begin(0);
+      fillRegisters();
+      ASSERT_EQ(call.make(), status) << call.text();
+      ASSERT_EQ(writtenBy(call), expected) << call.text();
+    }
 }
 
 }  // namespace

@@ -22,6 +22,10 @@ done
 usr=$root/usr libraries=$root/usr/lib/$triplet
 find "$usr/share/doc/liborv-dev/examples" -name '*.gz' | grep -q . && fail "an example is compressed"
 cmp "$usr/include/orv.h" "$source/include/orv.h"
+grep -q orviResizeSqrPixel_8u_C3R "$usr"/share/doc/liborv-doc/html/group__*.html || fail "there is no reference"
+for picture in $(grep -o 'docs/[a-z/]*\.\(jpg\|svg\)' "$usr/share/doc/liborv-doc/README.md"); do
+  [ -s "$usr/share/doc/liborv-doc/$picture" ] || fail "the README shows $picture, which is not there"
+done
 for page in man1/orv.1 man3/libOrv.3; do
   MANWIDTH=80 man --warnings -l "$usr/share/man/$page.gz" >"$root/page" 2>"$root/said"
   [ -s "$root/page" ] && [ ! -s "$root/said" ] || fail "$page: $(cat "$root/said")"

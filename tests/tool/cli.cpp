@@ -41,7 +41,6 @@ TEST_F(Cli, BadPictures) {
   } kCases[] = {
       {"", "empty"},
       {"P6 no JPEG at all", "not a JPEG"},
-      {patched(sof + 1, 0xC1), "extended sequential JPEG (SOF1)"},
       {patched(sof + 1, 0xC3), "lossless JPEG (SOF3)"},
       {patched(sof + 1, 0xC5), "hierarchical JPEG (SOF5)"},
       {patched(sof + 4, 12), "12 bits"},
@@ -51,7 +50,7 @@ TEST_F(Cli, BadPictures) {
       {patched(sof + 11, 0x02), "sampling factors cannot be"},
       {patched(sof + 11, 0x41), "sampling factors of 4x1"},
       {patched(sof + 12, 3), "quantisation table 3 is missing"},
-      {patched(dqt + 4, 0x10), "16 bits"},
+      {patched(dqt + 4, 0x10), "too short"},
       {patched(dht + 4, 0x03), "Huffman table 0 is missing"},
       {patched(dht + 5, 5).replace(dht + 7, 1, 1, '\0'), "more codes of a length"},
       {patched(sos + 5, 99), "component that the frame does not have"},
@@ -66,10 +65,8 @@ TEST_F(Cli, BadPictures) {
   };
   for (const auto& c : kCases) expectBadFile(c.jpeg, c.part);
   for (size_t length = 2; length < sos; length += 23) expectBadFile(jpeg.substr(0, length), "ends within its headers");
-  for (const char* kind : {"progressive", "arithmetic"}) {
-    must(ORV_CJPEG " -" + std::string(kind) + " -outfile c.jpg picture");
-    expectBadFile(read("c.jpg"), kind);
-  }
+  must(ORV_CJPEG " -arithmetic -outfile c.jpg picture");
+  expectBadFile(read("c.jpg"), "arithmetic");
 }
 
 TEST_F(Cli, BadPpmFiles) {

@@ -17,16 +17,19 @@ TEST_F(Decode, EverySamplingSizeAndQualityIsWhatDjpegMakesOfIt) {
                                     "-grayscale",
                                     "-rgb",
                                     "-sample 2x2 -restart 1B",
-                                    "-sample 2x1 -restart 3B -optimize"};
-  int quality = 10;
+                                    "-sample 2x1 -restart 3B -optimize",
+                                    "-sample 2x2 -progressive",
+                                    "-sample 2x1 -progressive -restart 2B",
+                                    "-grayscale -progressive"};
+  int quality = 5;
   for (const auto& size : kSizes) {
     writePicture("picture", size[0], size[1]);
     for (const char* kind : kKinds) {
       SCOPED_TRACE(std::string(kind) + " -quality " + std::to_string(quality));
-      must(ORV_CJPEG " " + std::string(kind) + " -baseline -quality " + std::to_string(quality) +
-           " -outfile a.jpg picture");
+      // Without -baseline the coarsest tables have 16 bits; then the file is extended sequential or progressive.
+      must(ORV_CJPEG " " + std::string(kind) + " -quality " + std::to_string(quality) + " -outfile a.jpg picture");
       expectLikeDjpegOnEveryPath("a.jpg");
-      quality = quality == 100 ? 10 : quality + 15;
+      quality = quality == 100 ? 5 : quality + 19;
     }
   }
 }
@@ -37,11 +40,15 @@ TEST_F(Decode, HowAFileIsWrittenDoesNotMatter) {
   writePicture("picture", 70, 36);
   write("all", "0;\n1;\n2;\n");
   write("two", "1 2;\n0;\n");
+  write("bits",
+        "0: 0-0, 0, 2;\n1 2: 0-0, 0, 0;\n0: 1-9, 0, 3;\n0: 10-63, 0, 1;\n0: 1-5, 3, 2;\n2: 1-63, 0, 0;\n"
+        "0: 0-0, 2, 1;\n0: 6-9, 3, 2;\n0: 1-9, 2, 1;\n1: 1-63, 0, 0;\n0: 1-63, 1, 0;\n0: 0-0, 1, 0;\n");
   for (const char* sampling : {"2x2", "2x1", "1x2", "1x1"}) {
     SCOPED_TRACE(sampling);
     must(ORV_CJPEG " -quality 80 -sample " + std::string(sampling) + " -outfile a.jpg picture");
     const Bytes jpeg = read("a.jpg"), picture = decoded("a.jpg");
-    for (const char* how : {"-optimize", "-restart 1", "-restart 2B", "-scans all", "-scans two -restart 5B"}) {
+    for (const char* how : {"-optimize", "-restart 1", "-restart 2B", "-scans all", "-scans two -restart 5B",
+                            "-progressive", "-progressive -restart 1", "-scans bits", "-scans bits -restart 3B"}) {
       must(ORV_JPEGTRAN " " + std::string(how) + " -outfile b.jpg a.jpg");
       EXPECT_TRUE(decoded("b.jpg") == picture) << how;
     }

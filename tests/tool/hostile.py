@@ -56,10 +56,10 @@ class Bits:
     def __init__(self):
         self.bits = ""
 
-    def block(self, difference):
+    def block(self, difference, end="0"):
         category = abs(difference).bit_length()
         value = difference if difference > 0 else difference + (1 << category) - 1
-        self.bits += format(category, "04b") + (format(value, f"0{category}b") if category else "") + "0"
+        self.bits += format(category, "04b") + (format(value, f"0{category}b") if category else "") + end
 
     def bytes(self):
         padded = self.bits + "1" * (-len(self.bits) % 8)
@@ -67,22 +67,25 @@ class Bits:
 
 
 class Jpeg:
-    """A picture of blocks and its file, in pieces that tests replace. Three components are R, G and B by their names."""
+    """A picture of blocks and its file, in pieces that tests replace. Three components are R, G and B by their names.
+    With `lows` it is progressive: the scans go down to these bits in turn."""
 
-    def __init__(self, width=40, height=24, names=b"RGB", factors=(0x11, 0x11, 0x11), restart=0, scans=None):
+    def __init__(self, width=40, height=24, names=b"RGB", factors=(0x11, 0x11, 0x11), restart=0, scans=None, lows=None):
         self.width, self.height, self.names, self.factors = width, height, names, factors[:len(names)]
         self.restart = restart
         self.scans = scans or [range(len(names))]
         self.h, self.v = max(f >> 4 for f in self.factors), max(f & 15 for f in self.factors)
         self.dqt = segment(0xDB, b"\0" + b"\x08" * 64)
-        self.sof = sof(width, height, [(n, f, 0) for n, f in zip(names, self.factors)])
+        self.sof = sof(width, height, [(n, f, 0) for n, f in zip(names, self.factors)], 0xC2 if lows else 0xC0)
         self.dht = dht(0, DC_COUNTS, range(9)) + dht(16, AC_COUNTS, [0])
         self.dri = segment(0xDD, struct.pack(">H", restart)) if restart else b""
-        self.sos = [sos([names[i] for i in scan]) for scan in self.scans]
-        self.data = [self.scan(scan) for scan in self.scans]
+        passes = [(scan, low, lows[i - 1] if i else 0) for i, low in enumerate(lows or [0]) for scan in self.scans]
+        self.sos = [sos([names[i] for i in scan], tail=bytes([0, 0, high << 4 | low]) if lows else b"\0\x3F\0")
+                    for scan, low, high in passes]
+        self.data = [self.scan(scan, low, high, "" if lows else "0") for scan, low, high in passes]
         self.head, self.between, self.tail = b"", b"", b"\xFF\xD9"
 
-    def scan(self, scan):
+    def scan(self, scan, low, known, end):
         """A list of restart intervals."""
         if len(scan) == 1 or len(self.names) == 1:
             h, v = (1, 1) if len(self.names) == 1 else (self.factors[scan[0]] >> 4, self.factors[scan[0]] & 15)
@@ -100,8 +103,11 @@ class Jpeg:
                 intervals.append(Bits())
                 last = {}
             for c, x, y in mcu:
-                value = level(c, x, y) - 128
-                intervals[-1].block(value - last.get(c, 0))
+                value = level(c, x, y) - 128 >> low
+                if known:
+                    intervals[-1].bits += str(value & 1)
+                else:
+                    intervals[-1].block(value - last.get(c, 0), end)
                 last[c] = value
         return [i.bytes() for i in intervals]
 
@@ -116,7 +122,7 @@ class Jpeg:
 
     def file(self):
         scans = self.entropy(0)
-        for n in range(1, len(self.scans)):
+        for n in range(1, len(self.sos)):
             scans += self.between + self.sos[n] + self.entropy(n)
         return self.headers() + scans + self.tail
 
@@ -154,6 +160,9 @@ def refused_jpegs():
     whole, headers = j.file(), j.headers()
     rgb = [(n, 0x11, 0) for n in b"RGB"]
 
+    def progressive(**pieces):
+        return having(Jpeg(lows=(0,)), **pieces)
+
     def framed(components=rgb, width=40, height=24, **settings):
         return having(sof=sof(width, height, components, **settings), sos=[sos([c[0] for c in components])])
 
@@ -180,7 +189,8 @@ def refused_jpegs():
         "no-such-quantisation": (framed([(n, 0x11, 4) for n in b"RGB"]), "cannot be"),
         "no-such-huffman": (having(sos=[sos(b"RGB", 0x44)]), "cannot be"),
         "quantisation-number": (having(head=segment(0xDB, b"\x04" + bytes(64))), "number that cannot be"),
-        "quantisation-16-bits": (having(head=segment(0xDB, b"\x10" + bytes(128))), "16 bits"),
+        "quantisation-20-bits": (having(head=segment(0xDB, b"\x20" + bytes(128))), "number that cannot be"),
+        "quantisation-16-bits-short": (having(head=segment(0xDB, b"\x10" + bytes(127))), "too short"),
         "quantisation-short": (having(head=segment(0xDB, b"\0" + bytes(63))), "too short"),
         "quantisation-long": (having(head=segment(0xDB, b"\0" + bytes(65))), "too short"),
         "huffman-number": (having(head=dht(0x20, DC_COUNTS, range(9))), "number that cannot be"),
@@ -197,8 +207,12 @@ def refused_jpegs():
         "sampling-12-blocks": (factors(0x22, 0x22), "more than ten blocks"),
         "restart-short": (having(dri=segment(0xDD, b"\1")), "too short"),
         "restart-empty": (having(dri=segment(0xDD)), "too short"),
-        "progressive": (framed(code=0xC2), "progressive"),
-        "extended": (framed(code=0xC1), "extended sequential"),
+        "progressive-scan-of-all": (framed(code=0xC2), "coefficients that cannot be"),
+        "progressive-bits": (progressive(sos=[sos(b"RGB", tail=b"\0\0\x20")]), "bits that cannot be"),
+        "progressive-ac-of-three": (progressive(sos=[sos(b"RGB", tail=b"\1\x3F\0")]), "coefficients that cannot"),
+        "progressive-short": (progressive(sos=[sos(b"RGB", tail=b"\0\0")]), "too short"),
+        "progressive-no-ac": (progressive(dht=dht(0, DC_COUNTS, range(9)), sos=[sos(b"R", tail=b"\1\1\0")]), "AC Huff"),
+        "progressive-bomb": (progressive(sof=sof(16000, 16000, rgb, 0xC2)), "more than a file of this size can hold"),
         "lossless": (framed(code=0xC3), "lossless"),
         "hierarchical": (framed(code=0xC5), "hierarchical"),
         "arithmetic": (framed(code=0xC9), "arithmetic-coded"),
@@ -206,7 +220,7 @@ def refused_jpegs():
         "arithmetic-conditioning": (having(head=segment(0xCC, b"\0\0")), "arithmetic-coded"),
         "12-bits": (framed(bits=12), "12 bits"),
         "0-bits": (framed(bits=0), "0 bits"),
-        "cmyk": (framed([(n, 0x11, 0) for n in b"CMYK"]), "4 components"),
+        "cmyk": (framed([(n, 0x11, 0) for n in b"CMYK"]), "4 components (CMYK)"),
         "two-components": (framed(rgb[:2]), "2 components"),
         "no-components": (having(sof=sof(40, 24, [])), "0 components"),
         "255-components": (having(sof=sof(40, 24, [(n, 0x11, 0) for n in range(255)])), "255 components"),
@@ -271,6 +285,39 @@ def damaged_jpegs():
         "wide": having(Jpeg(65500, 9), data=[[bytes(9000)]]),
         "high": having(Jpeg(9, 65500), data=[[bytes(9000)]]),
     })
+    files.update(damaged_progressive_jpegs())
+    return files
+
+
+def many_scans():
+    """A bit of a coefficient to each scan. One block in 32 has each of the 63, so that each scan looks for it. They are
+    so large that dequantised their 16 bits are zeros."""
+    jpeg, groups = grey(width=8, height=8, lows=(0,)), 360 * 360 // 32
+    jpeg.sof = sof(2880, 2880, [(1, 0x11, 0)], 0xC2)
+    jpeg.dht += dht(16, [1, 1] + [0] * 14, [0x01, 0x40]) + dht(17, [1] + [0] * 15, [0xE0])
+    jpeg.data = [[bytes(groups * 32 // 2)]]
+    first = b"\x2F" * groups  # each a sign, then 31 blocks without
+    corrections = Bits()
+    corrections.bits = ("0" + "1" * 14 + "0" * 1024) * (groups // 1024 + 1)
+    further = corrections.bytes()
+    scans = b"".join(sos(b"\1", low < 13, bytes([k, k, (low + 1 & 15) % 14 << 4 | low])) + (further if low < 13 else first)
+                     for k in range(1, 64) for low in range(13, -1, -1))
+    return jpeg.headers() + jpeg.entropy(0) + scans, b"P5\n2880 2880\n255\n" + b"\x80" * 2880 ** 2
+
+
+def damaged_progressive_jpegs():
+    plain, cut = Jpeg(lows=(2, 1, 0)), Jpeg(restart=2, lows=(1, 0))
+    start = plain.file().index(b"\xFF\xDA") + 16
+    files = {f"progressive-ends-at-{n}": plain.file()[:n] for n in range(start, len(plain.file()) - 3)}
+    again = plain.sos[0] + plain.entropy(0)
+    files.update({
+        "progressive-no-restart-markers": re.sub(rb"\xFF[\xD0-\xD7]", b"", cut.file()),
+        "progressive-no-restarts-often": re.sub(rb"\xFF[\xD0-\xD7]", b"", having(Jpeg(900, 700, lows=range(13, -1, -1)), dri=segment(0xDD, b"\0\1"))),
+        "progressive-endless-restarts": cut.headers() + bytes(b for i in range(8) for b in (0xFF, 0xD0 + i)) * (MANY // 4),
+        "progressive-again-and-again": plain.file()[:-2] + again * (MANY // len(again)),
+        "progressive-headers-only": plain.headers() + b"\0" + plain.sos[0] * (MANY // 8),
+        "progressive-refines-nothing": having(Jpeg(lows=(2, 1, 0)), sos=plain.sos[1:] + plain.sos[:1]),
+    })
     return files
 
 
@@ -288,6 +335,13 @@ def fine_jpegs():
     add("65500x8-grey", grey(width=65500, height=8))
     add("two-million-segments", Jpeg(), head=empty)
     add("a-megabyte-of-ff", Jpeg(), head=b"\xFF" * (1 << 20))
+    add("extended", Jpeg(), sof=sof(40, 24, [(n, 0x11, 0) for n in b"RGB"], 0xC1))
+    add("quantisation-16-bits", Jpeg(), dqt=segment(0xDB, b"\x10" + b"\0\x08" * 64))
+    add("progressive", Jpeg(lows=(0,)))
+    add("progressive-bits", Jpeg(71, 31, lows=range(13, -1, -1), factors=(0x22, 0x11, 0x12), restart=3))
+    add("progressive-grey", grey(lows=(3, 2, 1, 0), width=65500))
+    add("progressive-scans", Jpeg(lows=(1, 0), scans=[[2], [0], [1]], factors=(0x11, 0x21, 0x22)))
+    add("progressive-no-ac-tables", Jpeg(lows=(1, 0)), dht=dht(0, DC_COUNTS, range(9)))
     add("tables-doubled", Jpeg(), head=segment(0xDB, b"\0" + b"\x63" * 64) + dht(0, [1] + [0] * 15, [5]))
     add("quantisation-doubled-often", Jpeg(), head=segment(0xDB, (b"\0" + b"\x63" * 64) * 1000) * 128)
     add("huffman-doubled-often", Jpeg(), head=segment(0xC4, (b"\0" + bytes([1] + [0] * 15) + b"\5") * 3640) * 128)
@@ -483,6 +537,12 @@ class Hostile(unittest.TestCase):
 
     def test_damaged(self):
         self.check_all(damaged_jpegs(), DAMAGED)
+
+    def test_many_scans(self):
+        content, picture = many_scans()
+        with open(os.path.join(self.inputs, "many-scans.jpg"), "wb") as f:
+            f.write(content)
+        self.check("many-scans.jpg", "decode", PATHS[-1], FINE, picture=picture)
 
     def test_fine(self):
         self.check_all({**fine_jpegs(), **fine_ppms()}, FINE)

@@ -59,6 +59,10 @@ template <int n> ORV_INLINE FloatRun<n> operator+(FloatRun<n> a, const FloatRun<
   ORV_UNROLL for (int i = 0; i < a.kCount; ++i) a.v[i] = a.v[i] + b.v[i];
   return a;
 }
+template <int n> ORV_INLINE FloatRun<n> operator*(FloatRun<n> a, const FloatRun<n>& b) {
+  ORV_UNROLL for (int i = 0; i < a.kCount; ++i) a.v[i] = a.v[i] * b.v[i];
+  return a;
+}
 template <int n> ORV_INLINE FloatRun<n> operator*(FloatRun<n> a, float x) {
   ORV_UNROLL for (auto& v : a.v) v = v * allFloats<typename FloatRun<n>::V>(x);
   return a;
@@ -76,6 +80,31 @@ template <int n> ORV_INLINE FloatRun<n> laneSums(const FloatRun<n> (&runs)[4]) {
     sums.v[i] = laneSums(v);
   }
   return sums;
+}
+
+// Lane i is element i, four times.
+ORV_INLINE FloatRun<16> repeatElements(Floats4 v) {
+#if ORV_HAS_WIDE_FLOAT
+  const Floats twice = repeatLane(asBits(v));
+  return {{_mm256_permutevar_ps(twice, _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1)),
+           _mm256_permutevar_ps(twice, _mm256_setr_epi32(2, 2, 2, 2, 3, 3, 3, 3))}};
+#else
+  return {{repeatElement<0>(v), repeatElement<1>(v), repeatElement<2>(v), repeatElement<3>(v)}};
+#endif
+}
+// a b added to the lower lanes of a sum.
+ORV_INLINE FloatRun<16> addLow(FloatRun<16> sum, const FloatRun<8>& a, const FloatRun<16>& b) {
+  ORV_UNROLL for (int i = 0; i < a.kCount; ++i) sum.v[i] = sum.v[i] + a.v[i] * b.v[i];
+  return sum;
+}
+// (0 + 2) + (1 + 3).
+ORV_INLINE Floats4 sumOfLanes(const FloatRun<16>& run) {
+#if ORV_HAS_WIDE_FLOAT
+  const Floats sum = run.v[0] + run.v[1];
+  return lowHalf(sum) + highHalf(sum);
+#else
+  return (run.v[0] + run.v[2]) + (run.v[1] + run.v[3]);
+#endif
 }
 
 // f of each vector.
@@ -102,6 +131,12 @@ template <int n> ORV_INLINE DwordRun<n> truncated(const FloatRun<n>& run) {
   DwordRun<n> dwords;
   ORV_UNROLL for (int i = 0; i < run.kCount; ++i) dwords.v[i] = truncated(run.v[i]);
   return dwords;
+}
+
+template <int n> ORV_INLINE FloatRun<n> asFloats(const DwordRun<n>& run) {
+  FloatRun<n> floats;
+  ORV_UNROLL for (int i = 0; i < run.kCount; ++i) floats.v[i] = asFloats(run.v[i]);
+  return floats;
 }
 
 // All bits where an element is at most `most`.

@@ -68,22 +68,22 @@ template <class F> class Blocks {
   __attribute__((noinline)) void blocks(const Vel8u* src, Vel8u* dst, size_t count, size_t more) const {
     const Exchange<F> exchange = exchange_;  // which the stores cannot reach
     for (;;) {
-      if constexpr (F::kTo == 3) {
-        Lane g[4];
-        ORV_UNROLL for (int i = 0; i < 4; ++i) g[i] = joined(exchange.template swapped<kPairs>(group(src, i)));
-        store(dst, shiftBytesDown<2>(g[0]) | shiftBytesUp<10>(g[1]));
-        store(dst + 16, shiftBytesDown<6>(g[1]) | shiftBytesUp<6>(g[2]));
-        store(dst + 32, shiftBytesDown<10>(g[2]) | shiftBytesUp<2>(g[3]));
-      } else {
-        ORV_UNROLL for (int i = 0; i < 4; ++i) exchange.unselected().template storeWith<false>(
-            exchange.template swapped<kPairs>(group(src, i)), dst + 16 * i);
-      }
-      if (--count > 0) {
+      do {
+        if constexpr (F::kTo == 3) {
+          Lane g[4];
+          ORV_UNROLL for (int i = 0; i < 4; ++i) g[i] = joined(exchange.template swapped<kPairs>(group(src, i)));
+          store(dst, shiftBytesDown<2>(g[0]) | shiftBytesUp<10>(g[1]));
+          store(dst + 16, shiftBytesDown<6>(g[1]) | shiftBytesUp<6>(g[2]));
+          store(dst + 32, shiftBytesDown<10>(g[2]) | shiftBytesUp<2>(g[3]));
+        } else {
+          ORV_UNROLL for (int i = 0; i < 4; ++i) exchange.unselected().template storeWith<false>(
+              exchange.template swapped<kPairs>(group(src, i)), dst + 16 * i);
+        }
         src += F::kPixels * F::kFromPixel, dst += F::kPixels * F::kToPixel;
-        continue;
-      }
+      } while (--count > 0);
       if (more == 0) return;
-      src += more * F::kFromPixel, dst += more * F::kToPixel;
+      const size_t shared = F::kPixels - more;  // pixels of the last two blocks
+      src -= shared * F::kFromPixel, dst -= shared * F::kToPixel;
       more = 0, count = 1;
     }
   }
