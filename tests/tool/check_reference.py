@@ -35,10 +35,16 @@ if kept != made:
     sys.exit("\n".join(difflib.unified_diff(kept, made, "docs/man/orv.1.in", "scripts/manual --print", lineterm="")))
 
 main = output(PROGRAM, "--help")
+if main.count("\n") > 23:
+    sys.exit("orv --help fills more than a screen")
 commands = set(re.findall(r"^  orv ([a-z]+) ", main, re.MULTILINE))
 same(completed(""), commands | set(re.findall(r"orv (--[a-z]+)", main)), "orv")
 for command in sorted(commands):
     text = output(PROGRAM, command, "--help")
+    if max(map(len, text.splitlines())) > 80:
+        sys.exit(f"orv {command} --help is wider than 80 columns")
+    if not re.search(rf"^  orv {command}\b", text.partition("\nExamples:\n")[2], re.MULTILINE):
+        sys.exit(f"orv {command} --help has no example")
     options = set(re.findall(r"(?:^  |[ \[])(--[a-z-]+)", text, re.MULTILINE)) | {"--help"}
     same(completed(command, "--"), options, f"orv {command}")
     for option in sorted(options):

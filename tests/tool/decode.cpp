@@ -205,7 +205,8 @@ TEST_F(Damage, EveryCommandSaysSo) {
     EXPECT_EQ(o.code, 2) << arguments;
     EXPECT_EQ(o.err.find("orv: in/cut.jpg: warning: the picture is cut short, the rest is mid-grey\n"), 0u) << o.err;
     EXPECT_EQ(strict.code, arguments[1] == 'o' && arguments[2] == 'm' ? 2 : 1) << arguments;
-    EXPECT_EQ(strict.err, "orv: in/cut.jpg: the picture is cut short\n") << arguments;
+    const std::string closing = arguments[0] == 't' ? "0 thumbnails in " : "";
+    EXPECT_EQ(strict.err.find("orv: in/cut.jpg: the picture is cut short\n" + closing), 0u) << strict.err;
   }
 }
 

@@ -1,7 +1,10 @@
 /* To be loaded before a program: an allocator that fails at call number ORV_FAIL, or from there on where a + follows the
- * number. It then writes a byte to descriptor 9, so that who counts knows that there were so many calls. */
+ * number. It then writes a byte to descriptor 9, so that who counts knows that there were so many calls. And after
+ * ORV_THREADS threads, if that is set, no more can be started. */
 #define _GNU_SOURCE
+#include <dlfcn.h>
 #include <errno.h>
+#include <pthread.h>
 #include <stddef.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -35,4 +38,12 @@ int posix_memalign(void** memory, size_t align, size_t size) {
   void* const p = memalign(align, size);
   if (p) *memory = p;
   return p ? 0 : ENOMEM;
+}
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument) {
+  static int started;
+  const char* const most = getenv("ORV_THREADS");
+  if (most && started++ >= atoi(most)) return EAGAIN;
+  int (*const create)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*) = dlsym(RTLD_NEXT, __func__);
+  return create(thread, attributes, run, argument);
 }

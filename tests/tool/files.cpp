@@ -5,7 +5,9 @@
 #include <unistd.h>
 #include <algorithm>
 #include <csignal>
+#include <cstring>
 #include <functional>
+#include <thread>
 #include "output_file.h"
 #include "run.h"
 
@@ -120,6 +122,34 @@ TEST_F(Files, SignalsLeaveNothingBehind) {
   EXPECT_EQ(listed(), (std::vector<std::string>{"err.txt", "in", "out.txt", "picture"}));
 }
 
+// Threads that begin files, complete them or give them up all the time.
+TEST_F(Files, SignalsLeaveNothingOfManyFilesBehind) {
+  const auto writeMany = [](int number) {
+    for (int i = 0;; i = (i + 1) % 5) {
+      OutputFile file("whole" + std::to_string(5 * number + i), kKinds[i % 2]);
+      file.write("first ", 6);
+      file.write("second", 6);
+      if (i != 3) file.commit();
+    }
+  };
+  for (int i = 0; i < 60; ++i) {
+    const int signal = i % 2 ? SIGINT : SIGTERM;
+    const int killed = status(
+        [&] {
+          for (int number = 1; number < 4; ++number) std::thread(writeMany, number).detach();
+          writeMany(0);
+        },
+        [&](pid_t pid) {
+          usleep(useconds_t(1000 + 700 * i));
+          kill(pid, signal);
+        });
+    EXPECT_TRUE(WIFSIGNALED(killed) && WTERMSIG(killed) == signal) << killed;
+    for (const std::string& name : listed())
+      ASSERT_TRUE(name.find("whole") == 0 && read(name) == "first second") << i << " " << name << ": " << read(name);
+  }
+  EXPECT_GT(listed().size(), 10u);
+}
+
 // Messages go nowhere, and above all not into OUT.
 TEST_F(Files, StandardFilesMayBeClosed) {
   writePicture("picture", 100, 100);
@@ -133,6 +163,80 @@ TEST_F(Files, StandardFilesMayBeClosed) {
   const Outcome o = orv("info >&-");
   EXPECT_EQ(o.code, 1);
   EXPECT_EQ(o.err, "orv: cannot write to standard output\n");
+}
+
+TEST_F(Files, PicturesGoThroughPipes) {
+  writePicture("p.ppm", 60, 40);
+  const Bytes jpeg = encoded("p.ppm"), ppm = decoded("encoded");
+  must(ORV_PROGRAM " resize encoded half.jpg 50% && " ORV_PROGRAM " convert encoded --to yuv420 raw");
+  const std::string from = "--from yuv420 --size 60x40";
+  must(ORV_PROGRAM " convert raw " + from + " back.ppm");
+  const Bytes half = decoded("half.jpg"), raw = read("raw"), back = read("back.ppm");
+  const struct {
+    const char* commands;
+    const Bytes& expected;
+  } kCases[] = {
+      {"cat p.ppm | orv encode - -", jpeg},
+      {"orv decode encoded -", ppm},
+      {"orv decode - - <encoded", ppm},
+      {"cat encoded | orv resize - - 50% --to jpeg | orv decode - -", half},
+      {"orv resize --to jpeg encoded unnamed 50% && orv decode - - <unnamed", half},
+      {"cat encoded | orv swap --order rgb --to ppm - -", ppm},
+      {"orv filter - --box 1x1 --to ppm - <encoded", ppm},
+      {"orv convert - --to yuv420 - <encoded | orv convert - --from yuv420 --size 60x40 --to ppm -", back},
+      {"orv convert --to yuv420 -- encoded -", raw},
+      {"cp encoded ./- && orv decode ./- decoded && cat decoded", ppm},
+      {"cp encoded ./-a && orv decode -- -a -", ppm},
+      {"orv encode --time --repeat 1 - - <p.ppm", jpeg},
+  };
+  for (const auto& c : kCases) {
+    const Outcome o = run("orv() { " ORV_PROGRAM " \"$@\"; }; " + std::string(c.commands));
+    EXPECT_EQ(o.code, 0) << c.commands << o.err;
+    EXPECT_EQ(o.err.find(": ") != Bytes::npos, strstr(c.commands, "--time") != nullptr) << c.commands << o.err;
+    EXPECT_TRUE(o.out == c.expected) << c.commands << ": " << o.out.size() << " bytes";
+  }
+  EXPECT_EQ(orv("compare p.ppm - <p.ppm").out, "the pictures are the same\n");
+  EXPECT_EQ(orv("sheet --to jpeg encoded -").out.substr(0, 2), "\xFF\xD8");
+}
+
+TEST_F(Files, PipesThatGoWrong) {
+  writePicture("p.ppm", 300, 300);
+  must(ORV_PROGRAM " encode p.ppm a.jpg");
+  write("cut.jpg", read("a.jpg").substr(0, 9000));
+  const struct {
+    const char* arguments;
+    int code;
+    const char* error;
+  } kCases[] = {
+      {"resize a.jpg - 50%", 2,
+       "standard output has no name that would say what it is to be: give --to jpeg or --to ppm"},
+      {"resize --to jpeg a.jpg OUT.ppm 50%", 2, "OUT.ppm: its name says something else than --to"},
+      {"resize --to png a.jpg - 50%", 2, "--to takes jpeg or ppm"},
+      {"convert --to jpeg a.jpg -", 2, "convert takes either --to or --from (see orv convert --help)"},
+      {"compare - - <a.jpg", 2, "only one picture can be standard input"},
+      {"thumb - OUT", 2, "thumb works on folders, not on standard input or output (a folder of the name - is ./-)"},
+      {"decode - - </dev/null", 1, "standard input: the file is empty"},
+      {"decode - OUT <p.ppm", 1, "standard input: not a JPEG file"},
+      {"encode --strict - - <cut.jpg", 1, "standard input: the picture is cut short"},
+      {"resize --strict --to ppm - - 9 <cut.jpg", 1, "standard input: the picture is cut short"},
+      {"decode a.jpg - >/dev/full", 1, "standard output: cannot write: No space left on device"},
+      {"decode a.jpg - >&-", 1, "standard output: cannot write: Bad file descriptor"},
+      {"resize --to jpeg p.ppm - 70000x1", 1,
+       "standard output: 70000 x 1 is too large for JPEG: decoders take 65500 a side"},
+  };
+  for (const auto& c : kCases) {
+    const Outcome o = orv(c.arguments);
+    EXPECT_EQ(o.code, c.code) << c.arguments;
+    EXPECT_EQ(o.err, "orv: " + std::string(c.error) + "\n") << c.arguments;
+    EXPECT_EQ(o.out, "") << c.arguments;
+    EXPECT_FALSE(exists("OUT")) << c.arguments;
+  }
+  const Outcome cut = orv("decode - - <cut.jpg");
+  EXPECT_EQ(cut.code, 2);
+  EXPECT_EQ(cut.err, "orv: standard input: warning: the picture is cut short, the rest is mid-grey\n");
+  EXPECT_EQ(cut.out.size(), read("p.ppm").size());
+  const Outcome unread = run("{ " ORV_PROGRAM " decode a.jpg -; echo $? >&2; } | true");
+  EXPECT_EQ(unread.err, "orv: standard output: cannot write: Broken pipe\n1\n");
 }
 
 // What a header says takes no memory until the file is seen to hold it.
@@ -175,7 +279,7 @@ TEST_F(Files, NamesAreShownWithoutControlCharacters) {
   std::filesystem::rename(at(name + ".jpg"), at("in/" + name + ".jpg"));
   writePicture("in/x\ny.ppm", 3, 2);
   const Outcome o = orv("thumb in out");
-  EXPECT_EQ(o.err, "orv: in/" + shown + "neither a JPEG nor a binary PPM (P6) or PGM (P5) file\n");
+  EXPECT_EQ(o.err.find("orv: in/" + shown + "neither a JPEG nor a binary PPM (P6) or PGM (P5) file\n1 thumb"), 0u);
   EXPECT_EQ(o.out, "in/x\\ny.ppm -> out/x\\ny.ppm.jpg, 3 x 2\n");
 }
 

@@ -15,11 +15,14 @@ constexpr char kHelp[] =
     "\n"
     "Compares two pictures of the same size, both grey or both in colour: prints the\n"
     "peak signal-to-noise ratio in dB over all samples, and the largest difference of\n"
-    "two samples; or that the pictures are the same. A and B are JPEG or binary PPM or\n"
-    "PGM files. The exit status is 0 when they are the same, 1 when they differ, and 2 when\n"
-    "they cannot be compared, or one is a JPEG that is cut short or damaged.\n"
+    "two samples; or that the pictures are the same. A and B are JPEG or binary PPM\n"
+    "or PGM files, and one of them may be -, standard input. The exit status is 0\n"
+    "when they are the same, 1 when they differ, and 2 when they cannot be compared,\n"
+    "or one is a JPEG that is cut short or damaged.\n"
     "\n"
-    "  --psnr N        pictures of this PSNR or a larger one count as the same\n" ORV_HELP_READS ORV_HELP_ALL;
+    "  --psnr N        pictures of this PSNR or a larger one count as the same\n" ORV_HELP_READS ORV_HELP_ALL
+    "  orv compare photo.jpg small.jpg\n"
+    "  orv compare --psnr 40 before.ppm after.jpg && echo near enough\n";
 
 double decibels(const std::string& text) {
   char* end = nullptr;
@@ -60,9 +63,10 @@ int runCompare(int argc, char** argv) {
   if (argc - optind != 2) throw UsageError("compare takes two pictures (see orv compare --help)");
   requireSse2();
   const std::string names[] = {argv[optind], argv[optind + 1]};
+  if (isStandard(names[0]) && isStandard(names[1])) throw UsageError("only one picture can be standard input");
   PictureReader a(names[0], shared.reading), b(names[1], shared.reading);
   if (a.width() != b.width() || a.height() != b.height() || a.channels() != b.channels()) {
-    complain(names[0] + " and " + names[1] + ": the pictures differ in size or kind");
+    complain(inputName(names[0]) + " and " + inputName(names[1]) + ": the pictures differ in size or kind");
     return kDiffer;
   }
   Difference d;

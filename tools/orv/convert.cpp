@@ -11,6 +11,7 @@
 #include "output_file.h"
 #include "paths.h"
 #include "picture_file.h"
+#include "video.h"
 
 namespace {
 
@@ -18,30 +19,37 @@ constexpr char kHelp[] =
     "usage: orv convert IN --to FORMAT OUT.raw\n"
     "       orv convert IN.raw --from FORMAT --size WIDTHxHEIGHT OUT\n"
     "\n"
-    "Converts a JPEG or binary PPM file to raw samples in another colour format, or such\n"
-    "samples back. Rows have no padding, and planes follow each other. OUT.raw may end in\n"
-    ".raw, .yuv, .rgb, .bin, the format's name or nothing; OUT is a JPEG or a PPM file, as\n"
-    "its name says (.jpg, .jpeg, .ppm, .pnm).\n"
+    "Converts a JPEG or binary PPM file to raw samples in another colour format, or\n"
+    "such samples back. Rows have no padding, and planes follow each other. OUT.raw\n"
+    "may end in .raw, .yuv, .rgb, .bin, the format's name or nothing; OUT is a JPEG\n"
+    "or a PPM file, as its name says (.jpg, .jpeg, .ppm, .pnm), or --to jpeg or\n"
+    "--to ppm beside --from. IN and OUT may be -, standard input and output.\n"
     "\n"
-    "  yuv420   planes Y, U, V, with a sample of U and V for a square of four pixels\n"
-    "  yuv422   planes Y, U, V, with a sample of U and V for two pixels side by side\n"
-    "  yuyv     the same in one piece: Y, U, Y, V for two pixels\n"
-    "           (all three: full range; an odd last column or row is repeated)\n"
-    "  ycbcr    Y, Cb, Cr for each pixel, in studio range\n"
-    "  ycbcrp   planes Y, Cb, Cr, in studio range\n"
+    "FORMAT is digital video's, in studio range, luma 16 to 235:\n"
+    "  i420       planes Y, Cb, Cr, with a sample of Cb and Cr for a square of four\n"
+    "             pixels, which is the mean of theirs (elsewhere yuv420p)\n"
+    "  nv12       planes Y, and Cb and Cr in turn (elsewhere nv12)\n"
+    "  ycbcr      Y, Cb, Cr for each pixel\n"
+    "  ycbcrp     planes Y, Cb, Cr\n"
+    "as in JPEG files, 0 to 255:\n"
+    "  i420-jfif  planes as of i420 (elsewhere yuvj420p, or yuv420p of range pc)\n"
+    "  nv12-jfif  planes as of nv12\n"
+    "analogue video's YUV, U = 0.492 (B - Y) and V = 0.877 (R - Y), which is nothing\n"
+    "that other programs mean by the name:\n"
+    "  yuv420     planes Y, U, V, a sample of U and V for a square of four pixels\n"
+    "  yuv422     planes Y, U, V, a sample of U and V for two pixels side by side\n"
+    "  yuyv       the same in one piece: Y, U, Y, V for two pixels\n"
+    "or words of 16 bits, low byte first, with the first colour in the low bits:\n"
     "  rgb565, rgb555, rgb444, bgr565, bgr555, bgr444\n"
-    "           a 16-bit word for each pixel, low byte first; the first colour is in the\n"
-    "           low bits. The library packs YCbCr, so the colours go through studio\n"
-    "           range. There is no way back\n"
-    "\n" ORV_HELP_WRITES ORV_HELP_READS ORV_HELP_ALL;
+    "             The library packs YCbCr, so the colours go through studio range.\n"
+    "             There is no way back\n"
+    "All have the weights of BT.601. Where pixels share chroma, an odd last column or\n"
+    "row is repeated.\n"
+    "\n" ORV_HELP_WRITES ORV_HELP_READS ORV_HELP_ALL
+    "  orv convert photo.jpg --to i420 photo.yuv\n"
+    "  orv convert photo.yuv --from i420 --size 1517x1003 photo.ppm\n";
 
 // ---- Formats
-
-// A picture's planes, and the steps of their rows in bytes.
-struct Planes {
-  Vel8u* plane[3] = {};
-  int step[3] = {};
-};
 
 struct Format {
   const char* name;
@@ -84,6 +92,10 @@ VelStatus toPlanarYCbCr(const Vel8u* rgb, int step, const Planes& to, VeliSize s
 }
 
 constexpr Format kFormats[] = {
+    {"i420", {{1, 1, 1}, {2, 2, 1}, {2, 2, 1}}, toVideo<Range::kStudio, false>, fromVideo<Range::kStudio, false>},
+    {"nv12", {{1, 1, 1}, {2, 2, 2}}, toVideo<Range::kStudio, true>, fromVideo<Range::kStudio, true>},
+    {"i420-jfif", {{1, 1, 1}, {2, 2, 1}, {2, 2, 1}}, toVideo<Range::kFull, false>, fromVideo<Range::kFull, false>},
+    {"nv12-jfif", {{1, 1, 1}, {2, 2, 2}}, toVideo<Range::kFull, true>, fromVideo<Range::kFull, true>},
     {"yuv420",
      {{1, 1, 1}, {2, 2, 1}, {2, 2, 1}},
      [](const Vel8u* rgb, int step, const Planes& to, VeliSize size) {
@@ -175,7 +187,7 @@ class Raw {
   }
 
  private:
-  int count() const { return format_.planes[1].bytes ? 3 : 1; }
+  int count() const { return format_.planes[2].bytes ? 3 : format_.planes[1].bytes ? 2 : 1; }
   int rows(int plane) const { return divideUp(height_, format_.planes[plane].down); }
   size_t rowSize(int plane) const {
     const auto& p = format_.planes[plane];
@@ -227,7 +239,9 @@ Arguments parse(int argc, char** argv) {
                {"from", required_argument, nullptr, 'f'},
                {"size", required_argument, nullptr, 's'}},
               &a.shared, [&](int c) {
-                if (c == 't')
+                if (c == 't' && (strcmp(optarg, "jpeg") == 0 || strcmp(optarg, "ppm") == 0))
+                  a.shared.kind = optionKind(optarg);
+                else if (c == 't')
                   a.to = &format(optarg);
                 else if (c == 'f')
                   a.from = &format(optarg);
@@ -236,7 +250,8 @@ Arguments parse(int argc, char** argv) {
               });
   if (a.shared.help) return a;
   if (argc - optind != 2) throw UsageError("convert takes two files (see orv convert --help)");
-  if (!a.to == !a.from) throw UsageError("convert takes either --to or --from (see orv convert --help)");
+  if (!a.to == !a.from || (a.to && a.shared.kind != PictureKind::kOfName))
+    throw UsageError("convert takes either --to or --from (see orv convert --help)");
   if (!a.from == (a.width > 0)) throw UsageError("--size goes with --from, and --from with --size");
   if (a.from && !a.from->fromRaw) throw UsageError("there is no way back from " + std::string(a.from->name));
   a.in = argv[optind];
@@ -244,7 +259,7 @@ Arguments parse(int argc, char** argv) {
   if (a.to)
     requireEnding(a.out, {"raw", "yuv", "rgb", "bin", a.to->name, ""});
   else
-    requireEnding(a.out, kPictureEndings);
+    requirePicture(a.out, a.shared.kind);
   return a;
 }
 
@@ -285,7 +300,7 @@ void convertFrom(const Arguments& a) {
   Picture picture = {a.width, a.height, 3, std::move(rgb)};
   for (int y = 1; y < a.height; ++y)
     memmove(picture.row(y), &picture.samples[size_t(y) * size_t(step)], picture.step());
-  PictureFile(a.out, a.width, a.height, 3, a.shared.jpeg).write(picture);
+  PictureFile(a.out, a.width, a.height, 3, a.shared.jpeg, a.shared.kind).write(picture);
 }
 
 }  // namespace

@@ -13,18 +13,21 @@ constexpr char kHelp[] =
     "usage: orv decode [OPTION]... IN.jpg OUT.ppm\n"
     "       orv decode --time [OPTION]... IN.jpg [OUT.ppm]\n"
     "\n"
-    "Decodes a JPEG to binary PPM, or to PGM when it is grey; OUT ends in .ppm, .pgm, .pnm\n"
-    "or nothing. The JPEG is baseline, extended sequential or progressive, with Huffman\n"
-    "codes, 8 bits, and one or three components. Chroma of fewer samples than luma is\n"
-    "replicated. Of a picture that is cut short or damaged the rest is mid-grey, or that\n"
-    "up to the next restart marker, or in a progressive one less sharp; that is said, and\n"
-    "the exit status is 2.\n"
+    "Decodes a JPEG to binary PPM, or to PGM when it is grey; OUT ends in .ppm, .pgm,\n"
+    ".pnm or nothing. Either may be -, standard input and output. The JPEG is\n"
+    "baseline, extended sequential or progressive, with Huffman codes, 8 bits, and\n"
+    "one or three components. Chroma of fewer samples than luma is replicated. Of a\n"
+    "picture that is cut short or damaged the rest is mid-grey, or that up to the\n"
+    "next restart marker, or in a progressive one less sharp; that is said, and the\n"
+    "exit status is 2.\n"
     "\n"
-    "  --fused         decode 4:2:0 with the library's fused primitive; its colours are\n"
-    "                  those of analogue video's YUV, a little off the true ones\n"
+    "  --fused         decode 4:2:0 with the library's fused primitive; its colours\n"
+    "                  are those of analogue video's YUV, a little off the true ones\n"
     "  --max-pixels N  refuse larger pictures (default 268435456, at most 1073741824)\n"
-    "  --time          print the median time of decoding in memory\n"
-    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_READS ORV_HELP_ALL;
+    "  --time          print the median time of decoding in memory, as stored\n"
+    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_READS ORV_HELP_ALL
+    "  orv decode photo.jpg photo.ppm\n"
+    "  orv decode - - <photo.jpg | orv encode - small.jpg\n";
 
 struct Arguments {
   std::string in, out;  // out may be empty when time is to be taken
@@ -72,7 +75,7 @@ jpeg::Damage decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) 
 jpeg::Damage timeDecoding(const std::vector<uint8_t>& data, const Arguments& a) {
   std::vector<uint8_t> pixels;
   jpeg::Damage damage = {};
-  printMedianTime(a.shared.repeat, [&] {
+  printMedianTime(a.shared.repeat, a.out, [&] {
     jpeg::Decoder decoder(data.data(), data.size(), a.shared.reading);
     const size_t step = size_t(decoder.width()) * size_t(decoder.channels());
     pixels.resize(step * size_t(decoder.height()));

@@ -14,19 +14,22 @@ constexpr char kHelp[] =
     "       orv encode --time [OPTION]... IN [OUT.jpg]\n"
     "\n"
     "Encodes a binary PPM or PGM file of 8 bits a sample, or another JPEG anew, as a\n"
-    "baseline JPEG (JFIF). Grey pictures give a grey JPEG whatever the sampling. OUT ends\n"
-    "in .jpg, .jpeg or nothing. Another JPEG's colour profile and density are kept, and\n"
-    "nothing else that is noted beside the picture.\n"
+    "baseline JPEG (JFIF). Grey pictures give a grey JPEG whatever the sampling. OUT\n"
+    "ends in .jpg, .jpeg or nothing. IN and OUT may be -, standard input and output.\n"
+    "Another JPEG's colour profile and density are kept, and nothing else that is\n"
+    "noted beside the picture.\n"
     "\n"
     "  --quality N     1 to 100 (default 85): scales the usual quantisation tables\n"
-    "  --sampling S    444, 422, 420 (default) or grey: one chroma sample for each pixel,\n"
-    "                  for two side by side, for a square of four, or none. It is the\n"
-    "                  mean of theirs, rounded to nearest\n"
+    "  --sampling S    444, 422, 420 (default) or grey: one chroma sample for each\n"
+    "                  pixel, for two side by side, for a square of four, or none. It\n"
+    "                  is the mean of theirs, rounded to nearest\n"
     "  --optimize      make the best Huffman codes for this picture: smaller, slower,\n"
     "                  and up to 6 bytes of memory a pixel\n"
     "  --restart N     a restart marker every N MCUs (1 to 65535)\n"
     "  --time          print the median time of encoding in memory\n"
-    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL;
+    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL
+    "  orv encode picture.ppm picture.jpg\n"
+    "  orv encode --quality 75 --optimize photo.jpg small.jpg\n";
 
 struct Arguments {
   std::string in, out;  // out may be empty when time is to be taken
@@ -67,8 +70,12 @@ bool encodeToFile(const Arguments& a) {
 bool timeEncoding(const Arguments& a) {
   PictureReader reader(a.in, a.shared.reading);
   const Picture picture = reader.picture();
+  if (!a.out.empty())
+    PictureFile(a.out, picture.width, picture.height, picture.channels, reader.withMetadata(a.shared.jpeg),
+                PictureKind::kJpeg)
+        .write(picture);
   std::vector<uint8_t> data;
-  printMedianTime(a.shared.repeat, [&] {
+  printMedianTime(a.shared.repeat, a.out, [&] {
     jpeg::Encoder encoder(picture.width, picture.height, picture.channels, a.shared.jpeg);
     encodeFrom(encoder, picture.samples.data(), ptrdiff_t(picture.step()), &data);
     return 1e-6 * picture.width * picture.height;
@@ -83,9 +90,6 @@ int runEncode(int argc, char** argv) {
   if (a.shared.help) return fputs(kHelp, stdout), kDone;
   requireSse2();
   bool whole = true;
-  workOn(a.in, [&] {
-    if (!a.out.empty()) whole = encodeToFile(a);
-    if (a.shared.time) whole = timeEncoding(a);
-  });
+  workOn(a.in, [&] { whole = a.shared.time ? timeEncoding(a) : encodeToFile(a); });
   return whole ? kDone : kDamaged;
 }

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <vector>
 #include "commands.h"
-#include "endings.h"
 #include "options.h"
 #include "orv.h"
 #include "paths.h"
@@ -14,13 +13,13 @@ namespace {
 constexpr char kHelp[] =
     "usage: orv filter --box WIDTHxHEIGHT [OPTION]... IN OUT\n"
     "\n"
-    "Replaces each pixel of a picture by the mean of WIDTH by HEIGHT pixels around it,\n"
-    "rounded to nearest. Beyond its edges the picture goes on with its outermost pixels.\n"
-    "IN is a JPEG or a binary PPM or PGM file; OUT is one of these, as its name\n"
-    "says (.jpg, .jpeg, .ppm, .pgm, .pnm).\n"
+    "Replaces each pixel of a picture by the mean of WIDTH by HEIGHT pixels around\n"
+    "it, rounded to nearest. Beyond its edges the picture goes on with its outermost\n"
+    "pixels. IN is a JPEG or a binary PPM or PGM file; OUT is one of these, as its\n"
+    "name says (.jpg, .jpeg, .ppm, .pgm, .pnm).\n"
     "\n"
-    "  --box WxH       the size of the box (1 to 9999 a side)\n" ORV_HELP_WRITES ORV_HELP_KEEPS ORV_HELP_READS
-        ORV_HELP_ALL;
+    "  --box WxH       the size of the box (1 to 9999 a side)\n" ORV_HELP_NAMES ORV_HELP_WRITES ORV_HELP_KEEPS
+        ORV_HELP_READS ORV_HELP_ALL "  orv filter --box 5x5 photo.jpg soft.jpg\n";
 
 constexpr int kLargestBox = 9999;
 constexpr double kMostSamples = 1 << 26;  // of the picture with its border, which are floats in memory
@@ -69,12 +68,12 @@ void filter(Picture& picture, VeliSize box) {
 int runFilter(int argc, char** argv) {
   VeliSize box = {};
   SharedOptions shared;
-  readOptions(argc, argv, kReads | kWrites | kKeeps, {{"box", required_argument, nullptr, 'b'}}, &shared,
+  readOptions(argc, argv, kReads | kWrites | kKeeps | kNames, {{"box", required_argument, nullptr, 'b'}}, &shared,
               [&](int) { box = optionSize("--box", optarg, kLargestBox); });
   if (shared.help) return fputs(kHelp, stdout), kDone;
   if (argc - optind != 2 || box.width == 0)
     throw UsageError("filter takes --box WIDTHxHEIGHT, IN and OUT (see orv filter --help)");
-  requireEnding(argv[optind + 1], kPictureEndings);
+  requirePicture(argv[optind + 1], shared.kind);
   requireSse2();
   bool whole = true;
   workOn(argv[optind], [&] {
@@ -83,7 +82,7 @@ int runFilter(int argc, char** argv) {
     if (wide * high * reader.channels() > kMostSamples)
       throw FileError(argv[optind], "the picture or the box is too large to filter in memory");
     PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels(),
-                     reader.withMetadata(shared.jpeg));
+                     reader.withMetadata(shared.jpeg), shared.kind);
     Picture picture = reader.picture();
     filter(picture, box);
     file.write(picture);

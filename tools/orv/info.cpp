@@ -12,8 +12,13 @@ constexpr char kHelp[] =
     "usage: orv info\n"
     "\n"
     "Shows the library's version, this processor's features, the code path that the\n"
-    "library selected, the features that path may use and the largest cache, each with\n"
-    "the status that the library gave and what that means.\n";
+    "library selected, the features that path may use and the largest cache, each\n"
+    "with the status that the library gave and what that means.\n"
+    "\n"
+    "  --help          show this\n"
+    "\n"
+    "Examples:\n"
+    "  orv info\n";
 
 void line(const char* name, const std::string& value) { printf("%-20s  %s\n", name, value.c_str()); }
 

@@ -12,7 +12,8 @@ constexpr size_t kFirst = size_t(1) << 16;  // read at a time where it is not kn
 
 }  // namespace
 
-InputFile::InputFile(const std::string& name) : name_(name), file_(fopen(name.c_str(), "rb"), fclose) {
+InputFile::InputFile(const std::string& name)
+    : name_(name), file_(isStandard(name) ? stdin : fopen(name.c_str(), "rb"), fclose) {
   if (!file_) fail(std::string("cannot read: ") + strerror(errno));
 }
 

@@ -1,4 +1,4 @@
-// A file that is read from its start to its end.
+// A file, or standard input, that is read from its start to its end.
 #pragma once
 #include <cstddef>
 #include <cstdint>

@@ -12,29 +12,28 @@ namespace {
 
 constexpr char kHelp[] =
     "usage: orv COMMAND [ARGUMENT]...\n"
+    "       orv COMMAND --help          more about a command, with examples\n"
+    "       orv --help, orv --version\n"
     "\n"
-    "  orv info                    what the library finds on this machine\n"
-    "  orv decode IN.jpg OUT.ppm   decode a JPEG\n"
-    "  orv encode IN OUT.jpg       encode a baseline JPEG\n"
+    "Look:\n"
     "  orv compare A B             how far two pictures lie apart\n"
-    "  orv convert ...             convert to raw samples of another colour format, or\n"
-    "                              back\n"
+    "  orv sheet IN OUT            every way to resize a picture, side by side\n"
+    "Change:\n"
+    "  orv resize IN OUT SIZE      make a picture smaller or larger, or crop it\n"
+    "  orv thumb FOLDER OUTFOLDER  make thumbnails of all photos in a folder\n"
     "  orv filter ...              smooth a picture with a box filter\n"
     "  orv swap ...                reorder the channels of a picture\n"
-    "  orv resize IN OUT SIZE      make a picture smaller or larger\n"
-    "  orv sheet IN OUT            every way to resize a picture, side by side\n"
-    "  orv thumb FOLDER OUTFOLDER  make thumbnails of all photos in a folder\n"
+    "Convert:\n"
+    "  orv decode IN.jpg OUT.ppm   decode a JPEG\n"
+    "  orv encode IN OUT.jpg       encode a picture as JPEG\n"
+    "  orv convert ...             to raw samples of another colour format, or back\n"
+    "Check:\n"
+    "  orv info                    what the library finds on this machine\n"
     "  orv verify                  whether this machine computes what it should\n"
-    "  orv COMMAND --help          more about a command\n"
-    "  orv --help, orv --version\n"
     "\n"
-    "The exit status is\n"
-    "  0   when all went well; compare: the pictures are the same, or near enough\n"
-    "  1   when there is no result, or not for all files; compare: the pictures differ;\n"
-    "      verify: results differ\n"
-    "  2   when the command line makes no sense; or when a JPEG is cut short or damaged,\n"
-    "      and the result is that of what is left (--strict: there is none, 1);\n"
-    "      compare: in any case but the other two\n";
+    "The exit status is 0 when all went well, 1 when there is no result or pictures\n"
+    "or results differ, and 2 when the command line makes no sense or a JPEG is cut\n"
+    "short or damaged. man orv has the details.\n";
 
 // Of standard input, output and error one that is closed would become the first file that is opened, and get what is
 // printed. What is read or written there fails, as it would have; messages are lost.
@@ -78,7 +77,9 @@ std::terminate_handler usualEnd;
 int main(int argc, char** argv) {
   openStandardFiles();
   usualEnd = std::set_terminate(endWithoutMemory);
-  signal(SIGXFSZ, SIG_IGN);  // a file that becomes too large is an error like another
+  // A file that becomes too large, and a pipe that nobody reads any more, are errors like others.
+  signal(SIGXFSZ, SIG_IGN);
+  signal(SIGPIPE, SIG_IGN);
   if (argc > 1 && strcmp(argv[1], "compare") == 0) failure = 2;
   try {
     const int status = run(argc, argv);

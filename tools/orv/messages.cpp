@@ -1,5 +1,4 @@
 #include "messages.h"
-#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -25,18 +24,11 @@ template <class Put> void forEachShown(const char* text, const Put& put) {
 
 }  // namespace
 
-std::string shown(const std::string& text) {
-  std::string all;
-  forEachShown(text.c_str(), [&](const char* piece) { all += piece; });
-  return all;
-}
-
-// Takes no memory: there may be none left.
-void complain(const char* line) {
-  char buffer[1024] = "orv: ";
-  size_t used = strlen(buffer);
+void print(FILE* to, const char* prefix, const char* line) {
+  char buffer[1024];
+  size_t used = 0;
   const auto flush = [&] {
-    fwrite(buffer, 1, used, stderr);
+    fwrite(buffer, 1, used, to);
     used = 0;
   };
   const auto put = [&](const char* piece) {
@@ -45,6 +37,7 @@ void complain(const char* line) {
       buffer[used++] = *piece;
     }
   };
+  put(prefix);
   forEachShown(line, put);
   put("\n");
   flush();

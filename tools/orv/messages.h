@@ -1,5 +1,6 @@
 // What the program says when something is wrong: one line, which names the file.
 #pragma once
+#include <cstdio>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -9,9 +10,14 @@ struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// What is wrong with a file.
+// This name is no file's, but standard input's or output's.
+inline bool isStandard(const std::string& name) { return name == "-"; }
+inline std::string inputName(const std::string& name) { return isStandard(name) ? "standard input" : name; }
+inline std::string outputName(const std::string& name) { return isStandard(name) ? "standard output" : name; }
+
+// What is wrong with a file that is read, or with another one whose name is no -.
 struct FileError : std::runtime_error {
-  FileError(const std::string& name, const std::string& why) : std::runtime_error(name + ": " + why) {}
+  FileError(const std::string& name, const std::string& why) : std::runtime_error(inputName(name) + ": " + why) {}
 };
 
 inline constexpr char kNoMemory[] = "there is not enough memory for this picture";
@@ -33,8 +39,9 @@ template <class Work> void workOn(const std::string& name, const Work& work) {
   }
 }
 
-// Names may hold any byte: control characters become \n, \t or \x1B, so that a line stays one and a terminal obeys none.
-std::string shown(const std::string& text);
-// A line on standard error, for which no memory is needed.
-void complain(const char* line);
+// A line, for which no memory is needed: there may be none left. Names may hold any byte: control characters become \n,
+// \t or \x1B, so that a line stays one and a terminal obeys none.
+void print(FILE* to, const char* prefix, const char* line);
+// One on standard error.
+inline void complain(const char* line) { print(stderr, "orv: ", line); }
 inline void complain(const std::string& line) { complain(line.c_str()); }

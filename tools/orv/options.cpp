@@ -32,12 +32,18 @@ VeliSize optionSize(const std::string& option, const std::string& text, uint64_t
           int(optionNumber((option + "'s height").c_str(), height.c_str(), most))};
 }
 
+PictureKind optionKind(const char* text) {
+  if (strcmp(text, "jpeg") == 0) return PictureKind::kJpeg;
+  if (strcmp(text, "ppm") == 0) return PictureKind::kPpm;
+  throw UsageError("--to takes jpeg or ppm");
+}
+
 // ---- Options that commands share
 
 namespace {
 
 // Above all letters, which are commands' own options.
-enum Shared { kPath = 256, kStrict, kAsStored, kStrip, kQuality, kSampling, kTime, kRepeat };
+enum Shared { kPath = 256, kStrict, kAsStored, kStrip, kQuality, kSampling, kTo, kTime, kRepeat };
 
 jpeg::Sampling samplingOf(const std::string& name) {
   if (name == "444") return jpeg::Sampling::k444;
@@ -58,6 +64,7 @@ std::vector<option> withShared(unsigned shared, std::initializer_list<option> ow
   add(shared & kWrites,
       {{"quality", required_argument, nullptr, kQuality}, {"sampling", required_argument, nullptr, kSampling}});
   add(shared & kTimes, {{"time", no_argument, nullptr, kTime}, {"repeat", required_argument, nullptr, kRepeat}});
+  add(shared & kNames, {{"to", required_argument, nullptr, kTo}});
   all.emplace_back();
   return all;
 }
@@ -76,6 +83,7 @@ void readOptions(int argc, char** argv, unsigned shared, std::initializer_list<o
       case kStrip: to->reading.strip = true; break;
       case kQuality: to->jpeg.quality = int(optionNumber("--quality", optarg, 100)); break;
       case kSampling: to->jpeg.sampling = samplingOf(optarg); break;
+      case kTo: to->kind = optionKind(optarg); break;
       case kRepeat: to->repeat = int(optionNumber("--repeat", optarg, 1000000)); [[fallthrough]];
       case kTime: to->time = true; break;
       case '?':

@@ -1,12 +1,15 @@
 #include "output_file.h"
 #include <fcntl.h>
 #include <limits.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 #include "messages.h"
 
 namespace {
@@ -15,6 +18,15 @@ namespace {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
+// Files with a temporary name, which signals remove.
+OutputFile* unfinished = nullptr;
+// Who holds it may change that list, and names of files. A signal's handler takes it for good. So it must not be held by
+// the thread that the handler interrupts, and waiting for it must be allowed there.
+std::atomic_flag namesHeld = ATOMIC_FLAG_INIT;
+void holdNames() {
+  while (namesHeld.test_and_set(std::memory_order_acquire)) sched_yield();
+}
+
 // While files get or lose a name.
 class SignalsBlocked {
  public:
@@ -22,9 +34,13 @@ class SignalsBlocked {
     sigset_t set;
     sigemptyset(&set);
     for (const int signal : kSignals) sigaddset(&set, signal);
-    sigprocmask(SIG_BLOCK, &set, &before_);
+    pthread_sigmask(SIG_BLOCK, &set, &before_);
+    holdNames();
   }
-  ~SignalsBlocked() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+  ~SignalsBlocked() {
+    namesHeld.clear(std::memory_order_release);
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
   SignalsBlocked(const SignalsBlocked&) = delete;
   SignalsBlocked& operator=(const SignalsBlocked&) = delete;
 
@@ -32,25 +48,27 @@ class SignalsBlocked {
   sigset_t before_;
 };
 
-// The temporary file that a signal removes; empty without one. It changes while signals are blocked.
-char unfinished[PATH_MAX];
-
 // The signal's usual action is set again by then, and follows.
-void removeUnfinished(int signal) {
-  if (unfinished[0]) unlink(unfinished);
+void handleSignal(int signal) {
+  OutputFile::removeUnfinished();
   raise(signal);
 }
 
-// Signals that the program was started to ignore stay ignored.
+// Signals that the program was started to ignore stay ignored. Once: a signal whose usual action is set again ends the
+// program.
 void catchSignals() {
+  static bool caught = false;
+  if (std::exchange(caught, true)) return;
   for (const int signal : kSignals) {
     struct sigaction action;
     if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) continue;
-    action.sa_handler = removeUnfinished;
+    action.sa_handler = handleSignal;
     action.sa_flags = int(SA_RESETHAND);
     sigaction(signal, &action, nullptr);
   }
 }
+
+constexpr size_t kMostWaiting = size_t(1) << 16;
 
 // ---- Names
 
@@ -70,7 +88,12 @@ std::string linkOf(int file) { return "/proc/self/fd/" + std::to_string(file); }
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& name, Unfinished kind) : name_(name) {
+OutputFile::OutputFile(const std::string& name, Unfinished kind) : name_(outputName(name)) {
+  waiting_.reserve(kMostWaiting);
+  if (isStandard(name)) {
+    openStandard();
+    return;
+  }
   struct stat there;
   const bool exists = stat(name.c_str(), &there) == 0;
   if (exists && !S_ISREG(there.st_mode)) throw FileError(name, "cannot write: it is there and is not a regular file");
@@ -86,6 +109,12 @@ OutputFile::OutputFile(const std::string& name, Unfinished kind) : name_(name) {
   }
   if (file_ < 0) openNamed(mode);
   if (exists) keepRights(there.st_uid, there.st_gid, there.st_mode & 0777);
+}
+
+void OutputFile::openStandard() {
+  if (isatty(STDOUT_FILENO)) throw FileError(name_, "a terminal shows no pictures: name a file, or a pipe");
+  file_ = dup(STDOUT_FILENO);
+  if (file_ < 0) fail();
 }
 
 void OutputFile::fail() const { throw FileError(name_, std::string("cannot write: ") + strerror(errno)); }
@@ -109,7 +138,21 @@ void OutputFile::openNamed(unsigned mode) {
     return (file_ = open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode)) >= 0;
   };
   if (!makeTemporary(make)) fail();
-  strncpy(unfinished, temporary_.c_str(), sizeof unfinished - 1);
+  following_ = unfinished;
+  unfinished = this;
+}
+
+void OutputFile::removeUnfinished() {
+  holdNames();
+  for (const OutputFile* file = unfinished; file; file = file->following_) unlink(file->temporary_.c_str());
+}
+
+// Called while signals are blocked.
+void OutputFile::forgetTemporary() {
+  OutputFile** at = &unfinished;
+  while (*at && *at != this) at = &(*at)->following_;
+  if (*at) *at = following_;
+  temporary_.clear();
 }
 
 // Those of the file that is replaced. Where it cannot stay its group's, another group gets none.
@@ -123,17 +166,29 @@ OutputFile::~OutputFile() {
   if (temporary_.empty()) return;
   const SignalsBlocked blocked;
   unlink(temporary_.c_str());
-  unfinished[0] = 0;
+  forgetTemporary();
+}
+
+void OutputFile::writeNow(const char* data, size_t size) {
+  while (size > 0) {
+    const ssize_t written = ::write(file_, data, size);
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) fail();
+    data += written;
+    size -= size_t(written);
+  }
 }
 
 void OutputFile::write(const void* data, size_t size) {
-  for (const char* p = static_cast<const char*>(data); size > 0;) {
-    const ssize_t written = ::write(file_, p, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) fail();
-    p += written;
-    size -= size_t(written);
+  const char* const p = static_cast<const char*>(data);
+  if (waiting_.size() + size > kMostWaiting) {
+    writeNow(waiting_.data(), waiting_.size());
+    waiting_.clear();
   }
+  if (size > kMostWaiting)
+    writeNow(p, size);
+  else
+    waiting_.insert(waiting_.end(), p, p + size);
 }
 
 // A link replaces no file, a renamed one does.
@@ -146,12 +201,13 @@ void OutputFile::linkNameless() {
 }
 
 void OutputFile::commit() {
+  writeNow(waiting_.data(), waiting_.size());
   const SignalsBlocked blocked;
+  if (target_.empty()) return;
   if (temporary_.empty()) linkNameless();
   const int file = file_;
   file_ = -1;
   if (close(file) != 0) fail();
   if (!temporary_.empty() && rename(temporary_.c_str(), target_.c_str()) != 0) fail();
-  temporary_.clear();
-  unfinished[0] = 0;
+  forgetTemporary();
 }

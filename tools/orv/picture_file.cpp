@@ -1,10 +1,11 @@
 #include "picture_file.h"
 #include <algorithm>
+#include <cstring>
 #include <utility>
 #include "endings.h"
 
 std::string warningOf(const std::string& name, jpeg::Damage damage) {
-  return name + ": warning: the picture is " +
+  return inputName(name) + ": warning: the picture is " +
          (damage == jpeg::Damage::kCut ? "cut short, the rest is mid-grey" : "damaged, what is lost is mid-grey");
 }
 
@@ -77,17 +78,38 @@ VeliSize PictureReader::storedSize() const {
   return {decoder_->width(), decoder_->height()};
 }
 
-bool PictureReader::read(Orientation orientation, Picture* to) {
+void PictureReader::requireSize() const {
   const uint64_t pixels = uint64_t(width()) * uint64_t(height());
   if (pixels > kMostInMemory)
     throw FileError(name_, std::to_string(width()) + " x " + std::to_string(height()) + " is more than the " +
                                std::to_string(kMostInMemory) + " pixels that are held in memory");
+}
+
+bool PictureReader::read(Orientation orientation, Picture* to) {
+  requireSize();
   workOn(name_, [&] {
     if (!ppm_) return decodeUpright(*decoder_, orientation, to);
     to->width = width();
     to->height = height();
     to->channels = channels();
-    ppm_->read(&to->samples, size_t(pixels) * size_t(channels()));
+    ppm_->read(&to->samples, size_t(width()) * size_t(height()) * size_t(channels()));
+  });
+  return isWhole();
+}
+
+bool PictureReader::readStored(jpeg::RowSink* to) {
+  constexpr int kMost = 16;
+  requireSize();
+  workOn(name_, [&] {
+    if (decoder_) decoder_->decode(*to);
+    for (int y = 0; ppm_ && y < height(); y += kMost) {
+      const int count = std::min(kMost, height() - y);
+      const jpeg::ConstRows from = ppm_->rows(y, count);
+      const jpeg::Rows rows = to->rows(y, count);
+      for (int i = 0; i < count; ++i)
+        memcpy(rows.data + i * rows.step, from.data + i * from.step, size_t(width()) * size_t(channels()));
+      to->done(y, count);
+    }
   });
   return isWhole();
 }
@@ -119,12 +141,22 @@ jpeg::ConstRows PictureReader::rows(int y, int count) {
 
 // ---- Writing
 
-PictureFile::PictureFile(const std::string& name, int width, int height, int channels,
-                         const jpeg::EncoderOptions& options)
-    : name_(name) {
+void requirePicture(const std::string& name, PictureKind kind) {
+  if (kind == PictureKind::kOfName && isStandard(name))
+    throw UsageError("standard output has no name that would say what it is to be: give --to jpeg or --to ppm");
+  if (kind == PictureKind::kOfName) return requireEnding(name, kPictureEndings);
+  if (endingOf(name).empty()) return;
   requireEnding(name, kPictureEndings);
-  if (endsIn(name, kJpegEndings)) {
-    workOn(name, [&] { encoder_ = std::make_unique<jpeg::Encoder>(width, height, channels, options); });
+  if (endsIn(name, kJpegEndings) != (kind == PictureKind::kJpeg))
+    throw UsageError(name + ": its name says something else than --to");
+}
+
+PictureFile::PictureFile(const std::string& name, int width, int height, int channels,
+                         const jpeg::EncoderOptions& options, PictureKind kind)
+    : name_(outputName(name)) {
+  requirePicture(name, kind);
+  if (kind == PictureKind::kJpeg || endsIn(name, kJpegEndings)) {
+    workOn(name_, [&] { encoder_ = std::make_unique<jpeg::Encoder>(width, height, channels, options); });
     jpeg_ = std::make_unique<JpegFile>(name);
     return;
   }

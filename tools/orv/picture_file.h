@@ -35,6 +35,7 @@ class PictureReader : public jpeg::RowSource {
   bool read(Picture* to) { return read(orientation_, to); }
   // The same, before it is made upright by orientation().
   bool readStored(Picture* to) { return read(Orientation(1), to); }
+  bool readStored(jpeg::RowSink* to);
   Orientation orientation() const { return orientation_; }
   // The same, with a warning.
   Picture picture();
@@ -49,6 +50,7 @@ class PictureReader : public jpeg::RowSource {
   VeliSize storedSize() const;
   VeliSize size() const { return orientation_.other(storedSize()); }
   bool read(Orientation orientation, Picture* to);
+  void requireSize() const;
 
   std::string name_;
   std::unique_ptr<PpmReader> ppm_;
@@ -70,11 +72,17 @@ class JpegFile : public jpeg::ByteSink {
   OutputFile file_;
 };
 
-// Writes a picture as what the file's name ends in. Throws UsageError where that is none of kPictureEndings, and before
-// there is a picture where none of this size and kind can be written.
+// What a picture is written as: what --to says, or the file's name.
+enum class PictureKind { kOfName, kJpeg, kPpm };
+// Throws UsageError where that is nothing, or one thing by --to and another by the name.
+void requirePicture(const std::string& name, PictureKind kind);
+
+// Writes a picture. Throws UsageError as requirePicture() does, and before there is a picture where none of this size and
+// kind can be written.
 class PictureFile {
  public:
-  PictureFile(const std::string& name, int width, int height, int channels, const jpeg::EncoderOptions& options = {});
+  PictureFile(const std::string& name, int width, int height, int channels, const jpeg::EncoderOptions& options = {},
+              PictureKind kind = PictureKind::kOfName);
 
   // The picture, after which the file is complete.
   void write(const Picture& picture);

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <utility>
 #include "commands.h"
-#include "endings.h"
 #include "options.h"
 #include "paths.h"
 #include "resizer.h"
@@ -18,34 +17,41 @@ constexpr char kHelp[] =
     "usage: orv resize [OPTION]... IN OUT SIZE\n"
     "       orv resize [OPTION]... --fit WxH|--fill WxH|--crop WxH+X+Y IN OUT\n"
     "\n"
-    "Resizes a picture. IN is a JPEG or a binary PPM or PGM file; OUT is one of these, as\n"
-    "its name says (.jpg, .jpeg, .ppm, .pgm, .pnm). Grey stays grey. From JPEG to JPEG the\n"
-    "colour profile and the density are kept, and nothing else that is noted beside the\n"
-    "picture.\n"
+    "Resizes a picture. IN is a JPEG or a binary PPM or PGM file; OUT is one of\n"
+    "these, as its name says (.jpg, .jpeg, .ppm, .pgm, .pnm). Grey stays grey. From\n"
+    "JPEG to JPEG the colour profile and the density are kept, and nothing else that\n"
+    "is noted beside the picture.\n"
     "\n"
     "SIZE is one of\n"
     "  640x480      so many pixels, whatever becomes of the proportions\n"
     "  640x, x480   the other side follows\n"
     "  50%, 50      percent of both sides; 0.5 and 333.3 will do\n"
     "\n"
-    "  --fit WxH       instead of SIZE, the largest that fits within W by H pixels, with\n"
-    "                  the proportions kept\n"
-    "  --fill WxH      instead of SIZE, exactly W by H pixels with the proportions kept:\n"
-    "                  what goes beyond is cropped on both sides\n"
-    "  --crop WxH+X+Y  take W by H pixels of the picture, X from its left and Y from its\n"
-    "                  top, and resize these, or leave them where there is no other size\n"
-    "  --only-shrink   enlarge nothing: a side that is smaller stays, and one that follows\n"
-    "                  it, too\n"
-    "  --method M      nearest, linear, cubic, bspline, catmull, b05c03, lanczos or super\n"
-    "                  (the mean of the area that a pixel covers; only reduces).\n"
-    "                  Without --method it is catmull: sharp with few halos\n"
-    "  --no-antialias  where the picture becomes smaller, a method sees all that a pixel\n"
-    "                  covers, so that there is no moire; with this it sees what lies\n"
-    "                  nearest only. It makes no difference to nearest and super\n"
+    "  --fit WxH       instead of SIZE, the largest that fits within W by H pixels,\n"
+    "                  with the proportions kept\n"
+    "  --fill WxH      instead of SIZE, exactly W by H pixels with the proportions\n"
+    "                  kept: what goes beyond is cropped on both sides\n"
+    "  --crop WxH+X+Y  take W by H pixels of the picture, X from its left and Y from\n"
+    "                  its top, and resize these, or leave them without another size\n"
+    "  --only-shrink   enlarge nothing: a side that is smaller stays, and one that\n"
+    "                  follows it, too\n"
+    "  --method M      nearest, linear, cubic, bspline, catmull, b05c03, lanczos or\n"
+    "                  super (the mean of the area that a pixel covers; only\n"
+    "                  reduces). Without --method it is catmull: sharp with few halos\n"
+    "  --no-antialias  where the picture becomes smaller, a method sees all that a\n"
+    "                  pixel covers, so that there is no moire; with this it sees\n"
+    "                  what lies nearest only. It makes no difference to nearest and\n"
+    "                  super\n"
     "  --antialias     the contrary, and what is done without either\n"
-    "  --time          print the median time of resizing in memory, and the pixels that it\n"
-    "                  makes in a second\n"
-    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_WRITES ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL;
+    "  --time          print the median time of resizing in memory, and the pixels\n"
+    "                  that it makes in a second\n"
+    "  --repeat N      ... of N runs (default 11)\n" ORV_HELP_NAMES ORV_HELP_WRITES ORV_HELP_KEEPS ORV_HELP_READS
+        ORV_HELP_ALL
+    "  orv resize photo.jpg small.jpg 50%\n"
+    "  orv resize --fit 1920x1080 --only-shrink photo.jpg screen.jpg\n"
+    "  orv resize --fill 400x400 --quality 90 photo.jpg square.jpg\n"
+    "  orv resize --crop 640x480+100+50 photo.jpg part.ppm\n"
+    "  orv resize --to jpeg - - x480 <photo.jpg >small.jpg\n";
 
 const ResizeMethod& method(const std::string& name) {
   std::string names;
@@ -129,7 +135,7 @@ void readOption(int letter, Arguments* a) {
 
 Arguments parse(int argc, char** argv) {
   Arguments a;
-  readOptions(argc, argv, kReads | kWrites | kKeeps | kTimes,
+  readOptions(argc, argv, kReads | kWrites | kKeeps | kNames | kTimes,
               {{"method", required_argument, nullptr, 'm'},
                {"antialias", no_argument, nullptr, 'a'},
                {"no-antialias", no_argument, nullptr, 'n'},
@@ -148,7 +154,7 @@ Arguments parse(int argc, char** argv) {
   a.in = argv[optind];
   a.out = argv[optind + 1];
   if (files == 3) a.size = parseSize(argv[optind + 2]);
-  requireEnding(a.out, kPictureEndings);
+  requirePicture(a.out, a.shared.kind);
   return a;
 }
 
@@ -222,7 +228,7 @@ bool resize(const Arguments& a) {
   const Plan plan = planFor(a, {reader.width(), reader.height()});
   const VeliSize to = plan.to;
   const int interpolation = interpolationFor(a, plan);
-  PictureFile file(a.out, to.width, to.height, reader.channels(), reader.withMetadata(a.shared.jpeg));
+  PictureFile file(a.out, to.width, to.height, reader.channels(), reader.withMetadata(a.shared.jpeg), a.shared.kind);
 
   // What has fewer pixels is made upright, the part that is taken or what becomes of it.
   const bool first = double(to.width) * to.height > double(plan.part.width) * plan.part.height;
@@ -235,7 +241,7 @@ bool resize(const Arguments& a) {
   };
   file.write(keepsPixels && !a.shared.time ? after.upright(std::move(picture)) : work());
   if (a.shared.time)
-    printMedianTime(a.shared.repeat, [&] {
+    printMedianTime(a.shared.repeat, a.out, [&] {
       work();
       return 1e-6 * to.width * to.height;
     });

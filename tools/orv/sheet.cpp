@@ -5,7 +5,6 @@
 #include <cstring>
 #include <utility>
 #include "commands.h"
-#include "endings.h"
 #include "label.h"
 #include "options.h"
 #include "paths.h"
@@ -16,14 +15,15 @@ namespace {
 constexpr char kHelp[] =
     "usage: orv sheet [OPTION]... IN OUT\n"
     "\n"
-    "Makes a contact sheet of a photo: by each method of orv resize the photo reduced,\n"
-    "without and with antialiasing, and its detail of most contrast enlarged. IN is a JPEG\n"
-    "or a binary PPM or PGM file; OUT is one of these, as its name says (.jpg, .jpeg, .ppm,\n"
-    ".pgm, .pnm).\n"
+    "Makes a contact sheet of a photo: by each method of orv resize the photo\n"
+    "reduced, without and with antialiasing, and its detail of most contrast\n"
+    "enlarged. IN is a JPEG or a binary PPM or PGM file; OUT is one of these, as its\n"
+    "name says (.jpg, .jpeg, .ppm, .pgm, .pnm).\n"
     "\n"
-    "  --quality N     of a JPEG, 1 to 100 (default 95: what differs is to be the methods'\n"
-    "                  doing)\n"
-    "  --sampling S    of a JPEG: 444 (default), 422, 420 or grey\n" ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL;
+    "  --quality N     of a JPEG, 1 to 100 (default 95: what differs is to be the\n"
+    "                  methods' doing)\n"
+    "  --sampling S    of a JPEG, 444 (default), 422, 420 or grey\n" ORV_HELP_NAMES ORV_HELP_KEEPS ORV_HELP_READS
+        ORV_HELP_ALL "  orv sheet photo.jpg sheet.jpg\n";
 
 constexpr int kMethods = int(std::size(kResizeMethods)), kColumns = 4, kKinds = 3;
 constexpr int kCell = 320, kGap = 8, kEnlargement = 6;
@@ -117,17 +117,18 @@ int runSheet(int argc, char** argv) {
   SharedOptions shared;
   shared.jpeg.quality = 95;
   shared.jpeg.sampling = jpeg::Sampling::k444;
-  readOptions(argc, argv, kReads | kWrites | kKeeps, {}, &shared, [](int) {});
+  readOptions(argc, argv, kReads | kWrites | kKeeps | kNames, {}, &shared, [](int) {});
   if (shared.help) return fputs(kHelp, stdout), kDone;
   if (argc - optind != 2) throw UsageError("sheet takes IN and OUT (see orv sheet --help)");
-  requireEnding(argv[optind + 1], kPictureEndings);
+  requirePicture(argv[optind + 1], shared.kind);
   requireSse2();
   bool whole = true;
   workOn(argv[optind], [&] {
     PictureReader reader(argv[optind], shared.reading);
     const Picture sheet = sheetOf(reader.picture());
     whole = reader.isWhole();
-    PictureFile(argv[optind + 1], sheet.width, sheet.height, sheet.channels, reader.withMetadata(shared.jpeg))
+    PictureFile(argv[optind + 1], sheet.width, sheet.height, sheet.channels, reader.withMetadata(shared.jpeg),
+                shared.kind)
         .write(sheet);
   });
   return whole ? kDone : kDamaged;

@@ -1,7 +1,6 @@
 // orv swap: reorders the channels of a picture.
 #include <cstdio>
 #include "commands.h"
-#include "endings.h"
 #include "options.h"
 #include "orv.h"
 #include "paths.h"
@@ -12,12 +11,12 @@ namespace {
 constexpr char kHelp[] =
     "usage: orv swap --order ORDER [OPTION]... IN OUT\n"
     "\n"
-    "Reorders the channels of a picture in colour. IN is a JPEG or a binary PPM file; OUT\n"
-    "is one of these, as its name says (.jpg, .jpeg, .ppm, .pnm).\n"
+    "Reorders the channels of a picture in colour. IN is a JPEG or a binary PPM file;\n"
+    "OUT is one of these, as its name says (.jpg, .jpeg, .ppm, .pnm).\n"
     "\n"
-    "  --order ORDER   what the red, green and blue of OUT are taken from, a letter each:\n"
-    "                  bgr exchanges red and blue, ggg shows green in grey\n" ORV_HELP_WRITES ORV_HELP_KEEPS
-        ORV_HELP_READS ORV_HELP_ALL;
+    "  --order ORDER   what the red, green and blue of OUT are taken from, a letter\n"
+    "                  each: bgr exchanges red and blue, ggg shows green in grey\n" ORV_HELP_NAMES ORV_HELP_WRITES
+        ORV_HELP_KEEPS ORV_HELP_READS ORV_HELP_ALL "  orv swap --order bgr photo.jpg blue.jpg\n";
 
 struct Order {
   int channels[3];
@@ -37,18 +36,18 @@ int runSwap(int argc, char** argv) {
   Order order = {};
   bool ordered = false;
   SharedOptions shared;
-  readOptions(argc, argv, kReads | kWrites | kKeeps, {{"order", required_argument, nullptr, 'o'}}, &shared,
+  readOptions(argc, argv, kReads | kWrites | kKeeps | kNames, {{"order", required_argument, nullptr, 'o'}}, &shared,
               [&](int) { order = orderOf(optarg), ordered = true; });
   if (shared.help) return fputs(kHelp, stdout), kDone;
   if (argc - optind != 2 || !ordered) throw UsageError("swap takes --order ORDER, IN and OUT (see orv swap --help)");
-  requireEnding(argv[optind + 1], kPictureEndings);
+  requirePicture(argv[optind + 1], shared.kind);
   requireSse2();
   bool whole = true;
   workOn(argv[optind], [&] {
     PictureReader reader(argv[optind], shared.reading);
     if (reader.channels() != 3) throw FileError(argv[optind], "a grey picture; swap takes colours");
     PictureFile file(argv[optind + 1], reader.width(), reader.height(), reader.channels(),
-                     reader.withMetadata(shared.jpeg));
+                     reader.withMetadata(shared.jpeg), shared.kind);
     Picture picture = reader.picture();
     must(orviSwapChannels_8u_C3IR(picture.samples.data(), int(picture.step()), {picture.width, picture.height},
                                   order.channels));

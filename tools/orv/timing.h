@@ -4,10 +4,12 @@
 #include <chrono>
 #include <cstdio>
 #include <vector>
+#include "messages.h"
 #include "paths.h"
 
-// The median of `repeat` runs of work, which gives how many megapixels it worked on.
-template <class Work> void printMedianTime(int repeat, const Work& work) {
+// The median of `repeat` runs of work, which gives how many megapixels it worked on. Where the picture goes to standard
+// output, on standard error.
+template <class Work> void printMedianTime(int repeat, const std::string& out, const Work& work) {
   std::vector<double> times;
   double megapixels = 0;
   for (int i = 0; i < repeat; ++i) {
@@ -17,5 +19,6 @@ template <class Work> void printMedianTime(int repeat, const Work& work) {
   }
   std::sort(times.begin(), times.end());
   const double median = (times[times.size() / 2] + times[(times.size() - 1) / 2]) / 2;
-  printf("%s: %.3f ms, %.1f MP/s\n", pathInForce().name, median * 1e3, megapixels / median);
+  fprintf(isStandard(out) ? stderr : stdout, "%s: %.3f ms, %.1f MP/s\n", pathInForce().name, median * 1e3,
+          megapixels / median);
 }

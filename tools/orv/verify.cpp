@@ -27,16 +27,20 @@ constexpr char kHelp[] =
     "\n"
     "Calls every primitive, or those of the families named, on data of many sizes and\n"
     "layouts, on every code path that this processor has, and prints a digest of the\n"
-    "results for each family and one for all. They are the same on every machine. What\n"
-    "differs is named, and the exit status is 1 then. It takes a few seconds.\n"
+    "results for each family and one for all. They are the same on every machine.\n"
+    "What differs is named, and the exit status is 1 then. It takes a few seconds.\n"
     "\n"
-    "  --path NAME    verify the code path w7, v8, s8, p8, g9_avx or g9 alone\n"
-    "  --quick        make fewer calls, none of them on megabytes; the digests are others\n"
-    "  --primitives   print a digest for each primitive, too\n"
-    "  --table        print the digests as this program's source holds them\n"
-    "  --help         show this\n"
+    "  --path NAME     verify the code path w7, v8, s8, p8, g9_avx or g9 alone\n"
+    "  --quick         make fewer calls, none of them on megabytes; the digests are\n"
+    "                  others\n"
+    "  --primitives    print a digest for each primitive, too\n"
+    "  --table         print the digests as this program's source holds them\n"
+    "  --help          show this\n"
     "\n"
-    "Families:";
+    "Examples:\n"
+    "  orv verify\n"
+    "  orv verify --quick --path w7\n"
+    "\n";
 
 // ---- Digests
 
@@ -359,7 +363,7 @@ void printTable(Settings settings) {
 }
 
 void printHelp() {
-  std::string line;
+  std::string line = "Families:";
   fputs(kHelp, stdout);
   for (const Family& family : families()) {
     if (line.size() + family.name.size() > 78) line += "\n ", fputs(line.c_str(), stdout), line.clear();
