@@ -45,9 +45,14 @@ ORV_INLINE void fill(Taps& taps, const Kernel& kernel, const Axis& axis, int i, 
   // !(v < end), so that a NaN, of an infinite inverse, counts as the end too.
   const double centre = !(v < axis.count - 0.5) ? axis.count - 0.5 : v > -0.5 ? v : -0.5;
   const int low = floorOf(centre - reach) + 1, high = -floorOf(-(centre + reach)) - 1;
+  // The kernel at tap k. Those of the usual lists are worked out only once.
+  constexpr int kKept = 64;
+  double kept[kKept];
+  const auto compute = [&](int k) { return kernel.at((k - centre) / scale); };
+  for (int k = low; k <= high && k - low < kKept; ++k) kept[k - low] = compute(k);
   const auto sumOf = [&](int from, int to) {
     double sum = 0;
-    for (int k = from; k <= to; ++k) sum += kernel.at((k - centre) / scale);
+    for (int k = from; k <= to; ++k) sum += k - low < kKept ? kept[k - low] : compute(k);
     return sum;
   };
   const int first = clamped(low, axis.count), last = clamped(high, axis.count);
