@@ -1,62 +1,9 @@
 #include "codec/colour.h"
 #include <emmintrin.h>
-#include <cmath>
+#include <cstring>
 #include "orv.h"
 
 namespace jpeg {
-
-namespace {
-
-// What a chroma sample adds to luma. Luma is an integer, so rounding the sum is adding the rounded term, half up. Green
-// has two terms. Their sums are multiples of 0.00002, and a little more than half is added, so that an exact half goes
-// up in spite of the tables' own rounding. scripts/derive/jfif finds out how much more.
-struct Terms {
-  static constexpr int kFraction = 23, kBias = 83;
-  int16_t red[256], blue[256];
-  int32_t greenCb[256], greenCr[256];
-
-  Terms() {
-    for (int i = 0; i < 256; ++i) {
-      const int c = i - 128;
-      const int luma = c < 0 ? 255 : 0;  // leaves room for the term, so that nothing is clamped
-      uint8_t r, g, b;
-      computeRGBFromYUV_JPEG_F32_U8(float(luma - 128), 0, float(c), &r, &g, &b);
-      red[i] = int16_t(r - luma);
-      computeRGBFromYUV_JPEG_F32_U8(float(luma - 128), float(c), 0, &r, &g, &b);
-      blue[i] = int16_t(b - luma);
-      const double one = 1 << kFraction;
-      greenCb[i] = int32_t(std::lround(-0.34414 * c * one));
-      greenCr[i] = int32_t(std::lround(-0.71414 * c * one)) + (1 << (kFraction - 1)) + kBias;
-    }
-  }
-};
-
-inline uint8_t clamp(int v) { return uint8_t(v < 0 ? 0 : v > 255 ? 255 : v); }
-
-}  // namespace
-
-void convertYcc(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, int width, uint8_t* rgb) {
-  static const Terms t;
-  for (int x = 0; x < width; ++x, rgb += 3) {
-    const int luma = y[x];
-    rgb[0] = clamp(luma + t.red[cr[x]]);
-    rgb[1] = clamp(luma + ((t.greenCb[cb[x]] + t.greenCr[cr[x]]) >> Terms::kFraction));
-    rgb[2] = clamp(luma + t.blue[cb[x]]);
-  }
-}
-
-void interleave(const uint8_t* r, const uint8_t* g, const uint8_t* b, int width, uint8_t* rgb) {
-  for (int x = 0; x < width; ++x, rgb += 3) {
-    rgb[0] = r[x];
-    rgb[1] = g[x];
-    rgb[2] = b[x];
-  }
-}
-
-// ---- RGB to rows of samples
-//
-// Sixteen pixels at a time, in four vectors of each fourth pixel, so that what is made of them goes together again by
-// shifts. What is done to two of these vectors before the others keeps to the few registers that 32-bit code has.
 
 #define ORV_ALWAYS_INLINE __attribute__((always_inline)) inline
 
@@ -71,6 +18,125 @@ constexpr Vector words(int low, int high) {
   const auto a = uint16_t(low), b = uint16_t(high);
   return {{a, b, a, b, a, b, a, b}};
 }
+
+ORV_ALWAYS_INLINE __m128i load(const uint8_t* from) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)); }
+ORV_ALWAYS_INLINE void store(uint8_t* to, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), v); }
+
+}  // namespace
+
+// ---- Rows of samples to RGB
+//
+// Luma is an integer, so rounding a sum is adding the rounded term, half up. With c for a chroma sample less 128:
+//   red    1.402 Cr = c + 0.402 c
+//   blue   1.772 Cb = 2 c - 0.228 c
+//   green  -0.34414 Cb - 0.71414 Cr
+// scripts/derive/jfif finds the constants that round all samples right.
+
+namespace {
+
+// The part of red and blue behind the integer multiple: the high word of 256 c times the multiple, which has as many
+// bits of fraction as the shift takes away. Half and what the multiple's own rounding asks for is the bias.
+constexpr int kRedMultiple = 26345, kRedBias = 128, kRedBits = 8;
+constexpr int kBlueMultiple = -29884, kBlueBias = 257, kBlueBits = 9;
+
+// Green's weights have 30 bits, in a high and a low part of 15: Cb's and Cr's. What the low parts carry goes into the
+// sum of the high ones.
+constexpr int kGreenHigh[2] = {-11277, -23401}, kGreenLow[2] = {7225, 1982}, kGreenBits = 15, kGreenBias = 536881674;
+
+// Eight pixels' terms, from chroma in the high bytes of words.
+ORV_ALWAYS_INLINE __m128i part(__m128i chroma, int multiple, int bias, int bits) {
+  const __m128i product = _mm_mulhi_epi16(chroma, _mm_set1_epi16(short(multiple)));
+  return _mm_srai_epi16(_mm_add_epi16(product, _mm_set1_epi16(short(bias))), bits);
+}
+ORV_ALWAYS_INLINE __m128i redTerm(__m128i cr) {
+  return _mm_add_epi16(_mm_srai_epi16(cr, 8), part(cr, kRedMultiple, kRedBias, kRedBits));
+}
+ORV_ALWAYS_INLINE __m128i blueTerm(__m128i cb) {
+  return _mm_add_epi16(_mm_srai_epi16(cb, 7), part(cb, kBlueMultiple, kBlueBias, kBlueBits));
+}
+ORV_ALWAYS_INLINE __m128i greenTerm(__m128i cb, __m128i cr) {
+  cb = _mm_srai_epi16(cb, 8), cr = _mm_srai_epi16(cr, 8);
+  const auto four = [](__m128i both) {  // cb0 cr0 cb1 cr1 ...
+    const __m128i low = _mm_madd_epi16(both, words(kGreenLow[0], kGreenLow[1]));
+    const __m128i carry = _mm_srai_epi32(_mm_add_epi32(low, _mm_set1_epi32(kGreenBias)), kGreenBits);
+    const __m128i high = _mm_madd_epi16(both, words(kGreenHigh[0], kGreenHigh[1]));
+    return _mm_srai_epi32(_mm_add_epi32(high, carry), kGreenBits);
+  };
+  return _mm_packs_epi32(four(_mm_unpacklo_epi16(cb, cr)), four(_mm_unpackhi_epi16(cb, cr)));
+}
+
+struct Rgb {
+  __m128i r, g, b;  // sixteen of each
+};
+
+ORV_ALWAYS_INLINE Rgb loadRgb(const uint8_t* r, const uint8_t* g, const uint8_t* b) { return {load(r), load(g), load(b)}; }
+ORV_ALWAYS_INLINE Rgb loadYcc(const uint8_t* y, const uint8_t* cb, const uint8_t* cr) {
+  const __m128i zero = _mm_setzero_si128(), sign = _mm_set1_epi8(-128);
+  const __m128i luma = load(y), blue = _mm_xor_si128(load(cb), sign), red = _mm_xor_si128(load(cr), sign);
+  const __m128i luma0 = _mm_unpacklo_epi8(luma, zero), luma1 = _mm_unpackhi_epi8(luma, zero);
+  const __m128i cb0 = _mm_unpacklo_epi8(zero, blue), cb1 = _mm_unpackhi_epi8(zero, blue);
+  const __m128i cr0 = _mm_unpacklo_epi8(zero, red), cr1 = _mm_unpackhi_epi8(zero, red);
+  const auto sum = [&](__m128i term0, __m128i term1) {
+    return _mm_packus_epi16(_mm_add_epi16(luma0, term0), _mm_add_epi16(luma1, term1));
+  };
+  return {sum(redTerm(cr0), redTerm(cr1)), sum(greenTerm(cb0, cr0), greenTerm(cb1, cr1)),
+          sum(blueTerm(cb0), blueTerm(cb1))};
+}
+
+// Stores r0 g0 b0 0 | r1 g1 b1 0 | ...
+ORV_ALWAYS_INLINE void storeWithGaps(const Rgb& v, uint8_t* to) {
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i rg0 = _mm_unpacklo_epi8(v.r, v.g), b0 = _mm_unpacklo_epi8(v.b, zero);
+  const __m128i rg1 = _mm_unpackhi_epi8(v.r, v.g), b1 = _mm_unpackhi_epi8(v.b, zero);
+  store(to, _mm_unpacklo_epi16(rg0, b0));
+  store(to + 16, _mm_unpackhi_epi16(rg0, b0));
+  store(to + 32, _mm_unpacklo_epi16(rg1, b1));
+  store(to + 48, _mm_unpackhi_epi16(rg1, b1));
+}
+
+// Makes pixels of three rows, sixteen at a time. The library takes the gaps out, a tile at a time, with what the
+// processor has for that.
+template <Rgb (*kLoad)(const uint8_t*, const uint8_t*, const uint8_t*)>
+ORV_ALWAYS_INLINE void makePixels(const uint8_t* a, const uint8_t* b, const uint8_t* c, int width, uint8_t* rgb) {
+  static constexpr int kOrder[3] = {0, 1, 2};
+  alignas(16) uint8_t pixels[4 * kTileWidth];
+  for (int left = width; left > 0;) {
+    const int count = left < kTileWidth ? left : kTileWidth, whole = count / kGroup * kGroup;
+    for (int x = 0; x < whole; x += kGroup) storeWithGaps(kLoad(a + x, b + x, c + x), pixels + 4 * x);
+    if (whole < count) {
+      uint8_t last[3][kGroup] = {};
+      const auto rest = size_t(count - whole);
+      memcpy(last[0], a + whole, rest), memcpy(last[1], b + whole, rest), memcpy(last[2], c + whole, rest);
+      storeWithGaps(kLoad(last[0], last[1], last[2]), pixels + 4 * whole);
+    }
+    orviSwapChannels_8u_C4C3R(pixels, 4 * count, rgb, 3 * count, {count, 1}, kOrder);
+    a += count, b += count, c += count, rgb += 3 * count, left -= count;
+  }
+}
+
+}  // namespace
+
+void convertYcc(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, int width, uint8_t* rgb) {
+  makePixels<loadYcc>(y, cb, cr, width, rgb);
+}
+
+void interleave(const uint8_t* r, const uint8_t* g, const uint8_t* b, int width, uint8_t* rgb) {
+  makePixels<loadRgb>(r, g, b, width, rgb);
+}
+
+void doubleSamples(const uint8_t* from, int count, uint8_t* to) {
+  for (int x = 0; x < count; x += 8) {
+    const __m128i v = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + x));
+    store(to + 2 * x, _mm_unpacklo_epi8(v, v));
+  }
+}
+
+// ---- RGB to rows of samples
+//
+// Sixteen pixels at a time, in four vectors of each fourth pixel, so that what is made of them goes together again by
+// shifts. What is done to two of these vectors before the others keeps to the few registers that 32-bit code has.
+
+namespace {
 
 // With n for 250 times Y, the fraction cut off, Y is (n + 125) / 250, the fraction cut off. For n up to 63750 so is
 // (n + kLumaRound) * kLumaReciprocal >> kLumaBits, as scripts/derive/jfif finds. Of the product only the high word is
@@ -108,8 +174,8 @@ ORV_ALWAYS_INLINE Pixels operator+(const Pixels& a, const Pixels& b) {
 
 // The pixels 0, 4, 8 and 12 from p on: they start in lanes 0 and 3 of vectors of which one is 8 pixels further on.
 ORV_ALWAYS_INLINE Pixels everyFourth(const uint8_t* p, const Constants* k) {
-  const auto load = [](const uint8_t* from) { return _mm_loadu_ps(reinterpret_cast<const float*>(from)); };
-  const __m128i v = _mm_castps_si128(_mm_shuffle_ps(load(p), load(p + 24), _MM_SHUFFLE(3, 0, 3, 0)));
+  const auto loadFloats = [](const uint8_t* from) { return _mm_loadu_ps(reinterpret_cast<const float*>(from)); };
+  const __m128i v = _mm_castps_si128(_mm_shuffle_ps(loadFloats(p), loadFloats(p + 24), _MM_SHUFFLE(3, 0, 3, 0)));
   const __m128i rb = _mm_and_si128(k->evenBytes, v), g = _mm_srli_epi16(v, 8);  // G with a neighbour's byte
   return {rb, _mm_add_epi32(_mm_madd_epi16(k->lumaRB, rb), _mm_madd_epi16(g, k->lumaG))};
 }
@@ -132,7 +198,7 @@ ORV_ALWAYS_INLINE void storeLuma(const Neighbours& first, const Neighbours& seco
     return _mm_srli_epi16(_mm_mulhi_epu16(_mm_add_epi16(n, k->lumaRound), k->lumaReciprocal), kLumaBits - 16);
   };
   const __m128i even = luma(first.a, second.a), odd = luma(first.b, second.b);
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(y), _mm_or_si128(even, _mm_slli_epi16(odd, 8)));
+  store(y, _mm_or_si128(even, _mm_slli_epi16(odd, 8)));
 }
 
 // For quotients in single precision, 128.5 added: kCount pixels' sums divided by thousandths of 1.772 and 1.402. Each is a
@@ -187,17 +253,17 @@ void convertRgbTo444(const uint8_t* rgb, int width, uint8_t* y, uint8_t* cb, uin
   for (int x = 0; x < width; x += kGroup) {
     const Constants* const k = reload(&kConstants);
     prefetch(rgb + 3 * x);
-    const auto store = [k](__m128i even, __m128i odd, uint8_t* to) {
+    const auto storeBytes = [k](__m128i even, __m128i odd, uint8_t* to) {
       odd = _mm_slli_epi16(_mm_min_epi16(odd, k->most), 8);
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_or_si128(_mm_min_epi16(even, k->most), odd));
+      store(to, _mm_or_si128(_mm_min_epi16(even, k->most), odd));
     };
     const Neighbours first = neighbours(rgb + 3 * x, k);
     const Chroma a = chromaOf<1>(first.a, k), b = chromaOf<1>(first.b, k);
     const Neighbours second = neighbours(rgb + 3 * x + 6, k);
     const Chroma c = chromaOf<1>(second.a, k), d = chromaOf<1>(second.b, k);
     storeLuma(first, second, y + x, k);
-    store(pair(a.cb, c.cb), pair(b.cb, d.cb), cb + x);
-    store(pair(a.cr, c.cr), pair(b.cr, d.cr), cr + x);
+    storeBytes(pair(a.cb, c.cb), pair(b.cb, d.cb), cb + x);
+    storeBytes(pair(a.cr, c.cr), pair(b.cr, d.cr), cr + x);
   }
 }
 

@@ -8,6 +8,8 @@ namespace jpeg {
 void convertYcc(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, int width, uint8_t* rgb);
 // The three planes as they are.
 void interleave(const uint8_t* r, const uint8_t* g, const uint8_t* b, int width, uint8_t* rgb);
+// Each sample twice, for pixels that share chroma. `count` is a multiple of 8.
+void doubleSamples(const uint8_t* from, int count, uint8_t* to);
 
 // JFIF's colours the other way (ITU-T T.871):
 //   Y  = 0.299 R + 0.587 G + 0.114 B

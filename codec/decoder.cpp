@@ -207,8 +207,8 @@ void Decoder::convert(RowSink& sink, int y, int count, int top) {
       const Component& component = frame_.components[c];
       row[c] = planes_[c].samples.data() + size_t((top + i) * component.v / frame_.vMax) * size_t(planes_[c].step);
       if (component.h == frame_.hMax) continue;
-      widened_[c].resize(size_t(width()) + 1);
-      for (int x = 0; x < width(); x += 2) widened_[c][size_t(x)] = widened_[c][size_t(x) + 1] = row[c][x / 2];
+      widened_[c].resize(2 * size_t(planes_[c].step));
+      doubleSamples(row[c], planes_[c].step, widened_[c].data());
       row[c] = widened_[c].data();
     }
     uint8_t* const pixels = out.data + i * out.step;

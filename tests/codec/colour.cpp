@@ -20,6 +20,30 @@ TEST(Colour, EveryChromaPairGivesTheLibrarysPixel) {
     }
 }
 
+TEST(Colour, AnyWidthKeepsToItsPixels) {
+  std::mt19937 random(2);
+  for (int width = 1; width < 300; ++width) {
+    std::vector<Vel8u> rows[3], joined(3 * size_t(width) + 1, 7), converted = joined;
+    for (auto& row : rows) {
+      row.resize(size_t(width));
+      for (Vel8u& s : row) s = Vel8u(random());
+    }
+    jpeg::interleave(rows[0].data(), rows[1].data(), rows[2].data(), width, joined.data());
+    jpeg::convertYcc(rows[0].data(), rows[1].data(), rows[2].data(), width, converted.data());
+    for (size_t x = 0; x < size_t(width); ++x) {
+      const int y = rows[0][x], b = rows[1][x], r = rows[2][x];
+      Vel8u p[3];
+      computeRGBFromYUV_JPEG_F32_U8(float(y - 128), float(b - 128), float(r - 128), p, p + 1, p + 2);
+      for (size_t c = 0; c < 3; ++c) {
+        ASSERT_EQ(joined[3 * x + c], rows[c][x]) << "width " << width << ", x " << x << ", channel " << c;
+        ASSERT_EQ(converted[3 * x + c], p[c]) << "width " << width << ", x " << x << ", channel " << c;
+      }
+    }
+    ASSERT_EQ(joined.back(), 7) << "width " << width;
+    ASSERT_EQ(converted.back(), 7) << "width " << width;
+  }
+}
+
 namespace {
 
 // The mean of `count` pixels whose sums are r, g, b, rounded to nearest, halves up.
