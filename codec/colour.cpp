@@ -69,7 +69,9 @@ struct Rgb {
   __m128i r, g, b;  // sixteen of each
 };
 
-ORV_ALWAYS_INLINE Rgb loadRgb(const uint8_t* r, const uint8_t* g, const uint8_t* b) { return {load(r), load(g), load(b)}; }
+ORV_ALWAYS_INLINE Rgb loadRgb(const uint8_t* r, const uint8_t* g, const uint8_t* b) {
+  return {load(r), load(g), load(b)};
+}
 ORV_ALWAYS_INLINE Rgb loadYcc(const uint8_t* y, const uint8_t* cb, const uint8_t* cr) {
   const __m128i zero = _mm_setzero_si128(), sign = _mm_set1_epi8(-128);
   const __m128i luma = load(y), blue = _mm_xor_si128(load(cb), sign), red = _mm_xor_si128(load(cr), sign);

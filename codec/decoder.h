@@ -20,7 +20,8 @@ struct Options {
   bool strict = false;           // a picture that is not whole is an Error
 };
 
-// What is lost of a picture is mid-grey. kCut: the data end before it does.
+// What is lost of a picture is mid-grey, or in a progressive one what the scans before tell of it. kCut: the data end
+// before it does.
 enum class Damage { kNone, kCut, kCorrupt };
 
 // Where rows of finished pixels go: interleaved RGB, or grey, without padding between pixels.
@@ -48,6 +49,7 @@ class Decoder {
   int width() const { return frame_.width; }
   int height() const { return frame_.height; }
   int channels() const { return int(frame_.components.size()); }
+  bool isProgressive() const { return frame_.progressive; }
 
   // Decodes the picture; to be called once. False where it is not whole.
   bool decode(RowSink& sink);

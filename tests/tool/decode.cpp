@@ -89,6 +89,21 @@ TEST_F(Decode, WhatIsMissingOfAPictureIsMidGrey) {
   }
 }
 
+TEST_F(Decode, CutProgressivePicturesAreCoarse) {
+  writePicture("picture", 160, 120);
+  must(ORV_CJPEG " -progressive -outfile a.jpg picture");
+  const Bytes whole = decoded("a.jpg"), jpeg = read("a.jpg");
+  write("b.jpg", jpeg.substr(0, jpeg.size() * 6 / 10));
+  const Outcome o = orv("decode b.jpg b.ppm");
+  EXPECT_EQ(o.code, 2);
+  EXPECT_EQ(o.err, "orv: b.jpg: warning: the picture is cut short, the rest is coarse or mid-grey\n");
+  const Bytes part = read("b.ppm");
+  ASSERT_EQ(part.size(), whole.size());
+  for (size_t row = 0; row < 120; ++row)  // something of each is known
+    ASSERT_FALSE(part.substr(part.size() - (row + 1) * 480, 480) == Bytes(480, '\x80'))
+        << "row " << row << " from below";
+}
+
 // Without colour, the fused primitive's YUV is the same as JFIF's.
 TEST_F(Decode, FusedDecodingDiffersInColourOnly) {
   writePicture("picture", 50, 37);

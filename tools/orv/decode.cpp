@@ -55,7 +55,8 @@ Arguments parse(int argc, char** argv) {
   return a;
 }
 
-jpeg::Damage decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) {
+// These give what is to be said of a picture that is not whole, or nothing.
+std::string decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) {
   jpeg::Decoder decoder(data.data(), data.size(), a.shared.reading);
   const Orientation orientation(a.shared.reading.asStored ? 1
                                                           : jpeg::readMetadata(data.data(), data.size()).orientation);
@@ -69,21 +70,21 @@ jpeg::Damage decodeToFile(const std::vector<uint8_t>& data, const Arguments& a) 
     file.write(picture.samples.data(), picture.height);
   }
   file.commit();
-  return decoder.damage();
+  return warningOf(a.in, decoder);
 }
 
-jpeg::Damage timeDecoding(const std::vector<uint8_t>& data, const Arguments& a) {
+std::string timeDecoding(const std::vector<uint8_t>& data, const Arguments& a) {
   std::vector<uint8_t> pixels;
-  jpeg::Damage damage = {};
+  std::string warning;
   printMedianTime(a.shared.repeat, a.out, [&] {
     jpeg::Decoder decoder(data.data(), data.size(), a.shared.reading);
     const size_t step = size_t(decoder.width()) * size_t(decoder.channels());
     pixels.resize(step * size_t(decoder.height()));
     decodeTo(decoder, pixels.data(), ptrdiff_t(step));
-    damage = decoder.damage();
+    warning = warningOf(a.in, decoder);
     return 1e-6 * decoder.width() * decoder.height();
   });
-  return damage;
+  return warning;
 }
 
 }  // namespace
@@ -92,13 +93,13 @@ int runDecode(int argc, char** argv) {
   const Arguments a = parse(argc, argv);
   if (a.shared.help) return fputs(kHelp, stdout), kDone;
   requireSse2();
-  jpeg::Damage damage = {};
+  std::string warning;
   workOn(a.in, [&] {
     const std::vector<uint8_t> data = InputFile(a.in).rest();
-    if (!a.out.empty()) damage = decodeToFile(data, a);
-    if (a.shared.time) damage = timeDecoding(data, a);
+    if (!a.out.empty()) warning = decodeToFile(data, a);
+    if (a.shared.time) warning = timeDecoding(data, a);
   });
-  if (damage == jpeg::Damage::kNone) return kDone;
-  complain(warningOf(a.in, damage));
+  if (warning.empty()) return kDone;
+  complain(warning);
   return kDamaged;
 }

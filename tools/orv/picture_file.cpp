@@ -4,9 +4,12 @@
 #include <utility>
 #include "endings.h"
 
-std::string warningOf(const std::string& name, jpeg::Damage damage) {
+std::string warningOf(const std::string& name, const jpeg::Decoder& decoder) {
+  if (decoder.damage() == jpeg::Damage::kNone) return "";
+  const bool cut = decoder.damage() == jpeg::Damage::kCut;
   return inputName(name) + ": warning: the picture is " +
-         (damage == jpeg::Damage::kCut ? "cut short, the rest is mid-grey" : "damaged, what is lost is mid-grey");
+         (cut ? "cut short, the rest is " : "damaged, what is lost is ") +
+         (decoder.isProgressive() ? "coarse or mid-grey" : "mid-grey");
 }
 
 // ---- Reading

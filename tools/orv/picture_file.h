@@ -9,8 +9,8 @@
 
 constexpr int kMostInMemory = 1 << 28;  // pixels
 
-// What is said of a JPEG that is not whole.
-std::string warningOf(const std::string& name, jpeg::Damage damage);
+// What is said of a JPEG that is not whole; nothing where it is.
+std::string warningOf(const std::string& name, const jpeg::Decoder& decoder);
 
 // How pictures are read.
 struct Reading : jpeg::Options {
@@ -44,7 +44,7 @@ class PictureReader : public jpeg::RowSource {
   jpeg::EncoderOptions withMetadata(jpeg::EncoderOptions options) const;
   // Of what has been read.
   bool isWhole() const { return !decoder_ || decoder_->damage() == jpeg::Damage::kNone; }
-  std::string warning() const { return warningOf(name_, decoder_->damage()); }
+  std::string warning() const { return warningOf(name_, *decoder_); }
 
  private:
   VeliSize storedSize() const;
