@@ -34,8 +34,8 @@ ORV_ALWAYS_INLINE void store(uint8_t* to, __m128i v) { _mm_storeu_si128(reinterp
 
 namespace {
 
-// The part of red and blue behind the integer multiple: the high word of 256 c times the multiple, which has as many
-// bits of fraction as the shift takes away. Half and what the multiple's own rounding asks for is the bias.
+// What red and blue add to c and 2 c: the high word of 256 c times the multiple, which has as many bits of fraction as the
+// shift takes away. The bias is half, and what makes up for the multiple's own rounding.
 constexpr int kRedMultiple = 26345, kRedBias = 128, kRedBits = 8;
 constexpr int kBlueMultiple = -29884, kBlueBias = 257, kBlueBits = 9;
 
