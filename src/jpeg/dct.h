@@ -50,8 +50,7 @@ constexpr Tangents kTangents = {allWords(nearest(65536 * tangent(1))), allWords(
 
 ORV_INLINE Lane timesTan3(Lane a, const Tangents& t) { return addSat16(mulHigh16(a, t.tan3Less1), a); }
 
-struct TwoRows {
-  Lane a, b;
-};
+// A lane of each has a row of its own.
+template <class V> struct TwoRows { V a, b; };
 
 }  // namespace

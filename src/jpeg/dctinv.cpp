@@ -94,7 +94,7 @@ ORV_INLINE Lane ascending(const Constants&, Lane samples) { return samples; }
 template <int kI> ORV_INLINE Lane repeat32(Lane a, Lane b) { return joinPairs32<kI, kI, kI, kI>(a, b); }
 
 // Words of two rows, from their sums.
-ORV_INLINE TwoRows outputs(Lane e01, Lane e32, Lane o01, Lane o32) {
+ORV_INLINE TwoRows<Lane> outputs(Lane e01, Lane e32, Lane o01, Lane o32) {
   const auto scaled = [](Lane sums) { return shiftRight32(sums, kRowShift); };
   // a01 b01 a32 b32 | a45 b45 a76 b76 or, exchanged, a01 b01 a23 b23 | a45 b45 a67 b67
   const Lane low = narrow32(scaled(add32(e01, o01)), exchanged(scaled(add32(e32, o32))));
@@ -102,7 +102,7 @@ ORV_INLINE TwoRows outputs(Lane e01, Lane e32, Lane o01, Lane o32) {
   return {joinPairs32<0, 2, 0, 2>(low, high), joinPairs32<1, 3, 1, 3>(low, high)};
 }
 
-ORV_INLINE TwoRows transformRows(const Constants& k, const RowWeights& w, Lane rowA, Lane rowB) {
+ORV_INLINE TwoRows<Lane> transformRows(const Constants& k, const RowWeights& w, Lane rowA, Lane rowB) {
   const Lane a = halvesInTurn(k, rowA), b = halvesInTurn(k, rowB);
   const Lane x04 = repeat32<0>(a, b), x15 = repeat32<1>(a, b), x26 = repeat32<2>(a, b), x37 = repeat32<3>(a, b);
   const Lane e04 = add32(mulAddPairs16(x04, w.e04), w.round), e26 = mulAddPairs16(x26, w.e26);
@@ -111,7 +111,7 @@ ORV_INLINE TwoRows transformRows(const Constants& k, const RowWeights& w, Lane r
 }
 
 // The same for rows of four coefficients: those of a, then those of b.
-ORV_INLINE TwoRows transformShortRows(const RowWeights& w, Lane halves) {
+ORV_INLINE TwoRows<Lane> transformShortRows(const RowWeights& w, Lane halves) {
   const Lane pairs = shuffleHalves16<0, 2, 1, 3>(halves);  // x0 x2 x1 x3 of each
   const Lane x02 = shuffle32<0, 0, 2, 2>(pairs), x13 = shuffle32<1, 1, 3, 3>(pairs), round = w.round;
   return outputs(add32(mulAddPairs16(x02, w.e02), round), add32(mulAddPairs16(x02, w.e02r), round),
@@ -227,32 +227,32 @@ struct Plain {
 template <class Source, class Level>
 ORV_INLINE void transform8x8(const Source& s, Vel8u* dst, int step, const Level& level) {
   const Constants* k = level.k;
-  const TwoRows r13 = transformRows(*k, k->rows13, s.row(1), s.row(3));
+  const TwoRows<Lane> r13 = transformRows(*k, k->rows13, s.row(1), s.row(3));
   opaque(k);
-  const TwoRows r57 = transformRows(*k, k->rows57, s.row(5), s.row(7));
+  const TwoRows<Lane> r57 = transformRows(*k, k->rows57, s.row(5), s.row(7));
   opaque(k);
   const Half b = oddRows<8>(k->tangents, r13.a, r13.b, r57.a, r57.b);
-  const TwoRows r02 = transformRows(*k, k->rows02, s.row(0), s.row(2));
+  const TwoRows<Lane> r02 = transformRows(*k, k->rows02, s.row(0), s.row(2));
   opaque(k);
-  const TwoRows r46 = transformRows(*k, k->rows46, s.row(4), s.row(6));
+  const TwoRows<Lane> r46 = transformRows(*k, k->rows46, s.row(4), s.row(6));
   opaque(k);
   storeBlock(dst, step, evenRows<8>(k->tangents, r02.a, r02.b, r46.a, r46.b), b, Ordered<Level>{level});
 }
 // From the first four rows of a block that has no others.
-ORV_INLINE void finishUpper(const Level128& level, const TwoRows& r13, const TwoRows& r02, Vel8u* dst, int step) {
+ORV_INLINE void finishUpper(const Level128& level, const TwoRows<Lane>& r13, const TwoRows<Lane>& r02, Vel8u* dst, int step) {
   const Lane none = zero();
   const Half b = oddRows<4>(level.k->tangents, r13.a, r13.b, none, none);
   storeBlock(dst, step, evenRows<4>(level.k->tangents, r02.a, r02.b, none, none), b, Ordered<Level128>{level});
 }
 ORV_INLINE void transform8x4(const Dequantised& s, Vel8u* dst, int step, const Level128& level) {
   const Constants* k = level.k;
-  const TwoRows r13 = transformRows(*k, k->rows13, s.row(1), s.row(3));
+  const TwoRows<Lane> r13 = transformRows(*k, k->rows13, s.row(1), s.row(3));
   opaque(k);
   finishUpper(level, r13, transformRows(*k, k->rows02, s.row(0), s.row(2)), dst, step);
 }
 ORV_INLINE void transform4x4(const Dequantised& s, Vel8u* dst, int step, const Level128& level) {
   const Constants* k = level.k;
-  const TwoRows r13 = transformShortRows(k->rows13, s.halfRows(1, 3));
+  const TwoRows<Lane> r13 = transformShortRows(k->rows13, s.halfRows(1, 3));
   opaque(k);
   finishUpper(level, r13, transformShortRows(k->rows02, s.halfRows(0, 2)), dst, step);
 }

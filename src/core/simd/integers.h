@@ -142,6 +142,10 @@ template <int n> ORV_INLINE Lane shiftRightRound16(Lane v) {
 #if ORV_HAS_SHUFFLE
 ORV_INLINE Lane magnitude16(Lane v) { return _mm_abs_epi16(v); }
 ORV_INLINE Lane withSignsOf16(Lane signs, Lane v) { return _mm_sign_epi16(v, signs); }
+#if ORV_HAS_WIDE_INTEGER
+ORV_INLINE Lanes magnitude16(Lanes v) { return _mm256_abs_epi16(v); }
+ORV_INLINE Lanes withSignsOf16(Lanes signs, Lanes v) { return _mm256_sign_epi16(v, signs); }
+#endif
 #else
 ORV_INLINE Lane withSignsOf16(Lane signs, Lane v) {
   const Lane negative = shiftRight16(signs, 15);

@@ -57,6 +57,21 @@ template <class V> ORV_INLINE V repeated(Lane v) {
 #endif
     return v;
 }
+// The first lane of V, and the second one, where it has one.
+template <class V> ORV_INLINE V joined(Lane first, [[maybe_unused]] Lane second) {
+#if ORV_HAS_WIDE_INTEGER
+  if constexpr (sizeof(V) == 32)
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(first), second, 1);
+  else
+#endif
+    return first;
+}
+#if ORV_HAS_WIDE_INTEGER
+ORV_INLINE Lane firstLane(Lanes v) { return _mm256_castsi256_si128(v); }
+ORV_INLINE Lane secondLane(Lanes v) { return _mm256_extracti128_si256(v, 1); }
+#endif
+ORV_INLINE Lane firstLane(Lane v) { return v; }
+ORV_INLINE Lane secondLane(Lane v) { return v; }
 
 // Due after a loop over Lanes: clears the upper halves of the registers, in which a caller's SSE code would be slow. The
 // compiler does so where a function ends, but gcc not on every way that leads there.
@@ -66,14 +81,25 @@ ORV_INLINE void lanesEnd() {
 #endif
 }
 
-// A lane of constants in memory, for kernels with more of them than registers: each use reads it there.
-template <class T> struct alignas(16) LaneConstant {
-  T elements[16 / sizeof(T)];
-  ORV_INLINE operator Lane() const { return loadAligned(this); }
+// A vector of constants in memory, for kernels with more of them than registers: each use reads it there.
+template <class T, class V> struct alignas(sizeof(V)) VectorConstant {
+  T elements[sizeof(V) / sizeof(T)];
+  ORV_INLINE operator V() const { return *reinterpret_cast<const V*>(this); }
 };
-using ByteConstant = LaneConstant<Vel8u>;
-using WordConstant = LaneConstant<Vel16s>;
-using DwordConstant = LaneConstant<Vel32s>;
+template <class V> using ByteConstants = VectorConstant<Vel8u, V>;
+template <class V> using WordConstants = VectorConstant<Vel16s, V>;
+template <class V> using DwordConstants = VectorConstant<Vel32s, V>;
+using ByteConstant = ByteConstants<Lane>;
+using WordConstant = WordConstants<Lane>;
+using DwordConstant = DwordConstants<Lane>;
+// The first lane of a; of the second one, where V has one, that of b.
+template <class V, class T> constexpr VectorConstant<T, V> joinConstants(const VectorConstant<T, Lane>& a,
+                                                                        const VectorConstant<T, Lane>& b) {
+  constexpr size_t n = 16 / sizeof(T);
+  VectorConstant<T, V> joined{};
+  for (size_t i = 0; i < sizeof(V) / sizeof(T); ++i) joined.elements[i] = i < n ? a.elements[i] : b.elements[i - n];
+  return joined;
+}
 
 // ---- Half lanes
 
