@@ -94,8 +94,8 @@ template <class V> ORV_INLINE V outputs(V pairs01, const WordConstants<V>& weigh
   return shiftRight32(add32(sums, round), kRowShift);
 }
 // All eight, from s0 s1 s2 s3 d0 d1 d2 d3. `round` is what rounds the first four.
-template <class V> ORV_INLINE V transformRow(const Constants<V>& k, const RowWeights<V>& w, V sd,
-                                             const DwordConstants<V>& round) {
+template <class V>
+ORV_INLINE V transformRow(const Constants<V>& k, const RowWeights<V>& w, V sd, const DwordConstants<V>& round) {
   const V pairs01 = shuffle32<0, 2, 0, 2>(sd), pairs23 = shuffle32<1, 3, 1, 3>(sd);
   return narrow32(outputs(pairs01, w.s01d01f0, pairs23, w.s23d23f0, round),
                   outputs(pairs01, w.s01d01f4, pairs23, w.s23d23f4, k.round));
@@ -155,15 +155,14 @@ template <class V> ORV_INLINE void transformBlock(const Samples& s, Vel16s* dst,
   };
   ORV_UNROLL for (int i = 0; i < 2; i += kLanes) {
     opaque(k);
-    const TwoRows<V> rows = transformRows(*k, k->even[i / kLanes], group(even[i], even[i + kLanes - 1]),
-                                          i == 0 ? k->roundFirst : k->round);
+    const TwoRows<V> rows =
+        transformRows(*k, k->even[i / kLanes], group(even[i], even[i + kLanes - 1]), i == 0 ? k->roundFirst : k->round);
     storeRow(dst, table, 2 * i, 2, rows.a);
     storeRow(dst, table, 4 + 2 * i, 2, rows.b);
   }
   ORV_UNROLL for (int i = 0; i < 2; i += kLanes) {
     opaque(k);
-    const TwoRows<V> rows =
-        transformRows(*k, k->odd[i / kLanes], group(odd[i], odd[i + kLanes - 1]), k->round);
+    const TwoRows<V> rows = transformRows(*k, k->odd[i / kLanes], group(odd[i], odd[i + kLanes - 1]), k->round);
     storeRow(dst, table, 1 + 2 * i, 2, rows.a);
     storeRow(dst, table, 7 - 2 * i, -2, rows.b);
   }

@@ -22,16 +22,16 @@ constexpr int kRound = 1 << (kRowShift - 1);
 constexpr int kRound0 = kRound + ((1 << (kColumnShift - 1)) << kRowShift);
 
 // A row's outputs are out[n] = e[n] + o[n] and out[7 - n] = e[n] - o[n], n = 0..3: e sums the even coefficients, o the
-// odd ones. Rows are transformed in twos. A constant here is what a pair of coefficients weighs in two sums of row a,
-// then in the same two of row b.
-struct RowWeights {
-  WordConstant e04, e26;              // e0 e1 is the sum of the two, e3 e2 the difference
-  WordConstant o15, o37;              // o0 o1
-  WordConstant o15r, o37r;            // o3 o2
-  WordConstant e02, e02r, o13, o13r;  // e0 e1, e3 e2, o0 o1, o3 o2 where there are no coefficients but the first four
-  DwordConstant round;
+// odd ones. Rows are transformed in twos, a and b, in each lane. A constant here is what a pair of coefficients weighs in
+// two sums of row a, then in the same two of row b.
+template <class V> struct RowWeights {
+  WordConstants<V> e04, e26;              // e0 e1 is the sum of the two, e3 e2 the difference
+  WordConstants<V> o15, o37;              // o0 o1
+  WordConstants<V> o15r, o37r;            // o3 o2
+  WordConstants<V> e02, e02r, o13, o13r;  // e0 e1, e3 e2, o0 o1, o3 o2 where there are but the first four coefficients
+  DwordConstants<V> round;
 };
-constexpr RowWeights rowWeights(const Cosines& a, const Cosines& b, int roundA) {
+constexpr RowWeights<Lane> rowWeights(const Cosines& a, const Cosines& b, int roundA) {
   return {words(a.c4, a.c4, a.c4, -a.c4, b.c4, b.c4, b.c4, -b.c4),
           words(a.c2, a.c6, a.c6, -a.c2, b.c2, b.c6, b.c6, -b.c2),
           words(a.c1, a.c5, a.c3, -a.c1, b.c1, b.c5, b.c3, -b.c1),
@@ -44,34 +44,50 @@ constexpr RowWeights rowWeights(const Cosines& a, const Cosines& b, int roundA) 
           words(a.c7, -a.c5, a.c5, -a.c1, b.c7, -b.c5, b.c5, -b.c1),
           {{roundA, roundA, kRound, kRound}}};
 }
+template <class V> constexpr RowWeights<V> joinWeights(const RowWeights<Lane>& x, const RowWeights<Lane>& y) {
+  return {joinConstants<V>(x.e04, y.e04),   joinConstants<V>(x.e26, y.e26),    joinConstants<V>(x.o15, y.o15),
+          joinConstants<V>(x.o37, y.o37),   joinConstants<V>(x.o15r, y.o15r),  joinConstants<V>(x.o37r, y.o37r),
+          joinConstants<V>(x.e02, y.e02),   joinConstants<V>(x.e02r, y.e02r),  joinConstants<V>(x.o13, y.o13),
+          joinConstants<V>(x.o13r, y.o13r), joinConstants<V>(x.round, y.round)};
+}
+
 // What the first pair of coefficients of one row weighs in out[0..3] and out[4..7].
-struct PairWeights {
-  WordConstant low, high;
-  DwordConstant round;
+template <class V> struct PairWeights {
+  WordConstants<V> low, high;
+  DwordConstants<V> round;
 };
-constexpr PairWeights pairWeights(const Cosines& a, int round) {
+constexpr PairWeights<Lane> pairWeights(const Cosines& a, int round) {
   return {words(a.c4, a.c1, a.c4, a.c3, a.c4, a.c5, a.c4, a.c7),
           words(a.c4, -a.c7, a.c4, -a.c5, a.c4, -a.c3, a.c4, -a.c1),
           {{round, round, round, round}}};
 }
+template <class V> constexpr PairWeights<V> joinWeights(const PairWeights<Lane>& x, const PairWeights<Lane>& y) {
+  return {joinConstants<V>(x.low, y.low), joinConstants<V>(x.high, y.high), joinConstants<V>(x.round, y.round)};
+}
 
-struct Constants {
-  RowWeights rows13, rows57, rows02, rows46;
-  PairWeights row0, row1;
-  Tangents tangents;
-  ByteConstant halvesInTurn, ascending;  // shuffles, see the order of a row's words
-  ByteConstant signBits;
+constexpr int kLanes = sizeof(Lanes) / sizeof(Lane);
+// Weights of even rows, and those of the odd rows after them: in lanes, or one after the other.
+template <template <class> class Weights> struct EvenAndOdd {
+  Weights<Lanes> weights[2 / kLanes];
+
+  constexpr EvenAndOdd(const Weights<Lane>& even, const Weights<Lane>& odd) : weights() {
+    weights[2 / kLanes - 1] = joinWeights<Lanes>(odd, odd);
+    weights[0] = joinWeights<Lanes>(even, odd);
+  }
+  const Weights<Lanes>& both() const { return weights[0]; }  // or only the even ones
+  const Weights<Lanes>& odd() const { return weights[2 / kLanes - 1]; }
 };
-constexpr Constants kConstants = {rowWeights(kRow17, kRow35, kRound),
-                                  rowWeights(kRow35, kRow17, kRound),
-                                  rowWeights(kRow04, kRow26, kRound0),
-                                  rowWeights(kRow04, kRow26, kRound),
-                                  pairWeights(kRow04, kRound0),
-                                  pairWeights(kRow17, kRound),
-                                  kTangents,
-                                  {{0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15}},
-                                  {{0, 1, 3, 2, 4, 5, 7, 6, 8, 9, 11, 10, 12, 13, 15, 14}},
-                                  {{128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128}}};
+struct Constants {
+  EvenAndOdd<RowWeights> upper = {rowWeights(kRow04, kRow26, kRound0), rowWeights(kRow17, kRow35, kRound)};
+  EvenAndOdd<RowWeights> lower = {rowWeights(kRow04, kRow26, kRound), rowWeights(kRow35, kRow17, kRound)};
+  EvenAndOdd<PairWeights> pairs = {pairWeights(kRow04, kRound0), pairWeights(kRow17, kRound)};
+  Tangents tangents = kTangents;
+  // Shuffles, see the order of a row's words.
+  ByteConstant halvesInTurn = {{0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15}};
+  ByteConstant ascending = {{0, 1, 3, 2, 4, 5, 7, 6, 8, 9, 11, 10, 12, 13, 15, 14}};
+  ByteConstant signBits = {{128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128}};
+};
+constexpr Constants kConstants;
 
 // ---- The order of a row's words
 //
@@ -79,49 +95,53 @@ constexpr Constants kConstants = {rowWeights(kRow17, kRow35, kRound),
 // samples of two rows in order at once; without one, each second pair of sums is exchanged before it is narrowed.
 #if ORV_HAS_SHUFFLE
 // x0 x4 x1 x5 | x2 x6 x3 x7 from x0 ... x7.
-ORV_INLINE Lane halvesInTurn(const Constants& k, Lane row) { return shuffle8(row, k.halvesInTurn); }
-ORV_INLINE Lane exchanged(Lane sums) { return sums; }
+template <class V> ORV_INLINE V halvesInTurn(const Constants& k, V row) {
+  return shuffle8(row, repeated<V>(k.halvesInTurn));
+}
+template <class V> ORV_INLINE V exchanged(V sums) { return sums; }
 ORV_INLINE Lane ascending(const Constants& k, Lane samples) { return shuffle8(samples, k.ascending); }
 #else
-ORV_INLINE Lane halvesInTurn(const Constants&, Lane row) { return interleaveLow16(row, shiftBytesDown<8>(row)); }
-ORV_INLINE Lane exchanged(Lane sums) { return shuffle32<1, 0, 3, 2>(sums); }
+template <class V> ORV_INLINE V halvesInTurn(const Constants&, V row) {
+  return interleaveLow16(row, shiftBytesDown<8>(row));
+}
+template <class V> ORV_INLINE V exchanged(V sums) { return shuffle32<1, 0, 3, 2>(sums); }
 ORV_INLINE Lane ascending(const Constants&, Lane samples) { return samples; }
 #endif
 
 // ---- Rows
 
 // Dword kI of a twice, then of b twice.
-template <int kI> ORV_INLINE Lane repeat32(Lane a, Lane b) { return joinPairs32<kI, kI, kI, kI>(a, b); }
+template <int kI, class V> ORV_INLINE V repeat32(V a, V b) { return joinPairs32<kI, kI, kI, kI>(a, b); }
 
 // Words of two rows, from their sums.
-ORV_INLINE TwoRows<Lane> outputs(Lane e01, Lane e32, Lane o01, Lane o32) {
-  const auto scaled = [](Lane sums) { return shiftRight32(sums, kRowShift); };
+template <class V> ORV_INLINE TwoRows<V> outputs(V e01, V e32, V o01, V o32) {
+  const auto scaled = [](V sums) { return shiftRight32(sums, kRowShift); };
   // a01 b01 a32 b32 | a45 b45 a76 b76 or, exchanged, a01 b01 a23 b23 | a45 b45 a67 b67
-  const Lane low = narrow32(scaled(add32(e01, o01)), exchanged(scaled(add32(e32, o32))));
-  const Lane high = narrow32(scaled(sub32(e32, o32)), exchanged(scaled(sub32(e01, o01))));
+  const V low = narrow32(scaled(add32(e01, o01)), exchanged(scaled(add32(e32, o32))));
+  const V high = narrow32(scaled(sub32(e32, o32)), exchanged(scaled(sub32(e01, o01))));
   return {joinPairs32<0, 2, 0, 2>(low, high), joinPairs32<1, 3, 1, 3>(low, high)};
 }
 
-ORV_INLINE TwoRows<Lane> transformRows(const Constants& k, const RowWeights& w, Lane rowA, Lane rowB) {
-  const Lane a = halvesInTurn(k, rowA), b = halvesInTurn(k, rowB);
-  const Lane x04 = repeat32<0>(a, b), x15 = repeat32<1>(a, b), x26 = repeat32<2>(a, b), x37 = repeat32<3>(a, b);
-  const Lane e04 = add32(mulAddPairs16(x04, w.e04), w.round), e26 = mulAddPairs16(x26, w.e26);
+template <class V> ORV_INLINE TwoRows<V> transformRows(const Constants& k, const RowWeights<V>& w, V rowA, V rowB) {
+  const V a = halvesInTurn(k, rowA), b = halvesInTurn(k, rowB);
+  const V x04 = repeat32<0>(a, b), x15 = repeat32<1>(a, b), x26 = repeat32<2>(a, b), x37 = repeat32<3>(a, b);
+  const V e04 = add32(mulAddPairs16(x04, w.e04), w.round), e26 = mulAddPairs16(x26, w.e26);
   return outputs(add32(e04, e26), sub32(e04, e26), add32(mulAddPairs16(x15, w.o15), mulAddPairs16(x37, w.o37)),
                  add32(mulAddPairs16(x15, w.o15r), mulAddPairs16(x37, w.o37r)));
 }
 
 // The same for rows of four coefficients: those of a, then those of b.
-ORV_INLINE TwoRows<Lane> transformShortRows(const RowWeights& w, Lane halves) {
-  const Lane pairs = shuffleHalves16<0, 2, 1, 3>(halves);  // x0 x2 x1 x3 of each
-  const Lane x02 = shuffle32<0, 0, 2, 2>(pairs), x13 = shuffle32<1, 1, 3, 3>(pairs), round = w.round;
+template <class V> ORV_INLINE TwoRows<V> transformShortRows(const RowWeights<V>& w, V halves) {
+  const V pairs = shuffleHalves16<0, 2, 1, 3>(halves);  // x0 x2 x1 x3 of each
+  const V x02 = shuffle32<0, 0, 2, 2>(pairs), x13 = shuffle32<1, 1, 3, 3>(pairs), round = w.round;
   return outputs(add32(mulAddPairs16(x02, w.e02), round), add32(mulAddPairs16(x02, w.e02r), round),
                  mulAddPairs16(x13, w.o13), mulAddPairs16(x13, w.o13r));
 }
 
 // One row of two coefficients, which `row` begins with: a pair makes all eight sums, in their natural order.
-ORV_INLINE Lane transformPair(const PairWeights& w, Lane row) {
-  const Lane x01 = shuffle32<0, 0, 0, 0>(row), round = w.round;
-  const Lane low = add32(mulAddPairs16(x01, w.low), round), high = add32(mulAddPairs16(x01, w.high), round);
+template <class V> ORV_INLINE V transformPair(const PairWeights<V>& w, V row) {
+  const V x01 = shuffle32<0, 0, 0, 0>(row), round = w.round;
+  const V low = add32(mulAddPairs16(x01, w.low), round), high = add32(mulAddPairs16(x01, w.high), round);
   return narrow32(shiftRight32(low, kRowShift), shiftRight32(high, kRowShift));
 }
 
@@ -206,75 +226,129 @@ ORV_INLINE void storeBlock(Vel8u* dst, int step, const Half& a, const Half& b, c
 
 // ---- Blocks
 
+// Rows in a second lane are those after the ones that are asked for.
 struct Dequantised {
   const Vel16s* coef;
   const Vel16u* quant;
-  Lane row(int y) const { return mulLow16(load(coef + 8 * y), load(quant + 8 * y)); }
+  template <class V = Lane> V row(int y) const { return mulLow16(load<V>(coef + 8 * y), load<V>(quant + 8 * y)); }
   // The first four coefficients of rows y and z.
-  Lane halfRows(int y, int z) const {
-    return mulLow16(loadHalves(coef + 8 * y, coef + 8 * z), loadHalves(quant + 8 * y, quant + 8 * z));
+  template <class V> V halfRows(int y, int z) const { return mulLow16(halves<V>(coef, y, z), halves<V>(quant, y, z)); }
+  // The first two coefficients, then anything: in two lanes whole rows are read.
+  template <class V> V pair(int y) const {
+    if constexpr (sizeof(V) > sizeof(Lane))
+      return row<V>(y);
+    else
+      return mulLow16(loadFirst<4>(coef + 8 * y), loadFirst<4>(quant + 8 * y));
   }
-  // The first two coefficients only; what follows need not be zero.
-  Lane pair(int y) const { return mulLow16(loadFirst<4>(coef + 8 * y), loadFirst<4>(quant + 8 * y)); }
+
+ private:
+  // Nothing is read after the last of them. In two lanes, with y low y high for the two halves of row y:
+  // 0 low, 0 high | 1 low, 1 high   and   1 high, 2 low | 2 high, 3 low   make   0 low, 2 low | 1 low, 3 low.
+  template <class V, class T> static V halves(const T* block, int y, int z) {
+    if constexpr (sizeof(V) > sizeof(Lane))
+      return join64<0, 1>(load<V>(block + 8 * y), load<V>(block + 8 * z - 4));
+    else
+      return loadHalves(block + 8 * y, block + 8 * z);
+  }
 };
 struct Plain {
   const Vel16s* coef;
-  Lane row(int y) const { return load(coef + 8 * y); }
+  template <class V = Lane> V row(int y) const { return load<V>(coef + 8 * y); }
 };
 
-// The odd rows come first, so that what depends on them proceeds while the even ones are transformed.
+// A block by its rows: rows(k, weights, y) are rows y and y + 2 after their transform, and in a second lane those after
+// them. Odd rows come first where there is one lane, so that what depends on them proceeds while the even ones are
+// transformed.
+template <class Level, class Rows>
+ORV_INLINE void transformWhole(Vel8u* dst, int step, const Level& level, const Rows& rows) {
+  const Constants* k = level.k;
+  const Ordered<Level> finish{level};
+  if constexpr (kLanes == 2) {
+    const auto upper = rows(*k, k->upper.both(), 0), lower = rows(*k, k->lower.both(), 4);
+    const Half odd =
+        oddRows<8>(k->tangents, secondLane(upper.a), secondLane(upper.b), secondLane(lower.a), secondLane(lower.b));
+    storeBlock(dst, step,
+               evenRows<8>(k->tangents, firstLane(upper.a), firstLane(upper.b), firstLane(lower.a), firstLane(lower.b)),
+               odd, finish);
+  } else {
+    const auto r13 = rows(*k, k->upper.odd(), 1);
+    opaque(k);
+    const auto r57 = rows(*k, k->lower.odd(), 5);
+    opaque(k);
+    const Half odd = oddRows<8>(k->tangents, r13.a, r13.b, r57.a, r57.b);
+    const auto r02 = rows(*k, k->upper.both(), 0);
+    opaque(k);
+    const auto r46 = rows(*k, k->lower.both(), 4);
+    opaque(k);
+    storeBlock(dst, step, evenRows<8>(k->tangents, r02.a, r02.b, r46.a, r46.b), odd, finish);
+  }
+}
+// A block that has only the first four rows.
+template <class Level, class Rows>
+ORV_INLINE void transformUpper(Vel8u* dst, int step, const Level& level, const Rows& rows) {
+  const Constants* k = level.k;
+  const auto columns = [&](Lane r0, Lane r2, Lane r1, Lane r3) {
+    const Lane none = zero();
+    const Half odd = oddRows<4>(level.k->tangents, r1, r3, none, none);
+    storeBlock(dst, step, evenRows<4>(level.k->tangents, r0, r2, none, none), odd, Ordered<Level>{level});
+  };
+  if constexpr (kLanes == 2) {
+    const auto r = rows(*k, k->upper.both(), 0);
+    columns(firstLane(r.a), firstLane(r.b), secondLane(r.a), secondLane(r.b));
+  } else {
+    const auto r13 = rows(*k, k->upper.odd(), 1);
+    opaque(k);
+    const auto r02 = rows(*k, k->upper.both(), 0);
+    columns(r02.a, r02.b, r13.a, r13.b);
+  }
+}
 
 template <class Source, class Level>
 ORV_INLINE void transform8x8(const Source& s, Vel8u* dst, int step, const Level& level) {
-  const Constants* k = level.k;
-  const TwoRows<Lane> r13 = transformRows(*k, k->rows13, s.row(1), s.row(3));
-  opaque(k);
-  const TwoRows<Lane> r57 = transformRows(*k, k->rows57, s.row(5), s.row(7));
-  opaque(k);
-  const Half b = oddRows<8>(k->tangents, r13.a, r13.b, r57.a, r57.b);
-  const TwoRows<Lane> r02 = transformRows(*k, k->rows02, s.row(0), s.row(2));
-  opaque(k);
-  const TwoRows<Lane> r46 = transformRows(*k, k->rows46, s.row(4), s.row(6));
-  opaque(k);
-  storeBlock(dst, step, evenRows<8>(k->tangents, r02.a, r02.b, r46.a, r46.b), b, Ordered<Level>{level});
-}
-// From the first four rows of a block that has no others.
-ORV_INLINE void finishUpper(const Level128& level, const TwoRows<Lane>& r13, const TwoRows<Lane>& r02, Vel8u* dst, int step) {
-  const Lane none = zero();
-  const Half b = oddRows<4>(level.k->tangents, r13.a, r13.b, none, none);
-  storeBlock(dst, step, evenRows<4>(level.k->tangents, r02.a, r02.b, none, none), b, Ordered<Level128>{level});
+  transformWhole(dst, step, level, [&](const Constants& k, const RowWeights<Lanes>& weights, int y) {
+    return transformRows(k, weights, s.template row<Lanes>(y), s.template row<Lanes>(y + 2));
+  });
 }
 ORV_INLINE void transform8x4(const Dequantised& s, Vel8u* dst, int step, const Level128& level) {
-  const Constants* k = level.k;
-  const TwoRows<Lane> r13 = transformRows(*k, k->rows13, s.row(1), s.row(3));
-  opaque(k);
-  finishUpper(level, r13, transformRows(*k, k->rows02, s.row(0), s.row(2)), dst, step);
+  transformUpper(dst, step, level, [&](const Constants& k, const RowWeights<Lanes>& weights, int y) {
+    return transformRows(k, weights, s.row<Lanes>(y), s.row<Lanes>(y + 2));
+  });
 }
 ORV_INLINE void transform4x4(const Dequantised& s, Vel8u* dst, int step, const Level128& level) {
-  const Constants* k = level.k;
-  const TwoRows<Lane> r13 = transformShortRows(k->rows13, s.halfRows(1, 3));
-  opaque(k);
-  finishUpper(level, r13, transformShortRows(k->rows02, s.halfRows(0, 2)), dst, step);
+  transformUpper(dst, step, level, [&](const Constants&, const RowWeights<Lanes>& weights, int y) {
+    return transformShortRows(weights, s.halfRows<Lanes>(y, y + 2));
+  });
 }
+template <class V = Lanes>
 ORV_INLINE void transform2x2(const Dequantised& s, Vel8u* dst, int step, const Level128& level) {
+  const Constants* k = level.k;
   const Lane none = zero();
-  const Half b = oddRows<2>(level.k->tangents, transformPair(level.k->row1, s.pair(1)), none, none, none);
-  const Half a = evenRows<2>(level.k->tangents, transformPair(level.k->row0, s.pair(0)), none, none, none);
-  storeBlock(dst, step, a, b, level);
+  Lane r0, r1;
+  if constexpr (sizeof(V) > sizeof(Lane)) {
+    const V both = transformPair(k->pairs.both(), s.pair<V>(0));
+    r0 = firstLane(both), r1 = secondLane(both);
+  } else {
+    r1 = transformPair(k->pairs.odd(), s.pair<V>(1)), r0 = transformPair(k->pairs.both(), s.pair<V>(0));
+  }
+  const Half odd = oddRows<2>(k->tangents, r1, none, none, none);
+  storeBlock(dst, step, evenRows<2>(k->tangents, r0, none, none, none), odd, level);
 }
 
 // The cases of the full form, functions of their own so that the compiler does not merge them: a block with something in
 // its lower half, one without, and one with nothing outside its 2x2 corner.
 __attribute__((noinline)) VelStatus wholeBlock(const Vel16s* coef, Vel8u* dst, int step, const Vel16u* quant) {
   transform8x8(Dequantised{coef, quant}, dst, step, Level128{&kConstants});
+  lanesEnd();
   return velStsNoErr;
 }
 __attribute__((noinline)) VelStatus upperHalf(const Vel16s* coef, Vel8u* dst, int step, const Vel16u* quant) {
   transform8x4(Dequantised{coef, quant}, dst, step, Level128{&kConstants});
+  lanesEnd();
   return velStsNoErr;
 }
 __attribute__((noinline)) VelStatus corner(const Vel16s* coef, Vel8u* dst, int step, const Vel16u* quant) {
   transform2x2(Dequantised{coef, quant}, dst, step, Level128{&kConstants});
+  lanesEnd();
   return velStsNoErr;
 }
 
@@ -304,6 +378,7 @@ ORV_KERNEL VelStatus ORV_NAME(veliDCT8x8InvLSClip_16s8u_C1R)(const Vel16s* pSrc,
   ORV_CHECK(checkSteps(dstStep));
   const LevelAndClip levelAndClip{&kConstants, all16(level), all8(clipMin), all8(clipMax)};
   transform8x8(Plain{pSrc}, pDst, dstStep, levelAndClip);
+  lanesEnd();
   return velStsNoErr;
 }
 
@@ -324,6 +399,7 @@ ORV_BODY_B(veliDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R)
 (const Vel16s* pSrc, Vel8u* pDst, int dstStep, const Vel16u* pQuantInvTable) {
   ORV_CHECK(check(pSrc, pDst, dstStep, pQuantInvTable));
   transform4x4(Dequantised{pSrc, pQuantInvTable}, pDst, dstStep, Level128{&kConstants});
+  lanesEnd();
   return velStsNoErr;
 }
 
@@ -331,6 +407,7 @@ ORV_BODY_B(veliDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R)
 (const Vel16s* pSrc, Vel8u* pDst, int dstStep, const Vel16u* pQuantInvTable) {
   ORV_CHECK(check(pSrc, pDst, dstStep, pQuantInvTable));
   transform2x2(Dequantised{pSrc, pQuantInvTable}, pDst, dstStep, Level128{&kConstants});
+  lanesEnd();
   return velStsNoErr;
 }
 

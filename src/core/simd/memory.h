@@ -93,8 +93,8 @@ using ByteConstant = ByteConstants<Lane>;
 using WordConstant = WordConstants<Lane>;
 using DwordConstant = DwordConstants<Lane>;
 // The first lane of a; of the second one, where V has one, that of b.
-template <class V, class T> constexpr VectorConstant<T, V> joinConstants(const VectorConstant<T, Lane>& a,
-                                                                        const VectorConstant<T, Lane>& b) {
+template <class V, class T>
+constexpr VectorConstant<T, V> joinConstants(const VectorConstant<T, Lane>& a, const VectorConstant<T, Lane>& b) {
   constexpr size_t n = 16 / sizeof(T);
   VectorConstant<T, V> joined{};
   for (size_t i = 0; i < sizeof(V) / sizeof(T); ++i) joined.elements[i] = i < n ? a.elements[i] : b.elements[i - n];
