@@ -90,6 +90,11 @@ own_\name\()_variants:
 
         .hidden ownVariantIndex
 #define ORV_VARIANT(file, name) body name
+#ifdef __x86_64__
+#define ORV_VARIANT_64(file, name) body name
+#else
+#define ORV_VARIANT_64(file, name)
+#endif
 #include "variants.def"
 
         .hidden ownJumpIndex

@@ -52,7 +52,8 @@ def primitives():
 
 
 def variants():
-    return re.findall(r"^ORV_VARIANT\(\S+, (\w+)\)", source("src/core/variants.def"), re.MULTILINE)
+    kinds = "ORV_VARIANT(?:_64)?" if WORD == 8 else "ORV_VARIANT"
+    return re.findall(rf"^{kinds}\(\S+, (\w+)\)", source("src/core/variants.def"), re.MULTILINE)
 
 
 def declared():
