@@ -109,7 +109,7 @@ template <bool kBgr, Order kOrder, class V> ORV_INLINE Pixels<kOrder, V> ordered
 // r g b in turn, or b g r.
 template <bool kBgr, bool kStreams = false> struct Interleaved {
   static constexpr int kPlanes = 1, kBytes = 3;
-  static constexpr bool kKeepsFourth = false, kMayStream = true;
+  static constexpr bool kIsBgr = kBgr, kKeepsFourth = false, kMayStream = true;
   using PastCaches = Interleaved<kBgr, true>;
 
   template <class V, class Row> static ORV_INLINE Pixels<kInOrder, V> load(const Row& row) {
@@ -125,7 +125,7 @@ using BgrC3 = Interleaved<true>;
 // r g b and a fourth that stays as it was.
 struct AC4 {
   static constexpr int kPlanes = 1, kBytes = 4;
-  static constexpr bool kKeepsFourth = true, kMayStream = false;  // what stays must be read
+  static constexpr bool kIsBgr = false, kKeepsFourth = true, kMayStream = false;  // what stays must be read
   using PastCaches = AC4;
 
   template <class Row, class V> static ORV_INLINE void store(const Row& row, const Pixels<kEvenOdd, V>& p) {
@@ -152,7 +152,7 @@ struct AC4 {
 struct P3 {
   using PastCaches = P3;
   static constexpr int kPlanes = 3, kBytes = 1;
-  static constexpr bool kKeepsFourth = false,
+  static constexpr bool kIsBgr = false, kKeepsFourth = false,
                         kMayStream = false;  // lines of three rows are not filled one after another
 
   template <class V, class Row> static ORV_INLINE Pixels<kInOrder, V> load(const Row& row) {
@@ -174,7 +174,7 @@ struct P3 {
 enum Packing { k565, k555, k444 };
 template <Packing kPacking, bool kBgr, bool kStreams = false> struct Packed16 {
   static constexpr int kPlanes = 1, kBytes = 2;
-  static constexpr bool kKeepsFourth = false, kMayStream = true;
+  static constexpr bool kIsBgr = kBgr, kKeepsFourth = false, kMayStream = true;
   using PastCaches = Packed16<kPacking, kBgr, true>;
 
   template <class Row, Order kOrder, class V>
@@ -300,12 +300,18 @@ ORV_INLINE ptrdiff_t convertVectors(const Place<Src>& src, const Place<Dst>& dst
   constexpr ptrdiff_t kUnits = sizeof(V) / Src::kUnit;
   if (!mayRepeat) units &= -kUnits;
   const ptrdiff_t last = units - kUnits;
+  // A single plane's pointer moves: places three or six bytes apart are no multiples that an address can have of an index.
+  constexpr bool kOnePlane = Dst::kPlanes == 1;
+  Dst to = dst.strip;
+  if (kOnePlane) to.plane[0] = dst[0];
   for (ptrdiff_t x = 0;;) {
-    Kernel::template convert<V>(src.at(x), dst.at(x));
+    Kernel::template convert<V>(src.at(x), kOnePlane ? Place<Dst>{to} : dst.at(x));
     x += kUnits;
+    if (kOnePlane) to.plane[0] += dst.at(kUnits)[0] - dst[0];
     if (__builtin_expect(x <= last, 1)) continue;
     if (x == units) return units;
     x = last;
+    if (kOnePlane) to.plane[0] = dst.at(x)[0];
   }
 }
 

@@ -30,10 +30,12 @@ template <class V> ORV_INLINE ChromaPart<V> chromaPart(V wordsOfU, V wordsOfV) {
           mulHigh16(shiftLeft16(u, 16 - W::kBits), all16<V>(W::kBu))};
 }
 
-template <class V> ORV_INLINE Pixels<kEvenOdd, V> addChroma(V luma, const ChromaPart<V>& c) {
+// Green first, then the others as they are stored, red first or blue: so registers suffice.
+template <bool kBgr, class V> ORV_INLINE Pixels<kEvenOdd, V> addChroma(V luma, const ChromaPart<V>& c) {
   const EvenOdd<V> y = splitEvenOdd8(luma);
-  return {narrow16To8U(add16(y.even, c.r), add16(y.odd, c.r)), narrow16To8U(add16(y.even, c.g), add16(y.odd, c.g)),
-          narrow16To8U(add16(y.even, c.b), add16(y.odd, c.b))};
+  const auto channel = [&](V chroma) ORV_INLINED { return narrow16To8U(add16(y.even, chroma), add16(y.odd, chroma)); };
+  const V g = channel(c.g), first = channel(kBgr ? c.b : c.r), last = channel(kBgr ? c.r : c.b);
+  return {kBgr ? last : first, g, kBgr ? first : last};
 }
 
 }  // namespace

@@ -9,7 +9,11 @@ template <class Format, int kRows> struct Convert420 {
   using PastCaches = Convert420<typename Format::PastCaches, kRows>;
   template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     const ChromaPart<V> c = chromaPart(loadWidenU8<V>(src[1]), loadWidenU8<V>(src[2]));
-    ORV_UNROLL for (int r = 0; r < kRows; ++r) { Format::store(dst.row(r), addChroma(load<V>(src.row(r)[0]), c)); }
+    if (Format::kKeepsFourth && kRows == 2)  // rows are read from six places, more than processors predict
+      ORV_UNROLL for (int r = 0; r < kRows; ++r) { prefetch(src.row(r)[0], kRowAhead / 2); }
+    ORV_UNROLL for (int r = 0; r < kRows; ++r) {
+      Format::store(dst.row(r), addChroma<Format::kIsBgr>(load<V>(src.row(r)[0]), c));
+    }
   }
 };
 

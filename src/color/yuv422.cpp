@@ -53,7 +53,7 @@ template <class Layout, class Format> struct Convert422 {
   using PastCaches = Convert422<Layout, typename Format::PastCaches>;
 
   template <class V, class Row> static ORV_INLINE void store(const Samples<V>& s, const Row& row) {
-    Format::store(row, addChroma(s.luma, chromaPart(s.u, s.v)));
+    Format::store(row, addChroma<Format::kIsBgr>(s.luma, chromaPart(s.u, s.v)));
   }
   template <class V, class Src, class Dst> static ORV_INLINE void convert(const Src& src, const Dst& dst) {
     store(Layout::template load<V>(src), dst);

@@ -96,7 +96,7 @@ template <class Conversion, bool kIsShort>
 ORV_INLINE void convertRow(const typename Conversion::Src* src, typename Conversion::Dst* dst, size_t len) {
   if (len < 16) {
     if (len >= 8) return convertEnds<Conversion, 8>(src, dst, len);
-    if (len >= 4) return convertEnds<Conversion, 4>(src, dst, len);
+    if (len >= 4 || Conversion::kKeepsAlpha) return convertEnds<Conversion, 4>(src, dst, len);
     if (len >= 2) return convertEnds<Conversion, 2>(src, dst, len);
     return convertEnds<Conversion, 1>(src, dst, len);
   }
@@ -105,7 +105,7 @@ ORV_INLINE void convertRow(const typename Conversion::Src* src, typename Convers
   Conversion::template convert<16, false>(src, dst);
   size_t i = 16 - (Conversion::kKeepsAlpha ? 0 : past);
   if constexpr (!kIsShort) {
-    if (kMost > 16 && i < end && reinterpret_cast<uintptr_t>(dst + i) & 16) {
+    if (kMost > 16 && !Conversion::kKeepsAlpha && i < end && reinterpret_cast<uintptr_t>(dst + i) & 16) {
       Conversion::template convert<16, false>(src + i, dst + i);
       i += 16;
     }
@@ -162,13 +162,18 @@ template <class Conversion> __attribute__((noinline)) void convertRowsPastCaches
       [](auto from, auto to, size_t n) __attribute__((always_inline)) { convertPastCaches<Conversion>(from, to, n); });
   streamEnd();
 }
+template <class Conversion> ORV_INLINE void convertRowsInCaches(const typename Conversion::Src* src, int srcStep,
+                                                                typename Conversion::Dst* dst, int dstStep, size_t len,
+                                                                int height) {
+  eachRow<Conversion>(
+      src, srcStep, dst, dstStep, len, height,
+      [](auto from, auto to, size_t n) __attribute__((always_inline)) { convertRow<Conversion, false>(from, to, n); });
+}
 // A function of its own, without calls: with one, its stack would be aligned, and few elements feel that.
 template <class Conversion> __attribute__((noinline)) void convertRows(const typename Conversion::Src* src, int srcStep,
                                                                        typename Conversion::Dst* dst, int dstStep,
                                                                        size_t len, int height) {
-  eachRow<Conversion>(
-      src, srcStep, dst, dstStep, len, height,
-      [](auto from, auto to, size_t n) __attribute__((always_inline)) { convertRow<Conversion, false>(from, to, n); });
+  convertRowsInCaches<Conversion>(src, srcStep, dst, dstStep, len, height);
 }
 template <class Conversion> ORV_INLINE void convertRows(const typename Conversion::Src* src, int srcStep,
                                                         typename Conversion::Dst* dst, int dstStep, size_t len,
@@ -176,8 +181,10 @@ template <class Conversion> ORV_INLINE void convertRows(const typename Conversio
   if constexpr (Conversion::kMayStream) {
     if (streams && (reinterpret_cast<uintptr_t>(dst) | unsigned(dstStep)) % sizeof *dst == 0)
       return convertRowsPastCaches<Conversion>(src, srcStep, dst, dstStep, len, height);
+    convertRows<Conversion>(src, srcStep, dst, dstStep, len, height);
+  } else {
+    convertRowsInCaches<Conversion>(src, srcStep, dst, dstStep, len, height);
   }
-  convertRows<Conversion>(src, srcStep, dst, dstStep, len, height);
 }
 
 // ---- Images

@@ -53,10 +53,10 @@ template <class V> ORV_INLINE V green(V pairs) {
 template <class V> ORV_INLINE Terms<V> terms(V cb, V cr, V& outside) {
   const V level = all16<V>(128);
   const V cbLevel = add16(cb, level), crLevel = add16(cr, level);
-  outside = outside | cbLevel | crLevel;
-  const V g = narrow32(green(interleaveLow16(cb, cr)), green(interleaveHigh16(cb, cr)));
+  outside = outside | (cbLevel | crLevel);
   const V r = add16(crLevel, weighted(cr, kRedWeight, kRedBias));
   const V b = add16(add16(cb, cbLevel), weighted(cb, kBlueWeight, kBlueBias));
+  const V g = narrow32(green(interleaveLow16(cb, cr)), green(interleaveHigh16(cb, cr)));
   return {r, add16(g, level), b};
 }
 

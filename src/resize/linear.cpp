@@ -254,7 +254,8 @@ template <class G, int kElements> struct FilterAndBlend {
     return roundedOff(add16(above, mulHigh16(add16(difference, difference), weight)));
   }
   ORV_INLINE Lane operator()(int) {
-    prefetchTwoRows(upper + group->place(), step, 2);
+    prefetch(upper, group->place() + 2 * step);
+    prefetch(upper, group->place() + 3 * step);
     const Lane low = words();
     return narrow16To8U(low, words());
   }
@@ -287,11 +288,21 @@ template <int kPixel> ORV_INLINE void coefficients(const LinearColumns& c, const
                  : ORV_NAME(ownpi_CoefLinear8px4))(&c, row, sums);
 }
 
+// The vertical pass of large images.
+__attribute__((noinline)) void blendPastCaches(const LinearColumns* columns, const Vel16u* upper, const Vel16u* lower,
+                                               int weight, Vel8u* dst) {
+  streamBytes(dst, columns->bytes, BlendRows(upper, lower, weight));
+}
+
 // Of one plane, with rows of sums for it.
 template <class Group, int kPixel, bool kKeepsFourth>
 ORV_INLINE void resizePlane(const LinearColumns& table, HeldSums sums, const Axis& axis, int height,
                             const ResizeImages& images, ResizePlane plane) {
   const auto at = [&](int row) { return rowOf(plane.src, images.srcStep, row); };
+  // Rows of which all bytes are written are blended alike, whatever their pixels are.
+  const auto blend = table.streams  ? blendPastCaches
+                     : kKeepsFourth ? ORV_NAME(ownpi_SummLinear8px)
+                                    : ORV_NAME(ownpi_SummLinear8pl);
   for (int y = 0; y < height; ++y) {
     Vel8u* const dst = rowOf(plane.dst, images.dstStep, y);
     const Position p = positionOf(axis, y);
@@ -313,9 +324,7 @@ ORV_INLINE void resizePlane(const LinearColumns& table, HeldSums sums, const Axi
       continue;
     }
     sums.provide(upper, [&](int row, Vel16u* to) { coefficients<kPixel>(table, at(row), to); });
-    // Rows of which all bytes are written are blended alike, whatever their pixels are.
-    (kKeepsFourth ? ORV_NAME(ownpi_SummLinear8px) : ORV_NAME(ownpi_SummLinear8pl))(&table, sums.upper, sums.lower,
-                                                                                   weight, dst);
+    blend(&table, sums.upper, sums.lower, weight, dst);
   }
 }
 
@@ -369,9 +378,6 @@ ORV_INLINE VelStatus resize(const ResizePlan& plan, const ResizeImages& images) 
   return velStsNoErr;
 }
 
-// A function of its own: the loop for short rows keeps the registers.
-__attribute__((noinline)) void streamBlended(Vel8u* dst, int bytes, BlendRows blend) { streamBytes(dst, bytes, blend); }
-
 // Sums that are results already.
 template <bool kKeepsFourth> ORV_INLINE void storeAlone(Vel8u* dst, int bytes, const Vel16u* sums) {
   storeBytes<kKeepsFourth, false>(dst, bytes, [=](int i) { return narrow16To8U(load(sums + i), load(sums + i + 8)); });
@@ -382,11 +388,7 @@ template <bool kKeepsFourth> ORV_INLINE void storeAlone(Vel8u* dst, int bytes, c
 ORV_COEF_KERNEL(ownpi_CoefLinear8pl) { filterRow<kForBlend, 1>(*columns, row, sums); }
 ORV_COEF_KERNEL(ownpi_CoefLinear8px) { filterRow<kForBlend, 3>(*columns, row, sums); }
 ORV_COEF_KERNEL(ownpi_CoefLinear8px4) { filterRow<kForBlend, 4>(*columns, row, sums); }
-ORV_SUMM_KERNEL(ownpi_SummLinear8pl) {
-  const BlendRows blend(upper, lower, weight);
-  if (columns->streams) return streamBlended(dst, columns->bytes, blend);
-  storeBytes<false, false>(dst, columns->bytes, blend);
-}
+ORV_SUMM_KERNEL(ownpi_SummLinear8pl) { storeBytes<false, false>(dst, columns->bytes, BlendRows(upper, lower, weight)); }
 ORV_SUMM_KERNEL(ownpi_SummLinear8px) {
   if (!columns->keepsFourth) return ORV_NAME(ownpi_SummLinear8pl)(columns, upper, lower, weight, dst);
   storeBytes<true, false>(dst, columns->bytes, BlendRows(upper, lower, weight));

@@ -28,7 +28,8 @@ template <class Op> struct Combination {
   const Vel8u *src1, *src2;
   bool reads(const Vel8u* p) const { return p == src1 || p == src2; }
   template <size_t kBytes> auto at(size_t i) const {
-    return Op::of(loadBytes<kBytes>(src1 + i), loadBytes<kBytes>(src2 + i));
+    const auto first = loadBytes<kBytes>(src1 + i);  // in place the destination, which may have been written just now
+    return Op::of(first, loadBytes<kBytes>(src2 + i));
   }
 };
 

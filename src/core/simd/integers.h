@@ -191,9 +191,7 @@ ORV_INLINE Lane selectOverOnes(Lane mask, Lane yes, Lane no) {
 // The same with plain logic on every path, which any unit does: a blend by a vector takes one that multiplies.
 template <class V> ORV_INLINE V selectBits(V mask, V yes, V no) { return (mask & yes) | clearBits(no, mask); }
 // Pixels of four bytes: three from v, the fourth, alpha as a rule, from old.
-template <class V> ORV_INLINE V keepFourth8(V v, V old) {
-  return (v & all32<V>(0xFFFFFF)) | (old & all32<V>(int(0xFF000000)));
-}
+template <class V> ORV_INLINE V keepFourth8(V v, V old) { return selectBits(all32<V>(0xFFFFFF), v, old); }
 
 #if ORV_HAS_BLEND
 ORV_INLINE bool allZero(Lane v) { return _mm_testz_si128(v, v) != 0; }
