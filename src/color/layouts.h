@@ -346,7 +346,7 @@ __attribute__((noinline)) void convertBeside(Src src, Dst dst, ptrdiff_t x, ptrd
 template <class Format, int kUnit>
 ORV_INLINE bool goesPastCaches(const void* image, int step, ptrdiff_t width, int height) {
   constexpr size_t kAlignment = Format::kBytes == 3 ? kUnit : Format::kBytes * kUnit;
-  return Format::kMayStream && exceedsCaches(double(width) * height * Format::kBytes) && width >= 128 &&
+  return Format::kMayStream && width >= 128 && exceedsCaches(double(width) * height * Format::kBytes) &&
          (reinterpret_cast<uintptr_t>(image) | size_t(step)) % kAlignment == 0;
 }
 // A row of such an image, one destination row in a strip: whole lines of it by Kernel::PastCaches, the others by Kernel. A

@@ -84,8 +84,8 @@ template <class Band> ORV_INLINE void loadColumns(const Filter& f, int y, int mo
     for (int r = 0; r < 4; ++r) {
       m.v[r] = sum;
       if (r >= moves) continue;
-      sum = addInOrder(sum, loadAt(in)) - loadAt(out);
       prefetch(in, kChunk * ptrdiff_t(sizeof *in));
+      sum = addInOrder(sum, loadAt(in)) - loadAt(out);
       in = rowOf(in, step, 1);
       out = rowOf(out, step, 1);
     }

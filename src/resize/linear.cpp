@@ -254,9 +254,9 @@ template <class G, int kElements> struct FilterAndBlend {
     return roundedOff(add16(above, mulHigh16(add16(difference, difference), weight)));
   }
   ORV_INLINE Lane operator()(int) {
+    const Lane low = words();
     prefetch(upper, group->place() + 2 * step);
     prefetch(upper, group->place() + 3 * step);
-    const Lane low = words();
     return narrow16To8U(low, words());
   }
 };

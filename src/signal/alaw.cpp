@@ -56,7 +56,8 @@ ORV_INLINE Magnitudes magnitudesOf(const Vel32f* src) {
 
 // convert16<kStreams>(src, dst) converts sixteen elements.
 template <bool kStreams, class T> ORV_INLINE void convert16(const T* src, Vel8u* dst) {
-  put<kStreams>(dst, codesOf(magnitudesOf(src), magnitudesOf(src + 8)));
+  const Magnitudes first = magnitudesOf(src);
+  put<kStreams>(dst, codesOf(first, magnitudesOf(src + 8)));
 }
 
 // ---- Samples from codes
