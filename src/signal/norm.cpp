@@ -29,8 +29,8 @@ class Squares {
 ORV_INLINE Vel64u sumOfSquares(const Vel8u* p, size_t n) {
   Squares even, odd;
   for (; n >= 32; p += 32, n -= 32) {
-    even.add(load(p));
     odd.add(load(p + 16));
+    even.add(load(p));
   }
   if (n & 16) even.add(load(p)), p += 16;
   if (n & 8) odd.add(loadBytes<8>(p)), p += 8;
