@@ -4,7 +4,8 @@ PHOTO is a JPEG, by default examples/photo.jpg; a picture of nine of it is measu
 in build/x86 and build/x86-64. The others are Debian's djpeg, cjpeg, vipsthumbnail and ImageMagick's convert, which
 scripts/setup program installs. Each run starts a process, which reads a file and writes one; a row's programs take turns,
 and the median counts. Cold, the program, its libraries and the picture are not in memory, but for the C library, which other
-processes keep there in any case."""
+processes keep there in any case. orv is timed as installed: it finds its library at once, as the others do theirs, where
+that of a build looks for each library in folders of its own first."""
 import os
 import re
 import shutil
@@ -15,7 +16,7 @@ import tempfile
 import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-ORV = {name: os.path.join(ROOT, "build", preset, "orv") for name, preset in (("orv 32", "x86"), ("orv 64", "x86-64"))}
+PRESETS = {"orv 32": "x86", "orv 64": "x86-64"}
 # Of what differs by program, IN and OUT stand for files.
 ROWS = {
     "decode": {"orv": "decode IN.jpg OUT.ppm", "djpeg": "djpeg -outfile OUT.ppm IN.jpg", "convert": "convert IN.jpg OUT.ppm"},
@@ -41,16 +42,25 @@ def run(*command):
     return done.stdout
 
 
-def build():
+def build(folder):
+    """Both word sizes of orv, with their libraries, and where they are."""
     run("scripts/setup", "program")
-    for preset in ("x86", "x86-64"):
+    programs = {}
+    for name, preset in PRESETS.items():
         run("cmake", "--preset", preset, "-DORV_TOOLS=ON")
         run("cmake", "--build", "--preset", preset, "--target", "orv_program")
+        os.mkdir(f"{folder}/{preset}")
+        library, programs[name] = f"{folder}/{preset}/libOrv.so.6", f"{folder}/{preset}/orv"
+        shutil.copy(f"{ROOT}/build/{preset}/libOrv.so.6", library)
+        shutil.copy(f"{ROOT}/build/{preset}/orv", programs[name])
+        run("strip", library, programs[name])
+        run("patchelf", "--remove-rpath", "--replace-needed", "libOrv.so.6", library, programs[name])
+    return programs
 
 
 def libraries(program):
     """The program and those that it loads, without the C library."""
-    found = re.findall(r"=> (/\S+)", run("ldd", program))
+    found = re.findall(r"(/\S+) \(", run("ldd", program))
     return [program, *(name for name in found if not re.search(r"/(lib(c|m)|ld-[^/]*)\.so", name))]
 
 
@@ -65,7 +75,7 @@ def drop(names):
 class Contest:
     """A row's programs, with the arguments of each."""
 
-    def __init__(self, commands, folder, width):
+    def __init__(self, commands, programs, folder, width):
         self.out = os.path.join(folder, "out")
         inputs = [f"{folder}/folder/photo.jpg", f"{folder}/photo.ppm"]
         words = {"IN.jpg": inputs[0], "IN.ppm": inputs[1], "FOLDER": f"{folder}/folder",
@@ -74,7 +84,7 @@ class Contest:
         for name, text in commands.items():
             arguments = [words.get(word) or word.replace("OUT", self.out + "/OUT", 1) for word in text.split()]
             if name == "orv":
-                self.commands.update({kind: [path, *arguments] for kind, path in ORV.items()})
+                self.commands.update({kind: [path, *arguments] for kind, path in programs.items()})
             else:
                 arguments[0] = shutil.which(arguments[0], path="/usr/bin")
                 self.commands[name] = arguments
@@ -129,20 +139,20 @@ def main():
     photos = [a for a in arguments if a != "--quick"] or [os.path.join(ROOT, "examples", "photo.jpg")]
     if len(photos) > 1 or photos[0].startswith("-") or not os.path.isfile(photos[0]):
         fail("takes --quick and a photo (see --help)")
-    build()
-    os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})
     with tempfile.TemporaryDirectory(prefix="orv-bench-") as folder:
+        programs = build(folder)
+        os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})
         for place, width, height in pictures(photos[0], folder):
             print(f"{width} x {height}, milliseconds, warm and cold; then times over those of orv 32, and of orv 64")
             for row, commands in ROWS.items():
-                contest = Contest(commands, place, width)
+                contest = Contest(commands, programs, place, width)
                 show(row, contest.medians(5 if quick else 21, False), contest.medians(3 if quick else 9, True))
             print(flush=True)
 
 
 def show(row, warm, cold):
     for name in warm:
-        ratios = [] if name in ORV else [times[name] / times[orv] for orv in ORV for times in (warm, cold)]
+        ratios = [] if name in PRESETS else [times[name] / times[orv] for orv in PRESETS for times in (warm, cold)]
         print(f"  {row:20} {name:24} {1e3 * warm[name]:7.1f} {1e3 * cold[name]:7.1f} ", *(f"{r:7.2f}" for r in ratios))
 
 
