@@ -1,5 +1,9 @@
-// Allocation for 32-bit callers whose stack is aligned to 4 bytes: the C library expects 16, and must get them.
-#ifdef __i386__
+// Allocation for 32-bit callers whose stack is aligned to 4 bytes: the C library expects 16, and must get them. The
+// allocator is replaced, which AddressSanitizer does, too.
+#ifdef __has_feature
+#define SANITIZES_ADDRESSES __has_feature(address_sanitizer)
+#endif
+#if defined(__i386__) && !SANITIZES_ADDRESSES
 #include "jpeg/support.h"
 
 namespace {
